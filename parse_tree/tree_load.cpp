@@ -1,0 +1,220 @@
+// Main trees: finding, mapping and reading main par files, and the state of the loaded tree.
+#include "parse_tree/tree_load.h"
+
+#include "feature/tsh/src/trace_internal.h"
+#include "parse_tree/tree_check_internal.h"
+#include "platform/robust_string.h"
+#include "platform/tree_library.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using tsh::trace;
+using tsh::traces;
+
+char tsh_parse_file[TSH_PARSE_FILE_SIZE];
+const tree_node_t *g_atn;
+const tree_node_t *atnode_root;
+const tree_node_t *atnode_redirect_root;
+size_t main_tree_map_size;
+
+namespace {
+
+constexpr const char *kParDirectory = "/wysk/etc/par";
+constexpr const char *kMainTreeFile = "main_tree.par";
+constexpr char kRedirectRootName[] = "tsh_redirect_root";
+
+// A par file open for reading. Opened without waiting, so that a pipe in its place is refused like
+// any other file that cannot be mapped.
+class ParFile {
+public:
+    explicit ParFile(const char *path)
+        : descriptor_(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+    ~ParFile() {
+        if (descriptor_ >= 0)
+            close(descriptor_);
+    }
+    ParFile(const ParFile &) = delete;
+    ParFile &operator=(const ParFile &) = delete;
+
+    [[nodiscard]] int descriptor() const { return descriptor_; }
+    [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
+
+    // Size in bytes, or -1 with errno set; a file that did not open has none.
+    [[nodiscard]] off_t size() const {
+        struct stat status {};
+        return is_open() && fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+    }
+
+private:
+    int descriptor_;
+};
+
+// Sizes and node counts beyond these cannot be held in memory or in the result.
+bool is_whole_tree(off_t size) {
+    return size % TREE_NODE_SIZE == 0 && size / TREE_NODE_SIZE <= INT32_MAX &&
+           static_cast<uintmax_t>(size) <= SIZE_MAX;
+}
+
+int32_t fail(const char *message) {
+    fputs(message, stderr);
+    return -1;
+}
+
+// Reports the failure with the system's reason.
+int32_t fail_with_reason(const char *what) {
+    fprintf(stderr, "%s: %s\n", what, strerror(errno));
+    return -1;
+}
+
+// read() may hand a large file over in several pieces.
+bool read_whole(int descriptor, char *buffer, size_t size) {
+    for (size_t done = 0; done < size;) {
+        const ssize_t piece = read(descriptor, buffer + done, size - done);
+        if (piece <= 0)
+            return false;
+        done += static_cast<size_t>(piece);
+    }
+    return true;
+}
+
+[[noreturn]] void give_up(const char *message) {
+    puts(message);
+    exit(1);
+}
+
+void name_parse_file() {
+    if (tsh_parse_file[0] != '\0')
+        return;
+    if (const char *name = getenv("TSH_PARSE_TREE"))
+        robust_strncpy(tsh_parse_file, name, sizeof tsh_parse_file);
+    else
+        tsh_parse_tree_filename_get(tsh_parse_file, sizeof tsh_parse_file);
+}
+
+bool report_if_unsound(const tree_node_t *tree, int32_t node_count) {
+    const std::span nodes{tree, static_cast<size_t>(node_count)};
+    const auto fault = tsh::check_tree(nodes);
+    if (fault)
+        tsh::report_tree_fault(stderr, tsh_parse_file, nodes, *fault);
+    return fault.has_value();
+}
+
+} // namespace
+
+int32_t init_parse_tree(void) {
+    name_parse_file();
+    if (traces(TSH_TRACE_STARTUP))
+        trace("\nMapping main parse file: %s", tsh_parse_file);
+
+    const int32_t node_count = verify_and_mmap_parse_tree(tsh_parse_file, &g_atn);
+    if (node_count < 0 || report_if_unsound(g_atn, node_count))
+        give_up("\n Error mapping main parse tree... ");
+    atnode_root = g_atn;
+    if (tsh_init_redirect_root() != 0)
+        give_up("\n Error finding the tsh redirect root node ... ");
+    tsh_parse_tree_root_set(0);
+    return 0;
+}
+
+int32_t tsh_parse_tree_filename_get(char *buffer, uint32_t capacity) {
+    snprintf(buffer, capacity, "%s/default/%s", kParDirectory, kMainTreeFile);
+    return 0;
+}
+
+int32_t verify_and_mmap_parse_tree(const char *path, const tree_node_t **out) {
+    {
+        const ParFile file{path};
+        const off_t size = file.size();
+        if (size < 0)
+            return -1;
+        if (!is_whole_tree(size))
+            return fail("Problem with the parser file.\n");
+    }
+    return mmap_main_parse_tree(path, out);
+}
+
+int32_t mmap_main_parse_tree(const char *path, const tree_node_t **out) {
+    const ParFile file{path};
+    const off_t size = file.size();
+    if (size < 0)
+        return fail_with_reason("Error cannot stat file");
+    main_tree_map_size = static_cast<size_t>(size);
+    if (!is_whole_tree(size))
+        return fail("Error file size error.\n");
+    void *mapping = mmap(nullptr, main_tree_map_size, PROT_READ, MAP_SHARED, file.descriptor(), 0);
+    if (mapping == MAP_FAILED)
+        return fail_with_reason("Error mapping file");
+    *out = static_cast<const tree_node_t *>(mapping);
+    return static_cast<int32_t>(size / TREE_NODE_SIZE);
+}
+
+int32_t munmap_main_parse_tree(const void *address) {
+    if (munmap(const_cast<void *>(address), main_tree_map_size) != 0)
+        return fail_with_reason("Error unmapping file");
+    return 0;
+}
+
+int32_t verify_and_read_parse_tree(const char *path, tree_node_t **out) {
+    const ParFile file{path};
+    if (!file.is_open())
+        return fail_with_reason("Error opening file");
+    const off_t size = file.size();
+    if (size < 0)
+        return fail_with_reason("Error cannot stat file");
+    if (!is_whole_tree(size))
+        return fail("Error file format not main par file\n");
+
+    errno = 0; // a short read sets none
+    const auto bytes = static_cast<size_t>(size);
+    const auto release = [](void *block) { free(block); };
+    std::unique_ptr<void, decltype(release)> buffer{malloc(std::max<size_t>(bytes, 1)), release};
+    if (buffer == nullptr ||
+        !read_whole(file.descriptor(), static_cast<char *>(buffer.get()), bytes))
+        return fail_with_reason("Error reading file");
+    *out = static_cast<tree_node_t *>(buffer.release());
+    return static_cast<int32_t>(size / TREE_NODE_SIZE);
+}
+
+int32_t free_main_parse_tree(tree_node_t *tree) {
+    free(tree);
+    return 0;
+}
+
+int32_t tsh_init_redirect_root(void) {
+    atnode_redirect_root = nullptr;
+    const tree_node_t &root = *atnode_root;
+    for (uint16_t position = 1; position < root.child_count; ++position) {
+        const tree_node_t &child = g_atn[root.children[position]];
+        if (strncmp(child.name, kRedirectRootName, sizeof kRedirectRootName) != 0)
+            continue;
+        // A node without children leads to the root, whatever its unused links hold.
+        atnode_redirect_root = child.child_count == 0 ? g_atn : g_atn + child.children[0];
+        return 0;
+    }
+    return -1;
+}
+
+void tsh_parse_tree_release(const tsh_generic_node_t *node) {
+    if (node->links[0] == 0 && node->links[1] == 0 && node->links[2] == 0)
+        return;
+    if (traces(TSH_TRACE_NAVIGATION))
+        trace("Gnode is not root\n");
+    fputs("Parse tree not released\n", stdout);
+}
+
+int32_t intf_subtree_mask_equal(uint64_t /*intf_mask*/) {
+    return 1;
+}
+
+int32_t perms_mask_valid(const uint8_t * /*perms_mask*/) {
+    return 1;
+}

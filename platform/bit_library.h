@@ -1,0 +1,44 @@
+/* What the device's bit library supplies: the fixed-width mask records, the bit order of stored
+ * masks, and their compressed form. The operations on masks are those of bmask/bmask.h. */
+#ifndef TSH_PLATFORM_BIT_LIBRARY_H
+#define TSH_PLATFORM_BIT_LIBRARY_H
+
+#include "platform/tsh_api.h"
+
+#include <stdint.h>
+
+#define BMASK128_BYTES 16
+#define BMASK256_BYTES 32
+
+/** A set of the numbers 0 to 127. Bit n lies in byte n / 8 at 0x80 >> (n mod 8). */
+typedef struct bmask128_t {
+    uint32_t nbytes; /**< Length of bits in bytes (16), set by bmask128_init. */
+    uint8_t bits[BMASK128_BYTES];
+} bmask128_t;
+
+/** A set of the numbers 0 to 255, in the same bit order. */
+typedef struct bmask256_t {
+    uint32_t nbytes; /**< Length of bits in bytes (32), set by bmask256_init. */
+    uint8_t bits[BMASK256_BYTES];
+} bmask256_t;
+
+/** The byte with its bits in reverse order: bit 7 exchanged with bit 0, 6 with 1 and so on. Its
+ * own inverse. */
+TSH_API uint8_t swapbits(uint8_t byte);
+
+/** Puts a word into the lowest 32 positions of a set: bit i of the word (0 the least significant)
+ * becomes position i. The other positions keep their value. */
+TSH_API void bmask128_uint32_copy(bmask128_t *set, uint32_t word);
+
+/** Stores the mask's bytes up to the last one that is not zero.
+ * @param mask a bmask128_t or bmask256_t; its nbytes tells which.
+ * @return the number of bytes stored (0 for an empty mask), or -1 when they do not fit capacity
+ *         bytes or when nbytes is neither 16 nor 32. */
+TSH_API int32_t bitset_compress(const void *mask, uint8_t *buffer, uint32_t capacity);
+
+/** Loads a mask from the length bytes that bitset_compress stored; the rest of it is cleared.
+ * @return 0, or -1 (mask unchanged) when length exceeds the mask's nbytes or when nbytes is
+ *         neither 16 nor 32. */
+TSH_API int32_t bitset_uncompress(void *mask, const uint8_t *buffer, uint32_t length);
+
+#endif

@@ -1,0 +1,127 @@
+// Byte order of tree files. The table below is the one place that knows which bytes of a record
+// are integers.
+#include "platform/byte_order.h"
+
+#include "platform/byte_order_internal.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <bitset>
+#include <cstring>
+
+namespace {
+
+constexpr bool kHostIsNetworkOrder = std::endian::native == std::endian::big;
+
+struct IntegerRun {
+    size_t offset; // from the start of the node record
+    size_t width;  // bytes of one integer
+    size_t count;
+};
+
+constexpr size_t kParam0 = offsetof(tree_node_t, params);
+constexpr size_t kParam1 = kParam0 + sizeof(parameter_info_t);
+
+constexpr std::array kNodeIntegers{
+    IntegerRun{offsetof(tree_node_t, optional), 2, 2}, // and cmi_msg_type
+    IntegerRun{offsetof(tree_node_t, flags), 4, 3},    // and token_id, command_id
+    IntegerRun{kParam0 + offsetof(parameter_info_t, type_mask), 4, 1},
+    IntegerRun{kParam0 + offsetof(parameter_info_t, intf_mask), 8, 1},
+    IntegerRun{kParam0 + offsetof(parameter_info_t, int_min), 4, 2}, // and int_max
+    IntegerRun{kParam1 + offsetof(parameter_info_t, type_mask), 4, 1},
+    IntegerRun{kParam1 + offsetof(parameter_info_t, intf_mask), 8, 1},
+    IntegerRun{kParam1 + offsetof(parameter_info_t, int_min), 4, 2},
+    // aux_value1, param_count, aux_value2, child_count, children
+    IntegerRun{offsetof(tree_node_t, aux_value1), 2, 4 + TREE_MAX_CHILDREN},
+    IntegerRun{offsetof(tree_node_t, intf_mask), 8, 1},
+};
+
+template <typename Integer> void reverse_bytes(unsigned char *bytes, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        Integer value;
+        unsigned char *place = bytes + i * sizeof value;
+        memcpy(&value, place, sizeof value);
+        if constexpr (sizeof value == 2)
+            value = __builtin_bswap16(value);
+        else if constexpr (sizeof value == 4)
+            value = __builtin_bswap32(value);
+        else
+            value = __builtin_bswap64(value);
+        memcpy(place, &value, sizeof value);
+    }
+}
+
+void swap_node_order(tree_node_t &node) {
+    if constexpr (kHostIsNetworkOrder)
+        return;
+    auto *record = reinterpret_cast<unsigned char *>(&node);
+    for (const IntegerRun &run : kNodeIntegers) {
+        switch (run.width) {
+        case 2:
+            reverse_bytes<uint16_t>(record + run.offset, run.count);
+            break;
+        case 4:
+            reverse_bytes<uint32_t>(record + run.offset, run.count);
+            break;
+        default:
+            reverse_bytes<uint64_t>(record + run.offset, run.count);
+            break;
+        }
+    }
+}
+
+void swap_header_order(subtree_header_t *header) {
+    if constexpr (!kHostIsNetworkOrder)
+        reverse_bytes<uint32_t>(reinterpret_cast<unsigned char *>(header),
+                                sizeof *header / sizeof(uint32_t));
+}
+
+enum class Direction { kToNetwork, kToHost };
+
+// Every reachable node is put on the list once, when the first link to it is seen, and converted
+// when its turn comes; so its links are read in host order on the way. 65,536 indices bound the
+// list whatever the links say.
+void convert_reachable(tree_node_t *nodes, Direction direction) {
+    std::bitset<TREE_MAX_NODES> listed;
+    std::array<uint16_t, TREE_MAX_NODES> list;
+    size_t end = 0;
+    const auto add = [&](uint16_t index) {
+        if (!listed[index]) {
+            listed.set(index);
+            list[end++] = index;
+        }
+    };
+    add(0);
+    for (size_t next = 0; next < end; ++next) {
+        tree_node_t &node = nodes[list[next]];
+        if (direction == Direction::kToHost)
+            swap_node_order(node);
+        const size_t links = std::min<size_t>(node.child_count, TREE_MAX_CHILDREN);
+        std::for_each_n(std::begin(node.children), links, add);
+        if (direction == Direction::kToNetwork)
+            swap_node_order(node);
+    }
+}
+
+} // namespace
+
+void tsh::swap_array_order(std::span<tree_node_t> nodes) {
+    std::ranges::for_each(nodes, swap_node_order);
+}
+
+void hton_subtree_header(subtree_header_t *header) {
+    swap_header_order(header);
+}
+
+void ntoh_subtree_header(subtree_header_t *header) {
+    swap_header_order(header);
+}
+
+void hton_array_tree(tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
+    convert_reachable(nodes, Direction::kToNetwork);
+}
+
+void ntoh_array_tree(tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
+    convert_reachable(nodes, Direction::kToHost);
+}

@@ -1,0 +1,79 @@
+#include "tests/support/failing_malloc.h"
+
+#include <cerrno>
+#include <cstddef>
+
+namespace {
+
+bool armed = false;
+long failing = 0;
+failing_malloc::Tally tally{};
+
+} // namespace
+
+void failing_malloc::arm(long fail_at) {
+    failing = fail_at;
+    tally = {};
+    armed = true;
+}
+
+failing_malloc::Tally failing_malloc::disarm() {
+    armed = false;
+    return tally;
+}
+
+#ifdef __SANITIZE_ADDRESS__
+
+bool failing_malloc::available() {
+    return false;
+}
+
+#else
+
+bool failing_malloc::available() {
+    return true;
+}
+
+extern "C" {
+
+void *__libc_malloc(size_t size);
+void *__libc_calloc(size_t count, size_t size);
+void *__libc_realloc(void *block, size_t size);
+void __libc_free(void *block);
+
+static bool refused() {
+    if (!armed || ++tally.allocations != failing)
+        return false;
+    errno = ENOMEM;
+    return true;
+}
+
+static void *counted(void *block) {
+    if (armed && block != nullptr)
+        ++tally.live;
+    return block;
+}
+
+void *malloc(size_t size) {
+    return refused() ? nullptr : counted(__libc_malloc(size));
+}
+
+void *calloc(size_t count, size_t size) {
+    return refused() ? nullptr : counted(__libc_calloc(count, size));
+}
+
+void *realloc(void *block, size_t size) {
+    if (refused())
+        return nullptr;
+    void *moved = __libc_realloc(block, size);
+    return block == nullptr ? counted(moved) : moved;
+}
+
+void free(void *block) {
+    if (armed && block != nullptr)
+        --tally.live;
+    __libc_free(block);
+}
+}
+
+#endif

@@ -1,0 +1,19 @@
+// Allocations that fail on order. Counting runs from arm to disarm and covers the whole process,
+// so print something to stdout before arming: its buffer is allocated at the first use.
+#pragma once
+
+namespace failing_malloc {
+
+// False where a sanitizer owns malloc; arm then does nothing and the test has to be skipped.
+bool available();
+
+// From now on the fail_at-th allocation fails (1 is the next one; 0: none does).
+void arm(long fail_at);
+
+struct Tally {
+    long allocations; // tried while armed
+    long live;        // blocks allocated and not released while armed
+};
+Tally disarm();
+
+} // namespace failing_malloc

@@ -1,0 +1,71 @@
+#include "tests/support/harness.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace harness {
+
+ScratchDir::ScratchDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "tsh-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr)
+        throw std::runtime_error("no scratch folder");
+    root_ = pattern;
+}
+
+ScratchDir::~ScratchDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+}
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::runtime_error("cannot read " + path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void write_file(const std::string &path, const std::string &bytes) {
+    std::ofstream file(path, std::ios::binary);
+    if (!file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
+        throw std::runtime_error("cannot write " + path);
+}
+
+Outcome in_child(const std::function<int()> &code) {
+    const ScratchDir scratch;
+    const std::string out = scratch.path("out");
+    const std::string err = scratch.path("err");
+    fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        if (freopen(out.c_str(), "w", stdout) == nullptr ||
+            freopen(err.c_str(), "w", stderr) == nullptr)
+            _exit(127);
+        const int status = code();
+        fflush(nullptr);
+        _exit(status);
+    }
+    int ending = 0;
+    waitpid(child, &ending, 0);
+    const int status = WIFEXITED(ending) ? WEXITSTATUS(ending) : 128 + WTERMSIG(ending);
+    return {status, read_file(out), read_file(err)};
+}
+
+Outcome run(const std::vector<std::string> &command, const std::vector<std::string> &settings) {
+    return in_child([&] {
+        std::vector<char *> arguments;
+        for (const std::string &word : command)
+            arguments.push_back(const_cast<char *>(word.c_str()));
+        arguments.push_back(nullptr);
+        for (const std::string &setting : settings)
+            putenv(const_cast<char *>(setting.c_str()));
+        execvp(arguments[0], arguments.data());
+        return 127;
+    });
+}
+
+} // namespace harness

@@ -1,0 +1,45 @@
+// What tests share: scratch folders, whole files, and code or programs run in a process of their
+// own with everything they print.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace harness {
+
+// A folder that is removed with everything in it.
+class ScratchDir {
+public:
+    ScratchDir();
+    ~ScratchDir();
+    ScratchDir(const ScratchDir &) = delete;
+    ScratchDir &operator=(const ScratchDir &) = delete;
+
+    [[nodiscard]] std::string path(const std::string &name) const {
+        return (root_ / name).string();
+    }
+
+private:
+    std::filesystem::path root_;
+};
+
+std::string read_file(const std::string &path);
+void write_file(const std::string &path, const std::string &bytes);
+
+// How a process ended: its exit status, or 128 + the signal that ended it, and what it printed.
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+// Runs code in a child process, so that exits, process-wide state and output stay there. The
+// result of the code is the exit status.
+Outcome in_child(const std::function<int()> &code);
+
+// Runs a program found along PATH. Settings are NAME=VALUE, added to the environment.
+Outcome run(const std::vector<std::string> &command, const std::vector<std::string> &settings = {});
+
+} // namespace harness
