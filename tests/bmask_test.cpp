@@ -19,20 +19,22 @@ namespace {
         using Mask = bmask##N##_t;                                                                 \
         TWIN(N, numbits)                                                                           \
         TWIN(N, new)                                                                               \
-        TWIN(N, init) TWIN(N, delete) TWIN(N, fill) TWIN(N, clear) TWIN(N, copy) TWIN(N, set_bit)  \
-            TWIN(N, clear_bit) TWIN(N, is_bit_set) TWIN(N, set_range_value) TWIN(N, set_range)     \
-                TWIN(N, clear_range) TWIN(N, union) TWIN(N, intersection) TWIN(N, subtract)        \
-                    TWIN(N, revert) TWIN(N, xor) TWIN(N, maskcopy) TWIN(N, maskunion)              \
-                        TWIN(N, maskintersect) TWIN(N, masksubtract) TWIN(N, maskrevert) TWIN(     \
-                            N, union_range) TWIN(N, intersection_range) TWIN(N, subtract_range)    \
-                            TWIN(N, revert_range) TWIN(N, equal) TWIN(N, maskequal)                \
-                                TWIN(N, intersects) TWIN(N, subset) TWIN(N, bitcount)              \
-                                    TWIN(N, compress) TWIN(N, uncompress) TWIN(N, find_bit)        \
-                                        TWIN(N, find_free_bit) TWIN(N, find_prev_bit)              \
-                                            TWIN(N, first_bit) TWIN(N, first_free_bit)             \
-                                                TWIN(N, next_bit) TWIN(N, next_free_bit)           \
-                                                    TWIN(N, nth_bit) TWIN(N, nth_free_bit) TWIN(   \
-                                                        N, next_range) TWIN(N, next_free_range)    \
+        TWIN(N, init)                                                                              \
+        TWIN(N, delete)                                                                            \
+        TWIN(N, fill) TWIN(N, clear) TWIN(N, copy) TWIN(N, set_bit) TWIN(N, clear_bit) TWIN(       \
+            N, is_bit_set) TWIN(N, set_range_value) TWIN(N, set_range) TWIN(N, clear_range)        \
+            TWIN(N, union) TWIN(N, intersection) TWIN(N, subtract) TWIN(N, revert) TWIN(N, xor)    \
+                TWIN(N, maskcopy) TWIN(N, maskunion) TWIN(N, maskintersect) TWIN(N, masksubtract)  \
+                    TWIN(N, maskrevert) TWIN(N, union_range) TWIN(N, intersection_range)           \
+                        TWIN(N, subtract_range) TWIN(N, revert_range) TWIN(N, equal)               \
+                            TWIN(N, maskequal) TWIN(N, intersects) TWIN(N, subset)                 \
+                                TWIN(N, bitcount) TWIN(N, compress) TWIN(N, uncompress)            \
+                                    TWIN(N, find_bit) TWIN(N, find_free_bit) TWIN(N,               \
+                                                                                  find_prev_bit)   \
+                                        TWIN(N, first_bit) TWIN(N, first_free_bit)                 \
+                                            TWIN(N, next_bit) TWIN(N, next_free_bit)               \
+                                                TWIN(N, nth_bit) TWIN(N, nth_free_bit)             \
+                                                    TWIN(N, next_range) TWIN(N, next_free_range)   \
                                                         TWIN(N, is_range_free) TWIN(N, sprintf)    \
                                                             TWIN(N, snprintf) TWIN(N, printf)      \
                                                                 TWIN(N, hex_printf)                \
@@ -50,28 +52,25 @@ protected:
     static constexpr int N = Width::kBits;
     using Model = std::bitset<N>;
 
-    static uint8_t &byte_of(Mask &mask, int n) { return mask.bits[n / 8]; }
-
     static Mask mask_of(const Model &model) {
         Mask mask{N / 8, {}};
-        for (int n = 0; n < N; ++n)
-            if (model[n])
-                byte_of(mask, n) |= 0x80 >> n % 8;
+        for (size_t n = 0; n < N; ++n)
+            mask.bits[n / 8] |= static_cast<uint8_t>(model[n] << (7 - n % 8));
         return mask;
     }
 
-    static Mask mask_of(std::initializer_list<int> bits) {
+    static Mask mask_of(std::initializer_list<size_t> bits) {
         Model model;
-        for (const int n : bits)
+        for (const size_t n : bits)
             model.set(n);
         return mask_of(model);
     }
 
-    static Model model_of(Mask mask) {
+    static Model model_of(const Mask &mask) {
         EXPECT_EQ(mask.nbytes, N / 8);
         Model model;
-        for (int n = 0; n < N; ++n)
-            model[n] = (byte_of(mask, n) & 0x80 >> n % 8) != 0;
+        for (size_t n = 0; n < N; ++n)
+            model[n] = (mask.bits[n / 8] >> (7 - n % 8) & 1) != 0;
         return model;
     }
 
@@ -82,7 +81,7 @@ protected:
         Model model;
         const int longest_run = 1 << any_of(0, 8);
         bool set = any_of(0, 1) != 0;
-        for (int n = 0; n < N; set = !set)
+        for (size_t n = 0; n < N; set = !set)
             for (int run = any_of(1, longest_run); run > 0 && n < N; --run)
                 model[n++] = set;
         return model;
@@ -94,22 +93,22 @@ protected:
     static Model range_of(int64_t first, int64_t count) {
         Model model;
         for (int n = 0; n < N; ++n)
-            model[n] = n >= first && n < first + count;
+            model[static_cast<size_t>(n)] = n >= first && n < first + count;
         return model;
     }
 
     // The n-th bit at start or above that is set in the model, or -1.
     static int lowest(const Model &model, int64_t start, int rank = 0) {
-        for (int n = static_cast<int>(std::clamp<int64_t>(start, 0, N)); n < N; ++n)
+        for (auto n = static_cast<size_t>(std::clamp<int64_t>(start, 0, N)); n < N; ++n)
             if (model[n] && rank-- == 0)
-                return n;
+                return static_cast<int>(n);
         return -1;
     }
 
-    using Runs = std::vector<std::pair<int, int>>;
+    using Runs = std::vector<std::pair<size_t, size_t>>;
     static Runs runs_of(const Model &model) {
         Runs runs;
-        for (int n = 0; n < N; ++n)
+        for (size_t n = 0; n < N; ++n)
             if (model[n] && n > 0 && model[n - 1])
                 runs.back().second = n;
             else if (model[n])
@@ -136,9 +135,15 @@ TYPED_TEST_SUITE(Masks, Widths);
 TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
     using W = TypeParam;
     for (int round = 0; round < 1000; ++round) {
-        const auto d = this->any_model(), a = this->any_model(), m = this->any_model();
-        const auto mask_a = this->mask_of(a), mask_m = this->mask_of(m), mask_d = this->mask_of(d);
-        const auto *pa = &mask_a, *pm = &mask_m, *pd = &mask_d;
+        const auto d = this->any_model();
+        const auto a = this->any_model();
+        const auto m = this->any_model();
+        const auto mask_d = this->mask_of(d);
+        const auto mask_a = this->mask_of(a);
+        const auto mask_m = this->mask_of(m);
+        const auto *pd = &mask_d;
+        const auto *pa = &mask_a;
+        const auto *pm = &mask_m;
         const auto changes = [&](const char *name, const auto &expected, auto change) {
             auto dst = mask_d;
             change(&dst);
@@ -164,8 +169,10 @@ TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
                 [&](auto *dst) { W::mask_masksubtract(dst, pa, pm); });
         changes("maskrevert", d ^ m, [&](auto *dst) { W::mask_maskrevert(dst, pm); });
 
-        const int n = this->any_bound(), count = this->any_bound();
-        const auto bit = this->range_of(n, 1), range = this->range_of(n, count);
+        const int n = this->any_bound();
+        const int count = this->any_bound();
+        const auto bit = this->range_of(n, 1);
+        const auto range = this->range_of(n, count);
         changes("set_bit", d | bit, [&](auto *dst) { W::mask_set_bit(dst, n); });
         changes("clear_bit", d & ~bit, [&](auto *dst) { W::mask_clear_bit(dst, n); });
         EXPECT_EQ(W::mask_is_bit_set(pd, n), (d & bit).any());
@@ -204,9 +211,11 @@ TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
 TYPED_TEST(Masks, SearchesFollowTheModel) {
     using W = TypeParam;
     for (int round = 0; round < 1000; ++round) {
-        const auto set = this->any_model(), free = ~set;
+        const auto set = this->any_model();
+        const auto free = ~set;
         const auto mask = this->mask_of(set);
-        const int n = this->any_bound(), k = this->any_bound();
+        const int n = this->any_bound();
+        const int k = this->any_bound();
         EXPECT_EQ(W::mask_find_bit(&mask, n), this->lowest(set, n));
         EXPECT_EQ(W::mask_find_free_bit(&mask, n), this->lowest(free, n));
         EXPECT_EQ(W::mask_next_bit(&mask, n), this->lowest(set, int64_t{n} + 1));
@@ -270,9 +279,10 @@ TYPED_TEST(Masks, BitArraysReverseEveryByte) {
         uint8_t array[kBytes + 4];
         memset(array, 0xEE, sizeof array);
         W::mask_to_bitarray(&mask, array, length);
-        for (int n = 0; n < std::max(length, 0) * 8; ++n)
+        const auto used = static_cast<size_t>(std::max(length, 0));
+        for (size_t n = 0; n < used * 8; ++n)
             ASSERT_EQ(array[n / 8] >> n % 8 & 1, n < W::kBits && model[n]);
-        EXPECT_EQ(array[std::max(length, 0)], 0xEE);
+        EXPECT_EQ(array[used], 0xEE);
         auto loaded = this->mask_of(~model);
         W::mask_from_bitarray(&loaded, array, length);
         EXPECT_EQ(this->model_of(loaded), model & this->range_of(0, length * 8));
@@ -289,7 +299,8 @@ TYPED_TEST(Masks, WorkedValues) {
     EXPECT_EQ(memcmp(mask->bits, "\x1F\xF8\0", 3), 0);
     W::mask_delete(mask);
 
-    const auto some = this->mask_of({1, 2, 3, 5, 9}), empty = this->mask_of({});
+    const auto some = this->mask_of({1, 2, 3, 5, 9});
+    const auto empty = this->mask_of({});
     char text[8] = "#######";
     uint8_t done = 9;
     EXPECT_EQ(W::mask_snprintf(text, 6, &some, 1, &done), 5);

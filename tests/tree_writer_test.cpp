@@ -163,7 +163,7 @@ TEST(TreeWriter, WhatIsAbsentIsLeftOut) {
     treefile_copy_permissions_mask(bits, 0x00000100);
     EXPECT_EQ(memcmp(bits, "\0\1\0\0\xFF\xFF", 6), 0);
     write_node_to_array(nullptr, nodes.data());
-    EXPECT_EQ(memcmp(&nodes[0], &nodes[1], sizeof nodes[0]), 0);
+    EXPECT_EQ(memcmp(nodes.data(), &nodes[1], TREE_NODE_SIZE), 0);
 }
 
 TEST(TreeFiles, ReadBackAsWritten) {
@@ -173,7 +173,9 @@ TEST(TreeFiles, ReadBackAsWritten) {
     root.child(shared).child(keyword("a").child(shared));
     const std::vector<tree_node_t> nodes = grammar::lay_out(root);
     const auto count = static_cast<uint32_t>(nodes.size());
-    const std::string plain = scratch.path("plain"), packed = scratch.path("packed");
+    const size_t size = nodes.size() * TREE_NODE_SIZE;
+    const std::string plain = scratch.path("plain");
+    const std::string packed = scratch.path("packed");
     const subtree_path_t path = below("root");
     for (const bool compressed : {false, true}) {
         auto copy = nodes;
@@ -181,17 +183,18 @@ TEST(TreeFiles, ReadBackAsWritten) {
         ASSERT_EQ(
             write_array_tree_to_file(copy.data(), count, 1, &path, stream.get(), 1, compressed, 0),
             0);
-        EXPECT_NE(memcmp(copy.data(), nodes.data(), sizeof copy[0]), 0);
+        EXPECT_NE(memcmp(copy.data(), nodes.data(), size), 0);
     }
     EXPECT_EQ(inflated(packed), harness::read_file(plain));
     ASSERT_EQ(harness::run({"sh", "-c", "gzip <\"$0\" >\"$0.gz\"", plain}).status, 0);
 
     const std::vector<std::pair<std::string, int>> ways{
         {plain, 0}, {plain, 1}, {packed, 1}, {plain + ".gz", 1}};
-    for (const auto &[file, compressed] : ways) {
-        const Stream stream = open_stream(file, "rb", compressed != 0);
-        const auto read = [&](void *buffer, size_t size) {
-            return read_regular_or_compressed(stream.get(), buffer, static_cast<uint32_t>(size),
+    for (const auto &way : ways) {
+        const int32_t compressed = way.second;
+        const Stream stream = open_stream(way.first, "rb", compressed != 0);
+        const auto read = [&](void *buffer, size_t most) {
+            return read_regular_or_compressed(stream.get(), buffer, static_cast<uint32_t>(most),
                                               compressed);
         };
         subtree_header_t header;
@@ -199,15 +202,15 @@ TEST(TreeFiles, ReadBackAsWritten) {
         std::vector<tree_node_t> loaded(nodes.size() + 1);
         ASSERT_EQ(read(&header, sizeof header), 24);
         ntoh_subtree_header(&header);
-        EXPECT_EQ(header.tree_bytes, count * 1000);
+        EXPECT_EQ(header.tree_bytes, size);
         ASSERT_EQ(read(text, header.path_len), 5);
         EXPECT_STREQ(text, "root");
-        ASSERT_EQ(read(loaded.data(), loaded.size() * 1000), static_cast<int>(count * 1000));
+        ASSERT_EQ(read(loaded.data(), size + TREE_NODE_SIZE), static_cast<int>(size));
         ntoh_array_tree(loaded.data(), 0, 0);
-        EXPECT_EQ(memcmp(loaded.data(), nodes.data(), count * 1000), 0) << file;
+        EXPECT_EQ(memcmp(loaded.data(), nodes.data(), size), 0) << way.first;
         hton_array_tree(loaded.data(), 0, 0);
         ntoh_array_tree(loaded.data(), 0, 0);
-        EXPECT_EQ(memcmp(loaded.data(), nodes.data(), count * 1000), 0);
+        EXPECT_EQ(memcmp(loaded.data(), nodes.data(), size), 0);
     }
 }
 
@@ -337,7 +340,7 @@ TEST(TreeFiles, EveryFailedWriteIsReported) {
                                                                    {"/dev/full", "wb"}};
     for (const auto &[path, mode] : places)
         for (const bool compressed : {false, true})
-            for (const uint32_t count : {1, 40}) {
+            for (const uint32_t count : {1U, 40U}) {
                 const Outcome outcome = in_child([&, &path = path, &mode = mode] {
                     std::vector<tree_node_t> nodes(count);
                     const subtree_path_t attach_path = below("a");
