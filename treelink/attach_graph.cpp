@@ -102,10 +102,14 @@ void tsh::SubtreeSearch::reach(uint32_t subtree) {
 tsh::AttachGraph::AttachGraph(std::span<const tree_node_t> nodes, std::vector<uint32_t> firsts)
     : nodes_(nodes), firsts_(std::move(firsts)), wishes_(firsts_.size()), walked_(firsts_.size()),
       below_root_(nodes.size()), children_(firsts_.size()), parents_(firsts_.size()),
-      downwards_(children_), upwards_(parents_), steps_left_(kMostSteps) {}
+      downwards_(children_), upwards_(parents_), steps_left_(kMostSteps) {
+    subtree_of_.reserve(nodes.size());
+    for (uint32_t subtree = 0; subtree < firsts_.size(); ++subtree)
+        subtree_of_.resize(end_of(subtree), static_cast<uint16_t>(subtree));
+}
 
 void tsh::AttachGraph::wish(uint32_t parent_node, uint32_t subtree) {
-    wishes_.add(subtree_of(parent_node), subtree);
+    wishes_.add(subtree_of_[parent_node], subtree);
 }
 
 void tsh::AttachGraph::find_circles() {
@@ -113,25 +117,25 @@ void tsh::AttachGraph::find_circles() {
 }
 
 bool tsh::AttachGraph::closes_cycle(uint32_t parent_node, uint32_t subtree) {
-    return lies_on_circle(parent_node, subtree) && leads_to(subtree, subtree_of(parent_node));
+    return lies_on_circle(parent_node, subtree) && leads_to(subtree, subtree_of_[parent_node]);
 }
 
 void tsh::AttachGraph::made(uint32_t parent_node, uint32_t subtree) {
     if (!lies_on_circle(parent_node, subtree))
         return;
-    children_.add(subtree_of(parent_node), subtree);
-    parents_.add(subtree, subtree_of(parent_node));
+    children_.add(subtree_of_[parent_node], subtree);
+    parents_.add(subtree, subtree_of_[parent_node]);
 }
 
-uint32_t tsh::AttachGraph::subtree_of(uint32_t node) const {
-    const auto after = std::ranges::upper_bound(firsts_, node);
-    return static_cast<uint32_t>(after - firsts_.begin() - 1);
+uint32_t tsh::AttachGraph::end_of(uint32_t subtree) const {
+    return subtree + 1 < firsts_.size() ? firsts_[subtree + 1]
+                                        : static_cast<uint32_t>(nodes_.size());
 }
 
 // A subtree is only ever entered at its root, so a parent that the root does not lead to ends
 // every way that comes in.
 bool tsh::AttachGraph::lies_on_circle(uint32_t parent_node, uint32_t subtree) {
-    const uint32_t parent = subtree_of(parent_node);
+    const uint32_t parent = subtree_of_[parent_node];
     if (circle_[parent] != circle_[subtree])
         return false;
     if (!walked_[parent])

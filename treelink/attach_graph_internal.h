@@ -73,19 +73,20 @@ public:
     void made(uint32_t parent_node, uint32_t subtree);
 
 private:
-    [[nodiscard]] uint32_t subtree_of(uint32_t node) const;
+    [[nodiscard]] uint32_t end_of(uint32_t subtree) const;
     bool lies_on_circle(uint32_t parent_node, uint32_t subtree);
     void find_nodes_below_root(uint32_t subtree);
     bool leads_to(uint32_t from, uint32_t to);
 
     std::span<const tree_node_t> nodes_;
     std::vector<uint32_t> firsts_;
-    SubtreeLinks wishes_;          // from parent to child
-    std::vector<uint32_t> circle_; // by subtree: equal for those on one circle
-    std::vector<bool> walked_;     // by subtree: whether below_root_ is known
-    std::vector<bool> below_root_; // by node: whether the root of its subtree leads to it
-    SubtreeLinks children_;        // links made on circles, by parent
-    SubtreeLinks parents_;         // the same by child
+    std::vector<uint16_t> subtree_of_; // by node
+    SubtreeLinks wishes_;              // from parent to child
+    std::vector<uint32_t> circle_;     // by subtree: equal for those on one circle
+    std::vector<bool> walked_;         // by subtree: whether below_root_ is known
+    std::vector<bool> below_root_;     // by node: whether the root of its subtree leads to it
+    SubtreeLinks children_;            // links made on circles, by parent
+    SubtreeLinks parents_;             // the same by child
     SubtreeSearch downwards_;
     SubtreeSearch upwards_;
     uint64_t steps_left_;

@@ -2,8 +2,20 @@
 #include "treelink/memory_internal.h"
 
 #include <glib.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
+
+constexpr size_t kLargeBlock = size_t{4} << 20U;
+
+// Pages are advised whole; those that the block shares with others are left out. It is no more
+// than advice, so nothing depends on it being taken.
+void ask_for_huge_pages(void *block, size_t size) {
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t shared = (page - reinterpret_cast<uintptr_t>(block) % page) % page;
+    madvise(static_cast<char *>(block) + shared, (size - shared) / page * page, MADV_HUGEPAGE);
+}
 
 constexpr int kOutOfMemoryStatus = 100;
 
@@ -40,6 +52,15 @@ const FatalMessageHandler fatal_message_handler;
 
 void tsh::end_out_of_memory() {
     exit(kOutOfMemoryStatus);
+}
+
+void *tsh::allocate_bytes(size_t size) {
+    void *block = malloc(std::max(size, size_t{1}));
+    if (block == nullptr)
+        end_out_of_memory();
+    if (size >= kLargeBlock)
+        ask_for_huge_pages(block, size);
+    return block;
 }
 
 tsh::GlibCall::GlibCall() {

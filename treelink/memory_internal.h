@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -16,13 +17,15 @@ struct FreeBlock {
 };
 template <typename T> using Block = std::unique_ptr<T, FreeBlock>;
 
-/// Room for count objects, not cleared. C callers own such blocks, so they come from malloc.
+/// Not cleared. C callers own such blocks, so they come from malloc. Large ones are asked onto huge
+/// pages: they are about to be filled, and touching page after page costs more than the filling.
+void *allocate_bytes(size_t size);
+
+/// Room for count objects, not cleared.
 template <typename T> Block<T> allocate(size_t count) {
-    void *block =
-        count > SIZE_MAX / sizeof(T) ? nullptr : malloc(std::max(count, size_t{1}) * sizeof(T));
-    if (block == nullptr)
+    if (count > SIZE_MAX / sizeof(T))
         end_out_of_memory();
-    return Block<T>{static_cast<T *>(block)};
+    return Block<T>{static_cast<T *>(allocate_bytes(count * sizeof(T)))};
 }
 
 /// Room for count objects, all zero.

@@ -11,12 +11,13 @@
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <glib.h>
 #include <memory>
+#include <string_view>
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -92,20 +93,19 @@ private:
     int32_t compressed_;
 };
 
-// Calls take(name, length) for every name of an attach path that is not empty.
-template <typename Take> void for_each_name(const char *text, Take take) {
-    while (*text != '\0') {
-        const size_t length = strcspn(text, ",");
-        if (length > 0)
-            take(text, length);
-        text += length;
-        text += strspn(text, ",");
+// Calls take(name) for every name of an attach path that is not empty.
+template <typename Take> void for_each_name(std::string_view text, Take take) {
+    while (!text.empty()) {
+        const std::string_view name = text.substr(0, text.find(','));
+        if (!name.empty())
+            take(name);
+        text.remove_prefix(std::min(name.size() + 1, text.size()));
     }
 }
 
 size_t count_names(const char *text) {
     size_t count = 0;
-    for_each_name(text, [&](const char *, size_t) { ++count; });
+    for_each_name(text, [&](std::string_view) { ++count; });
     return count;
 }
 
@@ -240,13 +240,12 @@ int32_t add_unresolved_subtree(subtree_entry_t **head, const char *file_name, tr
 }
 
 int32_t extract_path(const char *text, char (*attach_paths)[TREE_NAME_SIZE]) {
-    std::array<char, SUBTREE_PATH_TEXT_SIZE> names;
-    robust_strncpy(names.data(), text, names.size());
+    const size_t length = strnlen(text, SUBTREE_PATH_TEXT_SIZE - 1);
     int32_t count = 0;
-    for_each_name(names.data(), [&](const char *name, size_t length) {
+    for_each_name({text, length}, [&](std::string_view name) {
         if (count < SUBTREE_ATTACH_PATHS)
-            robust_strncpy(attach_paths[count++], name,
-                           std::min<size_t>(length + 1, TREE_NAME_SIZE));
+            robust_strncpy(attach_paths[count++], name.data(),
+                           std::min<size_t>(name.size() + 1, TREE_NAME_SIZE));
     });
     record_of(attach_paths)->path_count = count;
     return count;
