@@ -4,7 +4,6 @@
 #include "treelink/attach.h"
 
 #include <algorithm>
-#include <ranges>
 #include <span>
 
 namespace tsh {

@@ -73,9 +73,10 @@ private:
         while (!refused_.empty()) {
             const subtree_entry_t *owner = refused_.back();
             refused_.pop_back();
-            for (const Need &need : std::ranges::equal_range(needs_, owner, {}, &Need::owner))
-                if (need.record->status != SUBTREE_UNRESOLVABLE)
-                    refuse(*need.record);
+            auto need = std::ranges::lower_bound(needs_, owner, {}, &Need::owner);
+            for (; need != needs_.end() && need->owner == owner; ++need)
+                if (need->record->status != SUBTREE_UNRESOLVABLE)
+                    refuse(*need->record);
         }
     }
 

@@ -9,7 +9,6 @@
 #include <bitset>
 #include <cstdio>
 #include <optional>
-#include <ranges>
 #include <span>
 #include <sys/mman.h>
 #include <vector>
@@ -134,8 +133,9 @@ void record_visit(GHashTable *table, Visit visit) {
 int32_t atnodes_to_dl_hash(const tree_node_t *base, GHashTable *table, uint32_t index,
                            const tree_node_t *parent) {
     return tsh::at_c_edge([&] {
-        for (const Visit &visit : std::views::reverse(last_visits(base, {base + index, parent})))
-            record_visit(table, visit);
+        const std::vector<Visit> visits = last_visits(base, {base + index, parent});
+        std::for_each(visits.rbegin(), visits.rend(),
+                      [&](const Visit &visit) { record_visit(table, visit); });
         return 0;
     });
 }
