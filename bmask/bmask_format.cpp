@@ -13,10 +13,6 @@ using tsh::next_bit;
 
 constexpr uint32_t kNoBound = UINT32_MAX;
 
-template <typename Mask> constexpr size_t kTextSize;
-template <> constexpr size_t kTextSize<bmask128_t> = BMASK128_TEXT_SIZE;
-template <> constexpr size_t kTextSize<bmask256_t> = BMASK256_TEXT_SIZE;
-
 // A list under construction in the caller's buffer; always terminated, unless it has no room.
 class ListText {
 public:
@@ -77,13 +73,13 @@ int32_t print_piece(char *buffer, uint32_t capacity, const Mask &mask, bool rest
         printf_curr_idx = 0;
     const int32_t start = restart ? 0 : next_bit<Bit::kSet>(mask, printf_curr_idx);
     ListText list{buffer, capacity};
-    const bool complete =
-        start < 0 || for_each_run(mask, start, [&](const bmask_range_t &run) {
-            if (!list.append(run))
-                return false;
-            printf_curr_idx = run.last;
-            return true;
-        });
+    const auto append = [&](const bmask_range_t &run) {
+        if (!list.append(run))
+            return false;
+        printf_curr_idx = run.last;
+        return true;
+    };
+    const bool complete = start < 0 || for_each_run(mask, start, append);
     if (complete)
         printf_curr_idx = 0;
     done = complete;
@@ -91,7 +87,7 @@ int32_t print_piece(char *buffer, uint32_t capacity, const Mask &mask, bool rest
 }
 
 template <typename Mask> void print_list(const Mask &mask) {
-    char text[kTextSize<Mask>];
+    char text[BMASK256_TEXT_SIZE];
     print_to(text, mask);
     printf("%s", text);
 }
@@ -119,8 +115,8 @@ template <typename Mask> size_t shared_bytes(int32_t length) {
 }
 
 template <typename Mask> void to_bitarray(const Mask &mask, uint8_t *array, int32_t length) {
-    uint8_t *rest = std::transform(mask.bits, mask.bits + shared_bytes<Mask>(length), array,
-                                   swapbits);
+    uint8_t *rest =
+        std::transform(mask.bits, mask.bits + shared_bytes<Mask>(length), array, swapbits);
     std::fill(rest, array + std::max(length, 0), uint8_t{0});
 }
 
@@ -133,6 +129,7 @@ template <typename Mask> void from_bitarray(Mask &mask, const uint8_t *array, in
 
 // The exported twins, one operation a row.
 // clang-format off
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define EXPORT_FORMATS(N, Mask)                                                                    \
     int32_t bmask##N##_sprintf(char *buffer, const Mask *mask) { return print_to(buffer, *mask); } \
     int32_t bmask##N##_snprintf(char *buffer, uint32_t capacity, const Mask *mask,                 \
@@ -145,6 +142,7 @@ template <typename Mask> void from_bitarray(Mask &mask, const uint8_t *array, in
         { to_bitarray(*mask, array, length); }                                                     \
     void bmask##N##_from_bitarray(Mask *mask, const uint8_t *array, int32_t length)                \
         { from_bitarray(*mask, array, length); }
+// NOLINTEND(bugprone-macro-parentheses)
 // clang-format on
 
 EXPORT_FORMATS(128, bmask128_t)

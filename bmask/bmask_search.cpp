@@ -65,6 +65,7 @@ template <typename Mask> bool is_range_free(const Mask &mask, const bmask_range_
 
 // The exported twins, one operation a row.
 // clang-format off
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define EXPORT_SEARCHES(N, Mask)                                                                   \
     int32_t bmask##N##_find_bit(const Mask *mask, int32_t start)                                   \
         { return find_bit<Bit::kSet>(*mask, start); }                                              \
@@ -88,6 +89,7 @@ template <typename Mask> bool is_range_free(const Mask &mask, const bmask_range_
         { return next_range<Bit::kFree>(*mask, *range); }                                          \
     int32_t bmask##N##_is_range_free(const Mask *mask, const bmask_range_t *range)                 \
         { return is_range_free(*mask, *range); }
+// NOLINTEND(bugprone-macro-parentheses)
 // clang-format on
 
 EXPORT_SEARCHES(128, bmask128_t)

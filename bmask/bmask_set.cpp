@@ -101,9 +101,8 @@ bool every_word(Test test, const Mask &first, const Masks &...others) {
 
 template <typename Mask> int32_t bitcount(const Mask &mask) {
     const MaskWords<Mask> words = load(mask);
-    return std::accumulate(words.begin(), words.end(), 0, [](int32_t sum, MaskWord word) {
-        return sum + std::popcount(word);
-    });
+    return std::accumulate(words.begin(), words.end(), 0,
+                           [](int32_t sum, MaskWord word) { return sum + std::popcount(word); });
 }
 
 template <typename Mask> Mask *init(Mask *mask) {
@@ -120,6 +119,7 @@ template <typename Mask> Mask *new_mask() {
 
 // The exported twins, one operation a row.
 // clang-format off
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define EXPORT_SETS(N, Mask)                                                                       \
     int32_t bmask##N##_numbits(void) { return kMaskBits<Mask>; }                                   \
     Mask *bmask##N##_new(void) { return new_mask<Mask>(); }                                        \
@@ -177,6 +177,7 @@ template <typename Mask> Mask *new_mask() {
         { return bitset_compress(mask, buffer, capacity); }                                        \
     int32_t bmask##N##_uncompress(Mask *mask, const uint8_t *buffer, uint32_t length)              \
         { return bitset_uncompress(mask, buffer, length); }
+// NOLINTEND(bugprone-macro-parentheses)
 // clang-format on
 
 EXPORT_SETS(128, bmask128_t)
