@@ -4,10 +4,10 @@
 
 #include "atnode/relations.h"
 #include "cmd_gen/line_output_internal.h"
+#include "cmd_gen/param_piece_internal.h"
+#include "cmd_gen/word_table_internal.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/trace_internal.h"
-#include "param_reg/param_registry.h"
-#include "param_reg/type_keys_internal.h"
 #include "parse_tree/tree_load.h"
 #include "platform/robust_string.h"
 
@@ -24,159 +24,169 @@ int32_t submode_depth;
 
 namespace {
 
-constexpr std::string_view kWordGap = "  ";
-constexpr std::string_view kOptionalMark = "[o]";
+using tsh::ListedNode;
 
-std::span<const parameter_info_t> params_of(const tree_node_t *node) {
-    return {node->params, std::min<size_t>(node->param_count, TREE_MAX_PARAMS)};
+void report_no_memory_for_line() {
+    fputs("\nMem alloc failed...", stderr);
 }
 
-// The names of a parameter's types in angle brackets.
-class ParamPiece {
-public:
-    explicit ParamPiece(const parameter_info_t &param) {
-        __strcpy_to_buf(sizeof text_, text_, "<");
-        tsh::TypeKeys keys{param.type_mask};
-        while (const auto key = keys.next())
-            if (const param_reg_info_t *type = param_reg_info_get(*key))
-                __strcat_to_buf(sizeof text_, text_, type->name);
-        __strcat_to_buf(sizeof text_, text_, ">");
-    }
-
-    [[nodiscard]] const char *text() const { return text_; }
-
-private:
-    char text_[256];
-};
-
-// Grows a line by a text and the optional mark.
-char *add_text(char *line, const char *text, bool optional) {
-    const size_t size = strlen(line) + strlen(text) + (optional ? kOptionalMark.size() : 0) + 1;
+// Grows a line by a text and, for an optional node, the mark.
+char *add_text(char *line, const char *text, const tree_node_t *node) {
+    const std::string_view mark = node->optional != 0 ? tsh::kOptionalMark : "";
+    const size_t size = strlen(line) + strlen(text) + mark.size() + 1;
     auto *grown = static_cast<char *>(tsh_realloc(line, static_cast<uint32_t>(size)));
     if (grown == nullptr) {
-        fputs("\nMem alloc failed...", stderr);
+        report_no_memory_for_line();
         return nullptr;
     }
     robust_strncat(grown, text, size);
-    if (optional)
-        robust_strncat(grown, kOptionalMark.data(), size);
-    return grown;
+    return robust_strncat(grown, mark.data(), size);
 }
 
-// One enumeration: the line in hand and the way out.
+// One enumeration. The line in hand is line_[start_, length_), indentation included; before
+// start_ stand the words that led into the submode.
 class Listing {
 public:
-    ~Listing() { tsh_free(line_); }
     Listing() = default;
+    ~Listing() { tsh_free(line_); }
     Listing(const Listing &) = delete;
     Listing &operator=(const Listing &) = delete;
 
     bool list(const tree_node_t *node, std::string_view prefix) {
-        return append(prefix) && list_below(node);
+        const auto index = static_cast<uint16_t>(node - g_atn);
+        const ListedNode *top = words_.find(index);
+        return top == nullptr ? out_of_memory()
+                              : start_line() && append(prefix) && list_below(index, *top);
     }
 
 private:
-    bool list_below(const tree_node_t *node) {
-        atnode_stack_push(node);
-        bool going_on = stack.atn_stack_top < ATN_STACK_SIZE;
-        for (uint32_t i = 0; going_on && i < node->child_count; ++i)
-            going_on = list_child(g_atn + node->children[i]);
+    bool list_below(uint16_t index, const ListedNode &node) {
+        atnode_stack_push(g_atn + index);
+        const bool has_room = stack.atn_stack_top < ATN_STACK_SIZE;
+        const bool going_on = has_room && (tsh::traces(UINT32_MAX) ? list_children_traced(index)
+                                                                   : list_children(node));
         atnode_stack_pop();
         return going_on;
     }
 
-    bool list_child(const tree_node_t *child) {
-        if (cmd_gen_mode_single == 1 && is_left_out(child))
-            return true;
-        const size_t length = length_;
-        if (!append(kWordGap) || !append_words(child))
-            return false;
-        if ((child->flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0 && !print_line())
-            return false;
-        if (child->child_count != 0 && !list_children_of(child))
-            return false;
-        length_ = length;
+    // Most lines end in a leaf, so leaves are printed without further ado.
+    bool list_children(const ListedNode &node) {
+        for (unsigned position = 0; position < node.child_count; ++position) {
+            const uint16_t index = words_.child_of(node, position);
+            if (const ListedNode *leaf = words_.plain_leaf(index))
+                print_line(words_.word_of(*leaf));
+            else if (!list_child(index))
+                return false;
+        }
+        return !output_.failed();
+    }
+
+    // The same children, found the way that shows in the traces.
+    bool list_children_traced(uint16_t index) {
+        for (const tree_node_t *child = atnode_first_child(g_atn + index); child != nullptr;
+             child = atnode_next_sibling(child))
+            if (!list_child(static_cast<uint16_t>(child - g_atn)))
+                return false;
         return true;
     }
 
-    bool list_children_of(const tree_node_t *child) {
-        if ((child->flags & TREE_FLAG_SUBMODE) == 0)
-            return list_below(child);
-        if (cmd_gen_mode_single == 1)
+    bool list_child(uint16_t index) {
+        const ListedNode *child = words_.find(index);
+        if (child == nullptr)
+            return out_of_memory();
+        if (child->left_out)
             return true;
-        const size_t start = start_;
-        start_ = length_;
-        ++submode_depth;
-        const bool going_on = list_below(child);
-        --submode_depth;
-        start_ = start;
+        if (child->printed)
+            print_line(words_.word_of(*child));
+        if (output_.failed() || child->child_count == 0)
+            return !output_.failed();
+        return child->submode ? list_submode(index, *child) : list_below_word(index, *child);
+    }
+
+    bool list_below_word(uint16_t index, const ListedNode &child) {
+        const size_t length = length_;
+        const bool going_on = append(words_.word_of(child)) && list_below(index, child);
+        length_ = length;
         return going_on;
     }
 
-    static bool is_left_out(const tree_node_t *child) {
-        return intf_subtree_mask_equal(child->intf_mask) == 0 ||
-               perms_mask_valid(child->perms_mask) == 0 ||
-               (child->flags & (TREE_FLAG_EXCLUDED | TREE_FLAG_EXCLUDED_ALSO)) != 0;
+    bool list_submode(uint16_t index, const ListedNode &child) {
+        if (cmd_gen_mode_single == 1)
+            return true;
+        const size_t start = start_;
+        const size_t length = length_;
+        ++submode_depth;
+        const bool going_on = start_line() && list_below(index, child);
+        --submode_depth;
+        start_ = start;
+        length_ = length;
+        return going_on;
     }
 
-    bool append_words(const tree_node_t *node) {
-        const auto append_word = [&](std::string_view word) {
-            return append(word) && (node->optional == 0 || append(kOptionalMark));
-        };
-        if (node->token[0] != '\0' && !append_word(node->token))
+    // Begins a line of its own behind the one in hand.
+    bool start_line() {
+        start_ = length_;
+        if (!reserve(indentation()))
             return false;
-        return std::ranges::all_of(params_of(node), [&](const parameter_info_t &param) {
-            return append_word(ParamPiece(param).text());
-        });
+        memset(line_ + length_, ' ', indentation());
+        length_ += indentation();
+        return true;
+    }
+
+    static size_t indentation() {
+        return static_cast<size_t>(std::clamp(2 * submode_depth, 0, SPC_STR_SIZE - 1));
     }
 
     bool append(std::string_view text) {
-        if (text.size() > capacity_ - length_ && !grow(text.size()))
+        if (!reserve(text.size()))
             return false;
         memcpy(line_ + length_, text.data(), text.size());
         length_ += text.size();
         return true;
     }
 
-    bool grow(size_t more) {
-        out_.drain(); // what the allocator may have to say comes after the lines so far
-        const size_t size = std::max<size_t>(2 * (length_ + more), 1024);
+    // Makes room for more bytes, and for copying the line in chunks.
+    bool reserve(size_t more) {
+        const size_t needed = length_ + more + tsh::kCopyChunk;
+        if (needed <= capacity_)
+            return true;
+        output_.drain(); // the allocator may have something to say, after the lines so far
+        const size_t size = std::max<size_t>(2 * needed, 1024);
         auto *grown = static_cast<char *>(tsh_realloc(line_, static_cast<uint32_t>(size)));
-        if (grown == nullptr) {
-            fputs("\nMem alloc failed...", stderr);
-            fputs("Mem alloc errorr..", stdout);
-            return false;
-        }
+        if (grown == nullptr)
+            return out_of_memory();
         line_ = grown;
         capacity_ = size;
         return true;
     }
 
-    bool print_line() {
-        indent();
-        out_.append(number_.next());
-        out_.append({spc_str, indent_});
-        out_.append({line_ + start_, length_ - start_});
-        // Traces may go to the same stream, so none may overtake a line.
-        return tsh::traces(UINT32_MAX) ? out_.drain() : !out_.failed();
+    static bool out_of_memory() {
+        report_no_memory_for_line();
+        fputs("Mem alloc errorr..", stdout);
+        return false;
     }
 
-    void indent() {
-        const auto wanted = static_cast<size_t>(std::clamp(2 * submode_depth, 0, SPC_STR_SIZE - 1));
-        if (wanted == indent_)
-            return;
-        __memset_to_buf(sizeof spc_str, spc_str, ' ', wanted);
-        spc_str[wanted] = '\0';
-        indent_ = wanted;
+    void print_line(std::string_view word) {
+        if (submode_depth != shown_depth_)
+            show_indentation();
+        output_.print({line_ + start_, length_ - start_}, word);
+        if (tsh::traces(UINT32_MAX))
+            output_.drain(); // no trace may overtake a line in the same stream
     }
 
+    void show_indentation() {
+        shown_depth_ = submode_depth;
+        __memset_to_buf(sizeof spc_str, spc_str, ' ', indentation());
+        spc_str[indentation()] = '\0';
+    }
+
+    tsh::LineOutput output_;
+    tsh::WordTable words_{output_};
     char *line_ = nullptr;
     size_t capacity_ = 0;
+    size_t start_ = 0;
     size_t length_ = 0;
-    size_t start_ = 0; // where the line begins: behind the words that led into a submode
-    size_t indent_ = SIZE_MAX;
-    tsh::LineNumber number_;
-    tsh::OutputBlock out_;
+    int32_t shown_depth_ = -1; // submode depth that spc_str shows
 };
 
 } // namespace
@@ -187,12 +197,12 @@ int32_t generate_cmds(const tree_node_t *node, const char *prefix) {
 }
 
 char *add_token_str(char *line, const tree_node_t *node) {
-    return add_text(line, node->token, node->optional != 0);
+    return add_text(line, node->token, node);
 }
 
 char *add_param_str(char *line, const tree_node_t *node) {
-    for (const parameter_info_t &param : params_of(node)) {
-        line = add_text(line, ParamPiece(param).text(), node->optional != 0);
+    for (const parameter_info_t &param : tsh::params_of(*node)) {
+        line = add_text(line, tsh::ParamPiece(param).text(), node);
         if (line == nullptr)
             return nullptr;
     }

@@ -1,30 +1,17 @@
 // ocmd_gen: lists every command line that a main tree accepts, or dumps the tree.
-#include "atnode/walk.h"
-#include "cmd_gen/dump.h"
+#include "cmd_gen/dump_run.h"
 #include "cmd_gen/enumeration.h"
+#include "cmd_gen/standard_output.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
 #include "parse_tree/tree_load.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 #include <unistd.h>
 
 namespace {
-
-// The utility's results are its standard output, so bytes lost there are a failure. Every byte
-// counts, down to the last one flushed.
-int status_of_output() {
-    errno = 0;
-    if (fflush(stdout) == 0 && ferror(stdout) == 0)
-        return EXIT_SUCCESS;
-    fprintf(stderr, "ocmd_gen: cannot write to standard output: %s\n",
-            errno == 0 ? "write error" : strerror(errno));
-    return EXIT_FAILURE;
-}
 
 void print_usage() {
     constexpr std::string_view kUsage = "\n\tOstrel Command Generation Utility"
@@ -62,11 +49,12 @@ Job parse_options(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
+    enlarge_output_buffer();
     tsh_logfp = stdout;
     const Job job = parse_options(argc, argv);
     init_parse_tree();
     if (job == Job::kDump) {
-        atnode_traverse(atnode_root, 1, 3, -1, print_at_node, TREE_DUMP_SHORT);
+        dump_main_tree();
     } else {
         init_params();
         generate_cmds(atnode_root, nullptr);
