@@ -26,9 +26,9 @@ void check_words(str_list_t *list, const std::string &line, bool plain) {
         g_assert(!plain || end == std::min(line.find_first_of(kWhiteSpace, start), line.size()));
     }
     g_assert(!plain || count == STR_LIST_MAX_WORDS ||
-             line.find_first_not_of(kWhiteSpace, end) == line.npos);
-    g_assert(count <= STR_LIST_MAX_WORDS);
-    g_assert(list == nullptr || (count > 0 && list->str[count] == nullptr));
+             line.find_first_not_of(kWhiteSpace, end) == std::string::npos);
+    g_assert(list == nullptr ||
+             (count > 0 && count <= STR_LIST_MAX_WORDS && list->str[count] == nullptr));
     tsh_free(str_list_join(list));
     str_list_free(list);
 }
@@ -38,19 +38,18 @@ void check_words(str_list_t *list, const std::string &line, bool plain) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string line(reinterpret_cast<const char *>(data), size);
     line.resize(strlen(line.c_str()));
-    const bool plain = line.find_first_of("\"\\\xFF|<>;") == line.npos;
+    const bool plain = line.find_first_of("\"\\\xFF|<>;") == std::string::npos;
     for (const char *specials : {"", "|;>\\"}) {
         str_list_t *list = tokenize(line.c_str(), specials);
         const auto quote = static_cast<size_t>(get_unmatched_quote_index());
-        const bool open = check_unmatched_quote() == 1;
-        g_assert(line[quote] == '"' || (quote == 0 && !open));
-        g_assert(list == nullptr || (quote == 0 && !open));
+        const bool closed = check_unmatched_quote() == 0;
+        g_assert((quote == 0 && closed) || (list == nullptr && line[quote] == '"'));
         check_words(list, line, plain);
     }
     std::string copy = line;
     if (!copy.empty() && strchr("|><", copy.back()) != nullptr)
         copy += ' ';
-    if (const size_t pipe = copy.find("|>"); pipe != copy.npos)
+    if (const size_t pipe = copy.find("|>"); pipe != std::string::npos)
         copy.insert(pipe + 1, 1, ' ');
     check_words(strsplit(line.c_str(), " "), copy, plain);
     check_words(strsplit(line.c_str(), ","), copy, false);
@@ -58,6 +57,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const int32_t byte = get_uint8_from_str(line.c_str());
     g_assert(byte <= 0 || strxtoi(line.c_str()) == static_cast<uint32_t>(byte));
     range_preparse_str(line.data());
-    g_assert(line.find("--") == line.npos);
+    g_assert(line.find("--") == std::string::npos);
     return 0;
 }

@@ -17,6 +17,8 @@
  *     x ""                [x] 0, ["] 3
  *     x "                 [x] 0
  *
+ * Every step is traced (TSH_TRACE_WORDS); that there is no memory for the copy is traced on its own
+ * (TSH_TRACE_ALLOCATION).
  * @param line null counts as empty.
  * @param delimiters the first 32 characters count; the double quote cannot be one. With a blank
  *        among them white space is added as far as there is room; a null or empty text stands for
