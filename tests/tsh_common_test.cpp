@@ -93,7 +93,8 @@ echo "a b" c => [echo]0[a b" c]6;echo "a b" => [echo]0[a b"]6;"a"  b => [a" ]1[b
 x "" => [x]0["]3;x " => [x]0;" => ;set "x => [set]0[x]5;a"b c" d => [a"b c" d]0
 a" => [a"]0;a""b c => [a""b c]0)",
           [](const std::string &line) { return split(line); });
-    check("a,b,,c => [a]0[b]2[c]5;a b,c => [a b]0[c]4;a\tb => [a\tb]0;a,b> => [a]0[b> ]2",
+    check("a,b,,c => [a]0[b]2[c]5;a b,c => [a b]0[c]4;a\tb => [a\tb]0;a> => [a> ]0;| => [| ]0;< => "
+          "[< ]0",
           [](const std::string &line) { return split(line, ","); });
     EXPECT_EQ(split("a0b;", "01234567890123456789012345678901;"), "[a]0[b;]2");
     EXPECT_EQ(split("a\tb\vc", " 2345678901234567890123456789"), "[a]0[b\vc]2");
@@ -106,9 +107,10 @@ ab"cd"ef => [ab]0[cd]3[ef]6 00;a\ b c => [a\ b]0[c]5 00;a\\ \"b c => [a\\]0[\"b]
 "a\" b" c => [a\" b]1[c]8 00;x\ => [x\]0 00;x \ => [x]0[\]2 00;"a\ =>  10
 say "hi =>  14;say " =>  14;a "b" "c\" =>  16;  " =>  02; ""  =>  00)",
           [](const std::string &line) { return tokens(line); });
-    check(R"(show run|grep x => [show]0[run]5[|]8[grep]9[x]14 00;a\\ \ => [a\\]0[\]4 00
+    check(
+        R"(show run|grep x => [show]0[run]5[|]8[grep]9[x]14 00;a\\ \ => [a\\]0[\]4 00;a\ => [a]0[\]1 00
 a|"b|c"\|d|e\| => [a]0[|]1[b|c]3[\]7[|]8[d]9[|]10[e\|]11 00)",
-          [](const std::string &line) { return tokens(line, "|\\"); });
+        [](const std::string &line) { return tokens(line, "|\\"); });
     EXPECT_EQ(tokens("a\xFF\xFE\\\xFF"), "[a]0[\xFF]1[\xFE\\\xFF]2 00");
     EXPECT_EQ(tokens(R"(\|d|)", "|"), R"([\|d]0[|]3 00)");
     EXPECT_EQ(tokens("a", "| ") + tokens("a", "\v"), " 00 00");
@@ -194,7 +196,8 @@ TEST(TshCommon, ListsAreJoinedPrintedAndReleased) {
     char *texts[] = {a, none, nullptr, a};
     const auto join = [](const str_list_t &list) { return shown(str_list_join(&list)); };
     EXPECT_EQ(join({3, {a, none, a}, {}}) + join({2, {a, none}, {}}), "a aa ");
-    EXPECT_EQ(join({2, {a}, {}}) + join({2, {none}, {}}) + join({0, {a}, {}}), "a nullnull");
+    EXPECT_EQ(join({2, {a}, {}}) + join({1, {none}, {}}) + join({2, {none}, {}}), "a null");
+    EXPECT_EQ(join({0, {a}, {}}), "null");
     str_list_t *lists[STR_CMD_LISTS] = {tokenize("a b", ""), nullptr, strsplit("c", "")};
     str_cmd_list_free(lists);
     EXPECT_EQ(std::count(lists, lists + STR_CMD_LISTS, nullptr), STR_CMD_LISTS);
