@@ -31,47 +31,98 @@ constexpr std::array kTextFields{
 
 #undef TEXT_FIELD
 
-// Judges records one after another; keeps a set of children that is empty between two records.
+// The smallest and the largest of some child indices, and whether each is larger than the one
+// before it, which rules out that one is listed twice.
+struct LinkSurvey {
+    uint16_t least = UINT16_MAX;
+    uint16_t greatest = 0;
+    bool ascending = true;
+
+    explicit LinkSurvey(std::span<const uint16_t> links) {
+        for (const uint16_t child : links) {
+            least = std::min(least, child);
+            greatest = std::max(greatest, child);
+        }
+        for (size_t i = 1; i < links.size(); ++i)
+            ascending &= links[i - 1] < links[i];
+    }
+};
+
+// Judges records one after another, and their levels as long as every link leads to a later
+// record: such a tree has no cycles, and each level is settled when its turn comes.
 class RecordCheck {
 public:
-    explicit RecordCheck(size_t node_count) : node_count_(node_count) {}
+    explicit RecordCheck(size_t node_count) : node_count_(node_count) {
+        std::fill_n(levels_.begin(), std::min<size_t>(node_count, TREE_MAX_NODES), kUnreached);
+        levels_[0] = 1;
+    }
 
-    // What is wrong with the record, or null.
-    const char *fault_of(const tree_node_t &node) {
+    // What is wrong with the next record, or null.
+    const char *fault_of_next(const tree_node_t &node) {
         if (node.child_count > TREE_MAX_CHILDREN)
             return "child_count is above 192";
         if (node.param_count > TREE_MAX_PARAMS)
             return "param_count is above 2";
         if (const char *fault = fault_of_links({node.children, node.child_count}))
             return fault;
+        ++index_;
         return fault_of_texts(node);
     }
 
+    // True when the records so far settle that no level lies too deep.
+    [[nodiscard]] bool levels_are_settled() const { return leads_forward_ && !too_deep_; }
+
 private:
     const char *fault_of_links(std::span<const uint16_t> links) {
-        const char *fault = nullptr;
-        for (const uint16_t child : links) {
-            if (child >= node_count_)
-                fault = "a child index lies outside the tree";
-            else if (seen_[child])
-                fault = "a child is listed twice";
-            seen_.set(child);
-        }
-        for (const uint16_t child : links)
-            seen_.reset(child);
-        return fault;
+        if (links.empty())
+            return nullptr;
+        const LinkSurvey survey{links};
+        if (survey.greatest >= node_count_)
+            return "a child index lies outside the tree";
+        if (!survey.ascending && lists_a_child_twice(links))
+            return "a child is listed twice";
+        leads_forward_ &= survey.least > index_;
+        if (leads_forward_ && levels_[index_] != kUnreached)
+            put_below(links, static_cast<uint16_t>(levels_[index_] + 1));
+        return nullptr;
     }
 
+    void put_below(std::span<const uint16_t> links, uint16_t level) {
+        too_deep_ |= level > TREE_MAX_LEVELS;
+        for (const uint16_t child : links)
+            levels_[child] = std::max(levels_[child], level);
+    }
+
+    // Leaves the set of listed children empty for the next record.
+    bool lists_a_child_twice(std::span<const uint16_t> links) {
+        bool twice = false;
+        for (const uint16_t child : links) {
+            twice |= listed_[child];
+            listed_.set(child);
+        }
+        for (const uint16_t child : links)
+            listed_.reset(child);
+        return twice;
+    }
+
+    // A text shorter than its field ends in the field's last byte as well.
     static const char *fault_of_texts(const tree_node_t &node) {
         const auto *record = reinterpret_cast<const char *>(&node);
         for (const TextField &field : kTextFields)
-            if (memchr(record + field.offset, '\0', field.size) == nullptr)
+            if (record[field.offset + field.size - 1] != '\0' &&
+                memchr(record + field.offset, '\0', field.size) == nullptr)
                 return field.unterminated;
         return nullptr;
     }
 
+    static constexpr uint16_t kUnreached = 0;
+
     size_t node_count_;
-    std::bitset<TREE_MAX_NODES> seen_;
+    size_t index_ = 0;
+    bool leads_forward_ = true;
+    bool too_deep_ = false;
+    std::bitset<TREE_MAX_NODES> listed_;
+    std::array<uint16_t, TREE_MAX_NODES> levels_; // of the records that links lead to
 };
 
 } // namespace
@@ -79,8 +130,10 @@ private:
 std::optional<tsh::TreeFault> tsh::check_tree(std::span<const tree_node_t> nodes) {
     RecordCheck check{nodes.size()};
     for (size_t i = 0; i < nodes.size(); ++i)
-        if (const char *fault = check.fault_of(nodes[i]))
+        if (const char *fault = check.fault_of_next(nodes[i]))
             return TreeFault{static_cast<uint32_t>(i), fault};
+    if (check.levels_are_settled())
+        return std::nullopt;
 
     // Records past the 65,536th exist in no index, so they cannot be reached.
     const auto reachable = nodes.first(std::min<size_t>(nodes.size(), TREE_MAX_NODES));

@@ -1,0 +1,90 @@
+// The walks: preorder by index, the others by the sibling relations of the traversal stack.
+#include "atnode/walk.h"
+
+#include "atnode/navigation_internal.h"
+
+using tsh::child_at;
+using tsh::label;
+using tsh::trace;
+using tsh::trace_function;
+using tsh::traces_navigation;
+
+namespace {
+
+bool may_look_below(const tree_node_t *node) {
+    return (node->flags & TREE_FLAG_SUBMODE) == 0 ||
+           node->optional == TREE_OPTIONAL_SUBMODE_ENTERED;
+}
+
+} // namespace
+
+void atnode_traverse(const tree_node_t *node, int32_t carried1, int32_t carried2, int32_t carried3,
+                     atnode_visit_t visit, int32_t argument) {
+    if (node == nullptr)
+        return;
+    if (traces_navigation())
+        trace("atn preorder traverse subtree under node %s\n", label(node));
+    atn_preorder_traverse(node, visit, carried1, carried2, carried3, argument);
+}
+
+void atn_preorder_traverse(const tree_node_t *node, atnode_visit_t visit, int32_t carried1,
+                           int32_t carried2, int32_t carried3, int32_t argument) {
+    if (traces_navigation())
+        trace("atn visiting node %s #children %d\n", label(node), node->child_count);
+    visit(node, argument);
+    for (int32_t i = 0; i < node->child_count; ++i) {
+        if (traces_navigation())
+            trace("atn child #%d for node %s\n", i, label(node));
+        atn_preorder_traverse(child_at(node, static_cast<uint32_t>(i)), visit, carried1, carried2,
+                              carried3, argument);
+    }
+}
+
+void atnode_children_foreach(const tree_node_t *node, atnode_visit_t visit, int32_t argument) {
+    trace_function("atnode_children_foreach");
+    atnode_stack_push(node);
+    for (const tree_node_t *child = atnode_first_child(node); child != nullptr;
+         child = atnode_next_sibling(child)) {
+        if (traces_navigation())
+            trace("   processing child %s\n", label(child));
+        visit(child, argument);
+    }
+    atnode_stack_pop();
+}
+
+void atnode_sibling_foreach(const tree_node_t *node, atnode_visit_t visit, int32_t argument) {
+    const tree_node_t *sibling = atnode_first_sibling(node);
+    trace_function("atnode_sibling_foreach");
+    for (; sibling != nullptr; sibling = atnode_next_sibling(sibling)) {
+        if (traces_navigation())
+            trace("atn sibling %s foreach\n", label(sibling));
+        visit(sibling, argument);
+    }
+}
+
+void atnode_look_ahead_foreach(const tree_node_t *node, atnode_visit_t visit, int32_t depth,
+                               int32_t argument) {
+    trace_function("atnode_look_ahead_foreach");
+    if (depth < 0)
+        depth = atnode_depth(node);
+    if (node == nullptr)
+        return;
+    if (traces_navigation())
+        trace("atn look ahead foreach node %s\n", label(node));
+    for (const tree_node_t *sibling = atnode_first_sibling(node); sibling != nullptr;
+         sibling = atnode_next_sibling(sibling)) {
+        if (sibling->optional == 0)
+            continue;
+        if (atnode_depth(sibling) != depth) {
+            if (traces_navigation())
+                trace("atn look ahead foreach processing node %s\n", label(sibling));
+            visit(sibling, argument);
+        }
+        if (!may_look_below(sibling))
+            continue;
+        atnode_stack_push(sibling);
+        if (const tree_node_t *child = atnode_first_child(sibling))
+            atnode_look_ahead_foreach(child, visit, depth, argument);
+        atnode_stack_pop();
+    }
+}

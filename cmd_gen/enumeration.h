@@ -1,0 +1,44 @@
+/* Command enumeration: every command line that the tree below a node accepts, one numbered line
+ * each on standard output. */
+#ifndef TSH_CMD_GEN_ENUMERATION_H
+#define TSH_CMD_GEN_ENUMERATION_H
+
+#include "parse_tree/tree_node.h"
+
+#define SPC_STR_SIZE 1024 /**< Bytes of the widest indentation with its terminating zero. */
+
+/** State of the module, all zero at start. */
+TSH_API uint32_t cmd_count;          /**< Lines printed so far; each line shows its number. */
+TSH_API int32_t cmd_gen_mode_single; /**< 1: single mode; set by programs only. */
+TSH_API char spc_str[SPC_STR_SIZE];  /**< Indentation of the latest line: two blanks per submode
+                                          that it lies in, at most 1023. */
+TSH_API int32_t submode_depth;       /**< Submodes that the enumeration is inside of. */
+
+/** Prints the lines of every command below a node of the tree at g_atn, in the order of its child
+ * lists: "\n[%6u]." with the line's number, the indentation, the prefix, and two blanks before
+ * each word. A line is printed at every terminal node and every submode; the commands of a submode
+ * follow its line, indented, without the words that lead into it. The traversal stack holds the
+ * ancestors meanwhile; a level for which it has no room is reported by the push and not listed.
+ *
+ * In single mode, nodes that the interface or permission filter refuses and nodes with an excluding
+ * flag are left out with everything below them, and submodes are listed but not entered.
+ *
+ * No memory is taken per line; what is taken grows with the tree and its longest line.
+ * @param prefix what every line begins with; may be null.
+ * @return 0; -1 when memory runs out, after "\nMem alloc failed..." on standard error and
+ *         "Mem alloc errorr.." on standard output, and when standard output takes no more, which
+ *         its error indicator shows. No further lines are printed then. */
+TSH_API int32_t generate_cmds(const tree_node_t *node, const char *prefix);
+
+/** Appends the node's token, and "[o]" when the node is optional.
+ * @param line a text from the allocation helpers, which this call takes over.
+ * @return the grown line, owned by the caller; null when memory runs out, after
+ *         "\nMem alloc failed..." on standard error, the line then still being the caller's. */
+TSH_API char *add_token_str(char *line, const tree_node_t *node);
+
+/** Appends one piece per parameter of the node: the names of its types in angle brackets, at most
+ * 255 bytes, and "[o]" when the node is optional. A type that is not registered has no name. The
+ * line and the result are as with add_token_str. */
+TSH_API char *add_param_str(char *line, const tree_node_t *node);
+
+#endif

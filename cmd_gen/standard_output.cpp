@@ -1,0 +1,19 @@
+// The end of standard output, where lost bytes are noticed.
+#include "cmd_gen/standard_output.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+void enlarge_output_buffer() {
+    static char buffer[262144]; // as long-lived as the stream
+    setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+}
+
+int status_of_output() {
+    if (ferror(stdout) == 0 && fflush(stdout) == 0)
+        return EXIT_SUCCESS;
+    fprintf(stderr, "ocmd_gen: cannot write to standard output: %s\n", strerror(errno));
+    return EXIT_FAILURE;
+}

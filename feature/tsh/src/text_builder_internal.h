@@ -1,0 +1,44 @@
+// Text put together in a fixed buffer, numbers included, without printf.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
+namespace tsh {
+
+/// Holds up to Capacity bytes; what does not fit is cut.
+template <size_t Capacity> class TextBuilder {
+public:
+    TextBuilder &operator<<(std::string_view text) {
+        const size_t length = std::min(text.size(), Capacity - used_);
+        memcpy(&bytes_[used_], text.data(), length);
+        used_ += length;
+        return *this;
+    }
+
+    template <typename Integer> TextBuilder &number(Integer value, int base = 10) {
+        const auto end = std::to_chars(&bytes_[used_], bytes_.data() + Capacity, value, base);
+        if (end.ec == std::errc{})
+            used_ = static_cast<size_t>(end.ptr - bytes_.data());
+        return *this;
+    }
+
+    TextBuilder &blanks(size_t count) {
+        const size_t length = std::min(count, Capacity - used_);
+        memset(&bytes_[used_], ' ', length);
+        used_ += length;
+        return *this;
+    }
+
+    [[nodiscard]] std::string_view text() const { return {bytes_.data(), used_}; }
+    void clear() { used_ = 0; }
+
+private:
+    std::array<char, Capacity> bytes_;
+    size_t used_ = 0;
+};
+
+} // namespace tsh
