@@ -139,7 +139,8 @@ std::vector<tree_node_t> lay_out(const Word &root) {
     constexpr size_t kWriterRoom = 20000;
     std::vector<tree_node_t> nodes(kWriterRoom);
     current_array_location = 0;
-    write_tree_to_array(nodes.data(), root.unplaced());
+    if (write_tree_to_array(nodes.data(), root.unplaced()) < 0)
+        throw std::runtime_error("a word has too many words below it");
     nodes.resize(static_cast<size_t>(current_array_location));
     return nodes;
 }
