@@ -11,6 +11,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <unistd.h>
 #include <zlib.h>
 
 namespace {
@@ -147,11 +148,13 @@ TEST(TreeFiles, ReadBackAsWritten) {
     for (const int32_t compressed : {0, 1}) {
         auto copy = nodes;
         const int result = with_stream(files[compressed], "wb", compressed, [&](void *file) {
-            return write_array_tree_to_file(copy.data(), 3, 1, &kPath, file, 1, compressed, 0);
+            return write_array_tree_to_file(copy.data(), 3, 1, &kPath, file, 1, compressed, 0) +
+                   write_array_tree_to_file(copy.data(), 3, 1, &kPath, file, 0, compressed, 0);
         });
         EXPECT_EQ(result, 0);
     }
     EXPECT_EQ(inflated(files[1]), harness::read_file(files[0]));
+    EXPECT_EQ(harness::read_file(files[1]).rfind("\x1F\x8B\x08"), 0) << "one gzip member";
     EXPECT_EQ(harness::run({"gzip", "-k", files[0]}).status, 0);
 
     const std::vector<std::pair<std::string, int32_t>> ways{
@@ -160,8 +163,10 @@ TEST(TreeFiles, ReadBackAsWritten) {
         with_stream(way.first, "rb", way.second, [&](void *file) {
             char head[kHead];
             EXPECT_EQ(read_regular_or_compressed(file, head, kHead, way.second), kHead);
-            std::vector<tree_node_t> loaded(4);
-            EXPECT_EQ(read_regular_or_compressed(file, loaded.data(), 4000, way.second), 3000);
+            std::vector<tree_node_t> loaded(3);
+            EXPECT_EQ(read_regular_or_compressed(file, loaded.data(), 3000, way.second), 3000);
+            char rest[4000];
+            EXPECT_EQ(read_regular_or_compressed(file, rest, 4000, way.second), kHead + 3000);
             ntoh_array_tree(loaded.data(), 0, 0);
             hton_array_tree(loaded.data(), 0, 0);
             ntoh_array_tree(loaded.data(), 0, 0);
@@ -172,21 +177,23 @@ TEST(TreeFiles, ReadBackAsWritten) {
 
 TEST(TreeFiles, ConversionStaysInsideTheArrayWhateverItsLinksSay) {
     const harness::ScratchDir scratch;
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     auto *pages = static_cast<char *>(
-        mmap(nullptr, 8192, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    ASSERT_EQ(mprotect(pages + 4096, 4096, PROT_NONE), 0);
-    auto *nodes = reinterpret_cast<tree_node_t *>(pages + 4096 - 2000);
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_EQ(mprotect(pages + page, page, PROT_NONE), 0);
+    auto *nodes = reinterpret_cast<tree_node_t *>(pages + page - 2000);
     memset(nodes, 0xFE, 2000);
     nodes[1].optional = 0x0102;
     const int result = with_stream(scratch.path("bare"), "wb", 0, [&](void *file) {
         return write_array_tree_to_file(nodes, 2, 0, nullptr, file, 1, 0, 1) +
-               write_array_tree_to_file(nodes, 0, 0, nullptr, file, 1, 0, 1);
+               write_array_tree_to_file(nodes, 0, 0, nullptr, file, 1, 0, 1) +
+               10 * write_array_tree_to_file(nodes, 4294968, 0, nullptr, file, 0, 0, 1);
     });
-    EXPECT_EQ(result, 0);
+    EXPECT_EQ(result, -10) << "more bytes than a header can tell";
     const std::string bytes = harness::read_file(scratch.path("bare"));
     EXPECT_EQ(bytes.size(), 2000);
     EXPECT_EQ(bytes.substr(1328, 2), "\1\2");
-    munmap(pages, 8192);
+    munmap(pages, 2 * page);
 }
 
 // What becomes of the process, its messages and the number of nodes in the record (0: no record).
@@ -229,12 +236,13 @@ TEST(TreeWriter, HoldsItsLimits) {
              return root;
          },
          0, kBroad},
+        {"no debug", [](Graph &graph) { return debug_flag = 2, graph.chain(2); }, 2, ""},
         {"debug prints", [](Graph &graph) { return debug_flag = 1, graph.chain(2); }, 2, "",
          "Size of tree node is 1000Size of parameter_info_t is 100 \nTreefile: Going to write 24 "
          "bytes of header, 9 bytes of path and 2 nodes (2000 bytes) to file \n"},
         {"indices of an earlier write",
          [](Graph &graph) {
-             parser_node_t *root = graph.broad(2);
+             parser_node_t *root = graph.broad(1);
              write_tree("/dev/null", root);
              root->children->child->array_index = 65536;
              return root;
