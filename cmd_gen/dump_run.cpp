@@ -1,9 +1,9 @@
 // Records captured as texts and written again and again.
-#include "cmd_gen/dump_run.h"
+#include "cmd_gen/dump_run_internal.h"
 
 #include "atnode/walk.h"
 #include "cmd_gen/dump.h"
-#include "cmd_gen/standard_output.h"
+#include "cmd_gen/standard_output_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_load.h"
 

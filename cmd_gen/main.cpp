@@ -1,7 +1,7 @@
 // ocmd_gen: lists every command line that a main tree accepts, or dumps the tree.
-#include "cmd_gen/dump_run.h"
+#include "cmd_gen/dump_run_internal.h"
 #include "cmd_gen/enumeration.h"
-#include "cmd_gen/standard_output.h"
+#include "cmd_gen/standard_output_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
 #include "parse_tree/tree_load.h"

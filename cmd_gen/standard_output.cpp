@@ -1,5 +1,5 @@
 // The end of standard output, where lost bytes are noticed.
-#include "cmd_gen/standard_output.h"
+#include "cmd_gen/standard_output_internal.h"
 
 #include <cerrno>
 #include <cstdio>

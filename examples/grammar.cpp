@@ -100,19 +100,17 @@ parser_node_t &Word::node() const {
     return body_->node;
 }
 
-parser_node_t *Word::unplaced() const {
-    std::vector<const Body *> pending{body_.get()};
+parser_node_t *Word::unplaced(size_t *count) const {
+    std::vector<Body *> found{body_.get()};
     std::unordered_set<const Body *> seen{body_.get()};
-    while (!pending.empty()) {
-        const Body *body = pending.back();
-        pending.pop_back();
-        for (const Word &word : body->children) {
-            word.body_->node.array_index = -1;
+    for (size_t next = 0; next < found.size(); ++next) {
+        found[next]->node.array_index = -1;
+        for (const Word &word : found[next]->children)
             if (seen.insert(word.body_.get()).second)
-                pending.push_back(word.body_.get());
-        }
+                found.push_back(word.body_.get());
     }
-    body_->node.array_index = -1;
+    if (count != nullptr)
+        *count = found.size();
     return &body_->node;
 }
 
@@ -136,12 +134,12 @@ Word main_root(const std::vector<Word> &words) {
 }
 
 std::vector<tree_node_t> lay_out(const Word &root) {
-    constexpr size_t kWriterRoom = 20000;
-    std::vector<tree_node_t> nodes(kWriterRoom);
+    size_t count = 0;
+    parser_node_t *node = root.unplaced(&count);
+    std::vector<tree_node_t> nodes(count);
     current_array_location = 0;
-    if (write_tree_to_array(nodes.data(), root.unplaced()) < 0)
+    if (write_tree_to_array(nodes.data(), node) < 0)
         throw std::runtime_error("a word has too many words below it");
-    nodes.resize(static_cast<size_t>(current_array_location));
     return nodes;
 }
 

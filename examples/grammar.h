@@ -32,8 +32,9 @@ public:
     // Everything else a node holds can be set here; valid while a handle to the word lives.
     [[nodiscard]] parser_node_t &node() const;
 
-    // Marks the word and everything below it as not yet placed, as the writer wants it.
-    [[nodiscard]] parser_node_t *unplaced() const;
+    // Marks the word and everything below it as not yet placed, as the writer wants it, and counts
+    // the nodes.
+    parser_node_t *unplaced(size_t *count = nullptr) const;
 
 private:
     struct Body;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 
 namespace {
 
@@ -32,6 +33,11 @@ bool failing_malloc::available() {
 
 bool failing_malloc::available() {
     return true;
+}
+
+[[gnu::constructor]] static void arm_from_environment() {
+    if (const char *number = getenv("FAIL_ALLOCATION"))
+        failing_malloc::arm(atol(number));
 }
 
 extern "C" {

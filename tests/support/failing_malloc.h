@@ -1,5 +1,6 @@
 // Allocations that fail on order. Counting runs from arm to disarm and covers the whole process,
-// so print something to stdout before arming: its buffer is allocated at the first use.
+// so print something to the streams in use before arming: their buffers are allocated late.
+// Preloaded into another program, FAIL_ALLOCATION=N in its environment arms it from the start.
 #pragma once
 
 namespace failing_malloc {

@@ -1,0 +1,300 @@
+// The library beneath the utility: the registry, enumeration, the dump and main tree loading, as
+// the device's other programs call them.
+#include "atnode/relations.h"
+#include "cmd_gen/dump.h"
+#include "cmd_gen/enumeration.h"
+#include "feature/tsh/src/memory.h"
+#include "feature/tsh/src/trace.h"
+#include "param_reg/builtin_types.h"
+#include "param_reg/param_registry.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/harness.h"
+#include "tests/support/loaded_tree.h"
+
+#include <gtest/gtest.h>
+#include <regex>
+
+namespace {
+
+using grammar::keyword;
+using grammar::parameter;
+using harness::in_child;
+using harness::LoadedTree;
+using harness::Outcome;
+
+TEST(Registry, RefusesWhatIsTakenOrNameless) {
+    const Outcome outcome = in_child([] {
+        const struct {
+            uint32_t id;
+            const char *name;
+            int32_t size;
+            int32_t result;
+            int32_t kept;
+        } table[] = {
+            {1, "STRING", 0, 0, 0},    {2, "string", 4, -1, 0},    {1, "other", 4, -1, 0},
+            {2, "two", 1, 0, 1},       {4, "four", 1024, 0, 1024}, {8, "eight", 1025, 0, 0},
+            {16, "sixteen", -5, 0, 0}, {32, nullptr, 4, -1, 0},    {32, "", 4, -1, 0},
+        };
+        for (const auto &row : table) {
+            EXPECT_EQ(param_register(row.id, row.name, row.size, nullptr, nullptr, nullptr),
+                      row.result);
+            if (row.result == 0) {
+                EXPECT_EQ(param_reg_info_get(row.id)->size, row.kept);
+            }
+        }
+        EXPECT_EQ(pinfo_reg_tbl.count, 5U);
+        for (uint32_t i = pinfo_reg_tbl.count; i < 64; ++i)
+            EXPECT_EQ(param_register(1000 + i, std::to_string(i).append(40, 'x').c_str(), 0,
+                                     nullptr, nullptr, nullptr),
+                      0);
+        EXPECT_EQ(strlen(param_reg_name_get(1063)), 31U);
+        EXPECT_EQ(param_register(64, "one too many", 0, nullptr, nullptr, nullptr), -1);
+        init_pinfo_reg_table();
+        EXPECT_EQ(param_reg_info_get(1), nullptr);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST(Registry, HoldsTheBuiltInTypesOnce) {
+    const Outcome outcome = in_child([] {
+        init_params();
+        EXPECT_EQ(pinfo_reg_tbl.count, 37U);
+        EXPECT_STREQ(param_reg_name_get(0x40300002), "WWN");
+        EXPECT_STREQ(param_reg_name_get(0x40B00001), "Pseudo Intf");
+        EXPECT_EQ(param_reg_index_get(0x40100002), 0x40100002U);
+        EXPECT_EQ(param_reg_index_get(0x40100003), 0U);
+        EXPECT_EQ(param_reg_info_get(0x40400004)->size, 0);
+        EXPECT_EQ(param_reg_info_get(0x40200002)->size, 528);
+        if (testing::Test::HasFailure())
+            return 2;
+        return init_params();
+    });
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "\nParam Name : STRING, id 1 : Registration failed...");
+}
+
+TEST(Registry, ChecksTheTypesOfACombination) {
+    const Outcome outcome = in_child([] {
+        const auto accept = [](const parameter_info_t *) { return 1; };
+        const auto refuse = [](const parameter_info_t *) { return 0; };
+        param_register(0x40104001, "refuses", 4, nullptr, refuse, nullptr);
+        param_register(0x40104002, "silent", 4, nullptr, nullptr, nullptr);
+        param_register(0x40104004, "accepts", 4, nullptr, accept, nullptr);
+        param_register(0x00004000, "fourteen", 4, nullptr, accept, nullptr);
+        const struct {
+            uint32_t mask;
+            const char *name;
+        } table[] = {
+            {0x7F104007, "accepts"}, {0x40104003, nullptr},    {0x4010400C, "accepts"},
+            {0x40104009, nullptr},   {0x00004000, "fourteen"}, {0x40104000, nullptr},
+        };
+        for (const auto &row : table) {
+            parameter_info_t param{};
+            param.type_mask = row.mask;
+            const param_reg_info_t *type = param_reg_info_check_get_combn(&param);
+            EXPECT_STREQ(type == nullptr ? nullptr : type->name, row.name) << std::hex << row.mask;
+        }
+        tsh_logfp = stdout;
+        tsh_debug_filter = TSH_TRACE_PARAMS | TSH_TRACE_FUNCTIONS | TSH_TRACE_STARTUP;
+        parameter_info_t param{};
+        param.type_mask = 0x4010400D;
+        param_reg_info_check_get_combn(&param);
+        param.type_mask = 0x4010400A;
+        param_reg_info_check_get_combn(&param);
+        param_register(1, "ACCEPTS", 0, nullptr, nullptr, nullptr);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_EQ(std::regex_replace(outcome.out, std::regex("[0-9]+:[0-9]+: "), "@"),
+              "@ Func Trace: <<< param_reg_info_check_get_combn >>>\n"
+              "@Checking for all param types in the mask ...\n"
+              "@Searching Pmask : 40104001\n@, Matched..."
+              "@Searching Pmask : 40104004\n@, Matched..."
+              "@Param type 40104004  matched\n"
+              "@ Func Trace: <<< param_reg_info_check_get_combn >>>\n"
+              "@Checking for all param types in the mask ...\n"
+              "@Searching Pmask : 40104002\n@, Matched..."
+              "@Searching Pmask : 40104008\n@Param reg table search failed...\n"
+              "@Param type in the combn not registered\n"
+              "@Setting size to 0 \n@Param id/name already registered...\n");
+}
+
+grammar::Word two_commands() {
+    return grammar::structural("R")
+        .child(keyword("get").child(parameter(0x40000001).terminal()))
+        .child(keyword("no").flags(TREE_FLAG_EXCLUDED).terminal().child(keyword("x").terminal()))
+        .child(keyword("nor").flags(TREE_FLAG_EXCLUDED_ALSO).terminal())
+        .child(keyword("mode").submode().child(keyword("in").terminal()));
+}
+
+TEST(Enumeration, RunsFromAnyNodeInEitherMode) {
+    const LoadedTree tree(two_commands());
+    const Outcome outcome = in_child([&] {
+        init_params();
+        cmd_count = 999997;
+        EXPECT_EQ(generate_cmds(g_atn, "do"), 0);
+        EXPECT_STREQ(spc_str, "  ");
+        cmd_gen_mode_single = 1;
+        cmd_count = UINT32_MAX;
+        EXPECT_EQ(generate_cmds(g_atn, nullptr), 0);
+        EXPECT_EQ(cmd_count, 1U);
+        EXPECT_STREQ(spc_str, "");
+        EXPECT_EQ(atnode_stack_get_height(), 1);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "\n[999998].do  get  <IP ADDR>"
+                           "\n[999999].do  no"
+                           "\n[1000000].do  no  x"
+                           "\n[1000001].do  nor"
+                           "\n[1000002].do  mode"
+                           "\n[1000003].    in"
+                           "\n[     0].  get  <IP ADDR>"
+                           "\n[     1].  mode");
+}
+
+TEST(Enumeration, AppendsWordsOfAnyLength) {
+    const Outcome outcome = in_child([] {
+        for (uint32_t bit = 0; bit < 20; ++bit)
+            param_register(1U << bit, std::string(20, char('a' + bit)).c_str(), 0, nullptr, nullptr,
+                           nullptr);
+        const LoadedTree tree(grammar::structural("R").child(
+            keyword("k").parameter(0xFFFFF).parameter(3).optional().terminal()));
+        EXPECT_EQ(generate_cmds(g_atn, std::string(300000, 'p').c_str()), 0);
+        char *line = add_param_str(add_token_str(tsh_strdup("line "), g_atn + 1), g_atn + 1);
+        puts(line);
+        tsh_free(line);
+        return testing::Test::HasFailure();
+    });
+    std::string piece = "<";
+    for (char letter = 'a'; piece.size() < 255; ++letter)
+        piece.append(20, letter);
+    const std::string word = "k[o]" + piece.substr(0, 255) + "[o]<" + std::string(20, 'a') +
+                             std::string(20, 'b') + ">[o]";
+    EXPECT_EQ(outcome.out,
+              "\n[     1]." + std::string(300000, 'p') + "  " + word + "line " + word + "\n");
+}
+
+TEST(Enumeration, TracesInStepWithItsLines) {
+    const LoadedTree tree(two_commands());
+    const Outcome outcome = in_child([&] {
+        tsh_logfp = stdout;
+        tsh_debug_filter = TSH_TRACE_NAVIGATION | TSH_TRACE_PARAMS;
+        return generate_cmds(tree.node("get"), nullptr) + generate_cmds(tree.node("get"), nullptr);
+    });
+    const std::string steps = std::regex_replace(outcome.out, std::regex("[0-9]+:[0-9]+: "), "@");
+    const std::string walk = "@atn stack push parent: get\n"
+                             "@atn node get's first child is parameter\n"
+                             "@Searching Pmask : 40000001\n@Param reg table search failed...\n"
+                             "\n[     N].  <>"
+                             "@atn stack peek TOP: loc 1: value: get\n@end of siblings\n"
+                             "@atn stack pop parent: get\n";
+    EXPECT_EQ(std::regex_replace(steps, std::regex("     [12]\\]"), "     N]"), walk + walk);
+}
+
+TEST(Enumeration, StopsWhereMemoryEnds) {
+    if (!failing_malloc::available())
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    const LoadedTree tree(two_commands());
+    const std::string prefix(5000, 'p');
+    int failures = 0;
+    for (int failing = 1;; ++failing) {
+        const Outcome outcome = in_child([&] {
+            fputs("\n", stdout);
+            fputs("\n", stderr);
+            failing_malloc::arm(failing);
+            const int32_t result = generate_cmds(g_atn, prefix.c_str());
+            const failing_malloc::Tally tally = failing_malloc::disarm();
+            EXPECT_EQ(tally.live, 0);
+            EXPECT_EQ(atnode_stack_get_height(), 1);
+            EXPECT_EQ(submode_depth, 0);
+            EXPECT_EQ(result, tally.allocations < failing ? 0 : -1);
+            return testing::Test::HasFailure() ? 2 : -result;
+        });
+        if (outcome.status == 0)
+            break;
+        ++failures;
+        ASSERT_EQ(outcome.status, 1) << outcome.out;
+        EXPECT_TRUE(outcome.out.ends_with("alloc failed...Mem alloc errorr.."));
+    }
+    EXPECT_GE(failures, 3);
+}
+
+TEST(Dump, ShowsEverythingAtTheVerboseLevel) {
+    grammar::Word word = keyword("show").optional(3).terminal().submode();
+    word.help("Help").submode_help("Sub").func_id("func").mode_id("mode").parameter(0x40100003);
+    word.child(keyword("x")).child(keyword("y"));
+    parser_node_t &node = word.node();
+    node.token_id = UINT32_MAX;
+    node.command_id = 7;
+    node.cmi_msg_type = 255;
+    node.intf_mask = UINT64_MAX;
+    node.params[0].int_min = 0x18000;
+    node.params[0].int_max = -1;
+    node.params[0].intf_mask = UINT64_MAX;
+    const LoadedTree tree(grammar::structural("R").child(word).child(parameter(0x40300002)));
+    const Outcome outcome = in_child([&] {
+        print_at_node(g_atn, TREE_DUMP_VERBOSE); // nowhere yet
+        tsh_logfp = stdout;
+        init_params();
+        print_at_node(tree.node("show"), TREE_DUMP_VERBOSE);
+        print_at_node(tree.node("parameter"), TREE_DUMP_SHORT);
+        atnode_root_depth = 5000;
+        print_at_node(tree.node("parameter"), TREE_DUMP_SHORT);
+        return 0;
+    });
+    EXPECT_EQ(outcome.out,
+              "\n   { show }[2], [2], [c], [ffffffffffffffff], [1]( Optional )( terminal )"
+              "( submode ), Token Id : 4294967295, Command Id : 7, Optional : 3, CMI Msg Type : 255"
+              ", ModeID : mode, FuncID : func, Parameters : 1, Mask : 40100003, Max Str Len : "
+              "-32768, Int Min : 98304\tInt Max : -1, Interface mask : 18446744073709551615"
+              ", Child Index : 2, Child Index : 3, SubModeHelp : Sub, Help : Help"
+              "\n   { WWN }[2], [0], [0], [0], [1]\n" +
+                  std::string(1024, ' ') + "{ WWN }[5002], [0], [0], [0], [1]");
+}
+
+TEST(MainTree, IsMappedReadAndReleased) {
+    const harness::ScratchDir scratch;
+    const std::string path = scratch.path("main.par");
+    const std::vector<tree_node_t> nodes = grammar::lay_out(two_commands());
+    grammar::write_main_tree(path, nodes);
+    const std::string bytes = harness::read_file(path);
+
+    const tree_node_t *mapped = nullptr;
+    const auto count = static_cast<int32_t>(nodes.size());
+    ASSERT_EQ(verify_and_mmap_parse_tree(path.c_str(), &mapped), count);
+    EXPECT_EQ(std::string(mapped->name, bytes.size()), bytes);
+    EXPECT_EQ(main_tree_map_size, bytes.size());
+    EXPECT_EQ(munmap_main_parse_tree(mapped), 0);
+
+    tree_node_t *read = nullptr;
+    ASSERT_EQ(verify_and_read_parse_tree(path.c_str(), &read), count);
+    EXPECT_EQ(std::string(read->name, bytes.size()), bytes);
+    free_main_parse_tree(read);
+    harness::write_file(path, "");
+    EXPECT_EQ(verify_and_read_parse_tree(path.c_str(), &read), 0);
+    free_main_parse_tree(read);
+
+    harness::write_file(path, "x");
+    const Outcome failures = in_child([&] {
+        const tsh_generic_node_t hanging{0, {0, 1, 0}};
+        tsh_parse_tree_release(&hanging);
+        EXPECT_EQ(verify_and_read_parse_tree(path.c_str(), &read), -1);
+        EXPECT_EQ(verify_and_read_parse_tree("/missing", &read), -1);
+        EXPECT_EQ(mmap_main_parse_tree(path.c_str(), &mapped), -1);
+        EXPECT_EQ(mmap_main_parse_tree("/missing", &mapped), -1);
+        EXPECT_EQ(munmap_main_parse_tree(reinterpret_cast<const void *>(1)), -1);
+        EXPECT_EQ(verify_and_mmap_parse_tree("/missing", &mapped), -1);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(failures.status, 0);
+    EXPECT_EQ(failures.out, "Parse tree not released\n");
+    EXPECT_EQ(failures.err, "Error file format not main par file\n"
+                            "Error opening file: No such file or directory\n"
+                            "Error file size error.\n"
+                            "Error cannot stat file: No such file or directory\n"
+                            "Error unmapping file: Invalid argument\n");
+}
+
+} // namespace

@@ -1,0 +1,254 @@
+// Navigation: the traversal stack, relations, walks and lookups, with what they trace.
+#include "atnode/lookup.h"
+#include "atnode/walk.h"
+#include "feature/tsh/src/trace.h"
+#include "tests/support/harness.h"
+#include "tests/support/loaded_tree.h"
+
+#include <gtest/gtest.h>
+#include <regex>
+
+namespace {
+
+using grammar::keyword;
+using grammar::parameter;
+using harness::in_child;
+using harness::LoadedTree;
+
+// root: A (A1, A2 optional with A2x), O optional (C1, C2 optional; D), S optional submode (S1
+// optional)
+grammar::Word small_tree() {
+    return grammar::structural("R")
+        .child(
+            keyword("alpha")
+                .named("A")
+                .child(keyword("one").named("A1"))
+                .child(keyword("two").named("A2").optional().child(keyword("deep").named("A2x"))))
+        .child(keyword("other")
+                   .named("O")
+                   .optional()
+                   .child(keyword("c1").named("C1").optional())
+                   .child(keyword("c2").named("C2").optional())
+                   .child(keyword("d").named("D").child(keyword("d1").named("D1").optional())))
+        .child(keyword("show").named("S").optional().submode().child(
+            keyword("s1").named("S1").optional()));
+}
+
+std::string visited; // names and arguments, by note
+
+int32_t note(const tree_node_t *node, int32_t argument) {
+    visited += node->name + std::string(argument == 7 ? " " : "? ");
+    return -1;
+}
+
+std::string noted(const std::function<void()> &walk) {
+    visited.clear();
+    walk();
+    return visited;
+}
+
+const char *name_of(const tree_node_t *node) {
+    return node == nullptr ? "-" : node->name;
+}
+
+// What code traces under some families, each time prefix shown as @, and what it reports.
+harness::Outcome traced(uint32_t families, const std::function<void()> &code) {
+    harness::Outcome outcome = in_child([&] {
+        tsh_logfp = stdout;
+        tsh_debug_filter = families;
+        code();
+        return 0;
+    });
+    outcome.out = std::regex_replace(outcome.out, std::regex("[0-9]+:[0-9]+: "), "@");
+    return outcome;
+}
+
+TEST(TraversalStack, BeginsWithOneNullEntryAndEmptiesOnReset) {
+    const LoadedTree tree(small_tree());
+    const tree_node_t *a = tree.node("A");
+    EXPECT_EQ(atnode_stack_get_height(), 1);
+    EXPECT_EQ(atnode_stack_peek(ATN_STACK_BOTTOM), nullptr);
+    EXPECT_EQ(atnode_depth(a), 2);
+
+    const harness::Outcome outcome = in_child([&] {
+        atnode_stack_reset();
+        EXPECT_EQ(atnode_stack_get_height(), 0);
+        EXPECT_EQ(atnode_stack_pop(), nullptr);
+        atnode_stack_push(g_atn);
+        atnode_stack_push(a);
+        EXPECT_EQ(atnode_parent(a), g_atn);
+        EXPECT_EQ(atnode_parent(tree.node("O")), a);
+        EXPECT_EQ(atnode_stack_peek(5), nullptr);
+        EXPECT_EQ(atnode_stack_peek(256), nullptr);
+        atnode_save_top();
+        atnode_stack_push(a);
+        atnode_restore_top();
+        EXPECT_EQ(atnode_stack_get_height(), 2);
+        EXPECT_EQ(atnode_stack_pop(), a);
+        EXPECT_EQ(atnode_stack_peek(1), nullptr);
+        atnode_stack_reset();
+        atnode_stack_push(a);
+        EXPECT_EQ(atnode_parent(a), nullptr);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "atn stack: pop: underflow\n"
+                           "atn stack: peek: no element at position 256\n"
+                           "atn stack: peek: no element at position -1\n");
+}
+
+TEST(TraversalStack, CountsWhatItCannotHold) {
+    const LoadedTree tree(small_tree());
+    const harness::Outcome outcome = in_child([&] {
+        for (int i = 0; i < 258; ++i) // the null entry takes the first slot
+            atnode_stack_push(g_atn + i % 5);
+        EXPECT_EQ(atnode_stack_get_height(), 259);
+        EXPECT_EQ(atnode_stack_peek(ATN_STACK_TOP), nullptr);
+        EXPECT_EQ(atnode_parent(tree.node("A")), nullptr);
+        for (int i = 257; i >= 255; --i)
+            EXPECT_EQ(atnode_stack_pop(), nullptr);
+        EXPECT_EQ(atnode_stack_pop(), g_atn + 254 % 5);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "atn stack: push: overflow\natn stack: push: overflow\n"
+                           "atn stack: push: overflow\n");
+}
+
+TEST(Relations, ComeFromTheNodeAndTheStack) {
+    const LoadedTree tree(small_tree());
+    const harness::Outcome outcome = in_child([&] {
+        atnode_stack_reset();
+        atnode_stack_push(g_atn);
+        const tree_node_t *o = tree.node("O");
+        EXPECT_EQ(atnode_first_child(g_atn), tree.node("A"));
+        EXPECT_EQ(atnode_nth_child(g_atn, 2), tree.node("S"));
+        for (const int32_t none : {3, -1})
+            EXPECT_EQ(atnode_nth_child(g_atn, none), nullptr);
+        EXPECT_EQ(atnode_first_child(tree.node("D1")), nullptr);
+        EXPECT_EQ(atnode_next_sibling(o), tree.node("S"));
+        EXPECT_EQ(atnode_next_sibling(tree.node("S")), nullptr);
+        EXPECT_EQ(atnode_next_sibling(g_atn), nullptr);
+        EXPECT_EQ(atnode_first_sibling(o), tree.node("A"));
+        EXPECT_EQ(atnode_first_sibling(g_atn), g_atn);
+        EXPECT_EQ(atnode_child_position(o), 1);
+        EXPECT_EQ(atnode_child_position(tree.node("D")), -1);
+        EXPECT_EQ(atnode_next_sibling(tree.node("D")), nullptr);
+        atnode_root_depth = 10;
+        EXPECT_EQ(atnode_depth(o), 12);
+        EXPECT_EQ(atnode_depth(g_atn), 1);
+        EXPECT_EQ(atnode_depth(nullptr), 0);
+        for (const auto relation :
+             {atnode_first_child, atnode_parent, atnode_first_sibling, atnode_next_sibling})
+            EXPECT_EQ(relation(nullptr), nullptr);
+        EXPECT_EQ(atnode_child_position(nullptr), -1);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "problem:sibling traversal: parent not on top of stack\n");
+}
+
+TEST(Walks, VisitInTheirOrderAndLeaveTheStack) {
+    const LoadedTree tree(small_tree());
+    const auto around = [&](const char *parent, const std::function<void()> &walk) {
+        atnode_stack_push(tree.node(parent));
+        const std::string names = noted(walk);
+        EXPECT_EQ(atnode_stack_pop(), tree.node(parent));
+        return names;
+    };
+    EXPECT_EQ(noted([] { atnode_traverse(g_atn, 1, 3, -1, note, 7); }),
+              "R A A1 A2 A2x O C1 C2 D D1 S S1 ");
+    EXPECT_EQ(noted([] { atnode_traverse(nullptr, 1, 3, -1, note, 7); }), "");
+    EXPECT_EQ(noted([] { atnode_children_foreach(g_atn, note, 7); }), "A O S ");
+    EXPECT_EQ(noted([&] { atnode_children_foreach(tree.node("D1"), note, 7); }), "");
+    EXPECT_EQ(noted([] { atnode_sibling_foreach(g_atn, note, 7); }), "R ");
+    EXPECT_EQ(around("O", [&] { atnode_sibling_foreach(tree.node("C2"), note, 7); }), "C1 C2 D ");
+
+    const auto look_ahead = [&] { atnode_look_ahead_foreach(tree.node("A"), note, -1, 7); };
+    EXPECT_EQ(around("R", look_ahead), "C1 C2 ");
+    auto *submode = const_cast<tree_node_t *>(tree.node("S"));
+    submode->optional = TREE_OPTIONAL_SUBMODE_ENTERED;
+    EXPECT_EQ(around("R", look_ahead), "C1 C2 S1 ");
+    EXPECT_EQ(around("R", [&] { atnode_look_ahead_foreach(tree.node("A"), note, 9, 7); }),
+              "O C1 C2 S S1 ");
+}
+
+TEST(Lookups, TakeTheNearestPrefixIgnoringCase) {
+    const LoadedTree tree(small_tree());
+    const struct {
+        const char *from;
+        int32_t depth;
+        const char *token;
+        const char *found;
+    } table[] = {
+        {"R", 0, "SH", "S"},  {"R", 0, "two", "-"},   {"R", 1, "TW", "A2"}, {"R", 1, "d", "D"},
+        {"R", 2, "d", "A2x"}, {"R", -1, "o", "O"},    {"O", 0, "c", "C1"},  {"R", 9, "", "-"},
+        {"D1", 1, "x", "-"},  {"R", 1, nullptr, "-"},
+    };
+    for (const auto &row : table)
+        EXPECT_STREQ(name_of(atnode_find_token(tree.node(row.from), row.depth, row.token)),
+                     row.found)
+            << row.token;
+    EXPECT_EQ(atnode_find_token(nullptr, 1, "show"), nullptr);
+    EXPECT_EQ(node_token_cmp(tree.node("A"), "ALP"), 0);
+    EXPECT_NE(node_token_cmp(tree.node("A"), "alphabet"), 0);
+    EXPECT_EQ(node_token_cmp(tree.node("A"), nullptr), -1);
+}
+
+TEST(NavigationTraces, ShowEveryStepInOrder) {
+    const LoadedTree tree(small_tree());
+    const harness::Outcome children = traced(TSH_TRACE_NAVIGATION | TSH_TRACE_FUNCTIONS, [&] {
+        atnode_children_foreach(tree.node("A"), note, 7);
+    });
+    EXPECT_EQ(children.out, "@ Func Trace: <<< atnode_children_foreach >>>\n"
+                            "@atn stack push parent: A\n"
+                            "@atn node A's first child is A1\n"
+                            "@   processing child A1\n"
+                            "@atn stack peek TOP: loc 1: value: A\n"
+                            "@ Func Trace: <<< atnode_next_sibling >>>\n"
+                            "@atn_next_sibling A2\n"
+                            "@   processing child A2\n"
+                            "@atn stack peek TOP: loc 1: value: A\n"
+                            "@ Func Trace: <<< atnode_next_sibling >>>\n"
+                            "@end of siblings\n"
+                            "@atn stack pop parent: A\n");
+
+    const harness::Outcome others = traced(TSH_TRACE_NAVIGATION, [&] {
+        atnode_depth(tree.node("A"));
+        atnode_stack_pop();
+        atnode_stack_peek(ATN_STACK_TOP);
+        atnode_stack_push(g_atn);
+        atnode_stack_peek(1);
+        atnode_child_position(tree.node("O"));
+        atnode_traverse(tree.node("D"), 1, 3, -1, note, 7);
+        atnode_nth_child(g_atn, 1);
+        atnode_nth_child(g_atn, 3);
+        atnode_find_token(tree.node("S"), 0, "x");
+        atnode_stack_reset();
+    });
+    EXPECT_EQ(std::regex_replace(others.out, std::regex("0x[0-9a-f]+"), "0x"),
+              "@atn stack peek TOP: loc 0: value: (null)\n"
+              "@@atn stack height: 1\n"
+              "atn node A depth 2\n"
+              "@atn stack height: 1\n"
+              "@atn stack pop parent: (null)\n"
+              "@atn stack peek TOP: STACK EMPTY\n"
+              "@atn stack push parent: R\n"
+              "@atn stack peek loc: 1 value: (null)\n"
+              "@atn stack peek TOP: loc 0: value: R\n"
+              "@atn child O position is 1\n"
+              "@atn preorder traverse subtree under node D\n"
+              "@atn visiting node D #children 1\n"
+              "@atn child #0 for node D\n"
+              "@atn visiting node D1 #children 0\n"
+              "@atn child #1 for node R is O\n"
+              "@atn child #3 for node R does not exist\n"
+              "@\nRoot index: 0x\n"
+              "@atn child #0, index #0x, token s1\n"
+              "@atn Depth expired, aborting"
+              "@\nprint atn stack\n----------------\n"
+              "@stack.atn_traverse_stack[0] = R\n"
+              "@-x- end atn stack -x-\n\n");
+}
+
+} // namespace
