@@ -143,7 +143,8 @@ std::vector<tree_node_t> lay_out(const Word &root) {
     if (scratch == nullptr)
         throw std::bad_alloc();
     current_array_location = 0;
-    write_tree_to_array(scratch.get(), root.unplaced());
+    if (write_tree_to_array(scratch.get(), root.unplaced()) < 0)
+        throw std::runtime_error("a word has too many words below it");
     return {scratch.get(), scratch.get() + current_array_location};
 }
 

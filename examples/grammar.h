@@ -48,7 +48,8 @@ Word structural(const std::string &name);
 // must have, with one child of no effect.
 Word main_root(const std::vector<Word> &words);
 
-// The grammar as an array tree in host order, as the tree writer lays it out.
+// The grammar as an array tree in host order, as the tree writer lays it out; throws
+// std::runtime_error for a word that has more words below it than a record holds.
 std::vector<tree_node_t> lay_out(const Word &root);
 
 // Stores records as a main par file; throws std::runtime_error when that fails.
