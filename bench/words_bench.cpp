@@ -1,77 +1,56 @@
-// Splitting of a typical command line and of one of a megabyte. The yardstick does what no splitter
-// can do without: it copies the line, cuts the copy with strtok_r and copies each word.
+// Splitting of a typical command line and of lines of a megabyte. The yardstick does what no
+// splitter can do without: it copies the line, cuts the copy with strtok_r and copies each word.
+#include "bench/ratio_report.h"
 #include "feature/tsh/src/tokenizer.h"
 #include "feature/tsh/src/word_split.h"
 
-#include <benchmark/benchmark.h>
+#include <array>
 #include <cstdlib>
 #include <cstring>
-#include <string>
-#include <vector>
 
 namespace {
 
-std::string typical_line() {
-    return "show interface fc1/12 transceiver details | include temperature";
+using Words = std::array<char *, STR_LIST_ENTRIES>;
+
+void cut_copy(const char *line) {
+    constexpr auto kWhiteSpace = " \t\n\r\f\v";
+    Words words{};
+    size_t count = 0;
+    char *copy = strdup(line);
+    char *rest = nullptr;
+    for (char *word = strtok_r(copy, kWhiteSpace, &rest); word != nullptr;
+         word = strtok_r(nullptr, kWhiteSpace, &rest))
+        words[count++] = strdup(word);
+    benchmark::DoNotOptimize(words.data());
+    for (size_t i = 0; i < count; ++i)
+        free(words[i]);
+    free(copy);
 }
 
-// Few enough words that nobody may stop before the end.
-std::string megabyte_line() {
-    std::string line;
-    for (int word = 0; word < 500; ++word)
-        line += std::string(2096, 'w') + ' ';
-    return line;
+void add_side(const std::string &name, const std::string &line, void (*split)(const char *)) {
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
+        for ([[maybe_unused]] auto round : state)
+            split(line.c_str());
+    });
 }
 
-// All of it between quotes, which both splitters take as one word.
-std::string quoted_megabyte() {
-    return '"' + std::string(1 << 20, ' ') + "x\"";
+void add(const std::string &work, const std::string &line) {
+    add_side("strsplit " + work + "/ours", line,
+             [](const char *text) { str_list_free(strsplit(text, " ")); });
+    add_side("strsplit " + work + "/yardstick", line, cut_copy);
+    add_side("tokenize " + work + "/ours", line,
+             [](const char *text) { str_list_free(tokenize(text, "|")); });
+    add_side("tokenize " + work + "/yardstick", line, cut_copy);
 }
-
-void copy_and_cut(benchmark::State &state, const std::string &line) {
-    std::vector<char *> words(512);
-    for (auto _ : state) {
-        char *copy = strdup(line.c_str());
-        size_t count = 0;
-        char *rest = nullptr;
-        for (char *word = strtok_r(copy, " \t\n\r\f\v", &rest); word != nullptr;
-             word = strtok_r(nullptr, " \t\n\r\f\v", &rest))
-            words[count++] = strdup(word);
-        benchmark::DoNotOptimize(words.data());
-        for (size_t i = 0; i < count; ++i)
-            free(words[i]);
-        free(copy);
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(line.size()));
-}
-
-template <typename Split>
-void split_whole(benchmark::State &state, const std::string &line, Split split) {
-    for (auto _ : state) {
-        str_list_t *list = split(line.c_str());
-        benchmark::DoNotOptimize(list);
-        str_list_free(list);
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(line.size()));
-}
-
-void run_strsplit(benchmark::State &state, const std::string &line) {
-    split_whole(state, line, [](const char *text) { return strsplit(text, " "); });
-}
-
-void run_tokenize(benchmark::State &state, const std::string &line) {
-    split_whole(state, line, [](const char *text) { return tokenize(text, "|"); });
-}
-
-BENCHMARK_CAPTURE(copy_and_cut, typical, typical_line());
-BENCHMARK_CAPTURE(run_strsplit, typical, typical_line());
-BENCHMARK_CAPTURE(run_tokenize, typical, typical_line());
-BENCHMARK_CAPTURE(copy_and_cut, megabyte, megabyte_line());
-BENCHMARK_CAPTURE(run_strsplit, megabyte, megabyte_line());
-BENCHMARK_CAPTURE(run_tokenize, megabyte, megabyte_line());
-BENCHMARK_CAPTURE(run_strsplit, quoted_megabyte, quoted_megabyte());
-BENCHMARK_CAPTURE(run_tokenize, quoted_megabyte, quoted_megabyte());
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    add("typical", "show interface fc1/12 transceiver details | include temperature");
+    // Fewer words than a list holds, so that nobody may stop before the end.
+    std::string megabyte;
+    for (int word = 0; word < 500; ++word)
+        megabyte.append(2096, 'w').append(" ");
+    add("megabyte", megabyte);
+    return run_side_by_side(argc, argv, 4);
+}
