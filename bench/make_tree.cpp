@@ -25,8 +25,8 @@ struct Shape {
 
 std::vector<Layer> deep_layers() {
     std::vector<Layer> layers{{1, 2, false}};
-    for (uint32_t level = 1; level <= 24; ++level)
-        layers.push_back({2499, level == 24 ? 0U : level >= 22 ? 1U : 2U, level == 24});
+    for (uint32_t level = 1; level <= 22; ++level)
+        layers.push_back({2726, level == 22 ? 0U : 2U, level >= 3});
     return layers;
 }
 

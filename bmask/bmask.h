@@ -13,6 +13,12 @@
 
 #include <stdint.h>
 
+/** A run of bits, both ends included. */
+typedef struct bmask_range_t {
+    int32_t first;
+    int32_t last;
+} bmask_range_t;
+
 /* ---- Life cycle ---- */
 
 /** N. */
@@ -210,12 +216,6 @@ TSH_API int32_t bmask256_nth_bit(const bmask256_t *mask, int32_t k);
 /** The free bit of rank k; 0 asks for the lowest. */
 TSH_API int32_t bmask128_nth_free_bit(const bmask128_t *mask, int32_t k);
 TSH_API int32_t bmask256_nth_free_bit(const bmask256_t *mask, int32_t k);
-
-/** A run of bits, both ends included. */
-typedef struct bmask_range_t {
-    int32_t first;
-    int32_t last;
-} bmask_range_t;
 
 /** Finds the next maximal run of set bits:
  *     bmask_range_t run = {1, 0};

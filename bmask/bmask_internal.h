@@ -20,7 +20,13 @@ template <typename Mask> constexpr int32_t kMaskBits = 8 * sizeof(Mask::bits);
 template <typename Mask> constexpr size_t kMaskWords = sizeof(Mask::bits) / sizeof(MaskWord);
 template <typename Mask> using MaskWords = std::array<MaskWord, kMaskWords<Mask>>;
 
-/// The words as they lie in memory, which is all that bitwise algebra needs.
+/// Words in memory order, as they lie in the record: all that bitwise algebra needs.
+template <typename Mask> MaskWord load_word(const Mask &mask, size_t i) {
+    MaskWord word;
+    memcpy(&word, mask.bits + i * sizeof word, sizeof word);
+    return word;
+}
+
 template <typename Mask> MaskWords<Mask> load(const Mask &mask) {
     MaskWords<Mask> words;
     memcpy(words.data(), mask.bits, sizeof mask.bits);
@@ -50,16 +56,18 @@ enum class Bit : uint8_t { kSet, kFree };
 
 /// Word i in reading order, the wanted bits as ones.
 template <Bit kWanted, typename Mask> MaskWord wanted_bits(const Mask &mask, size_t i) {
-    MaskWord word;
-    memcpy(&word, mask.bits + i * sizeof word, sizeof word);
+    const MaskWord word = load_word(mask, i);
     return reading_order(kWanted == Bit::kSet ? word : ~word);
 }
 
 /// Lowest wanted bit at start or above, or -1.
 template <Bit kWanted, typename Mask> int32_t find_bit(const Mask &mask, int32_t start) {
-    if (start >= kMaskBits<Mask>)
-        return -1;
-    const auto from = static_cast<size_t>(std::max(start, 0));
+    auto from = static_cast<uint32_t>(start);
+    if (from >= kMaskBits<Mask>) {
+        if (start > 0)
+            return -1;
+        from = 0;
+    }
     size_t i = from / kWordBits;
     MaskWord word = wanted_bits<kWanted>(mask, i) & kAllBits >> from % kWordBits;
     while (word == 0) {
@@ -72,7 +80,7 @@ template <Bit kWanted, typename Mask> int32_t find_bit(const Mask &mask, int32_t
 
 /// Lowest wanted bit above n, or -1.
 template <Bit kWanted, typename Mask> int32_t next_bit(const Mask &mask, int32_t n) {
-    return n >= kMaskBits<Mask> ? -1 : find_bit<kWanted>(mask, n + 1);
+    return n == INT32_MAX ? -1 : find_bit<kWanted>(mask, n + 1);
 }
 
 /// The run of wanted bits that begins with the lowest one at start or above; first is -1 when

@@ -25,18 +25,22 @@ template <typename Mask> int32_t find_prev_bit(const Mask &mask, int32_t start) 
     return static_cast<int32_t>(i) * kWordBits + kWordBits - 1 - std::countr_zero(word);
 }
 
-// Passes over whole words by their counts, then over the lower bits of the word that holds it.
+// The bit of rank k of a word in reading order with more than k bits set.
+int32_t nth_in_word(MaskWord word, int32_t k) {
+    constexpr MaskWord kFirst = MaskWord{1} << (kWordBits - 1);
+    for (; k > 0; --k)
+        word &= ~(kFirst >> std::countl_zero(word));
+    return std::countl_zero(word);
+}
+
 template <Bit kWanted, typename Mask> int32_t nth_bit(const Mask &mask, int32_t k) {
     if (k < 0)
         return -1;
     for (size_t i = 0; i < tsh::kMaskWords<Mask>; ++i) {
-        MaskWord word = wanted_bits<kWanted>(mask, i);
+        const MaskWord word = wanted_bits<kWanted>(mask, i);
         const int32_t count = std::popcount(word);
-        if (k < count) {
-            for (; k > 0; --k)
-                word &= ~(MaskWord{1} << (kWordBits - 1) >> std::countl_zero(word));
-            return static_cast<int32_t>(i) * kWordBits + std::countl_zero(word);
-        }
+        if (k < count)
+            return static_cast<int32_t>(i) * kWordBits + nth_in_word(word, k);
         k -= count;
     }
     return -1;

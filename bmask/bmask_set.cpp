@@ -8,6 +8,7 @@ namespace {
 
 using tsh::kMaskBits;
 using tsh::load;
+using tsh::load_word;
 using tsh::MaskWord;
 using tsh::MaskWords;
 using tsh::store;
@@ -94,7 +95,7 @@ template <typename Mask> bool is_bit_set(const Mask &mask, int32_t n) {
 template <typename Test, typename Mask, typename... Masks>
 bool every_word(Test test, const Mask &first, const Masks &...others) {
     for (size_t i = 0; i < tsh::kMaskWords<Mask>; ++i)
-        if (!test(load(first)[i], load(others)[i]...))
+        if (!test(load_word(first, i), load_word(others, i)...))
             return false;
     return true;
 }

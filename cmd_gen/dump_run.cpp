@@ -3,6 +3,7 @@
 
 #include "atnode/walk.h"
 #include "cmd_gen/dump.h"
+#include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/standard_output_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_load.h"
@@ -28,7 +29,7 @@ public:
     RecordTexts(const RecordTexts &) = delete;
     RecordTexts &operator=(const RecordTexts &) = delete;
 
-    // Throws std::bad_alloc when memory runs out.
+    // The record, readable in whole chunks. Throws std::bad_alloc when memory runs out.
     std::string_view of(const tree_node_t *node, int32_t level) {
         if (places_.empty())
             places_.resize(TREE_MAX_NODES);
@@ -56,30 +57,43 @@ private:
         tsh_logfp = log;
         if (fflush(stream_) != 0)
             throw std::bad_alloc();
-        const Place place{static_cast<uint32_t>(texts_.size()),
-                          static_cast<uint32_t>(captured_size_)};
-        texts_.append(captured_, captured_size_);
+        const Place place{static_cast<uint32_t>(used_), static_cast<uint32_t>(captured_size_)};
+        texts_.resize(used_); // without the slack of the record before
+        texts_.append(captured_, captured_size_).append(tsh::kCopyChunk, '\0');
+        used_ += captured_size_;
         return place;
     }
 
     std::vector<Place> places_;
     std::string texts_;
+    size_t used_ = 0;
     char *captured_ = nullptr;
     size_t captured_size_ = 0;
     FILE *stream_ = nullptr;
 };
 
+struct DumpRun {
+    RecordTexts texts;
+    tsh::OutputBlock output;
+
+    void print(const tree_node_t *node, int32_t level) {
+        try {
+            const std::string_view text = texts.of(node, level);
+            char *place = output.room_for(text.size() + tsh::kCopyChunk);
+            output.take_until(tsh::copy_in_chunks(place, text));
+        } catch (const std::bad_alloc &) {
+            output.drain();
+            print_at_node(node, level); // slower, but needs no memory
+        }
+    }
+};
+
 // What a visit function, which gets only a node and a number, has to reach.
-RecordTexts *record_texts;
+DumpRun *run;
 
 int32_t print_record(const tree_node_t *node, int32_t level) {
-    try {
-        const std::string_view text = record_texts->of(node, level);
-        fwrite_unlocked(text.data(), 1, text.size(), stdout);
-    } catch (const std::bad_alloc &) {
-        print_at_node(node, level); // slower, but needs no memory
-    }
-    if (ferror_unlocked(stdout) != 0)
+    run->print(node, level);
+    if (run->output.failed() || ferror_unlocked(stdout) != 0)
         exit(status_of_output()); // a visit function cannot end the walk
     return 0;
 }
@@ -87,7 +101,7 @@ int32_t print_record(const tree_node_t *node, int32_t level) {
 } // namespace
 
 void dump_main_tree() {
-    RecordTexts texts;
-    record_texts = &texts;
+    DumpRun this_run;
+    run = &this_run;
     atnode_traverse(atnode_root, 1, 3, -1, print_record, TREE_DUMP_SHORT);
 }

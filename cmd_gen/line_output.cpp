@@ -1,13 +1,9 @@
-// The rare steps of line output: a new number text, a full block, a line longer than the block.
+// The rare steps of line output: a carry, a new number text, a line longer than the block.
 #include "cmd_gen/line_output_internal.h"
 
 #include <cstdio>
 
 namespace tsh {
-
-LineOutput::LineOutput() {
-    render_number();
-}
 
 // Moves the digit before the last one on. Where the carry runs out of digits, and where the count
 // starts again from 0, the text is made anew.
@@ -28,17 +24,10 @@ void LineOutput::render_number() {
     last_digit_ = number_[number_length_ - kNumberTail];
 }
 
-void LineOutput::drain() {
-    if (used_ > 0)
-        failed_ |= fwrite(bytes_.data(), 1, used_, stdout) != used_;
-    used_ = 0;
-}
-
 void LineOutput::print_long(std::string_view text, std::string_view word) {
-    used_ = static_cast<size_t>(add_number(bytes_.data()) - bytes_.data());
-    drain();
-    for (const std::string_view part : {text, word})
-        failed_ |= fwrite(part.data(), 1, part.size(), stdout) != part.size();
+    block_.take_until(add_number(block_.room_for(kNumberSize)));
+    block_.drain(text);
+    block_.drain(word);
 }
 
 } // namespace tsh

@@ -5,7 +5,9 @@
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <deque>
+#include <new>
 #include <stdexcept>
 #include <unordered_set>
 #include <zlib.h>
@@ -100,17 +102,17 @@ parser_node_t &Word::node() const {
     return body_->node;
 }
 
-parser_node_t *Word::unplaced(size_t *count) const {
-    std::vector<Body *> found{body_.get()};
+parser_node_t *Word::unplaced() const {
+    std::vector<Body *> pending{body_.get()};
     std::unordered_set<const Body *> seen{body_.get()};
-    for (size_t next = 0; next < found.size(); ++next) {
-        found[next]->node.array_index = -1;
-        for (const Word &word : found[next]->children)
+    while (!pending.empty()) {
+        Body *body = pending.back();
+        pending.pop_back();
+        body->node.array_index = -1;
+        for (const Word &word : body->children)
             if (seen.insert(word.body_.get()).second)
-                found.push_back(word.body_.get());
+                pending.push_back(word.body_.get());
     }
-    if (count != nullptr)
-        *count = found.size();
     return &body_->node;
 }
 
@@ -134,12 +136,16 @@ Word main_root(const std::vector<Word> &words) {
 }
 
 std::vector<tree_node_t> lay_out(const Word &root) {
-    size_t count = 0;
-    parser_node_t *node = root.unplaced(&count);
-    std::vector<tree_node_t> nodes(count);
+    // calloc does not touch the room that a small tree leaves unused.
+    constexpr size_t kWriterRoom = 20000;
+    const std::unique_ptr<tree_node_t, void (*)(void *)> scratch{
+        static_cast<tree_node_t *>(calloc(kWriterRoom, sizeof(tree_node_t))), free};
+    if (scratch == nullptr)
+        throw std::bad_alloc();
     current_array_location = 0;
-    write_tree_to_array(nodes.data(), node);
-    return nodes;
+    if (write_tree_to_array(scratch.get(), root.unplaced()) < 0)
+        throw std::runtime_error("a word has too many words below it");
+    return {scratch.get(), scratch.get() + current_array_location};
 }
 
 namespace {

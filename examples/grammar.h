@@ -32,9 +32,8 @@ public:
     // Everything else a node holds can be set here; valid while a handle to the word lives.
     [[nodiscard]] parser_node_t &node() const;
 
-    // Marks the word and everything below it as not yet placed, as the writer wants it, and counts
-    // the nodes.
-    parser_node_t *unplaced(size_t *count = nullptr) const;
+    // Marks the word and everything below it as not yet placed, as the writer wants it.
+    [[nodiscard]] parser_node_t *unplaced() const;
 
 private:
     struct Body;
@@ -49,7 +48,8 @@ Word structural(const std::string &name);
 // must have, with one child of no effect.
 Word main_root(const std::vector<Word> &words);
 
-// The grammar as an array tree in host order, as the tree writer lays it out.
+// The grammar as an array tree in host order, as the tree writer lays it out; throws
+// std::runtime_error for a word that has more words below it than a record holds.
 std::vector<tree_node_t> lay_out(const Word &root);
 
 // Stores records as a main par file; throws std::runtime_error when that fails.

@@ -28,16 +28,16 @@ Word show() {
 }
 
 Word interface() {
-    const Word no_shutdown = keyword("no").named("if_no").child(
-        keyword("shutdown").named("if_no_shutdown").terminal());
+    const Word no_shutdown =
+        keyword("no").named("if_no").child(keyword("shutdown").named("if_no_shutdown").terminal());
     return keyword("interface")
         .child(parameter(kInterface)
                    .named("interface_name")
                    .submode()
                    .child(keyword("shutdown").named("if_shutdown").terminal())
                    .child(no_shutdown)
-                   .child(keyword("description").child(
-                       parameter(kLine).named("description_text").terminal()))
+                   .child(keyword("description")
+                              .child(parameter(kLine).named("description_text").terminal()))
                    .child(keyword("address").child(
                        parameter(kIpv4Address).named("if_address").terminal())));
 }
@@ -53,8 +53,8 @@ Word vlan() {
 }
 
 Word terminal_length() {
-    return keyword("terminal").child(
-        keyword("length").child(parameter(kInteger).named("lines").terminal()));
+    return keyword("terminal")
+        .child(keyword("length").child(parameter(kInteger).named("lines").terminal()));
 }
 
 } // namespace

@@ -53,18 +53,22 @@ TSH_API int32_t current_array_location;
 TSH_API int32_t debug_flag;
 
 /** Writes the tree below root as one record, in network order, to a gzFile open for writing. A
- * null root writes nothing. A cycle or more than 256 levels is reported on standard error and the
- * record written all the same. More than 19,998 nodes end the process with status 0, a scratch
- * array that cannot be allocated ends it with status 1, each after a message. A node with more
- * than 192 links is named on standard error and no record is written. A failed write is reported
- * on standard output. To write the same tree again the caller resets every array_index to -1. */
+ * null root writes nothing. A node with more than 192 links is named on standard error and no
+ * record is written. A cycle, more than 256 levels, or a child that kept the index of an earlier
+ * write is reported on standard error and the record written all the same; readers refuse it.
+ * More than 19,998 nodes end the process with status 0, a scratch array that cannot be allocated
+ * ends it with status 1, each after a message. A failed write is reported on standard output. To
+ * write the same tree again the caller resets every array_index to -1. */
 TSH_API void write_tree_to_file(parser_node_t *root, uint32_t version,
                                 const subtree_path_t *attach_path, void *stream);
 
 /** Lays a node and everything below it out from place current_array_location on, in preorder;
- * nodes that have an index already are shared. The array has room for 19,998 records; one more
- * ends the process with status 0. The call stack does not grow with the depth of the tree.
- * @return the index of the node; a null node takes a place and leaves the record there as it is. */
+ * nodes that have an index already are shared, not laid out again. The array has room for 19,998
+ * records; one more ends the process with status 0. The call stack does not grow with the depth
+ * of the tree. A null node takes a place and leaves the record there as it is.
+ * @return the index of the node; -1 when a node has more than 192 links (or a list of links that
+ *         loops), after standard error has named it, and the array then holds a part of the
+ *         tree. */
 TSH_API int32_t write_tree_to_array(tree_node_t *array, parser_node_t *node);
 
 /** Fills one record from a node, its links and index apart; zeroes it for a null node. */
@@ -78,7 +82,8 @@ TSH_API void copy_parameter_block(parameter_info_t *destination, const parameter
 TSH_API void treefile_copy_permissions_mask(uint8_t *bits, uint32_t word);
 
 /** Writes an array of node_count records, preceded by header and attach path unless headerless.
- * With network set, header and array are converted to network order in place and stay so.
+ * With network set, the array is converted to network order in place and stays so. A null attach
+ * path counts as an empty one of kind 0.
  * The stream is flushed, so that a result of 0 means that every byte was taken.
  * @param stream a gzFile open for writing when compressed is non-zero, else a FILE *.
  * @return 0; -1 after "Error in writing to main_tree file" on standard output, the stream then

@@ -1,7 +1,10 @@
 #include "tests/support/harness.h"
 
+#include "feature/tsh/src/trace.h"
+
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -66,6 +69,34 @@ Outcome run(const std::vector<std::string> &command, const std::vector<std::stri
         execvp(arguments[0], arguments.data());
         return 127;
     });
+}
+
+std::string without_times(const std::string &trace) {
+    std::string text;
+    const char *rest = trace.c_str();
+    while (*rest != '\0') {
+        int length = 0;
+        long seconds = 0;
+        long microseconds = 0;
+        // Ten digits, so that a number at the end of the trace before is not taken along.
+        const bool is_time = strspn(rest, "0123456789") == 10 &&
+                             sscanf(rest, "%ld:%ld:%n", &seconds, &microseconds, &length) == 2 &&
+                             length > 0;
+        text += is_time ? '@' : *rest;
+        rest += is_time ? length + 1 : 1;
+    }
+    return text;
+}
+
+Outcome traced(uint32_t families, const std::function<void()> &code) {
+    Outcome outcome = in_child([&] {
+        tsh_logfp = stdout;
+        tsh_debug_filter = families;
+        code();
+        return 0;
+    });
+    outcome.out = without_times(outcome.out);
+    return outcome;
 }
 
 } // namespace harness

@@ -2,6 +2,7 @@
 // own with everything they print.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -41,5 +42,11 @@ Outcome in_child(const std::function<int()> &code);
 
 // Runs a program found along PATH. Settings are NAME=VALUE, added to the environment.
 Outcome run(const std::vector<std::string> &command, const std::vector<std::string> &settings = {});
+
+// A trace with each time prefix as "@".
+std::string without_times(const std::string &trace);
+
+// What code prints and reports with families of traces on, times left out.
+Outcome traced(uint32_t families, const std::function<void()> &code);
 
 } // namespace harness

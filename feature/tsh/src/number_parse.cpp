@@ -61,7 +61,7 @@ void range_preparse_str(char *text) {
         return;
     for (; *text != '\0'; ++text) {
         if (is_digit(text[0]) && text[1] == '-')
-            *++text = ',';
+            text[1] = ',';
         else if (text[0] == '-' && text[1] == '-')
             text[0] = ',';
     }

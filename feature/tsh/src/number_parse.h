@@ -16,14 +16,17 @@ TSH_API int32_t get_uint16_from_str(const char *text);
 /** The same for values up to 255; a greater one gives -1 without a trace. */
 TSH_API int32_t get_uint8_from_str(const char *text);
 
-/** Digits after an optional 0x or 0X.
+/** Digits after an optional 0x or 0X: "0x1F" and "1f" give 31, "12g" gives 0. A result of 0 does
+ * not tell failure from zero; who needs that looks at the text first.
  * @return the value; 0 for null, for no digits, for any other character and for values over
  *         32 bits. */
 TSH_API uint32_t strxtoi(const char *text);
 
-/** Rewrites a range of signed decimal numbers, as in "-3--1", in place as two numbers with a comma
- * between, "-3,-1": each '-' right after a digit, or right before another '-', becomes a comma.
- * Null is ignored. */
+/** Rewrites a range of signed decimal numbers in place so that it reads as two numbers with a comma
+ * between: each '-' right after a digit, or right before another '-', becomes a comma. Null is
+ * ignored.
+ *
+ *     1-5 becomes 1,5; -3--1 becomes -3,-1; 5--2 becomes 5,-2; --5 becomes ,-5 */
 TSH_API void range_preparse_str(char *text);
 
 #endif

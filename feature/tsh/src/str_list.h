@@ -21,6 +21,11 @@ typedef struct str_list_t {
 
 /** The words of a list joined by single blanks; null and empty words add nothing, but a result
  * whose last word is null or empty ends in the blank before it.
+ *
+ *     [show] [ip] [route]    "show ip route"
+ *     [a] [] [b]             "a b"
+ *     [a] [b] []             "a b "
+ *
  * @return a text from tsh_realloc, owned by the caller; null for a null list, a list without
  *         words, null and empty words that end in a null one, and without memory. */
 TSH_API char *str_list_join(const str_list_t *list);

@@ -4,11 +4,21 @@
 
 #include "feature/tsh/src/str_list.h"
 
-/** Splits a line into words. The line is copied first: a final '|', '>' or '<' gets a blank behind
- * it, and the first "|>" one between the two; offsets count in that copy. Runs of delimiters are
- * skipped. A double quote that begins a word is not part of it; every other one is. A quote opens
- * or closes a stretch without delimiters, and the character right after it belongs to the word
- * whatever it is, unless the quote began the word. Words beyond STR_LIST_MAX_WORDS are ignored.
+/** Splits a line into words. Runs of delimiters are skipped. A double quote that begins a word is
+ * not part of it; every other one is. Quotes open and close stretches without delimiters, and the
+ * character right after a quote that did not begin the word belongs to it whatever it is. A quote
+ * that stays open extends its word to the end of the line. Words beyond STR_LIST_MAX_WORDS are
+ * ignored. The line is copied first: a final '|', '>' or '<' gets a blank behind it, and the first
+ * "|>" one between the two; offsets count in that copy. With the delimiters " ":
+ *
+ *     show run |> file    [show] 0, [run] 5, [|] 9, [>] 11, [file] 13
+ *     echo "a b" c        [echo] 0, [a b" c] 6
+ *     a"b c" d            [a"b c" d] 0
+ *     x ""                [x] 0, ["] 3
+ *     x "                 [x] 0
+ *
+ * Every step is traced (TSH_TRACE_WORDS); that there is no memory for the copy is traced on its own
+ * (TSH_TRACE_ALLOCATION).
  * @param line null counts as empty.
  * @param delimiters the first 32 characters count; the double quote cannot be one. With a blank
  *        among them white space is added as far as there is room; a null or empty text stands for
