@@ -12,41 +12,31 @@
 
 namespace {
 
-// Files in memory, new ones for each input, at descriptors that never change.
-constexpr int kSubtrees = 100;
-constexpr int kPrebuilt = 101;
-
-std::string name_of(int descriptor) {
-    return "/proc/self/fd/" + std::to_string(descriptor);
-}
-
-void store(int descriptor, const uint8_t *data, size_t size) {
+// Makes a file in memory of the bytes, a new one under a name that stays the same.
+std::string store(int descriptor, const uint8_t *data, size_t size) {
     const int created = memfd_create("input", 0);
     if (dup2(created, descriptor) < 0 || write(created, data, size) != static_cast<ssize_t>(size))
         abort();
     close(created);
-}
-
-char *prebuilt_folder() {
-    static std::string folder = "/tmp/subtree-fuzz-XXXXXX";
-    if (mkdtemp(folder.data()) == nullptr ||
-        symlink(name_of(kPrebuilt).c_str(), (folder + "/main_tree.pars").c_str()) != 0)
-        abort();
-    return folder.data();
+    return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
 } // namespace
 
-// The prebuilt tree is made of the last bytes of the input.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static char *const folder = prebuilt_folder();
-    const std::string file = name_of(kSubtrees);
-    prebuilt_main_tree_path = folder;
-    store(kSubtrees, data, size);
-    store(kPrebuilt, data + size % TREE_NODE_SIZE, size - size % TREE_NODE_SIZE);
+    static std::string folder;
+    const std::string subtrees = store(100, data, size);
+    const size_t rest = size % TREE_NODE_SIZE; // the prebuilt tree is what follows
+    const std::string prebuilt = store(101, data + rest, size - rest);
+    if (folder.empty()) {
+        folder = "/tmp/subtree-fuzz-XXXXXX";
+        prebuilt_main_tree_path = mkdtemp(folder.data());
+        if (symlink(prebuilt.c_str(), (folder + "/main_tree.pars").c_str()) != 0)
+            abort();
+    }
 
-    read_parser_file(file.c_str(), SUBTREE_FILE_ROOT);
-    read_parser_file(file.c_str(), SUBTREE_FILE_ORDINARY);
+    read_parser_file(subtrees.c_str(), SUBTREE_FILE_ROOT);
+    read_parser_file(subtrees.c_str(), SUBTREE_FILE_ORDINARY);
     tree_node_t *tree = nullptr;
     const auto count = static_cast<size_t>(std::max(get_parse_tree(&tree), 0));
     const auto fault = tsh::check_tree({tree, count});

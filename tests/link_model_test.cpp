@@ -6,7 +6,6 @@
 #include "treelink/attach.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <list>
@@ -16,8 +15,6 @@
 namespace {
 
 using Nodes = std::vector<tree_node_t>;
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
 
 struct Subtree {
     std::string file;
@@ -34,6 +31,7 @@ bool report(const char *format, const std::string &one, const std::string &other
     return true;
 }
 
+constexpr uint32_t kTypes[] = {1, 4, 0x40200001}; // only the first makes a conflict
 constexpr const char *kDuplicate = "*** Treelink Warning ***: Duplicate nodename %s in %s\n";
 constexpr const char *kUnresolved = "***Treelink Warning***: Unresolved path %s in file %s \n";
 constexpr const char *kConflict = "*** Tree Linking Error *** Conflicting nodes %s and %s "
@@ -95,23 +93,24 @@ public:
 private:
     int pick(int low, int high) { return std::uniform_int_distribution{low, high}(random_); }
 
+    char pick_letter(int nothing) { return "\0abcdefghijklmnopqrst"[pick(nothing, 20)]; }
+
     // Every node lies below some of those before it, or below none.
     Subtree random_subtree(const std::string &file) {
         Subtree subtree{file, Nodes(static_cast<size_t>(pick(1, 4))), {}};
         for (uint16_t i = 0; i < subtree.nodes.size(); ++i) {
             tree_node_t &node = subtree.nodes[i];
-            node.name[0] = static_cast<char>(pick(0, 20) == 0 ? '\0' : 'a' + pick(0, 19));
+            node.name[0] = pick_letter(0);
             node.token[0] = "\0abcde"[pick(0, 5)];
             node.flags = TREE_FLAG_TERMINAL | 1U;
             node.param_count = static_cast<uint16_t>(pick(0, 1));
-            node.params[0].type_mask =
-                std::array{1U, 4U, 0x40200001U}[static_cast<size_t>(pick(0, 2))];
+            node.params[0].type_mask = kTypes[pick(0, 2)];
             for (uint16_t above = 0; above < i; ++above)
                 if (tree_node_t &parent = subtree.nodes[above]; pick(0, 2) == 0)
                     parent.children[parent.child_count++] = i;
         }
         for (int i = pick(0, 3); i > 0; --i)
-            subtree.paths.emplace_back(1, static_cast<char>('a' + pick(0, 19)));
+            subtree.paths.emplace_back(1, pick_letter(1));
         return subtree;
     }
 
@@ -234,13 +233,13 @@ TEST(LinkModel, AgreesOnRandomGrammars) {
         grammar::write_main_tree(scratch.path("main_tree.pars"), model.prebuilt[0]);
         grammar::write_main_tree(scratch.path("main_tree2.pars"), model.prebuilt[1]);
         tree_node_t *linked = nullptr;
-        CaptureStderr();
+        testing::internal::CaptureStderr();
         model.hand_to_linker();
         const int32_t count = get_parse_tree(&linked);
-        const std::string messages = GetCapturedStderr();
-        CaptureStderr();
+        const std::string messages = testing::internal::GetCapturedStderr();
+        testing::internal::CaptureStderr();
         const Nodes expected = model.link();
-        ASSERT_EQ(messages, GetCapturedStderr()) << "seed " << seed;
+        ASSERT_EQ(messages, testing::internal::GetCapturedStderr()) << "seed " << seed;
         ASSERT_EQ(static_cast<size_t>(count), expected.size()) << "seed " << seed;
         ASSERT_EQ(memcmp(linked, expected.data(), expected.size() * TREE_NODE_SIZE), 0) << seed;
         free(linked);
