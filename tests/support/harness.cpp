@@ -2,9 +2,9 @@
 
 #include "feature/tsh/src/trace.h"
 
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -78,7 +78,8 @@ std::string without_times(const std::string &trace) {
         int length = 0;
         long seconds = 0;
         long microseconds = 0;
-        const bool is_time = isdigit(static_cast<unsigned char>(*rest)) != 0 &&
+        // Ten digits, so that a number at the end of the trace before is not taken along.
+        const bool is_time = strspn(rest, "0123456789") == 10 &&
                              sscanf(rest, "%ld:%ld:%n", &seconds, &microseconds, &length) == 2 &&
                              length > 0;
         text += is_time ? '@' : *rest;

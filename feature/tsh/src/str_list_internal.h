@@ -1,0 +1,31 @@
+// What the splitters share: owners of blocks and lists, and how a list is built.
+#pragma once
+
+#include "feature/tsh/src/memory.h"
+#include "feature/tsh/src/str_list.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+namespace tsh {
+
+template <auto release> struct Releaser {
+    template <typename T> void operator()(T *owned) const { release(owned); }
+};
+using OwnedText = std::unique_ptr<char, Releaser<tsh_free>>;
+using OwnedList = std::unique_ptr<str_list_t, Releaser<str_list_free>>;
+
+/// The longest line that is split. Offsets in it, and the size of a copy with some bytes to spare,
+/// fit 31 bits; a longer line is treated as one that there is no memory for.
+constexpr size_t kLongestLine = INT32_MAX - 16;
+
+/// A list without words, or null when there is no memory.
+OwnedList new_list();
+
+/// Adds a copy of a word to a list of fewer than STR_LIST_ENTRIES words.
+/// @return false when there is no memory; the list is then unchanged.
+bool append_word(str_list_t &list, std::string_view word, size_t offset);
+
+} // namespace tsh

@@ -1,0 +1,175 @@
+// The tokenizer: one walk over the line that knows whether it is in a word and in quotes.
+#include "feature/tsh/src/tokenizer.h"
+
+#include "feature/tsh/src/char_set_internal.h"
+#include "feature/tsh/src/str_list_internal.h"
+
+int32_t unmatched_quote_flag = 0;
+int32_t unmatched_quote_index = 0;
+
+namespace {
+
+using tsh::CharSet;
+
+constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+constexpr std::string_view kQuote = "\"";
+constexpr std::string_view kEscape = "\\";
+constexpr std::string_view kAlwaysSpecial = "\xFF";
+
+constexpr CharSet kSeparating(kWhiteSpace);
+constexpr CharSet kNeverSpecial(kWhiteSpace, kQuote);
+constexpr CharSet kMeaningInQuotes(kQuote, kEscape);
+
+class TokenWalk {
+public:
+    TokenWalk(std::string_view line, std::string_view specials, str_list_t &list)
+        : line_(line), list_(list), specials_(kAlwaysSpecial, specials),
+          meaning_in_word_(kWhiteSpace, kQuote, kEscape, kAlwaysSpecial, specials) {}
+
+    /// Walks the whole line. @return false without memory.
+    bool run() {
+        while (goes_on()) {
+            if (in_word_)
+                pass_text();
+            if (goes_on())
+                take(line_[position_]);
+        }
+        end_word();
+        return !out_of_memory_;
+    }
+
+    [[nodiscard]] bool in_quotes() const { return in_quotes_; }
+
+private:
+    [[nodiscard]] bool goes_on() const {
+        return position_ < line_.size() && list_.size < STR_LIST_ENTRIES && !out_of_memory_;
+    }
+
+    // Passes what has no meaning inside the word in progress, escaped characters included.
+    void pass_text() {
+        const CharSet &meaning = in_quotes_ ? kMeaningInQuotes : meaning_in_word_;
+        position_ = meaning.find_in(line_, position_);
+        while (at_escape())
+            position_ = meaning.find_in(line_, position_ + 2);
+    }
+
+    // The last backslash of a line has nothing to escape and is like any other character.
+    [[nodiscard]] bool at_escape() const {
+        return position_ + 1 < line_.size() && line_[position_] == '\\';
+    }
+
+    void take(char c) {
+        if (c == '"')
+            in_quotes_ ? close_quotes() : open_quotes();
+        else if (!in_quotes_ && specials_.holds(c))
+            take_special();
+        else if (!in_quotes_ && kSeparating.holds(c))
+            take_white_space();
+        else
+            take_text();
+    }
+
+    void open_quotes() {
+        end_word();
+        unmatched_quote_index = static_cast<int32_t>(position_);
+        ++position_;
+        begin_word();
+        in_quotes_ = true;
+    }
+
+    void close_quotes() {
+        end_word();
+        unmatched_quote_index = 0;
+        ++position_;
+        in_quotes_ = false;
+    }
+
+    // A special is stored even as the entry past the last word; the caller then refuses the list.
+    void take_special() {
+        end_word();
+        append(line_.substr(position_, 1), position_);
+        ++position_;
+    }
+
+    void take_white_space() {
+        end_word();
+        ++position_;
+    }
+
+    void take_text() {
+        if (in_word_)
+            ++position_;
+        else
+            begin_word();
+    }
+
+    void begin_word() {
+        in_word_ = true;
+        word_start_ = position_;
+    }
+
+    void end_word() {
+        if (in_word_)
+            tokenize_append_word(line_.substr(word_start_, position_ - word_start_), word_start_);
+        in_word_ = false;
+    }
+
+    void tokenize_append_word(std::string_view word, size_t offset) {
+        if (list_.size < STR_LIST_MAX_WORDS && !word.empty())
+            append(word, offset);
+    }
+
+    void append(std::string_view token, size_t offset) {
+        out_of_memory_ = out_of_memory_ || !tsh::append_word(list_, token, offset);
+    }
+
+    std::string_view line_;
+    str_list_t &list_;
+    CharSet specials_;
+    CharSet meaning_in_word_;
+    size_t position_ = 0;
+    size_t word_start_ = 0;
+    bool in_word_ = false;
+    bool in_quotes_ = false;
+    bool out_of_memory_ = false;
+};
+
+bool may_be_special(std::string_view specials) {
+    return kNeverSpecial.find_in(specials, 0) == specials.size();
+}
+
+} // namespace
+
+str_list_t *tokenize(const char *line, const char *specials) {
+    unmatched_quote_flag = 0;
+    unmatched_quote_index = 0;
+    tsh::OwnedList list = tsh::new_list();
+    const std::string_view special_set(specials == nullptr ? "" : specials);
+    if (list == nullptr || !may_be_special(special_set) || line == nullptr)
+        return nullptr;
+    const std::string_view text(line);
+    if (text.size() > tsh::kLongestLine)
+        return nullptr;
+
+    TokenWalk walk(text, special_set, *list);
+    if (!walk.run()) {
+        unmatched_quote_index = 0;
+        return nullptr;
+    }
+    if (list->size == 0)
+        return nullptr;
+    if (walk.in_quotes() || list->size == STR_LIST_ENTRIES) {
+        unmatched_quote_flag = walk.in_quotes() ? 1 : 0;
+        return nullptr;
+    }
+    print_str_list(list.get());
+    return list.release();
+}
+
+int32_t check_unmatched_quote() {
+    return unmatched_quote_flag;
+}
+
+int32_t get_unmatched_quote_index() {
+    return unmatched_quote_index;
+}

@@ -1,0 +1,62 @@
+// Any line through the splitters and parsers, held against what is true of every result.
+#include "feature/tsh/src/hex_split.h"
+#include "feature/tsh/src/memory.h"
+#include "feature/tsh/src/number_parse.h"
+#include "feature/tsh/src/tokenizer.h"
+#include "feature/tsh/src/word_split.h"
+
+#include <cstring>
+#include <glib.h>
+#include <string>
+
+namespace {
+
+// Words lie in the line in their order; those of a plain line are what stands between the white
+// space. Releases the list.
+void check_words(str_list_t *list, const std::string &line, bool plain) {
+    constexpr auto kWhiteSpace = " \t\n\v\f\r";
+    const int32_t count = list == nullptr ? 0 : list->size;
+    size_t end = 0;
+    for (int32_t i = 0; i < count; ++i) {
+        const std::string word = list->str[i];
+        const auto start = static_cast<size_t>(list->index[i]);
+        g_assert(!word.empty() && start >= end && line.compare(start, word.size(), word) == 0);
+        g_assert(!plain || start == line.find_first_not_of(kWhiteSpace, end));
+        end = start + word.size();
+        g_assert(!plain || end == std::min(line.find_first_of(kWhiteSpace, start), line.size()));
+    }
+    g_assert(!plain || count == STR_LIST_MAX_WORDS ||
+             line.find_first_not_of(kWhiteSpace, end) == std::string::npos);
+    g_assert(list == nullptr ||
+             (count > 0 && count <= STR_LIST_MAX_WORDS && list->str[count] == nullptr));
+    tsh_free(str_list_join(list));
+    str_list_free(list);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    std::string line(reinterpret_cast<const char *>(data), size);
+    line.resize(strlen(line.c_str()));
+    const bool plain = line.find_first_of("\"\\\xFF|<>;") == std::string::npos;
+    for (const char *specials : {"", "|;>\\"}) {
+        str_list_t *list = tokenize(line.c_str(), specials);
+        const auto quote = static_cast<size_t>(get_unmatched_quote_index());
+        const bool closed = check_unmatched_quote() == 0;
+        g_assert((quote == 0 && closed) || (list == nullptr && line[quote] == '"'));
+        check_words(list, line, plain);
+    }
+    std::string copy = line;
+    if (!copy.empty() && strchr("|><", copy.back()) != nullptr)
+        copy += ' ';
+    if (const size_t pipe = copy.find("|>"); pipe != std::string::npos)
+        copy.insert(pipe + 1, 1, ' ');
+    check_words(strsplit(line.c_str(), " "), copy, plain);
+    check_words(strsplit(line.c_str(), ","), copy, false);
+    g_strfreev(hex_split(line.c_str(), ":-"));
+    const int32_t byte = get_uint8_from_str(line.c_str());
+    g_assert(byte <= 0 || strxtoi(line.c_str()) == static_cast<uint32_t>(byte));
+    range_preparse_str(line.data());
+    g_assert(line.find("--") == std::string::npos);
+    return 0;
+}

@@ -1,0 +1,301 @@
+// The shell library's common helpers: lines and what is made of them, numbers, memory, bits.
+#include "atnode/command_lookup.h"
+#include "feature/tsh/src/bits.h"
+#include "feature/tsh/src/bounds.h"
+#include "feature/tsh/src/hex_split.h"
+#include "feature/tsh/src/memory.h"
+#include "feature/tsh/src/number_parse.h"
+#include "feature/tsh/src/process.h"
+#include "feature/tsh/src/sort.h"
+#include "feature/tsh/src/tokenizer.h"
+#include "feature/tsh/src/trace.h"
+#include "feature/tsh/src/word_split.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/harness.h"
+#include "tests/support/loaded_tree.h"
+
+#include <csignal>
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <random>
+
+// The fuzzer's properties of every line; aborts where one does not hold.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
+namespace {
+
+// What a caller got, as text; releases it.
+std::string shown(str_list_t *list) {
+    std::string text;
+    for (int32_t i = 0; list != nullptr && i < list->size; ++i)
+        text.append("[").append(list->str[i]).append("]").append(std::to_string(list->index[i]));
+    str_list_free(list);
+    return text;
+}
+
+std::string shown(char *text) {
+    std::string copy = text == nullptr ? "null" : text;
+    tsh_free(text);
+    return copy;
+}
+
+std::string shown(char **fields) {
+    char *joined = fields == nullptr ? nullptr : g_strjoinv("|", fields);
+    g_strfreev(fields);
+    return shown(joined);
+}
+
+// What code prints and traces, in its order; "@" stands for the time before a trace.
+template <typename Code> std::string printed(uint32_t families, Code code) {
+    testing::internal::CaptureStdout();
+    tsh_logfp = stdout;
+    tsh_debug_filter = families;
+    code();
+    tsh_debug_filter = 0;
+    return harness::without_times(testing::internal::GetCapturedStdout());
+}
+
+std::string split(const std::string &line, const char *delimiters = " ") {
+    return shown(strsplit(line.c_str(), delimiters));
+}
+
+std::string tokens(const std::string &line, const char *specials = nullptr) {
+    const std::string words = shown(tokenize(line.c_str(), specials));
+    // The flag and the index of an open quote.
+    return words + " " + std::to_string(check_unmatched_quote()) +
+           std::to_string(get_unmatched_quote_index());
+}
+
+std::string repeated(int count, const std::string &text) {
+    std::string all;
+    while (count-- > 0)
+        all += text;
+    return all;
+}
+
+// Cases are "given => result", set apart by ';' or on lines of their own.
+template <typename Code> void check(const std::string &cases, Code code) {
+    for (size_t at = 0, end = 0; at < cases.size(); at = end + 1) {
+        const size_t arrow = cases.find(" => ", at);
+        end = std::min(cases.find_first_of(";\n", arrow), cases.size());
+        EXPECT_EQ(code(cases.substr(at, arrow - at)), cases.substr(arrow + 4, end - arrow - 4));
+    }
+}
+
+TEST(TshCommon, StrsplitCutsLinesAsTheShellReadsThem) {
+    check(R"(show interface  brief => [show]0[interface]5[brief]16;show run| => [show]0[run|]5
+  copy run start  => [copy]2[run]7[start]11
+show run |> file => [show]0[run]5[|]9[>]11[file]13;a|>b|>c => [a|]0[>b|>c]3;a|> => [a|]0[>]3
+echo "a b" c => [echo]0[a b" c]6;echo "a b" => [echo]0[a b"]6;"a"  b => [a" ]1[b]5
+x "" => [x]0["]3;x " => [x]0;" => ;set "x => [set]0[x]5;a"b c" d => [a"b c" d]0
+a" => [a"]0;a""b c => [a""b c]0)",
+          [](const std::string &line) { return split(line); });
+    check("a,b,,c => [a]0[b]2[c]5;a b\tc,d => [a b\tc]0[d]6;> => [> ]0;| => [| ]0;< => [< ]0",
+          [](const std::string &line) { return split(line, ","); });
+    EXPECT_EQ(split("a0b;", "01234567890123456789012345678901;"), "[a]0[b;]2");
+    EXPECT_EQ(split("a\tb\vc", " 2345678901234567890123456789"), "[a]0[b\vc]2");
+    EXPECT_TRUE(split(repeated(600, "w ")).ends_with("[w]1018[w]1020"));
+}
+
+TEST(TshCommon, TokenizeKnowsQuotesEscapesAndSpecials) {
+    check(R"(show  interface => [show]0[interface]6 00;set "a b" c => [set]0[a b]5[c]10 00
+ab"cd"ef => [ab]0[cd]3[ef]6 00;a\ b c => [a\ b]0[c]5 00;a\\ \"b c => [a\\]0[\"b]4[c]8 00
+"a\" b" c => [a\" b]1[c]8 00;x\ => [x\]0 00;x \ => [x]0[\]2 00;"a\ =>  10
+say "hi =>  14;say " =>  14;a "b" "c\" =>  16;  " =>  02; ""  =>  00)",
+          [](const std::string &line) { return tokens(line); });
+    check(
+        R"(show run|grep x => [show]0[run]5[|]8[grep]9[x]14 00;a\\ \ => [a\\]0[\]4 00;a\ => [a]0[\]1 00
+a|"b|c"\|d|e\| => [a]0[|]1[b|c]3[\]7[|]8[d]9[|]10[e\|]11 00)",
+        [](const std::string &line) { return tokens(line, "|\\"); });
+    EXPECT_EQ(tokens("a\xFF\xFE\\\xFF"), "[a]0[\xFF]1[\xFE\\\xFF]2 00");
+    EXPECT_EQ(tokens(R"(\|d|)", "|"), R"([\|d]0[|]3 00)");
+    EXPECT_EQ(tokens("a", "| ") + tokens("a", "\v"), " 00 00");
+    const std::string full = repeated(511, "w ");
+    EXPECT_TRUE(tokens(full + full).ends_with("[w]1018[w]1020 00"));
+    EXPECT_EQ(tokens(full + "w|\"", "|"), " 00");
+    EXPECT_EQ(tokens(full + "\""), " 11022");
+    EXPECT_TRUE(tokens(repeated(510, "|") + "x", "|").ends_with("[|]509[x]510 00"));
+    EXPECT_EQ(tokens(repeated(510, "|") + "x|", "|"), " 00");
+}
+
+TEST(TshCommon, AnyLineKeepsTheProperties) {
+    std::mt19937 random(7);
+    for (uint32_t round = 0; round < 8000; ++round) {
+        const std::string_view alphabet = round % 2 == 0 ? "ab \t\v" : "ab0fF-x:\" |>,;\\\xFF";
+        std::vector<uint8_t> line(random() % (round % 20 < 2 ? 3000 : 12));
+        for (uint8_t &c : line)
+            c = static_cast<uint8_t>(alphabet[random() % alphabet.size()]);
+        LLVMFuzzerTestOneInput(line.data(), line.size());
+    }
+}
+
+TEST(TshCommon, TracesTellEveryStep) {
+    EXPECT_EQ(
+        printed(TSH_TRACE_WORDS, [] { split("ab  \"c\""), split(""), split(" ", ""); }),
+        "@Using user specified delimiter...\n@Adding std delimiters...\n"
+        "@Line : ab  \"c\", Delimiter : [  \t\n\r\f\v]\n@\n@D@c@c@d@ String : ab, len : 2"
+        "@ index : 0\n@\n@!@!@\nStart of quotes...@Q@\nEnd of quotes...@ String : c\", len : 3"
+        "@ index : 5\n@\n@Words extracted : 2\n@Nothing to split...\n"
+        "@Defaulting delimter to space...\n@Line :  , Delimiter : [ \t\n\r\f\v]\n@\n@!"
+        "@Words extracted : 0\n");
+    EXPECT_TRUE(printed(TSH_TRACE_WORDS, [] { split(repeated(512, "w ")); })
+                    .ends_with("@ index : 1020\n@*** Oops, Too many words in string ***\n"
+                               "@Exiting...\n@Words extracted : 511\n"));
+    EXPECT_EQ(printed(TSH_TRACE_WORDS, [] { tokens("a|", "|"), log_mesg("%d", 1); }),
+              "@\nString list size : 2@\nStr : a, Index : 0@\nStr : |, Index : 1");
+    EXPECT_EQ(printed(~TSH_TRACE_WORDS, [] { tokens(split("a")); }), "");
+    EXPECT_EQ(printed(TSH_TRACE_WORDS, [] { tsh_logfp = nullptr, tokens(split("a")); }), "");
+}
+
+// What an operation makes with its n-th allocation failing, "result{message@trace}", for each n
+// until none fails. Whatever it could not use it must have released.
+template <typename Operation> std::string without_memory(Operation operation) {
+    std::string outcomes;
+    for (long n = 1;; ++n) {
+        failing_malloc::Tally tally{};
+        decltype(operation()) result{};
+        const std::string text = printed(TSH_TRACE_WORDS | TSH_TRACE_ALLOCATION, [&] {
+            failing_malloc::arm(n);
+            result = operation();
+            tally = failing_malloc::disarm();
+        });
+        EXPECT_EQ(result == nullptr ? tally.live : 0, 0);
+        outcomes += shown(result);
+        if (tally.allocations < n)
+            return outcomes;
+        const size_t error = std::min(text.find("Err: "), text.size());
+        outcomes.append("{").append(text, error, text.find('\n', error) - error).append("}");
+    }
+}
+
+TEST(TshCommon, MissingMemoryHasItsResultAndLosesNothing) {
+    if (!failing_malloc::available())
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    const std::string failed = "{Err: Malloc failed...";
+    EXPECT_EQ(without_memory([] { return strsplit("a |>b", " "); }),
+              failed + "@malloc failed while duplicating cmdline}[a]0[|>b]2" + failed +
+                  "@Error mallocing for dup str |> in  case.}" + failed +
+                  "@Error mallocing str list...}" + repeated(3, failed + "@Mem alloc failed...}") +
+                  "[a]0[|]2[>b]4");
+    EXPECT_EQ(without_memory([] { return tokenize("a|\"b\"", "|"); }),
+              repeated(4, failed + "}") + "[a]0[|]1[b]3");
+    char word[] = "ab";
+    const str_list_t list = {2, {word, word}, {}};
+    EXPECT_EQ(without_memory([&] { return str_list_join(&list); }),
+              "null{Err: Realloc failed...}ab ab");
+    EXPECT_EQ(without_memory([] { return hex_split("1:23", ":"); }), "null{}null{}null{}01|23");
+}
+
+TEST(TshCommon, ListsAreJoinedPrintedAndReleased) {
+    char a[] = "a";
+    char none[] = "";
+    char *texts[] = {a, none, nullptr, a};
+    const auto join = [](const str_list_t &list) { return shown(str_list_join(&list)); };
+    EXPECT_EQ(join({3, {a, none, a}, {}}) + join({2, {a, none}, {}}) + join({}), "a aa null");
+    EXPECT_EQ(join({2, {a}, {}}) + join({1, {none}, {}}) + join({2, {none}, {}}), "a null");
+    str_list_t *lists[STR_CMD_LISTS] = {tokenize("a b", ""), nullptr, strsplit("c", "")};
+    str_cmd_list_free(lists);
+    EXPECT_EQ(std::count(lists, lists + STR_CMD_LISTS, nullptr), STR_CMD_LISTS);
+    const auto print = [&] { print_str_arr(texts), print_char("xyz", 2), print_char("xyz", 0); };
+    EXPECT_EQ(printed(0, print), "\nStr : a\nStr : xy  ");
+    EXPECT_EQ(str_arr_size(texts) + str_arr_size(nullptr) + print_str_arr(nullptr), 2);
+    EXPECT_EQ(tokenize(nullptr, nullptr), strsplit(nullptr, nullptr));
+}
+
+TEST(TshCommon, FieldsAndNumbersAreStrict) {
+    check("1:23:abc => 01|23|0abc;a::b: => 0a||0b;: => ;abc => 0abc; => ",
+          [](const std::string &text) { return shown(hex_split(text.c_str(), ":")); });
+    const auto report = [](const char *, GLogLevelFlags level, const char *text, void *) {
+        printf("%s%s\n", level == G_LOG_LEVEL_CRITICAL ? "critical " : "", text);
+    };
+    g_log_set_default_handler(report, nullptr);
+    EXPECT_EQ(printed(0, [] { hex_split(nullptr, nullptr), hex_split("", nullptr); }),
+              "critical file ../feature/tsh/src/tsh_common: line 244 (hex_split): "
+              "assertion `string != NULL' failed.\n"
+              "critical file ../feature/tsh/src/tsh_common: line 245 (hex_split): "
+              "assertion `delimiter != NULL' failed.\n");
+
+    const auto numbers = [](const std::string &text) {
+        return std::to_string(get_uint16_from_str(text.c_str())) + " " +
+               std::to_string(get_uint8_from_str(text.c_str())) + " " +
+               std::to_string(strxtoi(text.c_str()));
+    };
+    check("0000 => 0 0 0; => 0 0 0;00ff => 255 255 255;FF => 255 255 255;100 => 256 -1 256\n"
+          "12345 => 74565 -1 74565;1 2 => -1 -1 0;+1 => -1 -1 0;12g => -1 -1 0;1g2 => -1 -1 0\n"
+          "0x1F => -1 -1 31;0X00ff => -1 -1 255;0x => -1 -1 0;0x0x1 => -1 -1 0;zz => -1 -1 0\n"
+          "ffffffff => -1 -1 4294967295;80000000 => -2147483648 -1 2147483648;100000001 => -1 -1 0",
+          numbers);
+    EXPECT_EQ(printed(TSH_TRACE_PARAMS,
+                      [&] { get_uint16_from_str(nullptr), numbers("100"), numbers("zz"); }),
+              "@Error in ID format.\n@Invalid Number detected.\n@Invalid Number detected.\n");
+    check("1-5 => 1,5;-3--1 => -3,-1;5--2 => 5,-2;--5 => ,-5;5---2 => 5,,-2;a-1- => a-1,",
+          [](std::string range) { return range_preparse_str(range.data()), range; });
+}
+
+TEST(TshCommon, CommandLinesWalkDownTheTree) {
+    const harness::LoadedTree tree(
+        grammar::main_root({grammar::keyword("show").child(grammar::keyword("version"))}));
+    const auto find = [](const tree_node_t *start, const char *line) {
+        return printed(TSH_TRACE_NAVIGATION, [&] {
+            const tree_node_t *node = atnode_find_cmd_index(start, line);
+            printf("@%s", node == nullptr ? "null" : node->name);
+        });
+    };
+    EXPECT_TRUE(find(g_atn, "sh\tVER").ends_with("@at token found at ~depth: 0@version"));
+    EXPECT_TRUE(find(g_atn, "sh bogus").ends_with("@atn Depth expired, aborting@null"));
+    const std::string not_parsed = "@Cmdline not parsed fully, index not found...\n@null";
+    EXPECT_TRUE(find(g_atn, "sh bogus ver").ends_with(not_parsed));
+    EXPECT_EQ(find(nullptr, "sh"), not_parsed);
+    EXPECT_EQ(find(g_atn, "  "), "@Empty cmdline, index not found...\n@null");
+}
+
+TEST(TshCommon, MemoryIsZeroAndSortingCountsItsPasses) {
+    for (const uint32_t size : {1U, 2U, 3U, 4U, 5U, 1U << 20}) {
+        auto *block = static_cast<char *>(tsh_malloc(size));
+        EXPECT_EQ(std::count(block, block + size, '\0'), size);
+        std::fill_n(block, size, 'x');
+        tsh_free(block);
+    }
+    EXPECT_EQ(shown(tsh_strdup_with_space("a")) + shown(tsh_strdup_with_space(nullptr)), "a  ");
+    using Words = std::vector<uint32_t>;
+    const auto sorted = [](Words words) {
+        const auto by_tens = [](uint32_t a, uint32_t b) { return a / 10 > b / 10 ? 1 : 0; };
+        words.push_back(bsort(words.data(), static_cast<uint32_t>(words.size()), by_tens));
+        return words;
+    };
+    EXPECT_EQ(sorted({30, 10, 20}), Words({10, 20, 30, 2}));
+    EXPECT_EQ(sorted({29, 12, 21, 11, 5}), Words({5, 12, 11, 29, 21, 5}));
+}
+
+TEST(TshCommon, BitsBoundsSignalsAndPaths) {
+    std::mt19937_64 random(3);
+    for (int round = 0; round < 300; ++round) {
+        const uint64_t value = round == 0 ? ~0ULL : random() & random() & random();
+        int32_t next = -1;
+        int32_t count = 0;
+        for (int32_t after = 63; after >= -1; --after) {
+            ASSERT_EQ(bit_pos_get64(value, after), next);
+            ASSERT_EQ(bit_pos_get32(static_cast<uint32_t>(value), after), next < 32 ? next : -1);
+            if (after >= 0 && (value >> after & 1) != 0)
+                next = after, ++count;
+        }
+        ASSERT_EQ(bit_count_get64(value), count);
+        ASSERT_EQ(bit_count_get(static_cast<uint32_t>(value)), bit_count_get64(value << 32));
+    }
+    EXPECT_EQ(bit_pos_get32(1, -2) + bit_pos_get64(1, INT32_MIN) + bit_pos_get32(1, INT32_MAX), -3);
+
+    EXPECT_EQ(check_uint_bounds(5, 5, 5) + check_int_bounds(-1, -5, 0), 2);
+    EXPECT_EQ(check_uint_bounds(4, 5, 9) + check_uint_bounds(-1U, -5U, 0), -2);
+    EXPECT_EQ(check_int64_bounds(-1, -2, 2) + check_uint64_bounds(1ULL << 32, 0, ~0U), 0);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()) + signal_set(SIGALRM, [](int) {}), 0);
+    for (char byte : {'a', 'b'}) {
+        ualarm(20000, 0);
+        EXPECT_EQ(read(ends[0], &byte, 1), -1) << "not interrupted";
+    }
+    char path[] = "/a/c.par";
+    EXPECT_EQ(tsh_util_get_filename(path), path + 3);
+    EXPECT_EQ(tsh_util_get_filename(path + 3), path + 3);
+}
+
+} // namespace
