@@ -140,7 +140,7 @@ TEST(Walks, VisitInTheirOrderAndLeaveTheStack) {
     const LoadedTree tree(small_tree());
     const auto around = [&](const char *parent, const std::function<void()> &walk) {
         atnode_stack_push(tree.node(parent));
-        const std::string names = noted(walk);
+        std::string names = noted(walk);
         EXPECT_EQ(atnode_stack_pop(), tree.node(parent));
         return names;
     };
