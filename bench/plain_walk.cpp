@@ -18,8 +18,7 @@ uint32_t lines;
 int submodes;
 
 char *with_space(const char *text) {
-    const size_t length = strlen(text);
-    char *copy = static_cast<char *>(malloc(length + 2));
+    char *copy = static_cast<char *>(malloc(strlen(text) + 2));
     return strcat(strcpy(copy, text), " ");
 }
 

@@ -2,6 +2,7 @@
 
 #include "feature/tsh/src/trace.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
