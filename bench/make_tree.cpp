@@ -48,9 +48,13 @@ const std::map<std::string, Shape> kShapes{
 
 std::mt19937 generator{20240229}; // a fixed seed, so that figures compare from run to run
 
-uint32_t random_number() { return static_cast<uint32_t>(generator()); }
+uint32_t random_number() {
+    return static_cast<uint32_t>(generator());
+}
 
-bool one_in(uint32_t n) { return random_number() % n == 0; }
+bool one_in(uint32_t n) {
+    return random_number() % n == 0;
+}
 
 constexpr uint32_t kParamTypes[] = {0x00000001, 0x40000002, 0x40100003, 0x40200001, 0x40300004};
 

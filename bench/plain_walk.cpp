@@ -18,11 +18,8 @@ uint32_t lines;
 int submodes;
 
 char *with_space(const char *text) {
-    const size_t length = strlen(text);
-    char *copy = static_cast<char *>(malloc(length + 2));
-    memcpy(copy, text, length);
-    memcpy(copy + length, " ", 2);
-    return copy;
+    char *copy = static_cast<char *>(malloc(strlen(text) + 2));
+    return strcat(strcpy(copy, text), " ");
 }
 
 char *append(char *line, const std::string &text) {

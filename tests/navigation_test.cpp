@@ -47,10 +47,6 @@ std::string noted(const std::function<void()> &walk) {
     return visited;
 }
 
-const char *name_of(const tree_node_t *node) {
-    return node == nullptr ? "-" : node->name;
-}
-
 TEST(TraversalStack, BeginsWithOneNullEntryAndEmptiesOnReset) {
     const LoadedTree tree(small_tree());
     const tree_node_t *a = tree.node("A");
@@ -140,7 +136,7 @@ TEST(Walks, VisitInTheirOrderAndLeaveTheStack) {
     const LoadedTree tree(small_tree());
     const auto around = [&](const char *parent, const std::function<void()> &walk) {
         atnode_stack_push(tree.node(parent));
-        const std::string names = noted(walk);
+        std::string names = noted(walk);
         EXPECT_EQ(atnode_stack_pop(), tree.node(parent));
         return names;
     };
@@ -163,20 +159,14 @@ TEST(Walks, VisitInTheirOrderAndLeaveTheStack) {
 
 TEST(Lookups, TakeTheNearestPrefixIgnoringCase) {
     const LoadedTree tree(small_tree());
-    const struct {
-        const char *from;
-        int32_t depth;
-        const char *token;
-        const char *found;
-    } table[] = {
-        {"R", 0, "SH", "S"},  {"R", 0, "two", "-"},   {"R", 1, "TW", "A2"}, {"R", 1, "d", "D"},
-        {"R", 2, "d", "A2x"}, {"R", -1, "o", "O"},    {"O", 0, "c", "C1"},  {"R", 9, "", "-"},
-        {"D1", 1, "x", "-"},  {"R", 1, nullptr, "-"},
+    const auto find = [&](const char *from, int32_t depth, const char *token) {
+        const tree_node_t *found = atnode_find_token(tree.node(from), depth, token);
+        return std::string(found == nullptr ? "none" : found->name);
     };
-    for (const auto &row : table)
-        EXPECT_STREQ(name_of(atnode_find_token(tree.node(row.from), row.depth, row.token)),
-                     row.found)
-            << row.token;
+    EXPECT_EQ(find("R", 0, "SH") + find("R", -1, "o") + find("O", 0, "c"), "SOC1");
+    EXPECT_EQ(find("R", 1, "TW") + find("R", 1, "d") + find("R", 2, "d"), "A2DA2x");
+    for (const char *missing : {"two", "", "shows", static_cast<const char *>(nullptr)})
+        EXPECT_EQ(find("R", 0, missing) + find("D1", 9, missing), "nonenone");
     EXPECT_EQ(atnode_find_token(nullptr, 1, "show"), nullptr);
     EXPECT_EQ(node_token_cmp(tree.node("A"), "ALP"), 0);
     EXPECT_NE(node_token_cmp(tree.node("A"), "alphabet"), 0);

@@ -247,9 +247,8 @@ TEST_F(Utility, NoticesEveryLostByte) {
     for (const std::string &tree : {small, endless}) {
         for (const char *options : {"-s", "-gs"}) {
             for (const char *target : {">/dev/full", ">&-"}) {
-                const Outcome outcome =
-                    run({"sh", "-c", std::string("\"$0\" \"$1\" \"$2\" ") + target, kUtility,
-                         options, tree});
+                const Outcome outcome = run({"sh", "-c", std::string(R"("$0" "$1" "$2" )") + target,
+                                             kUtility, options, tree});
                 EXPECT_EQ(outcome.status, 1) << options << target;
                 EXPECT_TRUE(outcome.err.starts_with("ocmd_gen: cannot write to standard output: "))
                     << outcome.err;

@@ -2,6 +2,7 @@
 
 #include "feature/tsh/src/trace.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -60,10 +61,9 @@ Outcome in_child(const std::function<int()> &code) {
 
 Outcome run(const std::vector<std::string> &command, const std::vector<std::string> &settings) {
     return in_child([&] {
-        std::vector<char *> arguments;
-        for (const std::string &word : command)
-            arguments.push_back(const_cast<char *>(word.c_str()));
-        arguments.push_back(nullptr);
+        std::vector<char *> arguments(command.size() + 1);
+        std::transform(command.begin(), command.end(), arguments.begin(),
+                       [](const std::string &word) { return const_cast<char *>(word.c_str()); });
         for (const std::string &setting : settings)
             putenv(const_cast<char *>(setting.c_str()));
         execvp(arguments[0], arguments.data());

@@ -46,7 +46,7 @@ char *tsh_strdup(const char *text) {
     const size_t length = strlen(text);
     char *copy = allocate_text(length + 1);
     if (copy != nullptr)
-        memcpy(copy, text, length);
+        robust_strncpy(copy, text, length + 1);
     return copy;
 }
 
