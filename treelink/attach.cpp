@@ -43,8 +43,9 @@ void refuse(const tree_node_t &child, const tree_node_t &parent, const char *rea
 // One attach path of a subtree that was copied, and the parent it names.
 struct Wish {
     const subtree_entry_t *record;
-    uint32_t subtree; // number of the record in the array, the root file's being 0
     const char *name;
+    uint32_t subtree;               // its number in the array, the root file's being 0
+    uint32_t child;                 // index of its root
     std::optional<uint32_t> parent; // index of the node; nothing when the name is missing
 };
 
@@ -102,10 +103,12 @@ private:
 
     [[nodiscard]] std::vector<Wish> collect_wishes() const {
         std::vector<Wish> wishes;
-        for (uint32_t subtree = 1; subtree < records_.size(); ++subtree)
-            for (const char *name : tsh::attach_paths_of(*records_[subtree]))
+        for (uint32_t subtree = 1; subtree < records_.size(); ++subtree) {
+            const subtree_entry_t *record = records_[subtree];
+            for (const char *name : tsh::attach_paths_of(*record))
                 if (name[0] != '\0')
-                    wishes.push_back({records_[subtree], subtree, name, locate(name)});
+                    wishes.push_back({record, name, subtree, record->position, locate(name)});
+        }
         return wishes;
     }
 
@@ -126,19 +129,19 @@ private:
 
     // True when a link was made.
     bool attach(const Wish &wish, uint32_t parent, tsh::AttachGraph &graph) {
-        const uint32_t child = wish.record->position;
+        const tree_node_t &child_node = nodes_[wish.child];
         const tree_node_t &parent_node = nodes_[parent];
         const std::span links{parent_node.children, parent_node.child_count};
-        if (std::ranges::find(links, child) != links.end())
+        if (std::ranges::find(links, wish.child) != links.end())
             return false;
-        if (check_conflicting_children(nodes_.data(), static_cast<int32_t>(parent),
-                                       wish.record->nodes) != 0)
+        if (check_conflicting_children(nodes_.data(), static_cast<int32_t>(parent), &child_node) !=
+            0)
             return false;
         if (graph.closes_cycle(parent, wish.subtree)) {
-            refuse(nodes_[child], parent_node, "it would close a cycle");
+            refuse(child_node, parent_node, "it would close a cycle");
             return false;
         }
-        if (update_child_list(nodes_.data(), parent, child) != 0)
+        if (update_child_list(nodes_.data(), parent, wish.child) != 0)
             return false;
         graph.made(parent, wish.subtree);
         return true;

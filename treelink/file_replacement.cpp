@@ -73,6 +73,11 @@ bool may_be_written(const char *path) {
     return descriptor >= 0 && close(descriptor) == 0;
 }
 
+// Only a privileged process may give files away; for others the file is theirs from now on.
+void keep_owner(int descriptor, const struct stat &old) {
+    [[maybe_unused]] const int as_allowed = fchown(descriptor, old.st_uid, old.st_gid);
+}
+
 // The new name reaches the disk with its directory. The file is in place by then, so there is
 // nothing left to fail.
 void sync_directory_of(const std::string &file) {
@@ -96,8 +101,8 @@ tsh::FileReplacement::FileReplacement(const char *path) {
         open_beside(mode_of_new_file());
     else if (!S_ISREG(old->st_mode) || !is_same_file(old, status_of(target_.c_str())))
         open_directly(path);
-    else if (may_be_written(path))
-        open_beside(old->st_mode & ALLPERMS);
+    else if (may_be_written(path) && open_beside(old->st_mode & ACCESSPERMS))
+        keep_owner(fileno(stream_), *old);
 }
 
 tsh::FileReplacement::~FileReplacement() {
@@ -111,19 +116,17 @@ void tsh::FileReplacement::open_directly(const char *path) {
     stream_ = stream_on(above_standard_streams(descriptor));
 }
 
-void tsh::FileReplacement::open_beside(mode_t mode) {
+bool tsh::FileReplacement::open_beside(mode_t mode) {
     const fs::path target{target_};
     std::string name = (target.parent_path() / kTemporaryName).string();
     const int created = target.has_filename() ? mkostemp(name.data(), O_CLOEXEC) : -1;
     if (created < 0)
-        return;
+        return false;
     temporary_ = std::move(name);
-    const int descriptor = above_standard_streams(created);
-    if (descriptor >= 0 && fchmod(descriptor, mode) != 0) {
-        close(descriptor);
-        return;
-    }
-    stream_ = stream_on(descriptor);
+    stream_ = stream_on(above_standard_streams(created));
+    if (stream_ != nullptr && fchmod(fileno(stream_), mode) != 0)
+        close_stream();
+    return stream_ != nullptr;
 }
 
 bool tsh::FileReplacement::commit() {

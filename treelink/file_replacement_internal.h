@@ -8,8 +8,10 @@
 namespace tsh {
 
 /// A file that is being written beside the one it replaces. Unless it is committed, the old file
-/// stays as it was and nothing is left behind. A target that exists and is no regular file (a
-/// device, a pipe) is written directly; what a symbolic link points to is replaced, not the link.
+/// stays as it was and nothing is left behind; only a process that is killed leaves its
+/// ".main_tree-" file. Mode and, where allowed, owner pass to the new file. What a symbolic link
+/// points to is replaced, not the link. A target that exists and is no regular file (a device, a
+/// pipe) is written directly.
 class FileReplacement {
 public:
     explicit FileReplacement(const char *path);
@@ -27,7 +29,7 @@ public:
 
 private:
     void open_directly(const char *path);
-    void open_beside(mode_t mode);
+    bool open_beside(mode_t mode);
     bool close_stream();
 
     std::string target_;

@@ -7,6 +7,7 @@
 
 namespace {
 
+constexpr int kOutOfMemoryStatus = 100;
 constexpr size_t kLargeBlock = size_t{4} << 20U;
 
 // Pages are advised whole; those that the block shares with others are left out. It is no more
@@ -16,8 +17,6 @@ void ask_for_huge_pages(void *block, size_t size) {
     const size_t shared = (page - reinterpret_cast<uintptr_t>(block) % page) % page;
     madvise(static_cast<char *>(block) + shared, (size - shared) / page * page, MADV_HUGEPAGE);
 }
-
-constexpr int kOutOfMemoryStatus = 100;
 
 int glib_calls = 0; // under way, nested
 

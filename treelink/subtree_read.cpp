@@ -28,8 +28,6 @@ FILE *output_stream;
 
 namespace {
 
-constexpr unsigned kInputBuffer = 64U << 10U; // compressed bytes read at a time
-
 struct CloseGzip {
     void operator()(gzFile file) const { gzclose(file); }
 };
@@ -49,8 +47,6 @@ GzipFile open_par_file(const char *path) {
     GzipFile file{gzopen(path, "rb")};
     if (file == nullptr && errno == ENOMEM)
         tsh::end_out_of_memory();
-    if (file != nullptr)
-        gzbuffer(file.get(), kInputBuffer);
     return file;
 }
 
