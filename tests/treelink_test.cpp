@@ -1,0 +1,411 @@
+// Linking as a user does it: subtree files in, good, damaged and hostile; a main par file and
+// messages out.
+#include "examples/grammar.h"
+#include "parse_tree/tree_load.h"
+#include "platform/tree_library.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/harness.h"
+#include "treelink/link_driver.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <memory>
+
+namespace {
+
+using grammar::keyword;
+using grammar::main_root;
+using grammar::parameter;
+using grammar::structural;
+using grammar::Word;
+using harness::Outcome;
+using harness::read_file;
+
+using Nodes = std::vector<tree_node_t>;
+
+class Link : public testing::Test {
+protected:
+    Link() { store("root.par", {{main_root({keyword("show"), keyword("configure")}), ""}}); }
+
+    [[nodiscard]] std::string path(const std::string &name) const { return scratch_.path(name); }
+    void store(const std::string &file, const std::vector<grammar::Subtree> &subtrees) const {
+        grammar::write_subtree_file(path(file), subtrees);
+    }
+    void store_prebuilt(const std::string &file, const Word &word) const {
+        grammar::write_main_tree(path(file), grammar::lay_out(structural("root").child(word)));
+    }
+
+    // What a command prints and complains inside the scratch folder, with this build's programs.
+    std::string shell(const std::string &command) const {
+        return harness::run({"sh", "-c", "exec 2>&1; cd " + path("") + "; " + command},
+                            {"PATH=" TOOLS ":" UTILITY ":/usr/bin:/bin"})
+            .out;
+    }
+
+    harness::ScratchDir scratch_;
+};
+
+// One subtree as it stands in a file.
+std::string stored(Nodes nodes, const std::string &names = "a,b") {
+    char *bytes = nullptr;
+    size_t size = 0;
+    FILE *stream = open_memstream(&bytes, &size);
+    subtree_path_t path;
+    populate_subtree_path(&path, 2, names.c_str());
+    const auto count = static_cast<uint32_t>(nodes.size());
+    write_array_tree_to_file(nodes.data(), count, 1, &path, stream, 1, 0, 0);
+    fclose(stream);
+    std::string text(bytes, size);
+    free(bytes);
+    return text;
+}
+
+// Shared nodes, several attach paths, submodes, parameters of many types, a conflict, a chain that
+// cannot be resolved, and an attach point that only the prebuilt tree has.
+TEST_F(Link, PutsAGrammarTogether) {
+    const Word end = keyword("brief").terminal().optional();
+    store("version.par", {{keyword("version").terminal().child(end), "show"},
+                          {keyword("users").child(end), "show"}});
+    store("interface.par", {{keyword("interface")
+                                 .child(parameter(0x40200001).named("port").submode())
+                                 .child(parameter(0x40200002).named("ports").terminal()),
+                             "configure"}});
+    const Word mtu = parameter(0x40100001).parameter(0x40300002).named("size");
+    store("ip.par", {{keyword("ip")
+                          .child(keyword("address").child(parameter(0x40000003).named("peer")))
+                          .child(keyword("mtu").child(mtu)),
+                      "show,port"}});
+    store("leaf.par", {{keyword("secondary").terminal(), "peer,size,,peer"}});
+    store("clock.par", {{keyword("clock").named("clock1").terminal(), "show"}});
+    store("time.par", {{keyword("clock").named("clock2").terminal(), "show,configure"}});
+    store("lost.par", {{keyword("lost"), "nowhere"}, {keyword("found"), "lost"}});
+    store("trace.par", {{keyword("packets").terminal(), "trace"}, {parameter(4), "show"}});
+    const Word trace = keyword("trace").terminal().child(keyword("dropped"));
+    store_prebuilt("main_tree.pars", keyword("debug").terminal().child(trace));
+    Word ladder = keyword("end");
+    for (int i = 0; i < 100; ++i) // which has more paths than any walk could follow
+        ladder = keyword("a").child(ladder).child(keyword("b").child(ladder));
+    store_prebuilt("main_tree2.pars", ladder);
+
+    std::string progress =
+        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
+        "Treelink Error: Parser file none.par could not be opened \n"
+        "Treelink Error: Parser file none.par was not added \n"
+        "***Treelink Warning***: Unresolved path nowhere in file lost.par \n"
+        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
+        "*** Tree Linking Error *** Conflicting nodes clock2 and clock1 attaching below the "
+        "same parent\n";
+    for (const char *file : {"root.par", "version.par", "interface.par", "ip.par", "leaf.pars",
+                             "clock.par", "none.par", "time.par", "lost.par", "trace.par"})
+        progress.append("Merging file ").append(file).append("\n");
+    for (const char *name : {"show", "trace", "root", "debug", "show", "configure", "peer", "size",
+                             "show", "port", "configure", "show", "show"})
+        progress.append("Linked subtree at attach path ").append(name).append(" \n");
+    EXPECT_EQ(
+        shell("cp leaf.par leaf.pars; cp root.par tsh_root.par; ocmd_link -v -p . -o main.par "
+              "root.par version interface.par ip tsh_root leaf.pars tsh_root.par main_tree "
+              "clock.par none time.par lost.par trace.par"),
+        progress + R"(
+----------------
+Displaying Tree
+----------------
+0: root "" 7 1 2 3
+  7: debug "debug" 8
+    8: trace "trace" 6
+      6: packets "packets"
+  1: show "show" 5 9 12 20 22
+    5: parameter ""
+    9: clock2 "clock"
+    12: ip "ip" 13 15
+      13: address "address" 14
+        14: peer "" 11
+          11: secondary "secondary"
+      15: mtu "mtu" 16
+        16: size "" 11
+    20: users "users" 21
+      21: brief "brief"
+    22: version "version" 23
+      23: brief "brief"
+  2: configure "configure" 9 17
+    17: interface "interface" 18 19
+      18: port "" 12
+      19: ports ""
+  3: tsh_redirect_root "" 4
+    4: redirect ""
+)");
+    EXPECT_EQ(shell("ocmd_gen -s main.par"), R"(
+[     1].  debug  trace  packets
+[     2].  show  clock
+[     3].  show  ip  address  <IP ADDRIPv4 Address>  secondary
+[     4].  show  ip  mtu  <INTEGER><WWN>  secondary
+[     5].  show  users  brief[o]
+[     6].  show  version
+[     7].  show  version  brief[o]
+[     8].  configure  clock
+[     9].  configure  interface  <INTERFACE>
+[    10].    ip  address  <IP ADDRIPv4 Address>  secondary
+[    11].    ip  mtu  <INTEGER><WWN>  secondary
+[    12].  configure  interface  <INTERFACE RANGE>
+
+)");
+}
+
+TEST_F(Link, NamesItsFiles) {
+    const std::string longest = std::string(59, 'n') + ".par";
+    const std::string too_long = "Merging file root.par\nTreelink Error: filename " + longest;
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"x/tsh_root.par"}, "Merging file root.par\n-1\n"}, // which is not there
+        {{longest + "s"}, too_long + "s too long by 1\n-1\n"},
+        {{longest + "strings"}, too_long + "strings too long by 7\n-1\n"},
+        {{longest, std::string(70, 'n')},
+         "Merging file root.par\nMerging file " + longest + "\nMerging file " +
+             std::string(63, 'n') + "\n"},
+        {std::vector<std::string>(513, "acl"), "-1\n"},
+    };
+    for (const auto &[names, out] : cases)
+        EXPECT_EQ(
+            harness::in_child([&, &listed = names] {
+                std::filesystem::current_path(path(""));
+                const auto list = std::make_unique<par_file_list_t>();
+                for (size_t i = 0; i < listed.size() && i < PAR_FILE_LIST_SIZE; ++i)
+                    strcpy(reinterpret_cast<char *>(&list->entries[i]) + 24, listed[i].c_str());
+                list->last_index = static_cast<int32_t>(listed.size()) - 1;
+                tree_node_t *tree = nullptr;
+                verbose = 1;
+                return get_linked_parse_tree(&tree, list.get(), "root.par") < 0 ? puts("-1") : 0;
+            }).out,
+            out);
+}
+
+TEST_F(Link, RefusesWhatNoTreeHolds) {
+    Word wide = keyword("wide");
+    for (int i = 0; i < TREE_MAX_CHILDREN; ++i)
+        wide.child(keyword(std::string("w").append(std::to_string(i))));
+    store("wide.par", {{wide, ""}});
+    store("one.par", {{keyword("one"), "wide,show"}});
+    harness::write_file(path("large.par"), stored(Nodes(TREE_MAX_NODES - 1), ""));
+    harness::write_file(path("empty.par"), "");
+    const std::string error = "*** Tree Linking Error *** ";
+    const std::string no_root = "Treelink Error: Error in adding root parser file \n1\nold";
+    const std::pair<const char *, std::string> cases[] = {
+        {"root.par wide.par one.par",
+         error + "Node one not attached below wide: it has 192 children already\n0\nroo"},
+        {"one.par large.par", "0\none"},
+        {"root.par large.par", error + "The linked tree would have 65540 nodes, but child indices "
+                                       "reach only 65536\n1\nold"},
+        {"empty.par one.par",
+         "***Treelink Warning***: Unresolved path wide in file one.par \n" + no_root},
+        {"none.par", "Treelink Error: Parser file none.par could not be opened \n" + no_root},
+    };
+    const std::string link = "echo old > main.par; ocmd_link -o main.par ";
+    for (const auto &[files, text] : cases)
+        EXPECT_EQ(shell(link + files + "; echo $?; head -c 3 main.par"), text);
+}
+
+// The old file or the new one, whole, and never a third.
+TEST_F(Link, ReplacesAllOrNothing) {
+    const std::string link = "ocmd_link -o main.par root.par; echo $?; ls -a | grep main; ";
+    EXPECT_EQ(shell("umask 27; " + link + "stat -c '%a %s' main.par"), "0\nmain.par\n640 5000\n");
+    EXPECT_EQ(shell("echo old > there; chmod 604 there; ln -sf there main.par; " + link +
+                    "stat -c '%F %a %s' main.par there"),
+              "0\nmain.par\nsymbolic link 777 5\nregular file 604 5000\n");
+    const std::string full = "Error in writing to main_tree file\n1\nmain.par\n";
+    EXPECT_EQ(shell("echo old > there; trap '' XFSZ; ulimit -f 2; " + link + "cat there"),
+              full + "old\n");
+    EXPECT_EQ(shell("ln -sf /dev/full main.par; " + link + "stat -c %F main.par"),
+              full + "symbolic link\n");
+    EXPECT_EQ(shell("ocmd_link -o none/main.par root.par; ocmd_link -o . root.par"),
+              "Error: Could not open main par file for writing \n"
+              "Error: Could not open main par file for writing \n");
+    EXPECT_EQ(shell("ocmd_link -o there root.par >&- 2>&-; echo $?; ocmd_link -o /dev/stdout "
+                    "root.par | cmp - there; ocmd_link -n -o net root.par; cmp net there | wc -l; "
+                    "od -An -tx1 -j 566 -N 4 net; ocmd_link -v -o there root.par >/dev/full"),
+              "0\n1\n 00 03 00 01\nocmd_link: cannot write to standard output: No space left on "
+              "device\n");
+    // Killed at any time.
+    for (int i = 0; i < 40; ++i) {
+        const std::string now = shell("echo old > there; ocmd_link -o there root.par & sleep 0.00" +
+                                      std::to_string(i % 10) + "; kill -9 $! 2>&-; cat there");
+        EXPECT_TRUE(now == "old\n" || now.size() == 5000) << now.size();
+    }
+}
+
+Nodes chain(uint16_t levels) {
+    Nodes nodes(levels);
+    for (uint16_t i = 1; i < levels; ++i)
+        nodes[i - 1U].children[nodes[i - 1U].child_count++] = i;
+    return nodes;
+}
+
+// A subtree with a tree that somebody has been at.
+std::string spoilt(const std::function<void(Nodes &)> &spoil) {
+    Nodes nodes = chain(4);
+    spoil(nodes);
+    return stored(nodes);
+}
+
+// A subtree with one word changed, most significant byte first.
+std::string poked(size_t offset, uint32_t word, std::string bytes = stored(Nodes(1))) {
+    for (const unsigned shift : {24, 16, 8, 0})
+        bytes[offset++] = static_cast<char>(word >> shift);
+    return bytes;
+}
+
+TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
+    constexpr size_t kPathLength = offsetof(subtree_header_t, path_len);
+    constexpr size_t kTreeBytes = offsetof(subtree_header_t, tree_bytes);
+    constexpr size_t kHeader = sizeof(subtree_header_t);
+    const std::string n31 = "n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,";
+    const std::string long_name(63, 'l');
+    const std::string corrupted =
+        "*** Treelink Warning ***: Incompatible format/Corrupted .par file x.par ignored\n";
+    const std::string cut = "Treelink Error: Not able to read file x.par\n";
+    struct {
+        std::string bytes; // of the second of three subtrees
+        std::string complaint;
+        std::string linked = {}; // of the last and the second of them
+    } const cases[] = {
+        {stored(chain(256), ",c,,n,"), "", "a b c n "},
+        {stored(Nodes(1), ""), "", "a b "},
+        {stored(Nodes(1), long_name + "cut"), "", "a b " + long_name + " "},
+        {stored(Nodes(1), n31 + "c"), "", "a b n c "},
+        {stored(Nodes(1), n31 + "n,c"), corrupted},
+        {poked(kHeader, 0x612C6221), "", "a b a b! "}, // "a,b!" without terminator
+        {poked(kHeader + 1020, 0x2C2C6321, stored(Nodes(1), std::string(1023, ','))), "",
+         "a b c "}, // the field has no room for the last
+        {poked(kPathLength, 1025), corrupted},
+        {poked(kPathLength, UINT32_MAX), corrupted},
+        {poked(kTreeBytes, 1500), corrupted},
+        {poked(kTreeBytes, UINT32_MAX), corrupted},
+        {poked(kTreeBytes, UINT32_MAX / 1000 * 1000), corrupted},
+        {poked(kTreeBytes, 65537000), corrupted},
+        {poked(kTreeBytes, 65536000), cut},
+        {poked(kTreeBytes, 0), ""},
+        {stored(chain(257)), corrupted},
+        {spoilt([](Nodes &tree) { tree[2].children[tree[2].child_count++] = 0; }), corrupted},
+        {spoilt([](Nodes &tree) { tree[0].children[0] = 4; }), corrupted},
+        {spoilt([](Nodes &tree) { tree[0].children[tree[0].child_count++] = 1; }), corrupted},
+        {spoilt([](Nodes &tree) { tree[3].child_count = 193; }), corrupted},
+        {spoilt([](Nodes &tree) { tree[1].param_count = 3; }), corrupted},
+        {spoilt([](Nodes &tree) { memset(tree[1].name, 'n', sizeof tree[1].name); }), corrupted},
+        {spoilt([](Nodes &tree) { memset(tree[3].help, 'h', sizeof tree[3].help); }), corrupted},
+    };
+    Word root = structural("root");
+    for (const std::string &name : {std::string("a"), std::string("b"), std::string("b!"),
+                                    std::string("c"), std::string("n"), long_name})
+        root.child(structural(name));
+    store("root.par", {{root, ""}});
+    const std::string link = "ocmd_link -v -o /dev/null root.par x.par | "
+                             "sed -n 's/^Linked subtree at attach path //p' | tr -d '\n'; ";
+    const auto check = [&](const std::string &file, const std::string &complaint,
+                           const std::string &linked) {
+        harness::write_file(path("x.par"), file);
+        EXPECT_EQ(shell(link + "gzip x.par; mv x.par.gz x.par; " + link),
+                  complaint + linked + complaint + linked);
+    };
+    const std::string whole = stored(Nodes(1));
+    for (const auto &test : cases)
+        check(whole + test.bytes + whole, test.complaint, test.linked + "a b ");
+    for (const size_t length : {0, 1, 23, 24, 27, 28, 500, 1027})
+        check(whole + whole.substr(0, length), length < kHeader ? "" : cut, "a b ");
+    harness::write_file(path("x.par"), whole);
+    shell("gzip x.par; printf '\\37\\213\\10\\377 is no gzip header' | cat x.par.gz - > x.par");
+    EXPECT_EQ(shell(link), corrupted + "a b ");
+}
+
+// The operations beside the link itself, as other programs call them.
+TEST_F(Link, ServesOtherPrograms) {
+    store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
+    const Outcome outcome = harness::in_child([&] {
+        std::filesystem::current_path(path(""));
+        debug_flag = 1;
+        tree_node_t *tree = nullptr;
+        for (const char *name : {static_cast<const char *>(nullptr), ".", "/dev/null", "tree.par"})
+            printf("%d\n", get_main_parse_tree(name, &tree));
+        debug_flag = 0;
+        assign_space(ASSIGN_SPACE_EXACT, 3);
+        tsh_main_tree[2] = *std::exchange(tree, nullptr);
+        tsh_main_tree_node_count = 3;
+        assign_space(0, 4);
+        printf("%u %s\n", tsh_main_tree_max_nodes, tsh_main_tree[2].name);
+        tsh_main_tree = nullptr;
+        tsh_main_tree_node_count = 0;
+        return assign_space(0, 12), static_cast<int>(tsh_main_tree_max_nodes);
+    });
+    EXPECT_EQ(outcome.status, 20);
+    EXPECT_EQ(outcome.err, "Error: Parser file . could not be opened \n");
+    EXPECT_EQ(outcome.out, R"(
+Error: main par file not specified 
+-1
+-1
+Done reading header file /dev/null
+*** Fatal error: Not able to read main parser file 
+-1
+Subtree length=2000
+Treenode size=1000
+0: one "one" 1
+  1: two "two"
+Done with ntoh conversion of temp tree
+2
+12 one
+)");
+}
+
+TEST_F(Link, ExplainsItself) {
+    const std::string usage =
+        "Usage: ocmd_link [-n] [-v] [-p DIRECTORY] -o MAIN.par ROOT.par [SUBTREE.par ...]\n";
+    EXPECT_TRUE(shell("ocmd_link --help; echo $?").starts_with(usage));
+    EXPECT_EQ(shell("ocmd_link root.par"), "ocmd_link: no output file: -o is missing\n" + usage);
+    EXPECT_EQ(shell("ocmd_link -o x"), "ocmd_link: no root file\n" + usage);
+    EXPECT_EQ(shell("ocmd_link -o x $(seq 514); echo $?"),
+              "ocmd_link: too many subtree files, the list holds 512\n" + usage + "1\n");
+    EXPECT_TRUE(
+        shell("ocmd_link -o x x $(printf %060d 0)").starts_with("ocmd_link: file name lon"));
+}
+
+// Whichever allocation fails, the process ends with its own status and the old file stays.
+TEST_F(Link, EndsWithStatus100WithoutMemory) {
+    if (!failing_malloc::available())
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    store("one.par", {{keyword("one"), "show,root,debug"}});
+    shell("cp root.par main_tree.pars; ocmd_link -o new root.par one.par");
+    int status = 100;
+    for (int failing = 1; status == 100; ++failing) {
+        status = std::stoi(
+            shell("echo old > main.par; LD_PRELOAD=" FAILING_MALLOC " FAIL_ALLOCATION=" +
+                  std::to_string(failing) +
+                  " ocmd_link -p . -o main.par root.par one.par >/dev/null 2>&1; echo $?"));
+        EXPECT_EQ(read_file(path("main.par")), status == 0 ? read_file(path("new")) : "old\n");
+    }
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Link, LeavesNothingBehind) {
+    std::string folder = path("");
+    store("two.par", {{keyword("spare"), ""}, {main_root({keyword("show")}), ""}});
+    store("x.par", {{keyword("one"), "debug,show"}, {keyword("lost"), "nowhere"}});
+    store_prebuilt("main_tree.pars", keyword("none"));
+    store_prebuilt("main_tree2.pars", keyword("debug"));
+    const Outcome outcome = harness::in_child([&] {
+        std::filesystem::current_path(folder);
+        prebuilt_main_tree_path = folder.data();
+        const auto list = std::make_unique<par_file_list_t>();
+        list->entries[0].file_name[0] = 'x';
+        const auto links = [&](int times) {
+            for (tree_node_t *tree = nullptr; times > 0; --times, free(tree))
+                get_linked_parse_tree(&tree, list.get(), "two.par");
+            const std::string maps = read_file("/proc/self/maps");
+            const auto mappings = std::count(maps.begin(), maps.end(), '\n');
+            return mallinfo2().uordblks + 4000 * static_cast<size_t>(mappings);
+        };
+        const size_t before = links(1000);
+        return links(1000) < before + 4000 ? 0 : 1;
+    });
+    EXPECT_EQ(outcome.status, 0);
+}
+
+} // namespace

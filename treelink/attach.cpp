@@ -1,0 +1,229 @@
+// Putting the linked array together: copying subtrees, and linking them below their parents.
+#include "treelink/attach.h"
+
+#include "param_reg/builtin_types.h"
+#include "parse_tree/tree_writer.h"
+#include "platform/tree_library.h"
+#include "treelink/attach_graph_internal.h"
+#include "treelink/attach_internal.h"
+#include "treelink/link_driver.h"
+#include "treelink/link_table_internal.h"
+#include "treelink/memory_internal.h"
+
+#include <algorithm>
+#include <array>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <vector>
+
+uint32_t tsh_current_position;
+
+namespace {
+
+// Parameters of these types may stand beside each other.
+constexpr std::array kSharedTypes{PARAM_TYPE_URI, PARAM_TYPE_INTERFACE};
+
+bool stand_for_same_word(const tree_node_t &existing, const tree_node_t &added) {
+    if (existing.token[0] != '\0' || added.token[0] != '\0')
+        return strcmp(existing.token, added.token) == 0;
+    const uint32_t type = existing.params[0].type_mask;
+    return existing.param_count != 0 && added.param_count != 0 &&
+           type == added.params[0].type_mask &&
+           std::ranges::find(kSharedTypes, type) == kSharedTypes.end();
+}
+
+void refuse(const tree_node_t &child, const tree_node_t &parent, const char *reason) {
+    fprintf(stderr, "*** Tree Linking Error *** Node %s not attached below %s: %s\n", child.name,
+            parent.name, reason);
+}
+
+// One attach path of a subtree that was copied, and the parent it names.
+struct Wish {
+    const subtree_entry_t *record;
+    uint32_t subtree; // number of the record in the array, the root file's being 0
+    const char *name;
+    std::optional<uint32_t> parent; // index of the node; nothing when the name is missing
+};
+
+// One link, from the judged records to the finished array.
+class Linker {
+public:
+    // The records to be copied: the root file's first. Without one there is nothing to link.
+    Linker() {
+        if (tsh_root_tree_table == nullptr)
+            return;
+        records_.push_back(tsh_root_tree_table);
+        for (subtree_entry_t *record = unresolved_subtree_table; record != nullptr;
+             record = record->next)
+            if (record->status == SUBTREE_RESOLVABLE)
+                records_.push_back(record);
+    }
+
+    [[nodiscard]] uint64_t total() const {
+        uint64_t sum = 0;
+        for (const subtree_entry_t *record : records_)
+            sum += record->node_count;
+        return sum;
+    }
+
+    tree_node_t *link() {
+        const auto count = static_cast<size_t>(total());
+        tsh::Block<tree_node_t> array = tsh::allocate<tree_node_t>(count);
+        nodes_ = {array.get(), count};
+        copy_subtrees();
+        const std::vector<Wish> wishes = collect_wishes();
+        tsh::AttachGraph graph{nodes_, firsts()};
+        for (const Wish &wish : wishes)
+            if (wish.parent)
+                graph.wish(*wish.parent, wish.subtree);
+        graph.find_circles();
+        for (const Wish &wish : wishes)
+            grant(wish, graph);
+        return array.release();
+    }
+
+private:
+    void copy_subtrees() {
+        treelink_table = tsh::new_name_table();
+        uint32_t next = 0;
+        for (subtree_entry_t *record : records_)
+            add_subtree_in_main_tree(nodes_.data(), &next, &unresolved_subtree_table, record,
+                                     treelink_table);
+    }
+
+    [[nodiscard]] std::vector<uint32_t> firsts() const {
+        std::vector<uint32_t> firsts(records_.size());
+        std::ranges::transform(records_, firsts.begin(), &subtree_entry_t::position);
+        return firsts;
+    }
+
+    [[nodiscard]] std::vector<Wish> collect_wishes() const {
+        std::vector<Wish> wishes;
+        for (uint32_t subtree = 1; subtree < records_.size(); ++subtree)
+            for (const char *name : tsh::attach_paths_of(*records_[subtree]))
+                if (name[0] != '\0')
+                    wishes.push_back({records_[subtree], subtree, name, locate(name)});
+        return wishes;
+    }
+
+    static std::optional<uint32_t> locate(const char *name) {
+        uint32_t node = 0;
+        return locate_node(treelink_table, name, &node) == 0 ? std::optional{node} : std::nullopt;
+    }
+
+    void grant(const Wish &wish, tsh::AttachGraph &graph) {
+        last_parent_ = wish.parent.value_or(last_parent_);
+        if (debug_flag == 1)
+            printf("Status returned %d, located Node %u \n", wish.parent ? 0 : -1, last_parent_);
+        if (!wish.parent)
+            tsh::report_unresolved_path(wish.name, *wish.record);
+        else if (attach(wish, *wish.parent, graph) && verbose != 0)
+            printf("Linked subtree at attach path %s \n", wish.name);
+    }
+
+    // True when a link was made.
+    bool attach(const Wish &wish, uint32_t parent, tsh::AttachGraph &graph) {
+        const uint32_t child = wish.record->position;
+        const tree_node_t &parent_node = nodes_[parent];
+        const std::span links{parent_node.children, parent_node.child_count};
+        if (std::ranges::find(links, child) != links.end())
+            return false;
+        if (check_conflicting_children(nodes_.data(), static_cast<int32_t>(parent),
+                                       wish.record->nodes) != 0)
+            return false;
+        if (graph.closes_cycle(parent, wish.subtree)) {
+            refuse(nodes_[child], parent_node, "it would close a cycle");
+            return false;
+        }
+        if (update_child_list(nodes_.data(), parent, child) != 0)
+            return false;
+        graph.made(parent, wish.subtree);
+        return true;
+    }
+
+    std::vector<subtree_entry_t *> records_;
+    std::span<tree_node_t> nodes_;
+    uint32_t last_parent_ = 0; // for the debug line
+};
+
+void end_link() {
+    treelink_cleanup(&unresolved_subtree_table, &tsh_root_tree_table, treelink_table);
+    unresolved_subtree_table = nullptr;
+    tsh_root_tree_table = nullptr;
+    tsh_current_position = 0;
+    fresh_tree_linking = 1;
+}
+
+} // namespace
+
+int32_t get_parse_tree(tree_node_t **out) {
+    *out = nullptr;
+    mark_resolvable_subtrees(&unresolved_subtree_table, treelink_table);
+    const int32_t result = tsh::at_c_edge([&] {
+        Linker linker;
+        const uint64_t total = linker.total();
+        if (total > TREE_MAX_NODES) {
+            fprintf(stderr,
+                    "*** Tree Linking Error *** The linked tree would have %" PRIu64
+                    " nodes, but child indices reach only %d\n",
+                    total, TREE_MAX_NODES);
+            return -1;
+        }
+        if (total > 0)
+            *out = linker.link();
+        return static_cast<int32_t>(total);
+    });
+    end_link();
+    return result;
+}
+
+uint32_t add_subtree_in_main_tree(tree_node_t *array, uint32_t *next, subtree_entry_t ** /*head*/,
+                                  subtree_entry_t *record, GHashTable *table) {
+    const uint32_t place = *next;
+    std::copy_n(record->nodes, record->node_count, array + place);
+    adjust_indices(array, place, record->node_count);
+    insert_nodes_in_hashtable(table, record->file_name, array, place,
+                              static_cast<int32_t>(record->node_count), TREELINK_CELL_LOCATION,
+                              nullptr);
+    record->position = place;
+    *next = place + record->node_count;
+    return place;
+}
+
+int32_t check_conflicting_node(const tree_node_t *existing, const tree_node_t *added) {
+    if (!stand_for_same_word(*existing, *added))
+        return 0;
+    fprintf(stderr,
+            "*** Tree Linking Error *** Conflicting nodes %s and %s attaching below the same "
+            "parent\n",
+            existing->name, added->name);
+    return 1;
+}
+
+int32_t check_conflicting_children(const tree_node_t *array, int32_t parent,
+                                   const tree_node_t *added) {
+    const tree_node_t &node = array[parent];
+    const std::span links{node.children, node.child_count};
+    return std::ranges::any_of(
+        links, [&](uint16_t child) { return check_conflicting_node(&array[child], added) != 0; });
+}
+
+int32_t update_child_list(tree_node_t *array, uint32_t parent, uint32_t child) {
+    tree_node_t &node = array[parent];
+    if (node.child_count >= TREE_MAX_CHILDREN) {
+        refuse(array[child], node, "it has 192 children already");
+        return -1;
+    }
+    uint16_t *end = node.children + node.child_count;
+    uint16_t *place = std::find_if(node.children, end, [&](uint16_t existing) {
+        const int32_t order = treelink_lexicograph_cmp(&array[existing], &array[child]);
+        return static_cast<int16_t>(order) > 0;
+    });
+    std::copy_backward(place, end, end + 1);
+    *place = static_cast<uint16_t>(child);
+    ++node.child_count;
+    return 0;
+}

@@ -1,0 +1,22 @@
+// What judging and attaching share.
+#pragma once
+
+#include "treelink/attach.h"
+
+#include <algorithm>
+#include <span>
+
+namespace tsh {
+
+/// The attach paths of a record in slot order.
+inline auto attach_paths_of(const subtree_entry_t &record) {
+    const auto count = std::clamp<int32_t>(record.path_count, 0, SUBTREE_ATTACH_PATHS);
+    return std::span{record.attach_paths, static_cast<size_t>(count)};
+}
+
+inline void report_unresolved_path(const char *name, const subtree_entry_t &record) {
+    fprintf(stderr, "***Treelink Warning***: Unresolved path %s in file %s \n", name,
+            record.file_name);
+}
+
+} // namespace tsh

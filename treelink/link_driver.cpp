@@ -1,0 +1,148 @@
+// The link driver: which files are read, in which order, and where the result goes.
+#include "treelink/link_driver.h"
+
+#include "parse_tree/tree_writer.h"
+#include "platform/robust_string.h"
+#include "platform/tree_library.h"
+#include "treelink/file_replacement_internal.h"
+#include "treelink/memory_internal.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+int32_t verbose;
+
+namespace {
+
+constexpr const char *kRootFile = "tsh_root.par";
+constexpr std::string_view kRootSuffixes[] = {"tsh_root.par", "tsh_root.pars"};
+constexpr size_t kShortestNamedRoot = 13;
+constexpr const char *kMainTreeFile = "main_tree.par";
+constexpr const char *kSubtreeSuffix = ".par";
+
+constexpr uint32_t kMainTreeVersion = 100;
+constexpr uint32_t kMainTreePathKind = 2;
+
+struct FileName {
+    char text[PAR_FILE_NAME_SIZE];
+
+    [[nodiscard]] bool equals(const char *other) const { return strcmp(text, other) == 0; }
+};
+
+// The name of entry 0 as far as it goes: one that is too long runs on into the entries behind it.
+std::string_view first_name_of(const par_file_list_t &list) {
+    constexpr size_t kOffset = offsetof(par_file_list_t, entries[0].file_name);
+    const char *name = reinterpret_cast<const char *>(&list) + kOffset;
+    return {name, strnlen(name, sizeof list.entries - kOffset)};
+}
+
+bool names_a_root_file(std::string_view name) {
+    return name.size() >= kShortestNamedRoot &&
+           std::ranges::any_of(kRootSuffixes,
+                               [&](std::string_view suffix) { return name.ends_with(suffix); });
+}
+
+FileName subtree_file_name(const par_file_entry_t &entry) {
+    FileName name;
+    __strcpy_to_buf(sizeof name.text, name.text, entry.file_name);
+    if (strstr(name.text, kSubtreeSuffix) == nullptr)
+        __strcat_to_buf(sizeof name.text, name.text, kSubtreeSuffix);
+    return name;
+}
+
+void show_merging(const char *file_name) {
+    if (verbose != 0)
+        printf("Merging file %s\n", file_name);
+}
+
+int32_t refuse_root_file() {
+    fputs("Treelink Error: Error in adding root parser file \n", stderr);
+    return -1;
+}
+
+void read_listed_file(const par_file_entry_t &entry, const FileName &root_name) {
+    const FileName name = subtree_file_name(entry);
+    if (name.equals(root_name.text) || name.equals(kMainTreeFile))
+        return;
+    show_merging(name.text);
+    if (read_parser_file(name.text, SUBTREE_FILE_ORDINARY) == -1)
+        fprintf(stderr, "Treelink Error: Parser file %s was not added \n", name.text);
+}
+
+void show_tree(const tree_node_t *tree) {
+    puts("\n----------------");
+    puts("Displaying Tree");
+    puts("----------------");
+    display_array_tree(tree, 0, 0);
+}
+
+int32_t write_main_tree(tree_node_t *tree, uint32_t node_count, const char *output,
+                        int32_t network_order) {
+    tsh::FileReplacement file{output};
+    if (file.stream() == nullptr) {
+        puts("Error: Could not open main par file for writing ");
+        return -1;
+    }
+    subtree_path_t no_path;
+    populate_subtree_path(&no_path, kMainTreePathKind, "");
+    const int32_t result = write_array_tree_to_file(tree, node_count, kMainTreeVersion, &no_path,
+                                                    file.stream(), network_order, 0, 1);
+    if (result == 0 && !file.commit()) {
+        puts("Error in writing to main_tree file");
+        return -1;
+    }
+    return result;
+}
+
+} // namespace
+
+int32_t get_linked_parse_tree(tree_node_t **out, const par_file_list_t *list, const char *root) {
+    *out = nullptr;
+    const int32_t last_index = list == nullptr ? -1 : list->last_index;
+    if (last_index >= PAR_FILE_LIST_SIZE) {
+        fprintf(stderr, "Treelink Error: file list has %d as last index, over %d \n", last_index,
+                PAR_FILE_LIST_SIZE - 1);
+        return -1;
+    }
+    show_merging(root);
+
+    FileName root_name;
+    robust_strncpy(root_name.text, kRootFile, sizeof root_name.text);
+    if (last_index >= 0) {
+        const std::string_view first = first_name_of(*list);
+        constexpr size_t kLongest = PAR_FILE_NAME_SIZE - 1;
+        if (first.size() > kLongest) {
+            printf("Treelink Error: filename %.*s too long by %zu\n",
+                   static_cast<int>(first.size()), first.data(), first.size() - kLongest);
+            return -1;
+        }
+        if (names_a_root_file(first)) {
+            robust_strncpy(root_name.text, first.data(), sizeof root_name.text);
+            root = root_name.text;
+        }
+    }
+    if (read_parser_file(root, SUBTREE_FILE_ROOT) == -1)
+        return refuse_root_file();
+    for (int32_t i = 0; i <= last_index; ++i)
+        read_listed_file(list->entries[i], root_name);
+    const int32_t node_count = get_parse_tree(out);
+    return node_count == 0 ? refuse_root_file() : node_count;
+}
+
+int32_t update_main_parse_tree_file(const par_file_list_t *list, const char *root,
+                                    const char *output, int32_t network_order) {
+    tree_node_t *linked = nullptr;
+    const int32_t node_count = get_linked_parse_tree(&linked, list, root);
+    if (node_count < 0)
+        return -1;
+    const tsh::Block<tree_node_t> tree{linked};
+    if (verbose != 0)
+        show_tree(tree.get());
+    return tsh::at_c_edge([&] {
+        return write_main_tree(tree.get(), static_cast<uint32_t>(node_count), output,
+                               network_order);
+    });
+}

@@ -1,0 +1,57 @@
+// Memory of the tree linker. Where there is none left the process ends with status 100, whoever
+// asked for it: the linker itself, a container of the standard library, or a GLib table.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace tsh {
+
+[[noreturn]] void end_out_of_memory();
+
+struct FreeBlock {
+    void operator()(void *block) const { free(block); }
+};
+template <typename T> using Block = std::unique_ptr<T, FreeBlock>;
+
+/// Not cleared. C callers own such blocks, so they come from malloc. Large ones are asked onto huge
+/// pages: they are about to be filled, and touching page after page costs more than the filling.
+void *allocate_bytes(size_t size);
+
+/// Room for count objects, not cleared.
+template <typename T> Block<T> allocate(size_t count) {
+    if (count > SIZE_MAX / sizeof(T))
+        end_out_of_memory();
+    return Block<T>{static_cast<T *>(allocate_bytes(count * sizeof(T)))};
+}
+
+/// Room for count objects, all zero.
+template <typename T> Block<T> allocate_zeroed(size_t count = 1) {
+    void *block = calloc(std::max(count, size_t{1}), sizeof(T));
+    if (block == nullptr)
+        end_out_of_memory();
+    return Block<T>{static_cast<T *>(block)};
+}
+
+/// Runs the body of an exported operation that uses containers; no exception leaves it.
+template <typename Body> auto at_c_edge(Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc &) {
+        end_out_of_memory();
+    }
+}
+
+/// While one lives, a GLib call that finds no memory ends the process like the linker does.
+class GlibCall {
+public:
+    GlibCall();
+    ~GlibCall();
+    GlibCall(const GlibCall &) = delete;
+    GlibCall &operator=(const GlibCall &) = delete;
+};
+
+} // namespace tsh

@@ -1,0 +1,85 @@
+// The growable node array, and the rebasing of child indices.
+#include "treelink/attach.h"
+
+#include "parse_tree/tree_check_internal.h"
+#include "parse_tree/tree_writer.h"
+#include "platform/tree_library.h"
+#include "treelink/memory_internal.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+tree_node_t *tsh_main_tree;
+uint32_t tsh_main_tree_node_count;
+uint32_t tsh_main_tree_max_nodes;
+
+namespace {
+
+constexpr uint32_t kFirstCapacity = 5;
+constexpr int kCannotGrowStatus = 255;
+
+int32_t printed_address(const void *address) {
+    return static_cast<int32_t>(reinterpret_cast<intptr_t>(address));
+}
+
+// A tree under construction may not be fit to be followed yet.
+void show_array() {
+    if (!tsh::check_tree({tsh_main_tree, tsh_main_tree_max_nodes}))
+        display_array_tree(tsh_main_tree, 0, 0);
+}
+
+void double_capacity(uint32_t wanted) {
+    const uint32_t old_capacity = tsh_main_tree_max_nodes;
+    const uint32_t capacity = 2 * old_capacity;
+    void *grown = old_capacity > UINT32_MAX / 2 ? nullptr : calloc(capacity, sizeof(tree_node_t));
+    if (grown == nullptr) {
+        puts("Fatal error: Memory could not be allocated ");
+        exit(kCannotGrowStatus);
+    }
+    const tsh::Block<tree_node_t> old_array{tsh_main_tree};
+    tsh_main_tree = static_cast<tree_node_t *>(grown);
+    tsh_main_tree_max_nodes = capacity;
+    std::copy_n(old_array.get(), old_capacity, tsh_main_tree);
+    if (debug_flag != 1)
+        return;
+    printf("Old size = %u, Numnodes = %u, Allocated memory = %u \n", old_capacity, wanted,
+           capacity);
+    printf("Old memory was %d, new is %d \n", printed_address(old_array.get()),
+           printed_address(tsh_main_tree));
+    show_array();
+}
+
+void make_first_array() {
+    tsh_main_tree = tsh::allocate_zeroed<tree_node_t>(kFirstCapacity).release();
+    tsh_main_tree_max_nodes = kFirstCapacity;
+    if (debug_flag == 1)
+        printf("Allocated memory = %u \n", kFirstCapacity);
+}
+
+} // namespace
+
+int32_t assign_space(int8_t mode, uint32_t node_count) {
+    if (mode == ASSIGN_SPACE_EXACT) {
+        tsh_main_tree = tsh::allocate_zeroed<tree_node_t>(node_count).release();
+        return 0;
+    }
+    if (tsh_main_tree == nullptr)
+        make_first_array();
+    else if (tsh_main_tree_max_nodes == 0)
+        tsh_main_tree_max_nodes = std::max(tsh_main_tree_node_count, 1U);
+    while (uint64_t{node_count} + tsh_main_tree_node_count > tsh_main_tree_max_nodes)
+        double_capacity(node_count);
+    return 0;
+}
+
+void adjust_indices(tree_node_t *nodes, uint32_t first, uint32_t count) {
+    for (tree_node_t &node : std::span{nodes + first, count}) {
+        const size_t links = std::min<size_t>(node.child_count, TREE_MAX_CHILDREN);
+        for (uint16_t &child : std::span{node.children, links})
+            child = static_cast<uint16_t>(child + first);
+    }
+}

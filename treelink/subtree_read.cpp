@@ -1,0 +1,273 @@
+// Reading subtree files and filing what they hold.
+#include "treelink/subtree_read.h"
+
+#include "parse_tree/tree_check_internal.h"
+#include "parse_tree/tree_file.h"
+#include "parse_tree/tree_writer.h"
+#include "platform/byte_order.h"
+#include "platform/byte_order_internal.h"
+#include "platform/robust_string.h"
+#include "platform/tree_library.h"
+#include "treelink/link_table_internal.h"
+#include "treelink/memory_internal.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <glib.h>
+#include <memory>
+#include <string_view>
+#include <sys/stat.h>
+#include <zlib.h>
+
+subtree_entry_t *tsh_root_tree_table;
+subtree_entry_t *unresolved_subtree_table;
+int32_t fresh_tree_linking = 1;
+FILE *output_stream;
+
+namespace {
+
+constexpr unsigned kInputBuffer = 64U << 10U; // compressed bytes read at a time
+
+struct CloseGzip {
+    void operator()(gzFile file) const { gzclose(file); }
+};
+using GzipFile = std::unique_ptr<gzFile_s, CloseGzip>;
+
+bool is_directory(const char *path) {
+    struct stat status {};
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Null when the file cannot be opened. The compressed layer would open a directory and find
+// nothing in it.
+GzipFile open_par_file(const char *path) {
+    if (is_directory(path))
+        return nullptr;
+    errno = 0;
+    GzipFile file{gzopen(path, "rb")};
+    if (file == nullptr && errno == ENOMEM)
+        tsh::end_out_of_memory();
+    if (file != nullptr)
+        gzbuffer(file.get(), kInputBuffer);
+    return file;
+}
+
+// The bytes of one subtree as they come from a file.
+class SubtreeStream {
+public:
+    SubtreeStream(const char *file_name, void *stream, int32_t compressed)
+        : file_name_(file_name), stream_(stream), compressed_(compressed) {}
+
+    // The number of bytes that arrived; negative when they could not be inflated.
+    int32_t read(void *buffer, uint32_t length) {
+        const int32_t arrived = read_regular_or_compressed(stream_, buffer, length, compressed_);
+        if (arrived < 0)
+            end_if_out_of_memory();
+        return arrived;
+    }
+
+    bool read_whole(void *buffer, uint32_t length) {
+        const int32_t arrived = read(buffer, length);
+        return arrived >= 0 && static_cast<uint32_t>(arrived) == length;
+    }
+
+    [[nodiscard]] int32_t refuse_as_corrupted() const {
+        fprintf(stderr,
+                "*** Treelink Warning ***: Incompatible format/Corrupted .par file %s ignored\n",
+                file_name_);
+        return -1;
+    }
+
+private:
+    void end_if_out_of_memory() const {
+        int error = Z_OK;
+        gzerror(static_cast<gzFile>(stream_), &error);
+        if (error == Z_MEM_ERROR)
+            tsh::end_out_of_memory();
+    }
+
+    const char *file_name_;
+    void *stream_;
+    int32_t compressed_;
+};
+
+// Calls take(name) for every name of an attach path that is not empty.
+template <typename Take> void for_each_name(std::string_view text, Take take) {
+    while (!text.empty()) {
+        const std::string_view name = text.substr(0, text.find(','));
+        if (!name.empty())
+            take(name);
+        text.remove_prefix(std::min(name.size() + 1, text.size()));
+    }
+}
+
+size_t count_names(const char *text) {
+    size_t count = 0;
+    for_each_name(text, [&](std::string_view) { ++count; });
+    return count;
+}
+
+subtree_entry_t *record_of(char (*attach_paths)[TREE_NAME_SIZE]) {
+    return reinterpret_cast<subtree_entry_t *>(reinterpret_cast<char *>(attach_paths) -
+                                               offsetof(subtree_entry_t, attach_paths));
+}
+
+void show_link_table() {
+    g_hash_table_foreach(treelink_table, display_link_table, nullptr);
+    putchar('\n');
+}
+
+void show_subtree(const tree_node_t *nodes) {
+    display_array_tree(nodes, 0, 0);
+    putchar('\n');
+}
+
+// What remains in the file is of no use after the first subtree that cannot be read.
+void file_all_subtrees(const char *file_name, gzFile file, subtree_entry_t **head) {
+    const bool debug = debug_flag == 1;
+    while (true) {
+        tree_node_t *nodes = nullptr;
+        uint32_t node_count = 0;
+        subtree_path_t path;
+        if (debug)
+            show_link_table();
+        if (read_par_tree(file_name, file, &nodes, &node_count, &path, 1, 1) < 0)
+            return;
+        add_unresolved_subtree(head, file_name, nodes, node_count, &path, treelink_table);
+        if (debug)
+            show_subtree(nodes);
+    }
+}
+
+} // namespace
+
+void treelink_output_stream_set(FILE *stream) {
+    output_stream = stream;
+}
+
+int32_t treelink_init(void) {
+    unresolved_subtree_table = nullptr;
+    tsh_root_tree_table = nullptr;
+    treelink_table = tsh::new_name_table();
+    return 0;
+}
+
+int32_t read_parser_file(const char *file_name, uint8_t kind) {
+    const GzipFile file = open_par_file(file_name);
+    if (file == nullptr) {
+        fprintf(stderr, "Treelink Error: Parser file %s could not be opened \n", file_name);
+        return -1;
+    }
+    if (fresh_tree_linking != 0) {
+        treelink_init();
+        fresh_tree_linking = 0;
+    }
+    file_all_subtrees(file_name, file.get(),
+                      kind == SUBTREE_FILE_ROOT ? &tsh_root_tree_table : &unresolved_subtree_table);
+    return 0;
+}
+
+int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
+                      uint32_t *node_count, subtree_path_t *path, int32_t to_host,
+                      int32_t compressed) {
+    const bool debug = debug_flag == 1;
+    SubtreeStream input{file_name, stream, compressed};
+    *nodes = nullptr;
+    *node_count = 0;
+
+    subtree_header_t header;
+    const int32_t arrived = input.read(&header, sizeof header);
+    if (arrived < 0)
+        return input.refuse_as_corrupted();
+    if (static_cast<size_t>(arrived) < sizeof header) {
+        if (debug)
+            printf("Done reading header file %s\n", file_name);
+        return -1;
+    }
+    if (to_host != 0)
+        ntoh_subtree_header(&header);
+    if (debug) {
+        printf("Subtree length=%d\n", static_cast<int32_t>(header.tree_bytes));
+        printf("Treenode size=%d\n", TREE_NODE_SIZE);
+    }
+    const uint32_t count = header.tree_bytes / TREE_NODE_SIZE;
+    if (header.tree_bytes % TREE_NODE_SIZE != 0 || count > TREE_MAX_NODES ||
+        header.path_len > sizeof path->path)
+        return input.refuse_as_corrupted();
+
+    *path = {};
+    input.read(path->path, header.path_len); // a file that ends here has no nodes either
+    path->path[sizeof path->path - 1] = '\0';
+    if (count_names(path->path) > SUBTREE_ATTACH_PATHS)
+        return input.refuse_as_corrupted();
+    if (count == 0)
+        return -1;
+
+    // Memory that nothing arrives for is never touched, so the claim alone costs nothing.
+    tsh::Block<tree_node_t> buffer = tsh::allocate<tree_node_t>(count);
+    const std::span<tree_node_t> tree{buffer.get(), count};
+    if (!input.read_whole(tree.data(), header.tree_bytes)) {
+        fprintf(stderr, "Treelink Error: Not able to read file %s\n", file_name);
+        return -1;
+    }
+    if (to_host != 0)
+        tsh::swap_array_order(tree);
+    if (tsh::check_tree(tree))
+        return input.refuse_as_corrupted();
+    if (debug) {
+        display_array_tree(tree.data(), 0, 0);
+        puts("Done with ntoh conversion of temp tree");
+    }
+    *nodes = buffer.release();
+    *node_count = count;
+    return 0;
+}
+
+int32_t add_unresolved_subtree(subtree_entry_t **head, const char *file_name, tree_node_t *nodes,
+                               uint32_t node_count, const subtree_path_t *path, GHashTable *table) {
+    subtree_entry_t *record = tsh::allocate_zeroed<subtree_entry_t>().release();
+    record->status = SUBTREE_PENDING;
+    record->nodes = nodes;
+    record->node_count = node_count;
+    robust_strncpy(record->file_name, file_name, sizeof record->file_name);
+    extract_path(path->path, record->attach_paths);
+    record->next = *head;
+    *head = record;
+    return insert_nodes_in_hashtable(table, file_name, nodes, 0, static_cast<int32_t>(node_count),
+                                     TREELINK_CELL_OWNER, record);
+}
+
+int32_t extract_path(const char *text, char (*attach_paths)[TREE_NAME_SIZE]) {
+    const size_t length = strnlen(text, SUBTREE_PATH_TEXT_SIZE - 1);
+    int32_t count = 0;
+    for_each_name({text, length}, [&](std::string_view name) {
+        if (count < SUBTREE_ATTACH_PATHS)
+            robust_strncpy(attach_paths[count++], name.data(),
+                           std::min<size_t>(name.size() + 1, TREE_NAME_SIZE));
+    });
+    record_of(attach_paths)->path_count = count;
+    return count;
+}
+
+int32_t get_main_parse_tree(const char *path, tree_node_t **out) {
+    if (path == nullptr) {
+        puts("\nError: main par file not specified ");
+        return -1;
+    }
+    const GzipFile file = open_par_file(path);
+    if (file == nullptr) {
+        fprintf(stderr, "Error: Parser file %s could not be opened \n", path);
+        return -1;
+    }
+    tree_node_t *nodes = nullptr;
+    uint32_t node_count = 0;
+    subtree_path_t attach_path;
+    if (read_par_tree(path, file.get(), &nodes, &node_count, &attach_path, 1, 1) < 0) {
+        puts("*** Fatal error: Not able to read main parser file ");
+        return -1;
+    }
+    *out = nodes;
+    return static_cast<int32_t>(node_count);
+}
