@@ -71,7 +71,7 @@ public:
     Nodes link() {
         for (Subtree &subtree : read_)
             enter_names(subtree);
-        for (size_t tree : {0, 1})
+        for (const size_t tree : {size_t{0}, size_t{1}})
             index(tree, prebuilt[tree][0], "");
         list_.splice(list_.end(), read_, std::next(read_.begin()), read_.end());
         list_.reverse(); // the subtree read last comes first
@@ -98,16 +98,16 @@ private:
     // Every node lies below some of those before it, or below none.
     Subtree random_subtree(const std::string &file) {
         Subtree subtree{file, Nodes(static_cast<size_t>(pick(1, 4))), {}};
-        for (uint16_t i = 0; i < subtree.nodes.size(); ++i) {
+        for (size_t i = 0; i < subtree.nodes.size(); ++i) {
             tree_node_t &node = subtree.nodes[i];
             node.name[0] = pick_letter(0);
             node.token[0] = "\0abcde"[pick(0, 5)];
             node.flags = TREE_FLAG_TERMINAL | 1U;
             node.param_count = static_cast<uint16_t>(pick(0, 1));
             node.params[0].type_mask = kTypes[pick(0, 2)];
-            for (uint16_t above = 0; above < i; ++above)
+            for (size_t above = 0; above < i; ++above)
                 if (tree_node_t &parent = subtree.nodes[above]; pick(0, 2) == 0)
-                    parent.children[parent.child_count++] = i;
+                    parent.children[parent.child_count++] = static_cast<uint16_t>(i);
         }
         for (int i = pick(0, 3); i > 0; --i)
             subtree.paths.emplace_back(1, pick_letter(1));
@@ -143,7 +143,9 @@ private:
         copy.nodes[0].flags = 1;
         copy.nodes[0].child_count = 0;
         enter_names(copy);
-        return owners_.contains(parent) || borrow(parent, behind) || true;
+        if (!owners_.contains(parent))
+            borrow(parent, behind);
+        return true;
     }
 
     // True when a subtree was marked unresolvable.

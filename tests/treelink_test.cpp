@@ -40,7 +40,7 @@ protected:
     }
 
     // What a command prints and complains inside the scratch folder, with this build's programs.
-    std::string shell(const std::string &command) const {
+    std::string shell(const std::string &command) {
         return harness::run({"sh", "-c", "exec 2>&1; cd " + path("") + "; " + command},
                             {"PATH=" TOOLS ":" UTILITY ":/usr/bin:/bin"})
             .out;
@@ -250,7 +250,7 @@ std::string spoilt(const std::function<void(Nodes &)> &spoil) {
 
 // A subtree with one word changed, most significant byte first.
 std::string poked(size_t offset, uint32_t word, std::string bytes = stored(Nodes(1))) {
-    for (const unsigned shift : {24, 16, 8, 0})
+    for (const unsigned shift : {24U, 16U, 8U, 0U})
         bytes[offset++] = static_cast<char>(word >> shift);
     return bytes;
 }
@@ -309,11 +309,11 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
     };
     const std::string whole = stored(Nodes(1));
     for (const auto &test : cases)
-        check(whole + test.bytes + whole, test.complaint, test.linked + "a b ");
-    for (const size_t length : {0, 1, 23, 24, 27, 28, 500, 1027})
+        check(std::string(whole).append(test.bytes) + whole, test.complaint, test.linked + "a b ");
+    for (const unsigned length : {0U, 1U, 23U, 24U, 27U, 28U, 500U, 1027U})
         check(whole + whole.substr(0, length), length < kHeader ? "" : cut, "a b ");
     harness::write_file(path("x.par"), whole);
-    shell("gzip x.par; printf '\\37\\213\\10\\377 is no gzip header' | cat x.par.gz - > x.par");
+    shell(R"(gzip x.par; printf '\37\213\10\377 is no gzip header' | cat x.par.gz - > x.par)");
     EXPECT_EQ(shell(link), corrupted + "a b ");
 }
 
