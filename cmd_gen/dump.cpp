@@ -86,33 +86,31 @@ void add_verbose_part(Record &record, const tree_node_t &node) {
     record << ", SubModeHelp : " << text_of(node.submode_help) << ", Help : " << text_of(node.help);
 }
 
+template <typename Fill> void write_record(Fill fill) {
+    if (tsh_logfp == nullptr)
+        return;
+    Record record;
+    fill(record);
+    write(record);
+}
+
 } // namespace
 
 int32_t print_at_node(const tree_node_t *node, int32_t level) {
-    if (tsh_logfp == nullptr)
-        return 0;
-    Record record;
-    add_short_part(record, *node, atnode_depth(node));
-    if (level == TREE_DUMP_VERBOSE)
-        add_verbose_part(record, *node);
-    write(record);
+    write_record([=](Record &record) {
+        add_short_part(record, *node, atnode_depth(node));
+        if (level == TREE_DUMP_VERBOSE)
+            add_verbose_part(record, *node);
+    });
     return 0;
 }
 
 void print_at_node_pinfo(const parameter_info_t *param) {
-    if (tsh_logfp == nullptr)
-        return;
-    Record record;
-    add_param(record, *param);
-    write(record);
+    write_record([=](Record &record) { add_param(record, *param); });
 }
 
 void print_node_param_type(const parameter_info_t *param) {
-    if (tsh_logfp == nullptr)
-        return;
-    Record record;
-    add_param_type(record, *param);
-    write(record);
+    write_record([=](Record &record) { add_param_type(record, *param); });
 }
 
 void print_node(const tree_node_t * /*node*/) {}

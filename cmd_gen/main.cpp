@@ -49,7 +49,6 @@ Job parse_options(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-    enlarge_output_buffer();
     tsh_logfp = stdout;
     const Job job = parse_options(argc, argv);
     init_parse_tree();

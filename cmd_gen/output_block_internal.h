@@ -50,8 +50,8 @@ public:
     [[nodiscard]] bool failed() const { return failed_; }
 
 private:
-    // As much as a pipe takes at best without its reader waiting, and little enough to stay in the
-    // processor's cache.
+    // Much more than the stream's own buffer, so that the stream passes it on without a copy, and
+    // little enough to stay in the processor's cache.
     static constexpr size_t kSize = 262144;
 
     size_t used_ = 0;

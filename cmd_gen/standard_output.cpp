@@ -6,11 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 
-void enlarge_output_buffer() {
-    static char buffer[262144]; // as long-lived as the stream
-    setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
-}
-
 int status_of_output() {
     if (ferror(stdout) == 0 && fflush(stdout) == 0)
         return EXIT_SUCCESS;

@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -17,9 +16,7 @@ using grammar::Word;
 using harness::Outcome;
 using harness::run;
 
-constexpr const char *kUtility = OCMD_GEN;
-constexpr const char *kNotMapped = "\n Error mapping main parse tree... \n";
-constexpr const char *kNoRedirectRoot = "\n Error finding the tsh redirect root node ... \n";
+const std::string kNotMapped = "\n Error mapping main parse tree... \nstatus 1";
 constexpr const char *kUsage = "\n\tOstrel Command Generation Utility"
                                "\n\n\tocmd_gen [-h] [-s tsh par file]"
                                "\n\t-h\tthis help"
@@ -54,99 +51,69 @@ Word endless_root() {
 
 class Utility : public testing::Test {
 protected:
-    std::string store(const std::vector<tree_node_t> &nodes) {
-        grammar::write_main_tree(scratch_.path("main.par"), nodes);
-        return scratch_.path("main.par");
+    void store(const std::vector<tree_node_t> &nodes, const char *name = "main.par") {
+        grammar::write_main_tree(scratch_.path(name), nodes);
     }
-    std::string store(const Word &root) { return store(grammar::lay_out(root)); }
+    void store(const Word &root, const char *name = "main.par") {
+        store(grammar::lay_out(root), name);
+    }
+
+    // What a command prints, complaints included, and its status, with the utility at hand.
+    std::string shell(const std::string &command, const std::vector<std::string> &settings = {}) {
+        const std::string start =
+            "exec 2>&1; cd " + scratch_.path("") + "; PATH=" OCMD_GEN ":$PATH; ";
+        const Outcome outcome = run({"sh", "-c", start + command}, settings);
+        return outcome.out + "status " + std::to_string(outcome.status);
+    }
 
     harness::ScratchDir scratch_;
 };
 
 TEST_F(Utility, ListsAndDumpsATree) {
-    const std::string tree = store(sample_root());
-
-    const Outcome listing = run({kUtility, "-s", tree});
-    EXPECT_EQ(listing.status, 0);
-    EXPECT_EQ(listing.out, kSampleListing + std::string("\n\n"));
-
-    const Outcome dump = run({kUtility, "-g", "-s", tree});
-    EXPECT_EQ(dump.status, 0);
-    EXPECT_EQ(dump.out, "\n  {  }[1], [4], [0], [0], [0]"
-                        "\n   { show }[2], [1], [0], [0], [0]"
-                        "\n   { version }[2], [0], [4], [0], [0]( terminal )"
-                        "\n   { interface }[2], [1], [0], [0], [0]"
-                        "\n   {  }[2], [2], [8], [0], [1]( submode )"
-                        "\n   { shutdown }[2], [0], [4], [0], [0]( terminal )"
-                        "\n   { description }[2], [1], [0], [0], [0]"
-                        "\n   {  }[2], [0], [4], [0], [1]( Optional )( terminal )"
-                        "\n   { peer }[2], [0], [c], [0], [2]( Optional )( terminal )( submode )"
-                        "\n   {  }[2], [1], [0], [0], [0]"
-                        "\n   {  }[2], [0], [0], [0], [0]");
-    EXPECT_EQ(listing.err + dump.err, "");
+    store(sample_root());
+    EXPECT_EQ(shell("ocmd_gen -s main.par"), kSampleListing + std::string("\n\nstatus 0"));
+    EXPECT_EQ(shell("ocmd_gen -gs main.par"), R"(
+  {  }[1], [4], [0], [0], [0]
+   { show }[2], [1], [0], [0], [0]
+   { version }[2], [0], [4], [0], [0]( terminal )
+   { interface }[2], [1], [0], [0], [0]
+   {  }[2], [2], [8], [0], [1]( submode )
+   { shutdown }[2], [0], [4], [0], [0]( terminal )
+   { description }[2], [1], [0], [0], [0]
+   {  }[2], [0], [4], [0], [1]( Optional )( terminal )
+   { peer }[2], [0], [c], [0], [2]( Optional )( terminal )( submode )
+   {  }[2], [1], [0], [0], [0]
+   {  }[2], [0], [0], [0], [0]status 0)");
 }
 
 TEST_F(Utility, TakesOptionsAndNamesTheTree) {
-    const std::string tree = store(sample_root());
-    const std::string other = scratch_.path("other.par");
-    grammar::write_main_tree(other, grammar::lay_out(main_root({keyword("x").terminal()})));
-    const std::string listing = kSampleListing + std::string("\n\n");
-    const struct {
-        std::vector<std::string> arguments;
-        std::string environment;
-        int status;
-        std::string out;
-    } table[] = {
-        {{"-h"}, "", 1, kUsage},
-        {{"-g", "-h"}, "", 1, kUsage},
-        {{"-h", "-g", "-z"}, "", 1, kUsage},
-        {{"-z"}, "", 1, ""},
-        {{"-s"}, "", 1, ""},
-        {{"-s", other, "-s", tree}, "", 0, listing},
-        {{"-s", tree}, other, 0, listing},
-        {{}, tree, 0, listing},
-        {{"-s", tree + std::string(128, 'x')}, "", 1, kNotMapped},
-        {{}, "/" + std::string(200, 'x'), 1, kNotMapped},
-    };
-    for (const auto &row : table) {
-        std::vector<std::string> command{kUtility};
-        command.insert(command.end(), row.arguments.begin(), row.arguments.end());
-        const Outcome outcome = run(command, {"TSH_PARSE_TREE=" + row.environment});
-        EXPECT_EQ(outcome.status, row.status) << testing::PrintToString(command);
-        EXPECT_EQ(outcome.out, row.out) << testing::PrintToString(command);
-    }
+    store(sample_root());
+    store(main_root({keyword("x").terminal()}), "other.par");
+    const std::string listing = kSampleListing + std::string("\n\nstatus 0");
+    for (const char *options : {"-h", "-g -h", "-h -g -z"})
+        EXPECT_EQ(shell("ocmd_gen " + std::string(options)), kUsage + std::string("status 1"));
+    for (const char *options : {"-z", "-s"})
+        EXPECT_EQ(shell("ocmd_gen 2>/dev/null " + std::string(options)), "status 1");
+    EXPECT_EQ(shell("ocmd_gen -s other.par -s main.par"), listing);
+    EXPECT_EQ(shell("TSH_PARSE_TREE=other.par ocmd_gen -s main.par"), listing);
+    EXPECT_EQ(shell("TSH_PARSE_TREE=main.par ocmd_gen"), listing);
+    const std::string cut = std::string(119, '/') + "main.par"; // 127 characters
+    EXPECT_EQ(shell("ocmd_gen -s ." + cut.substr(1) + "x"), listing);
+    EXPECT_EQ(shell("TSH_PARSE_TREE=." + cut.substr(1) + "x ocmd_gen"), listing);
 }
 
 TEST_F(Utility, RefusesFilesThatAreNoTree) {
-    const struct {
-        std::string name;
-        std::function<void(const std::string &)> make;
-        std::string err;
-    } table[] = {
-        {"missing", [](const std::string &) {}, ""},
-        {"empty", [](const auto &path) { harness::write_file(path, ""); },
-         "Error mapping file: Invalid argument\n"},
-        {"one byte", [](const auto &path) { harness::write_file(path, "x"); },
-         "Problem with the parser file.\n"},
-        {"short", [](const auto &path) { harness::write_file(path, std::string(999, 0)); },
-         "Problem with the parser file.\n"},
-        {"long", [](const auto &path) { harness::write_file(path, std::string(1001, 0)); },
-         "Problem with the parser file.\n"},
-        {"directory", [](const auto &path) { mkdir(path.c_str(), 0777); },
-         "Problem with the parser file.\n"},
-        {"pipe", [](const auto &path) { mkfifo(path.c_str(), 0666); },
-         "Error mapping file: Invalid argument\n"},
+    const std::pair<const char *, const char *> table[] = {
+        {"rm -f main.par", ""},
+        {": > main.par", "Error mapping file: Invalid argument\n"},
+        {"printf x > main.par", "Problem with the parser file.\n"},
+        {"head -c 999 /dev/zero > main.par", "Problem with the parser file.\n"},
+        {"head -c 1001 /dev/zero > main.par", "Problem with the parser file.\n"},
+        {"rm main.par; mkdir main.par", "Problem with the parser file.\n"},
+        {"rmdir main.par; mkfifo main.par", "Error mapping file: Invalid argument\n"},
     };
-    for (const auto &row : table) {
-        const std::string path = scratch_.path(row.name);
-        row.make(path);
-        for (const char *option : {"-s", "-gs"}) {
-            const Outcome outcome = run({kUtility, option, path});
-            EXPECT_EQ(outcome.status, 1) << row.name;
-            EXPECT_EQ(outcome.out, kNotMapped) << row.name;
-            EXPECT_EQ(outcome.err, row.err) << row.name;
-        }
-    }
+    for (const auto &[make, error] : table)
+        EXPECT_EQ(shell(std::string(make) + "; ocmd_gen -s main.par"), error + kNotMapped);
 }
 
 Word chain(int levels) {
@@ -212,16 +179,14 @@ TEST_F(Utility, RefusesTreesThatBreakTheRecordsRules) {
     for (const auto &row : table) {
         Nodes nodes = grammar::lay_out(sample_root());
         row.spoil(nodes);
-        const std::string path = store(nodes);
-        const Outcome outcome = run({kUtility, "-s", path});
+        store(nodes);
+        const std::string said = shell("ocmd_gen -s main.par | head -c 400");
         if (row.fault == nullptr) {
-            EXPECT_EQ(outcome.status, 0) << outcome.err;
+            EXPECT_TRUE(said.starts_with("\n[     1].  ")) << said;
             continue;
         }
-        EXPECT_EQ(outcome.status, 1) << row.fault;
-        EXPECT_EQ(outcome.out, kNotMapped) << row.fault;
-        EXPECT_TRUE(outcome.err.starts_with(path + ": node ")) << outcome.err;
-        EXPECT_TRUE(outcome.err.ends_with(row.fault + std::string("\n"))) << outcome.err;
+        EXPECT_TRUE(said.starts_with("main.par: node ")) << said;
+        EXPECT_NE(said.find(row.fault + std::string("\n\n Error mapping main")), said.npos) << said;
     }
 }
 
@@ -233,39 +198,35 @@ TEST_F(Utility, NeedsARedirectRootBehindTheFirstChild) {
                             .child(keyword("x"))
                             .child(keyword("y").named("tsh_redirect_root2"));
     for (const Word &root : {only, first, almost, grammar::structural("root")}) {
-        const Outcome outcome = run({kUtility, "-s", store(root)});
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(outcome.out, kNoRedirectRoot);
+        store(root);
+        EXPECT_EQ(shell("ocmd_gen -s main.par"),
+                  "\n Error finding the tsh redirect root node ... \nstatus 1");
     }
-    EXPECT_EQ(run({kUtility, "-s", store(main_root({keyword("x")}))}).out, "\n\n");
+    store(main_root({keyword("x")}));
+    EXPECT_EQ(shell("ocmd_gen -s main.par"), "\n\nstatus 0");
 }
 
 TEST_F(Utility, NoticesEveryLostByte) {
-    const std::string small = store(sample_root());
-    const std::string endless = scratch_.path("endless.par");
-    grammar::write_main_tree(endless, grammar::lay_out(endless_root()));
-    for (const std::string &tree : {small, endless}) {
-        for (const char *options : {"-s", "-gs"}) {
-            for (const char *target : {">/dev/full", ">&-"}) {
-                const Outcome outcome = run({"sh", "-c", std::string(R"("$0" "$1" "$2" )") + target,
-                                             kUtility, options, tree});
-                EXPECT_EQ(outcome.status, 1) << options << target;
-                EXPECT_TRUE(outcome.err.starts_with("ocmd_gen: cannot write to standard output: "))
-                    << outcome.err;
+    store(sample_root());
+    store(endless_root(), "endless.par");
+    for (const std::string tree : {"main.par", "endless.par"})
+        for (const std::string options : {"-s ", "-gs "})
+            for (const std::string lost :
+                 {"full No space left on device", "- Bad file descriptor"}) {
+                const std::string target = lost.starts_with("-") ? " >&-" : " >/dev/full";
+                EXPECT_EQ(shell("ocmd_gen " + options + tree + target),
+                          "ocmd_gen: cannot write to standard output: " +
+                              lost.substr(lost.find(' ') + 1) + "\nstatus 1");
             }
-        }
-    }
 }
 
 TEST_F(Utility, EndsAtOnceOnASignalOrAClosedPipe) {
-    const std::string tree = store(endless_root());
-    for (const char *options : {"-s", "-gs"}) {
-        const std::string start = "\"$0\" " + std::string(options) + " \"$1\" ";
-        const Outcome piped = run({"sh", "-c", start + "| head -c 9", kUtility, tree});
-        EXPECT_EQ(piped.out.size(), 9U);
-        const Outcome killed =
-            run({"sh", "-c", "exec timeout -s INT 0.2 " + start + ">/dev/null", kUtility, tree});
-        EXPECT_EQ(killed.status, 124); // timeout's own: the program ended of the signal
+    store(endless_root());
+    for (const std::string options : {"-s", "-gs"}) {
+        const std::string start = "ocmd_gen " + options + " main.par ";
+        EXPECT_EQ(shell(start + "| head -c 9 | wc -c"), "9\nstatus 0");
+        // timeout's own status: the program ended of the signal.
+        EXPECT_EQ(shell("exec timeout -s INT 0.2 " + start + ">/dev/null"), "status 124");
     }
 }
 
@@ -273,37 +234,33 @@ TEST_F(Utility, EndsAtOnceOnASignalOrAClosedPipe) {
 TEST_F(Utility, SurvivesEveryAllocationFailure) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
-    const std::string tree = store(sample_root());
-    const std::string dump = run({kUtility, "-g", "-s", tree}).out;
+    store(sample_root());
+    const std::string dump = shell("ocmd_gen -gs main.par");
     bool no_registry = false;
     bool no_line = false;
     bool unharmed = false; // and so past the last allocation
-    for (int failing = 1; !(no_line && unharmed); ++failing) {
-        const std::vector<std::string> settings{"LD_PRELOAD=" FAILING_MALLOC,
-                                                "FAIL_ALLOCATION=" + std::to_string(failing)};
+    for (int failing = 1; !(no_line && unharmed) && failing < 500; ++failing) {
+        const std::string start =
+            "LD_PRELOAD=" FAILING_MALLOC " FAIL_ALLOCATION=" + std::to_string(failing) +
+            " ocmd_gen ";
         if (failing < 20) {
-            EXPECT_EQ(run({kUtility, "-g", "-s", tree}, settings).out, dump);
+            EXPECT_EQ(shell(start + "-gs main.par"), dump);
         }
-        const Outcome outcome = run({kUtility, "-s", tree}, settings);
-        if (outcome.out.find("Registration failed") != std::string::npos) {
+        const std::string said = shell(start + "-s main.par 2>errors; s=$?; cat errors; exit $s");
+        unharmed = said == kSampleListing + std::string("\n\nstatus 0");
+        if (said.starts_with("\nErr: Malloc failed...\nParam Name : ")) {
             no_registry = true;
-            EXPECT_EQ(outcome.status, 1);
-            EXPECT_TRUE(outcome.out.starts_with("\nErr: Malloc failed...\nParam Name : "));
-            continue;
+            EXPECT_TRUE(said.ends_with("Registration failed...status 1"));
+        } else if (!unharmed) {
+            no_line = true;
+            const std::string before = said.substr(0, said.find("\nErr: "));
+            EXPECT_TRUE(std::string(kSampleListing).starts_with(before)) << said;
+            EXPECT_TRUE(said.ends_with("alloc failed...Mem alloc errorr..\n\n"
+                                       "\nMem alloc failed...status 0"))
+                << said;
         }
-        EXPECT_EQ(outcome.status, 0);
-        unharmed = outcome.err.empty();
-        if (unharmed) {
-            EXPECT_EQ(outcome.out, kSampleListing + std::string("\n\n"));
-            continue;
-        }
-        no_line = true;
-        EXPECT_EQ(outcome.err, "\nMem alloc failed...");
-        EXPECT_TRUE(outcome.out.ends_with("alloc failed...Mem alloc errorr..\n\n")) << outcome.out;
-        const std::string before = outcome.out.substr(0, outcome.out.find("\nErr: "));
-        EXPECT_EQ(before, std::string(kSampleListing).substr(0, before.size()));
     }
-    EXPECT_TRUE(no_registry);
+    EXPECT_TRUE(no_registry && no_line && unharmed);
 }
 
 } // namespace
