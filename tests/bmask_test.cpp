@@ -55,14 +55,6 @@ protected:
         return mask;
     }
 
-    static Model model_of(const Mask &mask) {
-        EXPECT_EQ(mask.nbytes, N / 8);
-        Model model;
-        for (size_t n = 0; n < N; ++n)
-            model[n] = (mask.bits[n / 8] >> (7 - n % 8) & 1) != 0;
-        return model;
-    }
-
     // Few, many or all bits in runs of any length, as a model and as a mask.
     static std::pair<Model, Mask> any_set() {
         Model model;
@@ -76,8 +68,7 @@ protected:
 
     // A bit or a count: mostly near the mask, now and then as far away as it gets.
     static int any_bound() {
-        const int choice = any_of(0, 19);
-        return choice == 0 ? INT_MIN : choice == 1 ? INT_MAX : any_of(-3, W::kBits + 3);
+        return any_of(0, 9) != 0 ? any_of(-3, W::kBits + 3) : any_of(0, 1) != 0 ? INT_MIN : INT_MAX;
     }
 
     static Model range_of(int64_t first, int64_t count) {
@@ -115,11 +106,13 @@ protected:
 using Widths = testing::Types<Width128, Width256>;
 TYPED_TEST_SUITE(Masks, Widths);
 
+// What an operation makes of the mask D.
 #define BECOMES(expected, operation, ...)                                                          \
     {                                                                                              \
         auto dst = D;                                                                              \
         TypeParam::mask_##operation(&dst __VA_OPT__(, ) __VA_ARGS__);                              \
-        EXPECT_EQ(this->model_of(dst), (expected)) << #operation;                                  \
+        const auto wanted = this->mask_of(expected);                                               \
+        EXPECT_EQ(memcmp(&dst, &wanted, sizeof dst), 0) << #operation;                             \
     }
 
 TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
@@ -128,37 +121,26 @@ TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
         const auto [d, D] = this->any_set();
         const auto [a, A] = this->any_set();
         const auto [m, M] = this->any_set();
-        BECOMES(d | ~d, fill);
-        BECOMES(d & ~d, clear);
-        BECOMES(d & ~d, init);
-        BECOMES(a, copy, &A);
-        BECOMES(d | a, union, &A);
-        BECOMES(d & a, intersection, &A);
-        BECOMES(d & ~a, subtract, &A);
-        BECOMES(d & ~d, subtract, &dst);
-        BECOMES(~d, revert);
-        BECOMES(a ^ m, xor, &A, &M);
-        BECOMES(a ^ d, xor, &A, &dst);
-        BECOMES((a & m) | (d & ~m), maskcopy, &A, &M);
-        BECOMES(d | (a & m), maskunion, &A, &M);
-        BECOMES(d & (a | ~m), maskintersect, &A, &M);
-        BECOMES(d & ~(a & m), masksubtract, &A, &M);
-        BECOMES(d ^ m, maskrevert, &M);
-
         const int n = this->any_bound();
         const int count = this->any_bound();
         const auto bit = this->range_of(n, 1);
-        const auto range = this->range_of(n, count);
-        BECOMES(d | bit, set_bit, n);
-        BECOMES(d & ~bit, clear_bit, n);
-        BECOMES(d | range, set_range, n, count);
-        BECOMES(d & ~range, clear_range, n, count);
-        BECOMES(d & ~range, set_range_value, n, count, 0);
-        BECOMES(d | range, set_range_value, n, count, -1);
-        BECOMES(d | (a & range), union_range, &A, n, count);
-        BECOMES(d & (a | ~range), intersection_range, &A, n, count);
-        BECOMES(d & ~(a & range), subtract_range, &A, n, count);
-        BECOMES(d ^ range, revert_range, n, count);
+        const auto r = this->range_of(n, count);
+        // clang-format off
+        BECOMES(d | ~d, fill);               BECOMES(d & ~d, clear);
+        BECOMES(d & ~d, init);               BECOMES(a, copy, &A);
+        BECOMES(d | a, union, &A);           BECOMES(d & a, intersection, &A);
+        BECOMES(d & ~a, subtract, &A);       BECOMES(d & ~d, subtract, &dst);
+        BECOMES(a ^ m, xor, &A, &M);         BECOMES(a ^ d, xor, &A, &dst);
+        BECOMES(~d, revert);                 BECOMES((a & m) | (d & ~m), maskcopy, &A, &M);
+        BECOMES(d ^ m, maskrevert, &M);      BECOMES(d | (a & m), maskunion, &A, &M);
+        BECOMES(d | bit, set_bit, n);        BECOMES(d & (a | ~m), maskintersect, &A, &M);
+        BECOMES(d & ~bit, clear_bit, n);     BECOMES(d & ~(a & m), masksubtract, &A, &M);
+        BECOMES(d | r, set_range, n, count); BECOMES(d | r, set_range_value, n, count, -1);
+        BECOMES(d & ~r, clear_range, n, count); BECOMES(d & ~r, set_range_value, n, count, 0);
+        BECOMES(d ^ r, revert_range, n, count); BECOMES(d | (a & r), union_range, &A, n, count);
+        BECOMES(d & (a | ~r), intersection_range, &A, n, count);
+        BECOMES(d & ~(a & r), subtract_range, &A, n, count);
+        // clang-format on
 
         const auto common = this->mask_of(d & a);
         EXPECT_EQ(W::mask_is_bit_set(&D, n), (d & bit).any());
@@ -198,15 +180,15 @@ TYPED_TEST(Masks, SearchesFollowTheModel) {
         const auto above_first = this->range_of(int64_t{n} + 1, int64_t{k} - n);
         EXPECT_EQ(W::mask_is_range_free(&mask, &range), (set & above_first).none());
 
+        const int last = any_of(0, 3) == 0 ? 0 : n;
+        const int64_t start = last == 0 ? 0 : int64_t{last} + 2; // a run ends before a gap
         for (const bool free : {false, true}) {
-            auto left = free ? ~set : set;
-            bmask_range_t run{1, 0};
-            while ((free ? W::mask_next_free_range : W::mask_next_range)(&mask, &run) == 0) {
-                EXPECT_EQ(run.first, this->lowest(left, 0));
-                EXPECT_EQ(run.last, this->last_of_run(left, run.first));
-                left &= ~this->range_of(0, run.last + 1);
-            }
-            EXPECT_TRUE(left.none());
+            bmask_range_t run{1, last};
+            const auto bits = free ? ~set : set;
+            const int first = this->lowest(bits, start);
+            const int found = (free ? W::mask_next_free_range : W::mask_next_range)(&mask, &run);
+            EXPECT_EQ(found == 0 ? run.first : found, first);
+            EXPECT_EQ(run.last, first < 0 ? last : this->last_of_run(bits, first));
         }
     }
 }
@@ -250,10 +232,6 @@ TYPED_TEST(Masks, WorkedValues) {
     using W = TypeParam;
     auto *mask = W::mask_new();
     EXPECT_EQ(mask->nbytes, W::mask_numbits() / 8);
-    W::mask_fill(mask);
-    bmask_range_t run{7, 7}; // bit 8 counts as its end
-    EXPECT_EQ(W::mask_next_range(mask, &run), 0);
-    EXPECT_EQ(run.first, 9);
     W::mask_delete(mask);
 
     const auto some = this->mask_of(0b1000101110);
