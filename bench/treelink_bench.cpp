@@ -1,10 +1,10 @@
 // Speed of the tree linker.
 //
-// Link/* links 512 gzip files of 60,000 nodes; Yardstick/* does the part of it that cannot be
-// avoided: inflates the same files, copies the nodes together and, as */ToFile, writes them with
+// link* links 512 gzip files of 60,000 nodes; yardstick* does the part of it that cannot be
+// avoided: inflates the same files, copies the nodes together and, as *_to_file, writes them with
 // the same care for the disk. Set TMPDIR to a folder in memory to leave the disk out of it.
-// Growth/* links chains of one-node subtrees from 4 files, each subtree attached below another:
-// Best lists every subtree behind its parent, Worst in front of it, Random anywhere.
+// growth/* links chains of one-node subtrees from 4 files, each subtree attached below another:
+// best links every parent before what hangs below it, worst after it, random in any order.
 #include "parse_tree/tree_writer.h"
 #include "platform/tree_library.h"
 #include "treelink/link_driver.h"
