@@ -14,6 +14,7 @@
 #include "tests/support/harness.h"
 #include "tests/support/loaded_tree.h"
 
+#include <bit>
 #include <csignal>
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -196,14 +197,10 @@ TEST(TshCommon, ListsAreJoinedPrintedAndReleased) {
 TEST(TshCommon, FieldsAndNumbersAreStrict) {
     check("1:23:abc => 01|23|0abc;a::b: => 0a||0b;: => ;abc => 0abc; => ",
           [](const std::string &text) { return shown(hex_split(text.c_str(), ":")); });
-    const auto report = [](const char *, GLogLevelFlags level, const char *text, void *) {
-        printf("%s%s\n", level == G_LOG_LEVEL_CRITICAL ? "critical " : "", text);
-    };
+    const auto report = [](const char *, GLogLevelFlags, const char *text, void *) { puts(text); };
     g_log_set_default_handler(report, nullptr);
-    EXPECT_EQ(printed(0, [] { hex_split(nullptr, nullptr), hex_split("", nullptr); }),
-              "critical file ../feature/tsh/src/tsh_common: line 244 (hex_split): "
-              "assertion `string != NULL' failed.\n"
-              "critical file ../feature/tsh/src/tsh_common: line 245 (hex_split): "
+    EXPECT_EQ(printed(0, [] { hex_split("", nullptr); }),
+              "file ../feature/tsh/src/tsh_common: line 245 (hex_split): "
               "assertion `delimiter != NULL' failed.\n");
 
     const auto numbers = [](const std::string &text) {
@@ -226,17 +223,19 @@ TEST(TshCommon, FieldsAndNumbersAreStrict) {
 TEST(TshCommon, CommandLinesWalkDownTheTree) {
     const harness::LoadedTree tree(
         grammar::main_root({grammar::keyword("show").child(grammar::keyword("version"))}));
-    const auto find = [](const tree_node_t *start, const char *line) {
+    const auto find = [](const std::string &line) {
         return printed(TSH_TRACE_NAVIGATION, [&] {
-            const tree_node_t *node = atnode_find_cmd_index(start, line);
+            const tree_node_t *node =
+                atnode_find_cmd_index(line == "-" ? nullptr : g_atn, line.c_str());
             printf("@%s", node == nullptr ? "null" : node->name);
         });
     };
-    EXPECT_TRUE(find(g_atn, "sh\tVER").ends_with("@at token found at ~depth: 0@version"));
-    const std::string not_parsed = "@Cmdline not parsed fully, index not found...\n@null";
-    EXPECT_TRUE(find(g_atn, "sh bogus ver").ends_with(not_parsed));
-    EXPECT_EQ(find(nullptr, "sh"), not_parsed);
-    EXPECT_EQ(find(g_atn, "  "), "@Empty cmdline, index not found...\n@null");
+    EXPECT_TRUE(find("sh\tVER").ends_with("@at token found at ~depth: 0@version"));
+    EXPECT_TRUE(find("sh bogus").ends_with("@atn Depth expired, aborting@null"));
+    EXPECT_TRUE(
+        find("sh bogus ver").ends_with("@Cmdline not parsed fully, index not found...\n@null"));
+    EXPECT_EQ(find("  ") + find("-"), "@Empty cmdline, index not found...\n@null"
+                                      "@Cmdline not parsed fully, index not found...\n@null");
 }
 
 TEST(TshCommon, MemoryIsZeroAndSortingCountsItsPasses) {
@@ -261,15 +260,13 @@ TEST(TshCommon, BitsBoundsSignalsAndPaths) {
     std::mt19937_64 random(3);
     for (int round = 0; round < 300; ++round) {
         const uint64_t value = round == 0 ? ~0ULL : random() & random() & random();
-        int32_t next = -1;
-        int32_t count = 0;
-        for (int32_t after = 63; after >= -1; --after) {
+        for (int32_t after = -1; after < 64; ++after) {
+            const uint64_t above = after < 63 ? value >> (after + 1) << (after + 1) : 0;
+            const int32_t next = above == 0 ? -1 : std::countr_zero(above);
             ASSERT_EQ(bit_pos_get64(value, after), next);
             ASSERT_EQ(bit_pos_get32(static_cast<uint32_t>(value), after), next < 32 ? next : -1);
-            if (after >= 0 && (value >> after & 1) != 0)
-                next = after, ++count;
         }
-        ASSERT_EQ(bit_count_get64(value), count);
+        ASSERT_EQ(bit_count_get64(value), std::popcount(value));
         ASSERT_EQ(bit_count_get(static_cast<uint32_t>(value)), bit_count_get64(value << 32));
     }
     EXPECT_EQ(bit_pos_get32(1, -2) + bit_pos_get64(1, INT32_MIN) + bit_pos_get32(1, INT32_MAX), -3);
