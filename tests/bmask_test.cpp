@@ -115,6 +115,9 @@ TYPED_TEST_SUITE(Masks, Widths);
         EXPECT_EQ(memcmp(&dst, &wanted, sizeof dst), 0) << #operation;                             \
     }
 
+#define TELLS(expected, operation, ...)                                                            \
+    EXPECT_EQ(TypeParam::mask_##operation(&D __VA_OPT__(, ) __VA_ARGS__), expected) << #operation
+
 TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
     using W = TypeParam;
     for (int round = 0; round < 1000; ++round) {
@@ -140,19 +143,14 @@ TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
         BECOMES(d ^ r, revert_range, n, count); BECOMES(d | (a & r), union_range, &A, n, count);
         BECOMES(d & (a | ~r), intersection_range, &A, n, count);
         BECOMES(d & ~(a & r), subtract_range, &A, n, count);
-        // clang-format on
-
         const auto common = this->mask_of(d & a);
-        EXPECT_EQ(W::mask_is_bit_set(&D, n), (d & bit).any());
-        EXPECT_EQ(W::mask_equal(&D, &A), d == a);
-        EXPECT_EQ(W::mask_equal(&D, &D), 1);
-        EXPECT_EQ(W::mask_maskequal(&D, &A, &M), ((d ^ a) & m).none());
-        EXPECT_EQ(W::mask_maskequal(&D, &common, &A), 1);
-        EXPECT_EQ(W::mask_intersects(&D, &A), (d & a).any());
-        EXPECT_EQ(W::mask_subset(&D, &A), (d & ~a).none());
+        TELLS((d & bit).any(), is_bit_set, n);
+        TELLS(d == a, equal, &A);            TELLS(1, equal, &D);
+        TELLS((d & a).any(), intersects, &A); TELLS((d & ~a).none(), subset, &A);
+        TELLS(((d ^ a) & m).none(), maskequal, &A, &M); TELLS(1, maskequal, &common, &A);
+        TELLS(static_cast<int>(d.count()), bitcount);
+        // clang-format on
         EXPECT_EQ(W::mask_subset(&common, &A), 1);
-        EXPECT_EQ(W::mask_bitcount(&D), static_cast<int>(d.count()));
-
         uint8_t packed[32];
         const int size = W::mask_compress(&A, packed, W::kBits / 8);
         BECOMES(a, uncompress, packed, static_cast<uint32_t>(size));
@@ -162,31 +160,30 @@ TYPED_TEST(Masks, AlgebraAndComparisonsFollowTheModel) {
 TYPED_TEST(Masks, SearchesFollowTheModel) {
     using W = TypeParam;
     for (int round = 0; round < 1000; ++round) {
-        const auto [set, mask] = this->any_set();
+        const auto [set, D] = this->any_set();
         const int n = this->any_bound();
         const int k = this->any_bound();
-        EXPECT_EQ(W::mask_find_bit(&mask, n), this->lowest(set, n));
-        EXPECT_EQ(W::mask_find_free_bit(&mask, n), this->lowest(~set, n));
-        EXPECT_EQ(W::mask_next_bit(&mask, n), this->lowest(set, int64_t{n} + 1));
-        EXPECT_EQ(W::mask_next_free_bit(&mask, n), this->lowest(~set, int64_t{n} + 1));
-        EXPECT_EQ(W::mask_first_bit(&mask), this->lowest(set, 0));
-        EXPECT_EQ(W::mask_first_free_bit(&mask), this->lowest(~set, 0));
-        EXPECT_EQ(W::mask_nth_bit(&mask, k), k < 0 ? -1 : this->lowest(set, 0, k));
-        EXPECT_EQ(W::mask_nth_free_bit(&mask, k), k < 0 ? -1 : this->lowest(~set, 0, k));
         const auto up_to_n = set & this->range_of(0, int64_t{n} + 1);
         const int below = static_cast<int>(up_to_n.count()) - 1;
-        EXPECT_EQ(W::mask_find_prev_bit(&mask, n), below < 0 ? -1 : this->lowest(set, 0, below));
-        const bmask_range_t range{n, k};
-        const auto above_first = this->range_of(int64_t{n} + 1, int64_t{k} - n);
-        EXPECT_EQ(W::mask_is_range_free(&mask, &range), (set & above_first).none());
-
+        const bmask_range_t gap{n, k};
+        const auto above_n = set & this->range_of(int64_t{n} + 1, int64_t{k} - n);
+        // clang-format off
+        TELLS(this->lowest(set, 0), first_bit);  TELLS(this->lowest(~set, 0), first_free_bit);
+        TELLS(this->lowest(set, n), find_bit, n); TELLS(this->lowest(~set, n), find_free_bit, n);
+        TELLS(this->lowest(set, int64_t{n} + 1), next_bit, n);
+        TELLS(this->lowest(~set, int64_t{n} + 1), next_free_bit, n);
+        TELLS(k < 0 ? -1 : this->lowest(set, 0, k), nth_bit, k);
+        TELLS(k < 0 ? -1 : this->lowest(~set, 0, k), nth_free_bit, k);
+        TELLS(below < 0 ? -1 : this->lowest(set, 0, below), find_prev_bit, n);
+        TELLS(above_n.none(), is_range_free, &gap);
+        // clang-format on
         const int last = any_of(0, 3) == 0 ? 0 : n;
         const int64_t start = last == 0 ? 0 : int64_t{last} + 2; // a run ends before a gap
         for (const bool free : {false, true}) {
             bmask_range_t run{1, last};
             const auto bits = free ? ~set : set;
             const int first = this->lowest(bits, start);
-            const int found = (free ? W::mask_next_free_range : W::mask_next_range)(&mask, &run);
+            const int found = (free ? W::mask_next_free_range : W::mask_next_range)(&D, &run);
             EXPECT_EQ(found == 0 ? run.first : found, first);
             EXPECT_EQ(run.last, first < 0 ? last : this->last_of_run(bits, first));
         }

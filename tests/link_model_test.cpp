@@ -9,6 +9,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <list>
+#include <malloc.h>
 #include <map>
 #include <random>
 
@@ -51,19 +52,18 @@ public:
     // The first subtree is the root file's.
     void hand_to_linker() const {
         treelink_init();
+        subtree_entry_t **head = &tsh_root_tree_table;
         for (const Subtree &subtree : read_) {
-            auto *nodes = static_cast<tree_node_t *>(calloc(subtree.nodes.size(), TREE_NODE_SIZE));
+            const auto count = static_cast<uint32_t>(subtree.nodes.size());
+            auto *nodes = static_cast<tree_node_t *>(calloc(count, TREE_NODE_SIZE));
             std::ranges::copy(subtree.nodes, nodes);
             std::string names;
             for (const std::string &name : subtree.paths)
                 names += name + ",";
             subtree_path_t path;
             populate_subtree_path(&path, 0, names.c_str());
-            subtree_entry_t **head =
-                &subtree == &read_.front() ? &tsh_root_tree_table : &unresolved_subtree_table;
-            add_unresolved_subtree(head, subtree.file.c_str(), nodes,
-                                   static_cast<uint32_t>(subtree.nodes.size()), &path,
-                                   treelink_table);
+            add_unresolved_subtree(head, subtree.file.c_str(), nodes, count, &path, treelink_table);
+            head = &unresolved_subtree_table;
         }
     }
 
@@ -77,8 +77,7 @@ public:
         list_.reverse(); // the subtree read last comes first
         while (pass())
             ;
-        list_.remove_if(
-            [](const Subtree &subtree) { return subtree.status != SUBTREE_RESOLVABLE; });
+        std::erase_if(list_, [](const Subtree &one) { return one.status != SUBTREE_RESOLVABLE; });
         copy(read_.front());
         for (Subtree &subtree : list_)
             copy(subtree);
@@ -186,18 +185,16 @@ private:
 
     static bool clash(const tree_node_t &one, const tree_node_t &other) {
         const auto typed = [](const tree_node_t &node) {
-            return node.token[0] != '\0' ||
-                   (node.param_count == 1 && node.params[0].type_mask == 1);
+            return node.param_count == 1 && node.params[0].type_mask == 1;
         };
-        return one.token[0] == other.token[0] && typed(one) && typed(other);
+        return one.token[0] == other.token[0] &&
+               (one.token[0] != '\0' || (typed(one) && typed(other)));
     }
 
     void attach(const Subtree &subtree, const std::string &name) {
         const auto found = places_.find(name);
-        if (found == places_.end()) {
-            report(kUnresolved, name, subtree.file);
+        if (found == places_.end() && report(kUnresolved, name, subtree.file))
             return;
-        }
         tree_node_t &parent = array_[found->second];
         const tree_node_t &child = array_[subtree.place];
         uint16_t *end = parent.children + parent.child_count;
@@ -230,6 +227,7 @@ TEST(LinkModel, AgreesOnRandomGrammars) {
     const harness::ScratchDir scratch;
     std::string folder = scratch.path("");
     prebuilt_main_tree_path = folder.data();
+    size_t in_use = 0;
     for (unsigned seed = 0; seed < 1000; ++seed) {
         Model model{seed};
         grammar::write_main_tree(scratch.path("main_tree.pars"), model.prebuilt[0]);
@@ -245,7 +243,10 @@ TEST(LinkModel, AgreesOnRandomGrammars) {
         ASSERT_EQ(static_cast<size_t>(count), expected.size()) << "seed " << seed;
         ASSERT_EQ(memcmp(linked, expected.data(), expected.size() * TREE_NODE_SIZE), 0) << seed;
         free(linked);
+        in_use = seed < 500 ? mallinfo2().uordblks : in_use;
     }
+    EXPECT_LT(mallinfo2().uordblks, in_use + 4000);
+    EXPECT_LT(std::ranges::count(harness::read_file("/proc/self/maps"), '\n'), 500);
 }
 
 } // namespace
