@@ -189,7 +189,6 @@ struct Limit {
     const char *err;
     const char *out = "";
     int status = kReturned;
-    int32_t debug = 0;
     static constexpr int kReturned = 7; // the writer came back
 };
 
@@ -218,15 +217,10 @@ TEST(TreeWriter, HoldsItsLimits) {
         {"a list that loops", endless, 0, kBroad},
         {"written before", written, 1,
          "Error: node \"broad\" has a child placed by an earlier write\n"},
-        {"debug prints", graph.chain(2), 2, "",
-         "Size of tree node is 1000Size of parameter_info_t is 100 \nTreefile: Going to write 24 "
-         "bytes of header, 9 bytes of path and 2 nodes (2000 bytes) to file \n",
-         Limit::kReturned, 1},
     };
     for (const Limit &limit : limits) {
         const harness::ScratchDir scratch;
         const Outcome outcome = in_child([&] {
-            debug_flag = limit.debug;
             write_tree(scratch.path("tree"), limit.root);
             return Limit::kReturned;
         });
