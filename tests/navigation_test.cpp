@@ -194,8 +194,6 @@ TEST(NavigationTraces, ShowEveryStepInOrder) {
         atnode_stack_peek(1);
         atnode_child_position(tree.node("O"));
         atnode_traverse(tree.node("D"), 1, 3, -1, note, 7);
-        atnode_nth_child(g_atn, 1);
-        atnode_nth_child(g_atn, 3);
         atnode_find_token(tree.node("S"), 0, "x");
         atnode_stack_reset();
     });
@@ -215,9 +213,7 @@ TEST(NavigationTraces, ShowEveryStepInOrder) {
                           "@atn preorder traverse subtree under node D\n"
                           "@atn visiting node D #children 1\n"
                           "@atn child #0 for node D\n"
-                          "@atn visiting node D1 #children 0\n"
-                          "@atn child #1 for node R is O\n"
-                          "@atn child #3 for node R does not exist\n" +
+                          "@atn visiting node D1 #children 0\n" +
                               std::string(addresses) +
                               "@atn Depth expired, aborting"
                               "@\nprint atn stack\n----------------\n"
