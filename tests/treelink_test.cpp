@@ -39,6 +39,17 @@ protected:
         grammar::write_main_tree(path(file), grammar::lay_out(structural("root").child(word)));
     }
 
+    // One subtree as it stands in a file.
+    std::string stored(Nodes nodes, const std::string &names = "a,b") {
+        FILE *file = fopen(path("stored").c_str(), "we");
+        subtree_path_t attach_path;
+        populate_subtree_path(&attach_path, 2, names.c_str());
+        const auto count = static_cast<uint32_t>(nodes.size());
+        write_array_tree_to_file(nodes.data(), count, 1, &attach_path, file, 1, 0, 0);
+        fclose(file);
+        return read_file(path("stored"));
+    }
+
     // What a command prints and complains inside the scratch folder, with this build's programs.
     std::string shell(const std::string &command) {
         return harness::run({"sh", "-c", "exec 2>&1; cd " + path("") + "; " + command},
@@ -49,31 +60,12 @@ protected:
     harness::ScratchDir scratch_;
 };
 
-// One subtree as it stands in a file.
-std::string stored(Nodes nodes, const std::string &names = "a,b") {
-    char *bytes = nullptr;
-    size_t size = 0;
-    FILE *stream = open_memstream(&bytes, &size);
-    subtree_path_t path;
-    populate_subtree_path(&path, 2, names.c_str());
-    const auto count = static_cast<uint32_t>(nodes.size());
-    write_array_tree_to_file(nodes.data(), count, 1, &path, stream, 1, 0, 0);
-    fclose(stream);
-    std::string text(bytes, size);
-    free(bytes);
-    return text;
-}
-
 // Shared nodes, several attach paths, submodes, parameters of many types, a conflict, a chain that
 // cannot be resolved, and an attach point that only the prebuilt tree has.
 TEST_F(Link, PutsAGrammarTogether) {
-    const Word end = keyword("brief").terminal().optional();
-    store("version.par", {{keyword("version").terminal().child(end), "show"},
-                          {keyword("users").child(end), "show"}});
-    store("interface.par", {{keyword("interface")
-                                 .child(parameter(0x40200001).named("port").submode())
-                                 .child(parameter(0x40200002).named("ports").terminal()),
-                             "configure"}});
+    const Word port = parameter(0x40200001).named("port").submode();
+    store("version.par", {{keyword("version").terminal(), "show"}, {keyword("peer"), "show"}});
+    store("interface.par", {{keyword("interface").child(port), "configure"}});
     const Word mtu = parameter(0x40100001).parameter(0x40300002).named("size");
     store("ip.par", {{keyword("ip")
                           .child(keyword("address").child(parameter(0x40000003).named("peer")))
@@ -92,11 +84,11 @@ TEST_F(Link, PutsAGrammarTogether) {
     store_prebuilt("main_tree2.pars", ladder);
 
     std::string progress =
-        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
+        "*** Treelink Warning ***: Duplicate nodename peer in ip.par\n"
         "Treelink Error: Parser file none.par could not be opened \n"
         "Treelink Error: Parser file none.par was not added \n"
         "***Treelink Warning***: Unresolved path nowhere in file lost.par \n"
-        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
+        "*** Treelink Warning ***: Duplicate nodename peer in version.par\n"
         "*** Tree Linking Error *** Conflicting nodes clock2 and clock1 attaching below the "
         "same parent\n";
     for (const char *file : {"root.par", "version.par", "interface.par", "ip.par", "leaf.pars",
@@ -117,7 +109,7 @@ Displaying Tree
   7: debug "debug" 8
     8: trace "trace" 6
       6: packets "packets"
-  1: show "show" 5 9 12 20 22
+  1: show "show" 5 9 12 19 20
     5: parameter ""
     9: clock2 "clock"
     12: ip "ip" 13 15
@@ -126,14 +118,11 @@ Displaying Tree
           11: secondary "secondary"
       15: mtu "mtu" 16
         16: size "" 11
-    20: users "users" 21
-      21: brief "brief"
-    22: version "version" 23
-      23: brief "brief"
+    19: peer "peer"
+    20: version "version"
   2: configure "configure" 9 17
-    17: interface "interface" 18 19
+    17: interface "interface" 18
       18: port "" 12
-      19: ports ""
   3: tsh_redirect_root "" 4
     4: redirect ""
 )");
@@ -142,14 +131,11 @@ Displaying Tree
 [     2].  show  clock
 [     3].  show  ip  address  <IP ADDRIPv4 Address>  secondary
 [     4].  show  ip  mtu  <INTEGER><WWN>  secondary
-[     5].  show  users  brief[o]
-[     6].  show  version
-[     7].  show  version  brief[o]
-[     8].  configure  clock
-[     9].  configure  interface  <INTERFACE>
-[    10].    ip  address  <IP ADDRIPv4 Address>  secondary
-[    11].    ip  mtu  <INTEGER><WWN>  secondary
-[    12].  configure  interface  <INTERFACE RANGE>
+[     5].  show  version
+[     6].  configure  clock
+[     7].  configure  interface  <INTERFACE>
+[     8].    ip  address  <IP ADDRIPv4 Address>  secondary
+[     9].    ip  mtu  <INTEGER><WWN>  secondary
 
 )");
 }
@@ -241,24 +227,23 @@ Nodes chain(uint16_t levels) {
     return nodes;
 }
 
-// A subtree with a tree that somebody has been at.
-std::string spoilt(const std::function<void(Nodes &)> &spoil) {
-    Nodes nodes = chain(4);
-    spoil(nodes);
-    return stored(nodes);
-}
-
-// A subtree with one word changed, most significant byte first.
-std::string poked(size_t offset, uint32_t word, std::string bytes = stored(Nodes(1))) {
-    for (const unsigned shift : {24U, 16U, 8U, 0U})
-        bytes[offset++] = static_cast<char>(word >> shift);
-    return bytes;
-}
-
 TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
     constexpr size_t kPathLength = offsetof(subtree_header_t, path_len);
     constexpr size_t kTreeBytes = offsetof(subtree_header_t, tree_bytes);
     constexpr size_t kHeader = sizeof(subtree_header_t);
+    const auto spoilt = [&](const std::function<void(Nodes &)> &spoil) {
+        Nodes nodes = chain(4);
+        spoil(nodes);
+        return stored(nodes);
+    };
+    // With one word changed, most significant byte first.
+    const std::string whole = stored(Nodes(1));
+    const auto poked = [&](size_t offset, uint32_t word, std::string bytes = {}) {
+        bytes = bytes.empty() ? whole : bytes;
+        for (const unsigned shift : {24U, 16U, 8U, 0U})
+            bytes[offset++] = static_cast<char>(word >> shift);
+        return bytes;
+    };
     const std::string n31 = "n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,";
     const std::string long_name(63, 'l');
     const std::string corrupted =
@@ -307,7 +292,6 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
         EXPECT_EQ(shell(link + "gzip x.par; mv x.par.gz x.par; " + link),
                   complaint + linked + complaint + linked);
     };
-    const std::string whole = stored(Nodes(1));
     for (const auto &test : cases)
         check(std::string(whole).append(test.bytes) + whole, test.complaint, test.linked + "a b ");
     for (const unsigned length : {0U, 1U, 23U, 24U, 27U, 28U, 500U, 1027U})
@@ -322,11 +306,9 @@ TEST_F(Link, ServesOtherPrograms) {
     store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
     const Outcome outcome = harness::in_child([&] {
         std::filesystem::current_path(path(""));
-        debug_flag = 1;
         tree_node_t *tree = nullptr;
         for (const char *name : {static_cast<const char *>(nullptr), ".", "/dev/null", "tree.par"})
             printf("%d\n", get_main_parse_tree(name, &tree));
-        debug_flag = 0;
         assign_space(ASSIGN_SPACE_EXACT, 3);
         tsh_main_tree[2] = *std::exchange(tree, nullptr);
         tsh_main_tree_node_count = 3;
@@ -338,28 +320,14 @@ TEST_F(Link, ServesOtherPrograms) {
     });
     EXPECT_EQ(outcome.status, 20);
     EXPECT_EQ(outcome.err, "Error: Parser file . could not be opened \n");
-    EXPECT_EQ(outcome.out, R"(
-Error: main par file not specified 
--1
--1
-Done reading header file /dev/null
-*** Fatal error: Not able to read main parser file 
--1
-Subtree length=2000
-Treenode size=1000
-0: one "one" 1
-  1: two "two"
-Done with ntoh conversion of temp tree
-2
-12 one
-)");
+    EXPECT_EQ(outcome.out, "\nError: main par file not specified \n-1\n-1\n"
+                           "*** Fatal error: Not able to read main parser file \n-1\n2\n12 one\n");
 }
 
 TEST_F(Link, ExplainsItself) {
     const std::string usage =
         "Usage: ocmd_link [-n] [-v] [-p DIRECTORY] -o MAIN.par ROOT.par [SUBTREE.par ...]\n";
-    EXPECT_TRUE(shell("ocmd_link --help; echo $?").starts_with(usage));
-    EXPECT_EQ(shell("ocmd_link root.par"), "ocmd_link: no output file: -o is missing\n" + usage);
+    EXPECT_TRUE(shell("ocmd_link --help").starts_with(usage));
     EXPECT_EQ(shell("ocmd_link -o x"), "ocmd_link: no root file\n" + usage);
     EXPECT_EQ(shell("ocmd_link -o x $(seq 514); echo $?"),
               "ocmd_link: too many subtree files, the list holds 512\n" + usage + "1\n");
