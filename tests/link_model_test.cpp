@@ -9,6 +9,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <list>
+#include <malloc.h>
 #include <map>
 #include <random>
 
@@ -25,8 +26,19 @@ struct Subtree {
 };
 using List = std::list<Subtree>;
 
-constexpr const char *kUnresolved = "***Treelink Warning***: Unresolved path ";
+// Prints a message about two names; always true.
+bool report(const char *format, const std::string &one, const std::string &other) {
+    fprintf(stderr, format, one.c_str(), other.c_str());
+    return true;
+}
+
 constexpr uint32_t kTypes[] = {1, 4, 0x40200001}; // only the first makes a conflict
+constexpr const char *kDuplicate = "*** Treelink Warning ***: Duplicate nodename %s in %s\n";
+constexpr const char *kUnresolved = "***Treelink Warning***: Unresolved path %s in file %s \n";
+constexpr const char *kConflict = "*** Tree Linking Error *** Conflicting nodes %s and %s "
+                                  "attaching below the same parent\n";
+constexpr const char *kCycle = "*** Tree Linking Error *** Node %s not attached below %s: it would "
+                               "close a cycle\n";
 
 class Model {
 public:
@@ -40,19 +52,18 @@ public:
     // The first subtree is the root file's.
     void hand_to_linker() const {
         treelink_init();
+        subtree_entry_t **head = &tsh_root_tree_table;
         for (const Subtree &subtree : read_) {
-            auto *nodes = static_cast<tree_node_t *>(calloc(subtree.nodes.size(), TREE_NODE_SIZE));
+            const auto count = static_cast<uint32_t>(subtree.nodes.size());
+            auto *nodes = static_cast<tree_node_t *>(calloc(count, TREE_NODE_SIZE));
             std::ranges::copy(subtree.nodes, nodes);
             std::string names;
             for (const std::string &name : subtree.paths)
                 names += name + ",";
             subtree_path_t path;
             populate_subtree_path(&path, 0, names.c_str());
-            subtree_entry_t **head =
-                &subtree == &read_.front() ? &tsh_root_tree_table : &unresolved_subtree_table;
-            add_unresolved_subtree(head, subtree.file.c_str(), nodes,
-                                   static_cast<uint32_t>(subtree.nodes.size()), &path,
-                                   treelink_table);
+            add_unresolved_subtree(head, subtree.file.c_str(), nodes, count, &path, treelink_table);
+            head = &unresolved_subtree_table;
         }
     }
 
@@ -66,8 +77,7 @@ public:
         list_.reverse(); // the subtree read last comes first
         while (pass())
             ;
-        list_.remove_if(
-            [](const Subtree &subtree) { return subtree.status != SUBTREE_RESOLVABLE; });
+        std::erase_if(list_, [](const Subtree &one) { return one.status != SUBTREE_RESOLVABLE; });
         copy(read_.front());
         for (Subtree &subtree : list_)
             copy(subtree);
@@ -78,12 +88,8 @@ public:
     }
 
     Nodes prebuilt[2];
-    std::string messages;
 
 private:
-    template <typename... Texts> bool say(const Texts &...texts) {
-        return (messages.append(texts), ...), true;
-    }
     int pick(int low, int high) { return std::uniform_int_distribution{low, high}(random_); }
 
     char pick_letter(int nothing) { return "\0abcdefghijklmnopqrst"[pick(nothing, 20)]; }
@@ -108,10 +114,10 @@ private:
     }
 
     template <typename Value>
-    void enter(std::map<std::string, Value> &names, const tree_node_t &node,
-               const std::string &file, Value value) {
+    static void enter(std::map<std::string, Value> &names, const tree_node_t &node,
+                      const std::string &file, Value value) {
         if (node.name[0] != '\0' && !names.try_emplace(node.name, value).second)
-            say("*** Treelink Warning ***: Duplicate nodename ", node.name, " in ", file, "\n");
+            report(kDuplicate, node.name, file);
     }
     void enter_names(Subtree &subtree) {
         for (const tree_node_t &node : subtree.nodes)
@@ -157,7 +163,7 @@ private:
 
     bool fails(const std::string &name, List::iterator subtree) {
         if (!owners_.contains(name) && !borrow(name, subtree))
-            return say(kUnresolved, name, " in file ", subtree->file, " \n");
+            return report(kUnresolved, name, subtree->file);
         return owners_[name]->status == SUBTREE_UNRESOLVABLE;
     }
 
@@ -179,29 +185,26 @@ private:
 
     static bool clash(const tree_node_t &one, const tree_node_t &other) {
         const auto typed = [](const tree_node_t &node) {
-            return node.token[0] != '\0' ||
-                   (node.param_count == 1 && node.params[0].type_mask == 1);
+            return node.param_count == 1 && node.params[0].type_mask == 1;
         };
-        return one.token[0] == other.token[0] && typed(one) && typed(other);
+        return one.token[0] == other.token[0] &&
+               (one.token[0] != '\0' || (typed(one) && typed(other)));
     }
 
     void attach(const Subtree &subtree, const std::string &name) {
         const auto found = places_.find(name);
-        if (found == places_.end() && say(kUnresolved, name, " in file ", subtree.file, " \n"))
+        if (found == places_.end() && report(kUnresolved, name, subtree.file))
             return;
         tree_node_t &parent = array_[found->second];
         const tree_node_t &child = array_[subtree.place];
         uint16_t *end = parent.children + parent.child_count;
         const auto conflicts = [&](uint16_t sibling) {
             return clash(array_[sibling], child) &&
-                   say("*** Tree Linking Error *** Conflicting nodes ", array_[sibling].name,
-                       " and ", child.name, " attaching below the same parent\n");
+                   report(kConflict, array_[sibling].name, child.name);
         };
         if (std::find(parent.children, end, subtree.place) != end ||
             std::any_of(parent.children, end, conflicts) ||
-            (leads_to(subtree.place, found->second) &&
-             say("*** Tree Linking Error *** Node ", child.name, " not attached below ",
-                 parent.name, ": it would close a cycle\n")))
+            (leads_to(subtree.place, found->second) && report(kCycle, child.name, parent.name)))
             return;
         uint16_t *place = std::find_if(parent.children, end, [&](uint16_t sibling) {
             return treelink_lexicograph_cmp(&array_[sibling], &child) > 0;
@@ -224,6 +227,7 @@ TEST(LinkModel, AgreesOnRandomGrammars) {
     const harness::ScratchDir scratch;
     std::string folder = scratch.path("");
     prebuilt_main_tree_path = folder.data();
+    size_t in_use = 0;
     for (unsigned seed = 0; seed < 1000; ++seed) {
         Model model{seed};
         grammar::write_main_tree(scratch.path("main_tree.pars"), model.prebuilt[0]);
@@ -233,12 +237,16 @@ TEST(LinkModel, AgreesOnRandomGrammars) {
         model.hand_to_linker();
         const int32_t count = get_parse_tree(&linked);
         const std::string messages = testing::internal::GetCapturedStderr();
+        testing::internal::CaptureStderr();
         const Nodes expected = model.link();
-        ASSERT_EQ(messages, model.messages) << "seed " << seed;
+        ASSERT_EQ(messages, testing::internal::GetCapturedStderr()) << "seed " << seed;
         ASSERT_EQ(static_cast<size_t>(count), expected.size()) << "seed " << seed;
         ASSERT_EQ(memcmp(linked, expected.data(), expected.size() * TREE_NODE_SIZE), 0) << seed;
         free(linked);
+        in_use = seed < 500 ? mallinfo2().uordblks : in_use;
     }
+    EXPECT_LT(mallinfo2().uordblks, in_use + 4000);
+    EXPECT_LT(std::ranges::count(harness::read_file("/proc/self/maps"), '\n'), 500);
 }
 
 } // namespace
