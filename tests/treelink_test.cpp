@@ -61,8 +61,8 @@ std::string stored(Nodes nodes, const std::string &names = "a,b") {
     return text;
 }
 
-// Shared nodes, several attach paths, submodes, parameters of many types, a file that is missing, a
-// subtree without a place, and an attach point that only the prebuilt tree has.
+// Shared nodes, several attach paths, submodes, parameters of many types, a conflict, a chain that
+// cannot be resolved, and an attach point that only the prebuilt tree has.
 TEST_F(Link, PutsAGrammarTogether) {
     const Word end = keyword("brief").terminal().optional();
     store("version.par", {{keyword("version").terminal().child(end), "show"},
@@ -77,7 +77,9 @@ TEST_F(Link, PutsAGrammarTogether) {
                           .child(keyword("mtu").child(mtu)),
                       "show,port"}});
     store("leaf.par", {{keyword("secondary").terminal(), "peer,size,,peer"}});
-    store("lost.par", {{keyword("lost"), "nowhere"}});
+    store("clock.par", {{keyword("clock").named("clock1").terminal(), "show"}});
+    store("time.par", {{keyword("clock").named("clock2").terminal(), "show,configure"}});
+    store("lost.par", {{keyword("lost"), "nowhere"}, {keyword("found"), "lost"}});
     store("trace.par", {{keyword("packets").terminal(), "trace"}, {parameter(4), "show"}});
     const Word trace = keyword("trace").terminal().child(keyword("dropped"));
     store_prebuilt("main_tree.pars", keyword("debug").terminal().child(trace));
@@ -86,51 +88,40 @@ TEST_F(Link, PutsAGrammarTogether) {
         ladder = keyword("a").child(ladder).child(keyword("b").child(ladder));
     store_prebuilt("main_tree2.pars", ladder);
 
-    std::string progress = "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
-                           "Treelink Error: Parser file none.par could not be opened \n"
-                           "Treelink Error: Parser file none.par was not added \n"
-                           "***Treelink Warning***: Unresolved path nowhere in file lost.par \n"
-                           "*** Treelink Warning ***: Duplicate nodename brief in version.par\n";
+    std::string progress =
+        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
+        "Treelink Error: Parser file none.par could not be opened \n"
+        "Treelink Error: Parser file none.par was not added \n"
+        "***Treelink Warning***: Unresolved path nowhere in file lost.par \n"
+        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
+        "*** Tree Linking Error *** Conflicting nodes clock2 and clock1 attaching below the "
+        "same parent\n";
     for (const char *file : {"root.par", "version.par", "interface.par", "ip.par", "leaf.pars",
-                             "none.par", "lost.par", "trace.par"})
+                             "clock.par", "none.par", "time.par", "lost.par", "trace.par"})
         progress.append("Merging file ").append(file).append("\n");
-    for (const char *name : {"show", "trace", "root", "debug", "peer", "size", "show", "port",
-                             "configure", "show", "show"})
+    for (const char *name : {"show", "trace", "root", "debug", "show", "configure", "peer", "size",
+                             "show", "port", "configure", "show", "show"})
         progress.append("Linked subtree at attach path ").append(name).append(" \n");
     EXPECT_EQ(
         shell("cp leaf.par leaf.pars; cp root.par tsh_root.par; ocmd_link -v -p . -o main.par "
               "root.par version interface.par ip tsh_root leaf.pars tsh_root.par main_tree "
-              "none lost.par trace.par"),
-        progress + R"(
-----------------
-Displaying Tree
-----------------
-0: root "" 7 1 2 3
-  7: debug "debug" 8
-    8: trace "trace" 6
-      6: packets "packets"
-  1: show "show" 5 10 18 20
-    5: parameter ""
-    10: ip "ip" 11 13
-      11: address "address" 12
-        12: peer "" 9
-          9: secondary "secondary"
-      13: mtu "mtu" 14
-        14: size "" 9
-    18: users "users" 19
-      19: brief "brief"
-    20: version "version" 21
-      21: brief "brief"
-  2: configure "configure" 15
-    15: interface "interface" 16 17
-      16: port "" 10
-      17: ports ""
-  3: tsh_redirect_root "" 4
-    4: redirect ""
+              "clock.par none time.par lost.par trace.par | sed '/^$/,$d'"), // up to the tree
+        progress);
+    EXPECT_EQ(shell("ocmd_gen -s main.par"), R"(
+[     1].  debug  trace  packets
+[     2].  show  clock
+[     3].  show  ip  address  <IP ADDRIPv4 Address>  secondary
+[     4].  show  ip  mtu  <INTEGER><WWN>  secondary
+[     5].  show  users  brief[o]
+[     6].  show  version
+[     7].  show  version  brief[o]
+[     8].  configure  clock
+[     9].  configure  interface  <INTERFACE>
+[    10].    ip  address  <IP ADDRIPv4 Address>  secondary
+[    11].    ip  mtu  <INTEGER><WWN>  secondary
+[    12].  configure  interface  <INTERFACE RANGE>
+
 )");
-    EXPECT_EQ(shell("ocmd_gen -s main.par | sed -n '10,11p'"),
-              "[     9].    ip  mtu  <INTEGER><WWN>  secondary\n"
-              "[    10].  configure  interface  <INTERFACE RANGE>\n");
 }
 
 TEST_F(Link, NamesItsFiles) {
@@ -311,11 +302,11 @@ Done with ntoh conversion of temp tree
 TEST_F(Link, ExplainsItself) {
     const std::string usage =
         "Usage: ocmd_link [-n] [-v] [-p DIRECTORY] -o MAIN.par ROOT.par [SUBTREE.par ...]\n";
-    EXPECT_TRUE(shell("ocmd_link --help; echo $?").starts_with(usage));
-    EXPECT_EQ(shell("ocmd_link root.par"), "ocmd_link: no output file: -o is missing\n" + usage);
-    EXPECT_EQ(shell("ocmd_link -o x"), "ocmd_link: no root file\n" + usage);
-    EXPECT_EQ(shell("ocmd_link -o x $(seq 514); echo $?"),
-              "ocmd_link: too many subtree files, the list holds 512\n" + usage + "1\n");
+    EXPECT_TRUE(shell("ocmd_link --help").starts_with(usage));
+    EXPECT_EQ(shell("ocmd_link root.par; ocmd_link -o x; ocmd_link -o x $(seq 514); echo $?"),
+              "ocmd_link: no output file: -o is missing\n" + usage + "ocmd_link: no root file\n" +
+                  usage + "ocmd_link: too many subtree files, the list holds 512\n" + usage +
+                  "1\n");
     EXPECT_TRUE(
         shell("ocmd_link -o x x $(printf %060d 0)").starts_with("ocmd_link: file name lon"));
 }

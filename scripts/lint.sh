@@ -2,7 +2,7 @@
 # Checks format and lint of everything, with clang-format and clang-tidy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev googletest \
+scripts/install-packages.sh g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev googletest \
     libbenchmark-dev clang-format clang-tidy
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
 cmake --preset default -B build/lint -DTSH_BUILD_BENCH=ON >/dev/null

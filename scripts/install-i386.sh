@@ -11,7 +11,7 @@ fail() {
     exit 1
 }
 
-"$(dirname "$0")/install-packages" gcc-multilib g++-multilib || fail "no 32-bit compiler support"
+"$(dirname "$0")/install-packages.sh" gcc-multilib g++-multilib || fail "no 32-bit compiler support"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 echo 'int main(void) { return 0; }' >"$scratch/probe.c"
