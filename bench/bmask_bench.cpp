@@ -56,7 +56,7 @@ template <typename Set, typename Call, typename Function>
 void add_side(const std::string &name, int width, Call call, Function function) {
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
         const Operands operands{width};
-        std::array<Set, kSets + 2> sets;
+        alignas(64) std::array<Set, kSets + 2> sets;
         for (size_t i = 0; i < sets.size(); ++i)
             load(operands.bits[i % kSets], sets[i]);
         for ([[maybe_unused]] auto round : state)

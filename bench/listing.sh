@@ -36,8 +36,10 @@ row() {
     done
     local versus_plain=
     if [[ $work == listing ]]; then versus_plain=$(ratio plain ours); fi
+    local versus_cat="$(milliseconds cat) | $(ratio ours cat)"
+    if [[ $place == nowhere ]]; then versus_cat=" | "; fi # where cat moves nothing
     echo "| $shape | $work | $place | $(stat -c %s result) | $(milliseconds ours) |" \
-        "$(milliseconds cat) | $(ratio ours cat) | $versus_plain |"
+        "$versus_cat | $versus_plain |"
 }
 
 echo "| Tree | Work | To | Bytes | ocmd_gen, ms | cat, ms | ocmd_gen / cat | plain walk / ocmd_gen |"
@@ -53,6 +55,7 @@ for shape in wide deep shared; do
         if [[ $work == listing ]]; then "$plain" tree.par | cmp - result; fi
         row "$shape" "$work" "$options" file ">out"
         row "$shape" "$work" "$options" pipe "| cat >/dev/null"
+        if [[ $work == listing ]]; then row "$shape" "$work" "$options" nowhere ">/dev/null"; fi
     done
 done
 
