@@ -191,7 +191,6 @@ TEST(NavigationTraces, ShowEveryStepInOrder) {
         atnode_stack_pop();
         atnode_stack_peek(ATN_STACK_TOP);
         atnode_stack_push(g_atn);
-        atnode_stack_peek(1);
         atnode_child_position(tree.node("O"));
         atnode_traverse(tree.node("D"), 1, 3, -1, note, 7);
         atnode_find_token(tree.node("S"), 0, "x");
@@ -207,7 +206,6 @@ TEST(NavigationTraces, ShowEveryStepInOrder) {
                           "@atn stack pop parent: (null)\n"
                           "@atn stack peek TOP: STACK EMPTY\n"
                           "@atn stack push parent: R\n"
-                          "@atn stack peek loc: 1 value: (null)\n"
                           "@atn stack peek TOP: loc 0: value: R\n"
                           "@atn child O position is 1\n"
                           "@atn preorder traverse subtree under node D\n"
