@@ -2,10 +2,12 @@
 #include "cmd_gen/dump_run_internal.h"
 #include "cmd_gen/enumeration.h"
 #include "cmd_gen/standard_output_internal.h"
+#include "feature/tsh/src/process.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
 #include "parse_tree/tree_load.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -20,6 +22,16 @@ void print_usage() {
                                         "\n\t-s\tspecify .par file"
                                         "\n\n";
     fwrite(kUsage.data(), 1, kUsage.size(), stdout);
+}
+
+// Another process cut the mapped file short: what was there cannot be read any more. Only what is
+// safe in a signal handler happens here.
+void end_on_cut_file(int /*signal_number*/) {
+    constexpr std::string_view kMessage =
+        "ocmd_gen: the main par file became shorter while it was read\n";
+    [[maybe_unused]] const ssize_t as_possible =
+        write(STDERR_FILENO, kMessage.data(), kMessage.size());
+    _exit(EXIT_FAILURE);
 }
 
 enum class Job { kList, kDump };
@@ -50,6 +62,7 @@ Job parse_options(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     tsh_logfp = stdout;
+    signal_set(SIGBUS, end_on_cut_file);
     const Job job = parse_options(argc, argv);
     init_parse_tree();
     if (job == Job::kDump) {
