@@ -26,19 +26,25 @@ namespace {
 
 using tsh::ListedNode;
 
-void report_no_memory_for_line() {
+void report_no_memory() {
     fputs("\nMem alloc failed...", stderr);
+}
+
+// A line too long for the 32-bit sizes of the allocation helpers is out of memory like any other.
+char *resize_line(char *line, size_t size) {
+    void *grown = size > UINT32_MAX ? nullptr : tsh_realloc(line, static_cast<uint32_t>(size));
+    if (grown == nullptr)
+        report_no_memory();
+    return static_cast<char *>(grown);
 }
 
 // Grows a line by a text and, for an optional node, the mark.
 char *add_text(char *line, const char *text, const tree_node_t *node) {
     const std::string_view mark = node->optional != 0 ? tsh::kOptionalMark : "";
     const size_t size = strlen(line) + strlen(text) + mark.size() + 1;
-    auto *grown = static_cast<char *>(tsh_realloc(line, static_cast<uint32_t>(size)));
-    if (grown == nullptr) {
-        report_no_memory_for_line();
+    char *grown = resize_line(line, size);
+    if (grown == nullptr)
         return nullptr;
-    }
     robust_strncat(grown, text, size);
     return robust_strncat(grown, mark.data(), size);
 }
@@ -53,26 +59,26 @@ public:
     Listing &operator=(const Listing &) = delete;
 
     bool list(const tree_node_t *node, std::string_view prefix) {
-        const auto index = static_cast<uint16_t>(node - g_atn);
-        const ListedNode *top = words_.find(index);
-        return top == nullptr ? out_of_memory()
-                              : start_line() && append(prefix) && list_below(index, *top);
+        return start_line() && append(prefix) && list_below(static_cast<uint16_t>(node - g_atn));
     }
 
 private:
-    bool list_below(uint16_t index, const ListedNode &node) {
+    bool list_below(uint16_t index) {
         atnode_stack_push(g_atn + index);
         const bool has_room = stack.atn_stack_top < ATN_STACK_SIZE;
         const bool going_on = has_room && (tsh::traces(UINT32_MAX) ? list_children_traced(index)
-                                                                   : list_children(node));
+                                                                   : list_children(index));
         atnode_stack_pop();
         return going_on;
     }
 
     // Most lines end in a leaf, so leaves are printed without further ado.
-    bool list_children(const ListedNode &node) {
-        for (unsigned position = 0; position < node.child_count; ++position) {
-            const uint16_t index = words_.child_of(node, position);
+    bool list_children(uint16_t parent) {
+        const ListedNode *node = words_.find(parent);
+        if (node == nullptr)
+            return out_of_memory();
+        for (unsigned position = 0; position < node->child_count; ++position) {
+            const uint16_t index = words_.child_of(*node, position);
             if (const ListedNode *leaf = words_.plain_leaf(index))
                 print_line(words_.word_of(*leaf));
             else if (!list_child(index))
@@ -100,23 +106,24 @@ private:
             print_line(words_.word_of(*child));
         if (output_.failed() || child->child_count == 0)
             return !output_.failed();
-        return child->submode ? list_submode(index, *child) : list_below_word(index, *child);
+        return child->submode ? list_submode(index)
+                              : list_below_word(index, words_.word_of(*child));
     }
 
-    bool list_below_word(uint16_t index, const ListedNode &child) {
+    bool list_below_word(uint16_t index, std::string_view word) {
         const size_t length = length_;
-        const bool going_on = append(words_.word_of(child)) && list_below(index, child);
+        const bool going_on = append(word) && list_below(index);
         length_ = length;
         return going_on;
     }
 
-    bool list_submode(uint16_t index, const ListedNode &child) {
+    bool list_submode(uint16_t index) {
         if (cmd_gen_mode_single == 1)
             return true;
         const size_t start = start_;
         const size_t length = length_;
         ++submode_depth;
-        const bool going_on = start_line() && list_below(index, child);
+        const bool going_on = start_line() && list_below(index);
         --submode_depth;
         start_ = start;
         length_ = length;
@@ -152,16 +159,20 @@ private:
             return true;
         output_.drain(); // the allocator may have something to say, after the lines so far
         const size_t size = std::max<size_t>(2 * needed, 1024);
-        auto *grown = static_cast<char *>(tsh_realloc(line_, static_cast<uint32_t>(size)));
+        char *grown = resize_line(line_, size);
         if (grown == nullptr)
-            return out_of_memory();
+            return stop_without_memory();
         line_ = grown;
         capacity_ = size;
         return true;
     }
 
     static bool out_of_memory() {
-        report_no_memory_for_line();
+        report_no_memory();
+        return stop_without_memory();
+    }
+
+    static bool stop_without_memory() {
         fputs("Mem alloc errorr..", stdout);
         return false;
     }
