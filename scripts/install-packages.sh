@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs Debian packages that are missing: install-packages NAME...
+# Installs Debian packages that are missing: install-packages.sh NAME...
 set -euo pipefail
 missing=()
 for name in "$@"; do

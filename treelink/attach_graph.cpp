@@ -145,8 +145,7 @@ bool tsh::AttachGraph::lies_on_circle(uint32_t parent_node, uint32_t subtree) {
 
 void tsh::AttachGraph::find_nodes_below_root(uint32_t subtree) {
     const uint32_t first = firsts_[subtree];
-    const uint32_t end =
-        subtree + 1 < firsts_.size() ? firsts_[subtree + 1] : static_cast<uint32_t>(nodes_.size());
+    const uint32_t end = end_of(subtree);
     std::vector<uint32_t> pending;
     const auto reach = [&](uint32_t node) {
         if (node < first || node >= end || below_root_[node])
