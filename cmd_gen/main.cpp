@@ -65,6 +65,7 @@ int main(int argc, char **argv) {
     signal_set(SIGBUS, end_on_cut_file);
     const Job job = parse_options(argc, argv);
     init_parse_tree();
+    widen_output_pipe();
     if (job == Job::kDump) {
         dump_main_tree();
     } else {

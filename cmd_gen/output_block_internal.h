@@ -20,6 +20,10 @@ inline char *copy_in_chunks(char *to, std::string_view text) {
     return to + text.size();
 }
 
+/// Bytes that leave at once: much more than the stream's own buffer, so that the stream passes them
+/// on without a copy, and few enough to stay in the processor's cache.
+constexpr size_t kOutputBlockSize = 262144;
+
 /// What is gathered here is not yet in the stream: drain before anything else writes to it.
 class OutputBlock {
 public:
@@ -30,9 +34,9 @@ public:
 
     /// Room for so many bytes behind what is gathered; null when the whole block has less.
     char *room_for(size_t size) {
-        if (size > kSize - used_)
+        if (size > kOutputBlockSize - used_)
             drain();
-        return size > kSize ? nullptr : &bytes_[used_];
+        return size > kOutputBlockSize ? nullptr : &bytes_[used_];
     }
 
     /// Gathers what was put there, up to end.
@@ -50,13 +54,9 @@ public:
     [[nodiscard]] bool failed() const { return failed_; }
 
 private:
-    // Much more than the stream's own buffer, so that the stream passes it on without a copy, and
-    // little enough to stay in the processor's cache.
-    static constexpr size_t kSize = 262144;
-
     size_t used_ = 0;
     bool failed_ = false;
-    std::array<char, kSize> bytes_;
+    std::array<char, kOutputBlockSize> bytes_;
 };
 
 } // namespace tsh

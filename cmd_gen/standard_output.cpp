@@ -1,10 +1,21 @@
-// The end of standard output, where lost bytes are noticed.
+// The two ends of standard output: room for large writes at first, lost bytes noticed at last.
 #include "cmd_gen/standard_output_internal.h"
+
+#include "cmd_gen/output_block_internal.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+void widen_output_pipe() {
+    constexpr int kWanted = tsh::kOutputBlockSize;
+    const int size = fcntl(STDOUT_FILENO, F_GETPIPE_SZ); // -1 for what is no pipe
+    if (size >= 0 && size < kWanted)
+        fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kWanted);
+}
 
 int status_of_output() {
     if (ferror(stdout) == 0 && fflush(stdout) == 0)
