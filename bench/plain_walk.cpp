@@ -1,81 +1,56 @@
-// The yardstick of the listing: the same lines by the plain method, one reallocated text per word
-// and one printf per line. It reads a sound main par file and names the types of make_tree's trees.
-#include "parse_tree/tree_node.h"
+// The yardstick of the listing: the same lines by the plain method, out of the library's own
+// single steps. Each line is a copy of its prefix, grown by reallocation word by word and printed
+// with one printf; nothing is remembered of a node.
+#include "atnode/relations.h"
+#include "cmd_gen/enumeration.h"
+#include "feature/tsh/src/memory.h"
+#include "param_reg/builtin_types.h"
+#include "parse_tree/tree_load.h"
+#include "platform/robust_string.h"
 
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
-#include <string>
-#include <sys/mman.h>
-#include <sys/stat.h>
 
 namespace {
 
-const tree_node_t *nodes;
-uint32_t lines;
-int submodes;
-
-char *with_space(const char *text) {
-    char *copy = static_cast<char *>(malloc(strlen(text) + 2));
-    return strcat(strcpy(copy, text), " ");
+void print_line(const char *line) {
+    __memset_to_buf(sizeof spc_str, spc_str, ' ', static_cast<size_t>(2 * submode_depth));
+    spc_str[2 * submode_depth] = '\0';
+    printf("\n[%6u].%s%s", ++cmd_count, spc_str, line);
 }
 
-char *append(char *line, const std::string &text) {
-    line = static_cast<char *>(realloc(line, strlen(line) + text.size() + 1));
-    return strcat(line, text.c_str());
-}
-
-std::string type_names(uint32_t mask) {
-    switch (mask) {
-    case 0x00000001:
-        return "<STRING>";
-    case 0x40000002:
-        return "<IPv4 Address>";
-    case 0x40100003:
-        return "<INTEGERINTEGER RANGE>";
-    case 0x40200001:
-        return "<INTERFACE>";
-    default:
-        return "<LUN>";
-    }
-}
-
-void walk(const tree_node_t &node, const char *prefix) {
-    char *base = with_space(prefix);
-    for (int i = 0; i < node.child_count; ++i) {
-        const tree_node_t &child = nodes[node.children[i]];
-        char *line = with_space(base);
-        const std::string mark = child.optional != 0 ? "[o]" : "";
-        if (child.token[0] != '\0')
-            line = append(line, child.token + mark);
-        if (child.param_count != 0)
-            line = append(line, type_names(child.params[0].type_mask) + mark);
-        if ((child.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0)
-            printf("\n[%6u].%*s%s", ++lines, 2 * submodes, "", line);
-        if ((child.flags & TREE_FLAG_SUBMODE) != 0) {
-            ++submodes;
-            walk(child, "");
-            --submodes;
-        } else {
+// Lists the commands of a sound tree. Memory is never short here.
+void walk(const tree_node_t *node, const char *prefix) {
+    char *base = tsh_strdup_with_space(prefix);
+    atnode_stack_push(node);
+    for (const tree_node_t *child = atnode_first_child(node); child != nullptr;
+         child = atnode_next_sibling(child)) {
+        char *line = tsh_strdup_with_space(base);
+        if (child->token[0] != '\0')
+            line = add_token_str(line, child);
+        if (child->param_count != 0)
+            line = add_param_str(line, child);
+        if ((child->flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0)
+            print_line(line);
+        if ((child->flags & TREE_FLAG_SUBMODE) != 0) {
+            ++submode_depth;
+            walk(child, nullptr);
+            --submode_depth;
+        } else if (child->child_count != 0) {
             walk(child, line);
         }
-        free(line);
+        tsh_free(line);
     }
-    free(base);
+    atnode_stack_pop();
+    tsh_free(base);
 }
 
 } // namespace
 
 int main(int /*argc*/, char **argv) {
-    const int file = open(argv[1], O_RDONLY | O_CLOEXEC);
-    struct stat status {};
-    if (file < 0 || fstat(file, &status) != 0)
-        return 1;
-    nodes = static_cast<const tree_node_t *>(
-        mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ, MAP_SHARED, file, 0));
-    walk(nodes[0], "");
+    snprintf(tsh_parse_file, sizeof tsh_parse_file, "%s", argv[1]);
+    init_parse_tree();
+    init_params();
+    walk(atnode_root, nullptr);
     puts("\n");
     return 0;
 }
