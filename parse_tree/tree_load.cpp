@@ -150,7 +150,9 @@ int32_t mmap_main_parse_tree(const char *path, const tree_node_t **out) {
     main_tree_map_size = static_cast<size_t>(size);
     if (!is_whole_tree(size))
         return fail("Error file size error.\n");
-    void *mapping = mmap(nullptr, main_tree_map_size, PROT_READ, MAP_SHARED, file.descriptor(), 0);
+    // With all pages at once, for the check of the tree reads every record.
+    void *mapping = mmap(nullptr, main_tree_map_size, PROT_READ, MAP_SHARED | MAP_POPULATE,
+                         file.descriptor(), 0);
     if (mapping == MAP_FAILED)
         return fail_with_reason("Error mapping file");
     *out = static_cast<const tree_node_t *>(mapping);
