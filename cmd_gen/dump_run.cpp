@@ -7,6 +7,7 @@
 #include "cmd_gen/standard_output_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_load.h"
+#include "platform/huge_pages_internal.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -40,8 +41,8 @@ public:
 
     // Throws std::bad_alloc when memory runs out.
     Place of(uint16_t index) {
-        if (places_.empty())
-            places_.resize(TREE_MAX_NODES);
+        if (index >= places_.size())
+            places_.resize(index + size_t{1});
         if (places_[index].size == 0)
             places_[index] = gather(g_atn[index]);
         return places_[index];
@@ -64,11 +65,19 @@ private:
         const std::string_view links{reinterpret_cast<const char *>(node.children),
                                      node.child_count * sizeof node.children[0]};
         bytes_.resize(used_); // without the slack of the record before
+        reserve(used_ + text.size() + links.size() + tsh::kCopyChunk);
         bytes_.append(text).append(links).append(tsh::kCopyChunk, '\0');
         const Place place{static_cast<uint32_t>(used_), static_cast<uint16_t>(text.size()),
                           static_cast<uint8_t>(node.child_count)};
         used_ += text.size() + links.size();
         return place;
+    }
+
+    void reserve(size_t needed) {
+        if (needed <= bytes_.capacity())
+            return;
+        bytes_.reserve(tsh::next_room(needed));
+        tsh::prefer_huge_pages(bytes_.data(), bytes_.capacity());
     }
 
     std::string_view capture(const tree_node_t &node) {

@@ -5,6 +5,7 @@
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/text_builder_internal.h"
 #include "parse_tree/tree_load.h"
+#include "platform/huge_pages_internal.h"
 
 #include <algorithm>
 
@@ -77,10 +78,11 @@ bool WordTable::reserve(size_t more) {
     if (needed <= facts_size_)
         return true;
     output_.drain();
-    const size_t size = std::max<size_t>(2 * needed, 4096);
+    const size_t size = next_room(needed);
     auto *grown = static_cast<char *>(tsh_realloc(facts_, static_cast<uint32_t>(size)));
     if (grown == nullptr)
         return false;
+    prefer_huge_pages(grown, size);
     facts_ = grown;
     facts_size_ = size;
     return true;

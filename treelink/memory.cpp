@@ -1,22 +1,13 @@
 // The end of a link without memory, and how GLib is brought to it.
 #include "treelink/memory_internal.h"
 
+#include "platform/huge_pages_internal.h"
+
 #include <glib.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr int kOutOfMemoryStatus = 100;
-constexpr size_t kLargeBlock = size_t{4} << 20U;
-
-// Pages are advised whole; those that the block shares with others are left out. It is no more
-// than advice, so nothing depends on it being taken.
-void ask_for_huge_pages(void *block, size_t size) {
-    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    const size_t shared = (page - reinterpret_cast<uintptr_t>(block) % page) % page;
-    madvise(static_cast<char *>(block) + shared, (size - shared) / page * page, MADV_HUGEPAGE);
-}
 
 int glib_calls = 0; // under way, nested
 
@@ -57,8 +48,7 @@ void *tsh::allocate_bytes(size_t size) {
     void *block = malloc(std::max(size, size_t{1}));
     if (block == nullptr)
         end_out_of_memory();
-    if (size >= kLargeBlock)
-        ask_for_huge_pages(block, size);
+    prefer_huge_pages(block, size);
     return block;
 }
 

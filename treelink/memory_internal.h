@@ -17,8 +17,7 @@ struct FreeBlock {
 };
 template <typename T> using Block = std::unique_ptr<T, FreeBlock>;
 
-/// Not cleared. C callers own such blocks, so they come from malloc. Large ones are asked onto huge
-/// pages: they are about to be filled, and touching page after page costs more than the filling.
+/// Not cleared. C callers own such blocks, so they come from malloc. Large ones prefer huge pages.
 void *allocate_bytes(size_t size);
 
 /// Room for count objects, not cleared.

@@ -1,0 +1,34 @@
+// Large blocks of memory on large pages. All of it stands here, because the utility uses it beside
+// the library.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace tsh {
+
+/// Blocks from this size on are worth asking for.
+constexpr size_t kHugeBlock = size_t{4} << 20U;
+
+/// Asks for huge pages below a large block that is about to be filled: touching page after page
+/// costs more than the filling. It is no more than advice, so nothing depends on it being taken.
+inline void prefer_huge_pages(void *block, size_t size) {
+    if (size < kHugeBlock)
+        return;
+    // Pages are advised whole; those that the block shares with others are left out.
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t shared = (page - reinterpret_cast<uintptr_t>(block) % page) % page;
+    madvise(static_cast<char *>(block) + shared, (size - shared) / page * page, MADV_HUGEPAGE);
+}
+
+/// Bytes to take for a table that has outgrown its room: few at first, which do for most trees, and
+/// then enough for a large tree at once, on huge pages.
+constexpr size_t next_room(size_t needed) {
+    constexpr size_t kFirstRoom = 65536;
+    return std::max(2 * needed, needed > kFirstRoom ? kHugeBlock : kFirstRoom);
+}
+
+} // namespace tsh
