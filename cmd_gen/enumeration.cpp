@@ -59,32 +59,44 @@ public:
     Listing &operator=(const Listing &) = delete;
 
     bool list(const tree_node_t *node, std::string_view prefix) {
-        return start_line() && append(prefix) && list_below(static_cast<uint16_t>(node - g_atn));
+        if (!start_line() || !append(prefix))
+            return false;
+        const auto index = static_cast<uint16_t>(node - g_atn);
+        // With traces on, looking it up would show, and nothing that is kept of it is used.
+        return list_below(index, tsh::traces(UINT32_MAX) ? nullptr : words_.find(index));
     }
 
 private:
-    bool list_below(uint16_t index) {
+    bool list_below(uint16_t index, const ListedNode *node) {
         atnode_stack_push(g_atn + index);
         const bool has_room = stack.atn_stack_top < ATN_STACK_SIZE;
         const bool going_on = has_room && (tsh::traces(UINT32_MAX) ? list_children_traced(index)
-                                                                   : list_children(index));
+                                                                   : list_children(node));
         atnode_stack_pop();
         return going_on;
     }
 
     // Most lines end in a leaf, so leaves are printed without further ado.
-    bool list_children(uint16_t parent) {
-        const ListedNode *node = words_.find(parent);
+    bool list_children(const ListedNode *node) {
         if (node == nullptr)
             return out_of_memory();
-        for (unsigned position = 0; position < node->child_count; ++position) {
+        for (unsigned position = 0; position < node->child_count;) {
             const uint16_t index = words_.child_of(*node, position);
-            if (const ListedNode *leaf = words_.plain_leaf(index))
-                print_line(words_.word_of(*leaf));
-            else if (!list_child(index))
+            if (words_.is_plain_leaf(index))
+                position = print_leaves(*node, position);
+            else if (list_child(index))
+                ++position;
+            else
                 return false;
         }
         return !output_.failed();
+    }
+
+    unsigned print_leaves(const ListedNode &node, unsigned position) {
+        show_indentation();
+        tsh::LineOutput::Run run{output_, line()};
+        return words_.take_leaves(node, position,
+                                  [&run](std::string_view word) { run.print(word); });
     }
 
     // The same children, found the way that shows in the traces.
@@ -106,24 +118,23 @@ private:
             print_line(words_.word_of(*child));
         if (output_.failed() || child->child_count == 0)
             return !output_.failed();
-        return child->submode ? list_submode(index)
-                              : list_below_word(index, words_.word_of(*child));
+        return child->submode ? list_submode(index, child) : list_below_word(index, child);
     }
 
-    bool list_below_word(uint16_t index, std::string_view word) {
+    bool list_below_word(uint16_t index, const ListedNode *node) {
         const size_t length = length_;
-        const bool going_on = append(word) && list_below(index);
+        const bool going_on = append_in_chunks(words_.word_of(*node)) && list_below(index, node);
         length_ = length;
         return going_on;
     }
 
-    bool list_submode(uint16_t index) {
+    bool list_submode(uint16_t index, const ListedNode *node) {
         if (cmd_gen_mode_single == 1)
             return true;
         const size_t start = start_;
         const size_t length = length_;
         ++submode_depth;
-        const bool going_on = start_line() && list_below(index);
+        const bool going_on = start_line() && list_below(index, node);
         --submode_depth;
         start_ = start;
         length_ = length;
@@ -148,6 +159,14 @@ private:
         if (!reserve(text.size()))
             return false;
         memcpy(line_ + length_, text.data(), text.size());
+        length_ += text.size();
+        return true;
+    }
+
+    bool append_in_chunks(std::string_view text) {
+        if (!reserve(text.size()))
+            return false;
+        tsh::copy_in_chunks(line_ + length_, text);
         length_ += text.size();
         return true;
     }
@@ -177,15 +196,18 @@ private:
         return false;
     }
 
+    [[nodiscard]] std::string_view line() const { return {line_ + start_, length_ - start_}; }
+
     void print_line(std::string_view word) {
-        if (submode_depth != shown_depth_)
-            show_indentation();
-        output_.print({line_ + start_, length_ - start_}, word);
+        show_indentation();
+        output_.print(line(), word);
         if (tsh::traces(UINT32_MAX))
             output_.drain(); // no trace may overtake a line in the same stream
     }
 
     void show_indentation() {
+        if (submode_depth == shown_depth_)
+            return;
         shown_depth_ = submode_depth;
         __memset_to_buf(sizeof spc_str, spc_str, ' ', indentation());
         spc_str[indentation()] = '\0';

@@ -13,8 +13,7 @@ namespace {
 
 constexpr std::string_view kWordGap = "  ";
 
-// Room for the gap, a token and two parameter pieces, each with its mark.
-using Word = tsh::TextBuilder<1024>;
+using Word = tsh::TextBuilder<tsh::kLongestWord>;
 
 void build_word(Word &word, const tree_node_t &node) {
     const std::string_view mark = node.optional != 0 ? tsh::kOptionalMark : "";

@@ -42,12 +42,6 @@ public:
         return learn(index);
     }
 
-    /// The node, if it is known to take a line and nothing else; null otherwise. Some node has been
-    /// found before.
-    [[nodiscard]] const ListedNode *plain_leaf(uint16_t index) const {
-        return nodes_[index].plain_leaf ? &nodes_[index] : nullptr;
-    }
-
     /// The node's word with the two blanks before it, readable in whole chunks until the next find.
     [[nodiscard]] std::string_view word_of(const ListedNode &node) const {
         return {facts_ + node.place, node.word_length};
@@ -55,13 +49,41 @@ public:
 
     /// Index of a child, by its position in the child list.
     [[nodiscard]] uint16_t child_of(const ListedNode &node, unsigned position) const {
-        uint16_t child;
-        memcpy(&child, facts_ + node.place + node.word_length + position * sizeof child,
-               sizeof child);
-        return child;
+        return link_at(links_of(node), position);
+    }
+
+    /// Whether a child is known to take a line and nothing else.
+    [[nodiscard]] bool is_plain_leaf(uint16_t index) const { return nodes_[index].plain_leaf; }
+
+    /// Hands over the words of a node's children from a position on, as long as they are such
+    /// leaves. Returns the position of the first that is not.
+    template <typename Take>
+    unsigned take_leaves(const ListedNode &node, unsigned position, Take take) const {
+        // Local, because what take writes might be the members for all the compiler knows.
+        const ListedNode *nodes = nodes_;
+        const char *facts = facts_;
+        const char *links = links_of(node);
+        const unsigned count = node.child_count;
+        for (; position < count; ++position) {
+            const ListedNode &child = nodes[link_at(links, position)];
+            if (!child.plain_leaf)
+                break;
+            take(std::string_view{facts + child.place, child.word_length});
+        }
+        return position;
     }
 
 private:
+    [[nodiscard]] const char *links_of(const ListedNode &node) const {
+        return facts_ + node.place + node.word_length;
+    }
+
+    static uint16_t link_at(const char *links, unsigned position) {
+        uint16_t link;
+        memcpy(&link, links + position * sizeof link, sizeof link);
+        return link;
+    }
+
     const ListedNode *learn(uint16_t index);
     bool reserve(size_t more);
 

@@ -132,6 +132,41 @@ TEST(Enumeration, RunsFromAnyNodeInEitherMode) {
                            "\n[     1].  mode");
 }
 
+// Lines across the blocks they are gathered in, lines too long for that, and numbers from the
+// first.
+TEST(Enumeration, PrintsManyLinesOfAnyLength) {
+    const std::string prefixes[] = {"", std::string(200, 'p'), std::string(15310, 'q'),
+                                    std::string(20000, 'r')};
+    auto root = grammar::structural("R");
+    std::vector<std::string> commands;
+    for (int group = 0; group < 120; ++group) {
+        auto word = keyword("w").terminal();
+        commands.emplace_back("  w");
+        for (int leaf = 0; group % 40 == 39 && leaf < 60; ++leaf) {
+            const std::string token(static_cast<size_t>(1 + leaf % 30), 'x');
+            word.child(keyword(token).terminal());
+            commands.push_back("  w  " + token);
+        }
+        root.child(word);
+    }
+    std::string expected = "before";
+    unsigned count = 0;
+    for (const std::string &prefix : prefixes)
+        for (const std::string &command : commands) {
+            char number[16];
+            snprintf(number, sizeof number, "\n[%6u].", ++count);
+            expected.append(number).append(prefix).append(command);
+        }
+    const LoadedTree tree(root);
+    const Outcome outcome = in_child([&] {
+        fputs("before", stdout);
+        for (const std::string &prefix : prefixes)
+            generate_cmds(g_atn, prefix.c_str());
+        return 0;
+    });
+    EXPECT_TRUE(outcome.out == expected) << outcome.out.size() << " bytes";
+}
+
 TEST(Enumeration, AppendsWordsOfAnyLength) {
     const Outcome outcome = in_child([] {
         for (uint32_t bit = 0; bit < 20; ++bit)
