@@ -5,9 +5,9 @@
 #include "cmd_gen/dump.h"
 #include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/standard_output_internal.h"
+#include "feature/tsh/src/huge_pages_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_load.h"
-#include "platform/huge_pages_internal.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -2,10 +2,10 @@
 #include "cmd_gen/word_table_internal.h"
 
 #include "cmd_gen/param_piece_internal.h"
+#include "feature/tsh/src/huge_pages_internal.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/text_builder_internal.h"
 #include "parse_tree/tree_load.h"
-#include "platform/huge_pages_internal.h"
 
 #include <algorithm>
 

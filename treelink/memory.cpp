@@ -1,7 +1,7 @@
 // The end of a link without memory, and how GLib is brought to it.
 #include "treelink/memory_internal.h"
 
-#include "platform/huge_pages_internal.h"
+#include "feature/tsh/src/huge_pages_internal.h"
 
 #include <glib.h>
 
