@@ -13,8 +13,9 @@
 namespace {
 
 void print_line(const char *line) {
-    __memset_to_buf(sizeof spc_str, spc_str, ' ', static_cast<size_t>(2 * submode_depth));
-    spc_str[2 * submode_depth] = '\0';
+    const size_t indentation = 2 * static_cast<size_t>(submode_depth);
+    __memset_to_buf(sizeof spc_str, spc_str, ' ', indentation);
+    spc_str[indentation] = '\0';
     printf("\n[%6u].%s%s", ++cmd_count, spc_str, line);
 }
 

@@ -58,7 +58,7 @@ public:
     /// Hands over the words of a node's children from a position on, as long as they are such
     /// leaves. Returns the position of the first that is not.
     template <typename Take>
-    unsigned take_leaves(const ListedNode &node, unsigned position, Take take) const {
+    [[nodiscard]] unsigned take_leaves(const ListedNode &node, unsigned position, Take take) const {
         // Local, because what take writes might be the members for all the compiler knows.
         const ListedNode *nodes = nodes_;
         const char *facts = facts_;
