@@ -59,7 +59,7 @@ public:
     Listing &operator=(const Listing &) = delete;
 
     bool list(const tree_node_t *node, std::string_view prefix) {
-        if (!start_line() || !append(prefix))
+        if (!start_line() || !append_prefix(prefix))
             return false;
         const auto index = static_cast<uint16_t>(node - g_atn);
         // With traces on, looking it up would show, and nothing that is kept of it is used.
@@ -123,7 +123,7 @@ private:
 
     bool list_below_word(uint16_t index, const ListedNode *node) {
         const size_t length = length_;
-        const bool going_on = append_in_chunks(words_.word_of(*node)) && list_below(index, node);
+        const bool going_on = append_word(words_.word_of(*node)) && list_below(index, node);
         length_ = length;
         return going_on;
     }
@@ -155,19 +155,20 @@ private:
         return static_cast<size_t>(std::clamp(2 * submode_depth, 0, SPC_STR_SIZE - 1));
     }
 
-    bool append(std::string_view text) {
-        if (!reserve(text.size()))
+    bool append_prefix(std::string_view prefix) {
+        if (!reserve(prefix.size()))
             return false;
-        memcpy(line_ + length_, text.data(), text.size());
-        length_ += text.size();
+        memcpy(line_ + length_, prefix.data(), prefix.size());
+        length_ += prefix.size();
         return true;
     }
 
-    bool append_in_chunks(std::string_view text) {
-        if (!reserve(text.size()))
+    // Words are kept for copying in chunks, the caller's prefix is not.
+    bool append_word(std::string_view word) {
+        if (!reserve(word.size()))
             return false;
-        tsh::copy_in_chunks(line_ + length_, text);
-        length_ += text.size();
+        tsh::copy_in_chunks(line_ + length_, word);
+        length_ += word.size();
         return true;
     }
 
