@@ -132,33 +132,36 @@ TEST(Enumeration, RunsFromAnyNodeInEitherMode) {
                            "\n[     1].  mode");
 }
 
-// Lines across the blocks they are gathered in, lines too long for that, and numbers from the
-// first.
+// Lines across the blocks they are gathered in, lines too long for that, nodes met for the first
+// time (below a) and again (below b), and numbers past the greatest and from the first.
 TEST(Enumeration, PrintsManyLinesOfAnyLength) {
-    const std::string prefixes[] = {"", std::string(200, 'p'), std::string(15310, 'q'),
+    const std::string prefixes[] = {"", std::string(200, 'p'), std::string(15307, 'q'),
                                     std::string(20000, 'r')};
-    auto root = grammar::structural("R");
+    auto first = keyword("a");
+    auto again = keyword("b");
     std::vector<std::string> commands;
     for (int group = 0; group < 120; ++group) {
         auto word = keyword("w").terminal();
         commands.emplace_back("  w");
-        for (int leaf = 0; group % 40 == 39 && leaf < 60; ++leaf) {
-            const std::string token(static_cast<size_t>(1 + leaf % 30), 'x');
-            word.child(keyword(token).terminal());
-            commands.push_back("  w  " + token);
+        for (size_t leaf = 1; group % 20 == 19 && leaf < 15; ++leaf) {
+            word.child(keyword(std::string(leaf, 'x')).terminal());
+            commands.push_back("  w  " + std::string(leaf, 'x'));
         }
-        root.child(word);
+        first.child(word);
+        again.child(word);
     }
     std::string expected = "before";
-    unsigned count = 0;
+    uint32_t count = UINT32_MAX - 300;
     for (const std::string &prefix : prefixes)
-        for (const std::string &command : commands) {
-            char number[16];
-            snprintf(number, sizeof number, "\n[%6u].", ++count);
-            expected.append(number).append(prefix).append(command);
-        }
-    const LoadedTree tree(root);
+        for (const char *parent : {"  a", "  b"})
+            for (const std::string &command : commands) {
+                char number[16];
+                snprintf(number, sizeof number, "\n[%6u].", ++count);
+                expected.append(number).append(prefix).append(parent).append(command);
+            }
+    const LoadedTree tree(grammar::structural("R").child(first).child(again));
     const Outcome outcome = in_child([&] {
+        cmd_count = UINT32_MAX - 300;
         fputs("before", stdout);
         for (const std::string &prefix : prefixes)
             generate_cmds(g_atn, prefix.c_str());
