@@ -23,7 +23,9 @@ TSH_API int32_t submode_depth;       /**< Submodes that the enumeration is insid
  * In single mode, nodes that the interface or permission filter refuses and nodes with an excluding
  * flag are left out with everything below them, and submodes are listed but not entered.
  *
- * No memory is taken per line; what is taken grows with the tree and its longest line.
+ * Standard output is flushed whenever much has gathered, and what has gathered is then written to
+ * its descriptor, if it has one. No memory is taken per line; what is taken grows with the tree and
+ * its longest line.
  * @param prefix what every line begins with; may be null.
  * @return 0; -1 when memory runs out, after "\nMem alloc failed..." on standard error and
  *         "Mem alloc errorr.." on standard output, and when standard output takes no more, which
