@@ -15,7 +15,7 @@ namespace {
 const tree_node_t *find_child(const tree_node_t *node, int32_t depth, const char *token) {
     const size_t length = strlen(token);
     for (int32_t i = 0; i < node->child_count; ++i) {
-        const tree_node_t *child = child_at(node, static_cast<uint32_t>(i));
+        const tree_node_t *child = child_at(node, i);
         if (traces_navigation())
             trace("atn child #%d, index #%p, token %s\n", i, static_cast<const void *>(child),
                   child->token);

@@ -6,7 +6,7 @@
 
 namespace tsh {
 
-inline const tree_node_t *child_at(const tree_node_t *parent, uint32_t position) {
+inline const tree_node_t *child_at(const tree_node_t *parent, int32_t position) {
     return g_atn + parent->children[position];
 }
 

@@ -18,7 +18,7 @@ constexpr int32_t kNotListed = -1;
 
 int32_t position_in(const tree_node_t *parent, const tree_node_t *node) {
     for (int32_t i = 0; i < parent->child_count; ++i)
-        if (child_at(parent, static_cast<uint32_t>(i)) == node)
+        if (child_at(parent, i) == node)
             return i;
     return kNotListed;
 }
@@ -53,7 +53,7 @@ const tree_node_t *atnode_nth_child(const tree_node_t *node, int32_t n) {
             trace("atn child #%d for node %s does not exist\n", n, label(node));
         return nullptr;
     }
-    const tree_node_t *child = child_at(node, static_cast<uint32_t>(n));
+    const tree_node_t *child = child_at(node, n);
     if (traces_navigation())
         trace("atn child #%d for node %s is %s\n", n, label(node), label(child));
     return child;
@@ -95,7 +95,7 @@ const tree_node_t *atnode_next_sibling(const tree_node_t *node) {
     }
     if (position + 1 >= parent->child_count)
         return end_of_siblings();
-    const tree_node_t *sibling = child_at(parent, static_cast<uint32_t>(position) + 1);
+    const tree_node_t *sibling = child_at(parent, position + 1);
     if (traces_navigation())
         trace("atn_next_sibling %s\n", label(sibling));
     return sibling;

@@ -22,7 +22,7 @@ constexpr int32_t kFetchedAhead = 6; // children
 // of a child is on its way while others are visited.
 void fetch_child(const tree_node_t *node, int32_t position) {
     if (position < node->child_count)
-        __builtin_prefetch(&child_at(node, static_cast<uint32_t>(position))->child_count);
+        __builtin_prefetch(&child_at(node, position)->child_count);
 }
 
 } // namespace
@@ -47,8 +47,7 @@ void atn_preorder_traverse(const tree_node_t *node, atnode_visit_t visit, int32_
         fetch_child(node, i + kFetchedAhead);
         if (traces_navigation())
             trace("atn child #%d for node %s\n", i, label(node));
-        atn_preorder_traverse(child_at(node, static_cast<uint32_t>(i)), visit, carried1, carried2,
-                              carried3, argument);
+        atn_preorder_traverse(child_at(node, i), visit, carried1, carried2, carried3, argument);
     }
 }
 

@@ -5,8 +5,8 @@
 // the same care for the disk. Set TMPDIR to a folder in memory to leave the disk out of it.
 // growth/* links chains of one-node subtrees from 4 files, each subtree attached below another:
 // best links every parent before what hangs below it, worst after it, random in any order.
+#include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
-#include "platform/tree_library.h"
 #include "treelink/link_driver.h"
 
 #include <algorithm>

@@ -283,4 +283,8 @@ TSH_API void bmask256_to_bitarray(const bmask256_t *mask, uint8_t *array, int32_
 TSH_API void bmask128_from_bitarray(bmask128_t *mask, const uint8_t *array, int32_t length);
 TSH_API void bmask256_from_bitarray(bmask256_t *mask, const uint8_t *array, int32_t length);
 
+/** Puts a word into the lowest 32 positions of a set: bit i of the word (0 the least significant)
+ * becomes position i. The other positions keep their value. */
+TSH_API void bmask128_uint32_copy(bmask128_t *set, uint32_t word);
+
 #endif

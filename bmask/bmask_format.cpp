@@ -147,3 +147,8 @@ template <typename Mask> void from_bitarray(Mask &mask, const uint8_t *array, in
 
 EXPORT_FORMATS(128, bmask128_t)
 EXPORT_FORMATS(256, bmask256_t)
+
+void bmask128_uint32_copy(bmask128_t *set, uint32_t word) {
+    for (unsigned i = 0; i < sizeof word; ++i)
+        set->bits[i] = swapbits(static_cast<uint8_t>(word >> 8U * i));
+}

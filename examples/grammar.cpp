@@ -1,7 +1,7 @@
 // The grammar vocabulary: owns the texts and links of the nodes it hands to the tree writer.
 #include "examples/grammar.h"
 
-#include "platform/tree_library.h"
+#include "parse_tree/tree_library.h"
 
 #include <array>
 #include <cstdio>

@@ -2,8 +2,8 @@
 // reaches.
 #include "parse_tree/tree_check_internal.h"
 
+#include "parse_tree/tree_depth_internal.h"
 #include "platform/robust_string.h"
-#include "platform/tree_depth_internal.h"
 
 #include <algorithm>
 #include <array>

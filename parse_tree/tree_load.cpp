@@ -3,8 +3,8 @@
 
 #include "feature/tsh/src/trace_internal.h"
 #include "parse_tree/tree_check_internal.h"
+#include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
-#include "platform/tree_library.h"
 
 #include <algorithm>
 #include <cerrno>

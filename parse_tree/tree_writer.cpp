@@ -2,31 +2,27 @@
 #include "parse_tree/tree_writer.h"
 
 #include "bmask/bmask.h"
+#include "feature/tsh/src/owners_internal.h"
+#include "feature/tsh/src/trace.h"
+#include "parse_tree/byte_order.h"
+#include "parse_tree/byte_order_internal.h"
 #include "parse_tree/tree_file.h"
-#include "platform/byte_order.h"
-#include "platform/byte_order_internal.h"
+#include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
-#include "platform/tree_library.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <span>
 #include <zlib.h>
 
 int32_t current_array_location = 0;
-int32_t debug_flag = 0;
 
 namespace {
 
 constexpr int32_t kScratchNodes = 20000;
 constexpr int32_t kMostNodes = 19998; // fewer than the scratch array holds
-
-struct FreeBlock {
-    void operator()(void *block) const { free(block); }
-};
 
 // A node that is placed and whose links are being followed.
 struct OpenNode {
@@ -114,7 +110,7 @@ int32_t writing_failed() {
 
 void write_tree_to_file(parser_node_t *root, uint32_t version, const subtree_path_t *attach_path,
                         void *stream) {
-    const std::unique_ptr<tree_node_t, FreeBlock> scratch{
+    const tsh::Block<tree_node_t> scratch{
         static_cast<tree_node_t *>(calloc(kScratchNodes, sizeof(tree_node_t)))};
     if (scratch == nullptr) {
         fputs(" Error: malloc failed.", stderr);

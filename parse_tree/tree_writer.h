@@ -49,9 +49,6 @@ struct parser_node_t {
 /** Nodes placed so far by the current write. */
 TSH_API int32_t current_array_location;
 
-/** The value 1 turns on the debug prints of the tree writer and the tree linker. */
-TSH_API int32_t debug_flag;
-
 /** Writes the tree below root as one record, in network order, to a gzFile open for writing. A
  * null root writes nothing. A node with more than 192 links is named on standard error and no
  * record is written. A cycle, more than 256 levels, or a child that kept the index of an earlier

@@ -29,11 +29,6 @@ uint8_t swapbits(uint8_t byte) {
     return static_cast<uint8_t>(bits);
 }
 
-void bmask128_uint32_copy(bmask128_t *set, uint32_t word) {
-    for (unsigned i = 0; i < sizeof word; ++i)
-        set->bits[i] = swapbits(static_cast<uint8_t>(word >> 8U * i));
-}
-
 int32_t bitset_compress(const void *mask, uint8_t *buffer, uint32_t capacity) {
     const uint32_t width = mask_width(mask);
     if (width == 0)

@@ -26,10 +26,6 @@ typedef struct bmask256_t {
  * own inverse. */
 TSH_API uint8_t swapbits(uint8_t byte);
 
-/** Puts a word into the lowest 32 positions of a set: bit i of the word (0 the least significant)
- * becomes position i. The other positions keep their value. */
-TSH_API void bmask128_uint32_copy(bmask128_t *set, uint32_t word);
-
 /** Stores the mask's bytes up to the last one that is not zero.
  * @param mask a bmask128_t or bmask256_t; its nbytes tells which.
  * @return the number of bytes stored (0 for an empty mask), or -1 when they do not fit capacity

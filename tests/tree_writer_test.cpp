@@ -1,7 +1,7 @@
 // Tree files from the compiler's nodes to the bytes that other programs see.
 #include "examples/grammar.h"
+#include "parse_tree/byte_order.h"
 #include "parse_tree/tree_file.h"
-#include "platform/byte_order.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 

@@ -1,8 +1,9 @@
 // Linking as a user does it: subtree files in, good, damaged and hostile; a main par file and
 // messages out.
 #include "examples/grammar.h"
+#include "feature/tsh/src/trace.h"
+#include "parse_tree/tree_library.h"
 #include "parse_tree/tree_load.h"
-#include "platform/tree_library.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 #include "treelink/link_driver.h"

@@ -1,4 +1,5 @@
 // ocmd_link: links a root file and subtree files into a main par file.
+#include "feature/tsh/src/trace.h"
 #include "treelink/link_driver.h"
 
 #include <cerrno>

@@ -1,14 +1,13 @@
 // Putting the linked array together: copying subtrees, and linking them below their parents.
 #include "treelink/attach.h"
 
+#include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
-#include "parse_tree/tree_writer.h"
-#include "platform/tree_library.h"
 #include "treelink/attach_graph_internal.h"
 #include "treelink/attach_internal.h"
-#include "treelink/link_driver.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
+#include "treelink/sibling_order.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Judging which subtrees can be attached, and borrowing missing attach points.
 #include "treelink/attach.h"
 
-#include "platform/tree_library.h"
+#include "parse_tree/tree_library.h"
 #include "treelink/attach_internal.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"

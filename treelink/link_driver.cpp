@@ -1,9 +1,10 @@
 // The link driver: which files are read, in which order, and where the result goes.
 #include "treelink/link_driver.h"
 
+#include "feature/tsh/src/trace.h"
+#include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
 #include "platform/robust_string.h"
-#include "platform/tree_library.h"
 #include "treelink/file_replacement_internal.h"
 #include "treelink/memory_internal.h"
 
@@ -12,8 +13,6 @@
 #include <cstdio>
 #include <cstring>
 #include <string_view>
-
-int32_t verbose;
 
 namespace {
 

@@ -21,9 +21,6 @@ typedef struct par_file_list_t {
     int32_t last_index; /**< Of the last used entry; negative when the list is empty. */
 } par_file_list_t;
 
-/** Non-zero: progress lines on standard output. */
-TSH_API int32_t verbose;
-
 /** Links a root file and the files of a list, in list order.
  * When entry 0 ends in "tsh_root.par" or "tsh_root.pars", 13 characters or more, it is the root
  * file in place of the argument. An entry that names the root file again ("tsh_root.par" when the

@@ -2,20 +2,16 @@
 // asked for it: the linker itself, a container of the standard library, or a GLib table.
 #pragma once
 
+#include "feature/tsh/src/owners_internal.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <new>
 
 namespace tsh {
 
 [[noreturn]] void end_out_of_memory();
-
-struct FreeBlock {
-    void operator()(void *block) const { free(block); }
-};
-template <typename T> using Block = std::unique_ptr<T, FreeBlock>;
 
 /// Not cleared. C callers own such blocks, so they come from malloc. Large ones prefer huge pages.
 void *allocate_bytes(size_t size);

@@ -1,9 +1,9 @@
 // The growable node array, and the rebasing of child indices.
 #include "treelink/attach.h"
 
+#include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_check_internal.h"
-#include "parse_tree/tree_writer.h"
-#include "platform/tree_library.h"
+#include "parse_tree/tree_library.h"
 #include "treelink/memory_internal.h"
 
 #include <algorithm>

@@ -1,13 +1,13 @@
 // Reading subtree files and filing what they hold.
 #include "treelink/subtree_read.h"
 
+#include "feature/tsh/src/trace.h"
+#include "parse_tree/byte_order.h"
+#include "parse_tree/byte_order_internal.h"
 #include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_file.h"
-#include "parse_tree/tree_writer.h"
-#include "platform/byte_order.h"
-#include "platform/byte_order_internal.h"
+#include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
-#include "platform/tree_library.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
 

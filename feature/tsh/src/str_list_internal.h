@@ -1,19 +1,16 @@
-// What the splitters share: owners of blocks and lists, and how a list is built.
+// What the splitters share: owners of texts and lists, and how a list is built.
 #pragma once
 
 #include "feature/tsh/src/memory.h"
+#include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/str_list.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 
 namespace tsh {
 
-template <auto release> struct Releaser {
-    template <typename T> void operator()(T *owned) const { release(owned); }
-};
 using OwnedText = std::unique_ptr<char, Releaser<tsh_free>>;
 using OwnedList = std::unique_ptr<str_list_t, Releaser<str_list_free>>;
 

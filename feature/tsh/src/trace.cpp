@@ -1,4 +1,4 @@
-// The one function that formats traces, and the two globals that steer it.
+// The one function that formats traces, and the switches of everything the library tells.
 #include "feature/tsh/src/trace_internal.h"
 
 #include <cstdarg>
@@ -6,6 +6,8 @@
 
 uint32_t tsh_debug_filter = 0;
 FILE *tsh_logfp = nullptr;
+int32_t debug_flag = 0;
+int32_t verbose = 0;
 
 int32_t log_mesg(const char * /*message*/, ...) {
     return 0;

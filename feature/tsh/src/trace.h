@@ -1,5 +1,6 @@
-/* Diagnostic traces: which families are on and where they go. A trace is the time as
- * "%ld:%ld: " (seconds and microseconds), the message, and a flush of the stream. */
+/* What the library tells of its own work: diagnostic traces, which families are on and where they
+ * go, and the switches of the debug and progress prints. A trace is the time as "%ld:%ld: "
+ * (seconds and microseconds), the message, and a flush of the stream. */
 #ifndef TSH_FEATURE_TSH_TRACE_H
 #define TSH_FEATURE_TSH_TRACE_H
 
@@ -21,6 +22,14 @@ TSH_API uint32_t tsh_debug_filter;
 
 /** Stream of all traces and of the tree dump; null at start, and then both print nothing. */
 TSH_API FILE *tsh_logfp;
+
+/** The value 1, and no other, turns on the debug prints of the tree writer and the tree linker on
+ * standard output; 0 at start. The library only reads it. */
+TSH_API int32_t debug_flag;
+
+/** Non-zero: the linker's progress lines on standard output; 0 at start. The library only reads
+ * it. */
+TSH_API int32_t verbose;
 
 /** Logging hook of the shell; ignores its message. The library's traces do not use it.
  * @return 0. */

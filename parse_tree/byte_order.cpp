@@ -1,8 +1,8 @@
 // Byte order of tree files. The table below is the one place that knows which bytes of a record
 // are integers.
-#include "platform/byte_order.h"
+#include "parse_tree/byte_order.h"
 
-#include "platform/byte_order_internal.h"
+#include "parse_tree/byte_order_internal.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 /* Byte order of tree files: conversion between host order and network order (most significant byte
  * first), in place. Texts, bit arrays and the opaque bytes of parameters are bytes and stay. */
-#ifndef TSH_PLATFORM_BYTE_ORDER_H
-#define TSH_PLATFORM_BYTE_ORDER_H
+#ifndef TSH_PARSE_TREE_BYTE_ORDER_H
+#define TSH_PARSE_TREE_BYTE_ORDER_H
 
 #include "parse_tree/tree_node.h"
 

@@ -1,21 +1,16 @@
 // Small services around array trees that the device's tree library would supply.
-#include "platform/tree_library.h"
+#include "parse_tree/tree_library.h"
 
+#include "parse_tree/tree_depth_internal.h"
 #include "platform/robust_string.h"
-#include "platform/tree_depth_internal.h"
 
 #include <algorithm>
 #include <array>
 #include <bitset>
 #include <cstdio>
-#include <cstring>
 #include <span>
 
 namespace {
-
-int sign(int value) {
-    return (value > 0) - (value < 0);
-}
 
 std::span<const uint16_t> links_of(const tree_node_t &node) {
     return {node.children, std::min<size_t>(node.child_count, TREE_MAX_CHILDREN)};
@@ -66,11 +61,6 @@ void display_array_tree(const tree_node_t *nodes, uint32_t /*unused1*/, uint32_t
 void populate_subtree_path(subtree_path_t *record, uint32_t kind, const char *text) {
     record->kind = kind;
     robust_strncpy(record->path, text, sizeof record->path);
-}
-
-int32_t treelink_lexicograph_cmp(const tree_node_t *first, const tree_node_t *second) {
-    const int by_token = strcmp(first->token, second->token);
-    return sign(by_token != 0 ? by_token : strcmp(first->name, second->name));
 }
 
 int32_t tsh_parse_tree_root_set(uint32_t /*index*/) {

@@ -1,5 +1,5 @@
 // A depth-first walk with a path of its own, bounded by the deepest tree that is allowed.
-#include "platform/tree_depth_internal.h"
+#include "parse_tree/tree_depth_internal.h"
 
 #include <algorithm>
 #include <array>
