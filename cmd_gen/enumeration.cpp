@@ -4,7 +4,7 @@
 
 #include "atnode/relations.h"
 #include "cmd_gen/line_output_internal.h"
-#include "cmd_gen/param_piece_internal.h"
+#include "cmd_gen/word_internal.h"
 #include "cmd_gen/word_table_internal.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/trace_internal.h"
@@ -38,15 +38,16 @@ char *resize_line(char *line, size_t size) {
     return static_cast<char *>(grown);
 }
 
-// Grows a line by a text and, for an optional node, the mark.
-char *add_text(char *line, const char *text, const tree_node_t *node) {
-    const std::string_view mark = node->optional != 0 ? tsh::kOptionalMark : "";
-    const size_t size = strlen(line) + strlen(text) + mark.size() + 1;
-    char *grown = resize_line(line, size);
-    if (grown == nullptr)
+// Takes over a line and grows it by a piece of a word.
+char *append(char *line, std::string_view piece) {
+    const size_t length = strlen(line);
+    char *grown = resize_line(line, length + piece.size() + 1);
+    if (grown == nullptr) {
+        tsh_free(line);
         return nullptr;
-    robust_strncat(grown, text, size);
-    return robust_strncat(grown, mark.data(), size);
+    }
+    grown[length + piece.copy(grown + length, piece.size())] = '\0';
+    return grown;
 }
 
 // One enumeration. The line in hand is line_[start_, length_), indentation included; before
@@ -231,12 +232,16 @@ int32_t generate_cmds(const tree_node_t *node, const char *prefix) {
 }
 
 char *add_token_str(char *line, const tree_node_t *node) {
-    return add_text(line, node->token, node);
+    tsh::Word piece;
+    tsh::add_token(piece, *node);
+    return append(line, piece.text());
 }
 
 char *add_param_str(char *line, const tree_node_t *node) {
     for (const parameter_info_t &param : tsh::params_of(*node)) {
-        line = add_text(line, tsh::ParamPiece(param).text(), node);
+        tsh::Word piece;
+        tsh::add_param(piece, *node, param);
+        line = append(line, piece.text());
         if (line == nullptr)
             return nullptr;
     }

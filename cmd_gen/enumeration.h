@@ -35,7 +35,7 @@ TSH_API int32_t generate_cmds(const tree_node_t *node, const char *prefix);
 /** Appends the node's token, and "[o]" when the node is optional.
  * @param line a text from the allocation helpers, which this call takes over.
  * @return the grown line, owned by the caller; null when memory runs out, after
- *         "\nMem alloc failed..." on standard error, the line then still being the caller's. */
+ *         "\nMem alloc failed..." on standard error, the line then being released. */
 TSH_API char *add_token_str(char *line, const tree_node_t *node);
 
 /** Appends one piece per parameter of the node: the names of its types in angle brackets, at most

@@ -3,6 +3,7 @@
 
 #include "cmd_gen/enumeration.h"
 #include "cmd_gen/output_block_internal.h"
+#include "cmd_gen/word_internal.h"
 
 #include <algorithm>
 #include <array>
@@ -11,8 +12,9 @@
 
 namespace tsh {
 
-/// Room for a node's word: the gap, a token and two parameter pieces, each with its mark.
-constexpr size_t kLongestWord = 1024;
+/// Room for a word with the gap before it.
+constexpr size_t kLongestGappedWord = 1024;
+static_assert(kLongestWord < kLongestGappedWord);
 
 class LineOutput {
 public:
@@ -21,7 +23,7 @@ public:
     LineOutput() { render_number(); }
 
     /// Counts one more line and writes it: a newline, its number in brackets, the two texts. Both
-    /// texts are kept for copying in chunks; no word is longer than kLongestWord.
+    /// texts are kept for copying in chunks; no word is longer than kLongestGappedWord.
     void print(std::string_view text, std::string_view word) {
         if (!fits(text))
             return print_long(text, word);
@@ -46,7 +48,7 @@ private:
     }();
 
     static bool fits(std::string_view text) {
-        return text.size() <= kLongestGathered - kNumberSize - kLongestWord - kCopyChunk;
+        return text.size() <= kLongestGathered - kNumberSize - kLongestGappedWord - kCopyChunk;
     }
 
     // Returns the last two digits of the next number. From line to line no others move, but for

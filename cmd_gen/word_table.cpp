@@ -1,7 +1,7 @@
 // Gathering what a listing needs of a node: its word and its marks.
 #include "cmd_gen/word_table_internal.h"
 
-#include "cmd_gen/param_piece_internal.h"
+#include "cmd_gen/word_internal.h"
 #include "feature/tsh/src/huge_pages_internal.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/text_builder_internal.h"
@@ -13,17 +13,7 @@ namespace {
 
 constexpr std::string_view kWordGap = "  ";
 
-using Word = tsh::TextBuilder<tsh::kLongestWord>;
-
-void build_word(Word &word, const tree_node_t &node) {
-    const std::string_view mark = node.optional != 0 ? tsh::kOptionalMark : "";
-    const std::string_view token{node.token, strnlen(node.token, sizeof node.token)};
-    word << kWordGap;
-    if (!token.empty())
-        word << token << mark;
-    for (const parameter_info_t &param : tsh::params_of(node))
-        word << tsh::ParamPiece(param).text() << mark;
-}
+using GappedWord = tsh::TextBuilder<tsh::kLongestGappedWord>;
 
 bool is_left_out(const tree_node_t &node) {
     return intf_subtree_mask_equal(node.intf_mask) == 0 || perms_mask_valid(node.perms_mask) == 0 ||
@@ -41,8 +31,8 @@ WordTable::~WordTable() {
 
 const ListedNode *WordTable::learn(uint16_t index) {
     const tree_node_t &node = g_atn[index];
-    Word word;
-    build_word(word, node);
+    GappedWord word;
+    word << kWordGap << spell(node).text();
     const std::string_view text = word.text();
     const size_t links = std::min<size_t>(node.child_count, TREE_MAX_CHILDREN);
     const size_t links_size = links * sizeof node.children[0];

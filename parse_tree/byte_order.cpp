@@ -52,9 +52,7 @@ template <typename Integer> void reverse_bytes(unsigned char *bytes, size_t coun
     }
 }
 
-void swap_node_order(tree_node_t &node) {
-    if constexpr (kHostIsNetworkOrder)
-        return;
+void reverse_node_order(tree_node_t &node) {
     auto *record = reinterpret_cast<unsigned char *>(&node);
     for (const IntegerRun &run : kNodeIntegers) {
         switch (run.width) {
@@ -69,6 +67,11 @@ void swap_node_order(tree_node_t &node) {
             break;
         }
     }
+}
+
+void swap_node_order(tree_node_t &node) {
+    if constexpr (!kHostIsNetworkOrder)
+        reverse_node_order(node);
 }
 
 void swap_header_order(subtree_header_t *header) {
@@ -124,4 +127,8 @@ void hton_array_tree(tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused
 
 void ntoh_array_tree(tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
     convert_reachable(nodes, Direction::kToHost);
+}
+
+void tsh_swap_array_order(tree_node_t *nodes, uint32_t count) {
+    std::for_each_n(nodes, count, reverse_node_order);
 }

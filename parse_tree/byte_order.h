@@ -19,4 +19,8 @@ TSH_API void hton_array_tree(tree_node_t *nodes, uint32_t unused1, uint32_t unus
 /** The same from network to host order. */
 TSH_API void ntoh_array_tree(tree_node_t *nodes, uint32_t unused1, uint32_t unused2);
 
+/** Reverses the bytes of every integer of count records, on any host: exchanges little-endian and
+ * big-endian, its own inverse. Follows no link, so any bytes will do. */
+TSH_API void tsh_swap_array_order(tree_node_t *nodes, uint32_t count);
+
 #endif

@@ -3,6 +3,7 @@
 #include "atnode/relations.h"
 #include "cmd_gen/dump.h"
 #include "cmd_gen/enumeration.h"
+#include "cmd_gen/word.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
@@ -180,7 +181,14 @@ TEST(Enumeration, AppendsWordsOfAnyLength) {
         EXPECT_EQ(generate_cmds(g_atn, std::string(300000, 'p').c_str()), 0);
         char *line = add_param_str(add_token_str(tsh_strdup("line "), g_atn + 1), g_atn + 1);
         puts(line);
+        const std::string expected = line + 5;
         tsh_free(line);
+        char text[600];
+        EXPECT_EQ(tsh_word_text(g_atn + 1, text, sizeof text), expected.size());
+        EXPECT_EQ(text, expected);
+        EXPECT_EQ(tsh_word_text(g_atn + 1, text, 3), expected.size());
+        EXPECT_STREQ(text, "k[");
+        EXPECT_EQ(tsh_word_text(g_atn, nullptr, 0), 0U);
         return testing::Test::HasFailure();
     });
     std::string piece = "<";

@@ -1,13 +1,20 @@
-// Replacing a file through a temporary one in the same directory.
-#include "treelink/file_replacement_internal.h"
+// Replacing a file: the new one grows without a name beside the old one, gets a name when it is
+// whole, and is renamed over the old one.
+#include "treelink/file_replacement.h"
 
-#include "treelink/memory_internal.h"
-
+#include <array>
 #include <cerrno>
-#include <cstdlib>
+#include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
+#include <new>
 #include <optional>
+#include <stdio_ext.h>
+#include <string>
+#include <sys/mman.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -16,17 +23,84 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kMostLinks = 40; // in a chain of symbolic links, as the system follows them
+constexpr int kMostLinks = 40;  // in a chain of symbolic links, as the system follows them
+constexpr int kMostNames = 100; // tried for a file that has to have one before it is in place
 constexpr mode_t kNewFileMode = 0666;
-constexpr const char *kTemporaryName = ".main_tree-XXXXXX";
+constexpr mode_t kPrivateMode = 0600; // until the rights of the old file are passed on
 
-std::optional<struct stat> status_of(const char *path) {
+using TemporaryName = std::array<char, 40>;
+
+// The reason of a failure outlives what is released after it.
+class ErrnoKept {
+public:
+    ErrnoKept() = default;
+    ~ErrnoKept() { errno = reason_; }
+    ErrnoKept(const ErrnoKept &) = delete;
+    ErrnoKept &operator=(const ErrnoKept &) = delete;
+
+private:
+    int reason_ = errno;
+};
+
+class Descriptor {
+public:
+    Descriptor() = default;
+    // Takes the number over, moved away from those of standard streams that happen to be closed,
+    // where prints would end up in the file. A number below 0 is none.
+    explicit Descriptor(int number) : number_(number) {
+        if (number < 0 || number > STDERR_FILENO)
+            return;
+        number_ = fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        close(number);
+    }
+    ~Descriptor() {
+        const ErrnoKept kept;
+        if (number_ >= 0)
+            close(number_);
+    }
+    Descriptor(Descriptor &&other) noexcept : number_(other.release()) {}
+    Descriptor &operator=(Descriptor &&other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+
+    explicit operator bool() const { return number_ >= 0; }
+    [[nodiscard]] int number() const { return number_; }
+    int release() { return std::exchange(number_, -1); }
+
+private:
+    int number_ = -1;
+};
+
+// While one lives, a signal that would end the process waits.
+class SignalsHeld {
+public:
+    SignalsHeld() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsHeld(const SignalsHeld &) = delete;
+    SignalsHeld &operator=(const SignalsHeld &) = delete;
+
+private:
+    sigset_t before_{};
+};
+
+using Status = std::optional<struct stat>;
+
+Status status_of(const char *path) {
     struct stat status {};
-    return stat(path, &status) == 0 ? std::optional{status} : std::nullopt;
+    return stat(path, &status) == 0 ? Status{status} : std::nullopt;
+}
+
+bool is_same_file(const struct stat &one, const struct stat &other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 // The file at the end of a chain of symbolic links, whether it exists or not.
-std::string end_of_links(const char *path) {
+fs::path end_of_links(const char *path) {
     fs::path file{path};
     std::error_code not_a_link;
     for (int i = 0; i < kMostLinks; ++i) {
@@ -35,113 +109,285 @@ std::string end_of_links(const char *path) {
             break;
         file = file.parent_path() / next;
     }
-    return file.string();
+    return file;
 }
 
-// Links below /proc may show a name that is no path to the file.
-bool is_same_file(const std::optional<struct stat> &one, const std::optional<struct stat> &other) {
-    return one && other && one->st_dev == other->st_dev && one->st_ino == other->st_ino;
+// One that may be searched but not read will do; it cannot be brought to the disk by itself.
+Descriptor open_folder(const fs::path &folder) {
+    const char *path = folder.empty() ? "." : folder.c_str();
+    Descriptor readable{open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    return readable ? std::move(readable)
+                    : Descriptor{open(path, O_PATH | O_DIRECTORY | O_CLOEXEC)};
 }
 
-mode_t mode_of_new_file() {
-    const mode_t mask = umask(0);
-    umask(mask);
-    return kNewFileMode & ~mask;
+// The path by which a file without a name can be linked.
+std::string path_to(const Descriptor &file) {
+    return "/proc/self/fd/" + std::to_string(file.number());
 }
 
-// Moves a descriptor away from those of standard streams that happen to be closed, where prints
-// would end up in the file.
-int above_standard_streams(int descriptor) {
-    if (descriptor < 0 || descriptor > STDERR_FILENO)
-        return descriptor;
-    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    close(descriptor);
-    return moved;
+// Only a privileged process may give a file away; others may still give it to a group of theirs.
+// Setting the owner clears rights, so those are passed on after it.
+bool pass_rights_on(const struct stat &old, const Descriptor &file) {
+    const int number = file.number();
+    if (fchown(number, old.st_uid, old.st_gid) != 0) {
+        constexpr auto kSameOwner = static_cast<uid_t>(-1);
+        [[maybe_unused]] const int as_allowed = fchown(number, kSameOwner, old.st_gid);
+    }
+    return fchmod(number, old.st_mode & ACCESSPERMS) == 0;
 }
 
-FILE *stream_on(int descriptor) {
-    FILE *stream = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
-    if (stream == nullptr && errno == ENOMEM)
-        tsh::end_out_of_memory();
-    if (stream == nullptr && descriptor >= 0)
-        close(descriptor);
-    return stream;
-}
-
-bool may_be_written(const char *path) {
-    const int descriptor = open(path, O_WRONLY | O_CLOEXEC);
-    return descriptor >= 0 && close(descriptor) == 0;
-}
-
-// Only a privileged process may give files away; for others the file is theirs from now on.
-void keep_owner(int descriptor, const struct stat &old) {
-    [[maybe_unused]] const int as_allowed = fchown(descriptor, old.st_uid, old.st_gid);
-}
-
-// The new name reaches the disk with its directory. The file is in place by then, so there is
-// nothing left to fail.
-void sync_directory_of(const std::string &file) {
-    const fs::path directory = fs::path{file}.parent_path();
-    const int descriptor =
-        open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return;
-    fsync(descriptor);
-    close(descriptor);
+bool copy_bytes(int from, int to, off_t size) {
+    for (off_t done = 0; done < size;) {
+        const ssize_t copied = sendfile(to, from, &done, static_cast<size_t>(size - done));
+        if (copied == 0)
+            errno = EIO;
+        if (copied <= 0 && errno != EINTR)
+            return false;
+    }
+    return true;
 }
 
 } // namespace
 
-tsh::FileReplacement::FileReplacement(const char *path) {
-    const auto old = status_of(path);
+struct tsh_file_replacement_t {
+    tsh_file_replacement_t() = default;
+    ~tsh_file_replacement_t();
+    tsh_file_replacement_t(const tsh_file_replacement_t &) = delete;
+    tsh_file_replacement_t &operator=(const tsh_file_replacement_t &) = delete;
+
+    bool open(const char *path);
+    bool commit();
+    [[nodiscard]] FILE *stream() const { return stream_; }
+
+private:
+    // Where the bytes go until the commit.
+    enum class Body : uint8_t { kNone, kTarget, kHeld, kNameless, kNamed };
+
+    Descriptor create_body(const Status &old);
+    Descriptor create_in_folder(const Status &old);
+    Descriptor create_nameless(mode_t mode);
+    Descriptor create_named(mode_t mode);
+    [[nodiscard]] bool takes_the_place_of(const struct stat &old) const;
+    [[nodiscard]] bool is_whole() const;
+    bool put_in_place();
+    bool give_name(const char *name) const;
+    bool rename_over_target();
+    void drop_name();
+    bool write_over_old();
+
+    template <typename Make> bool find_free_name(Make make);
+
+    Body body_ = Body::kNone;
+    FILE *stream_ = nullptr;    // on the body
+    Descriptor old_;            // open to be written over; none when there was no such file
+    Descriptor folder_;         // of the target
+    std::string name_;          // of the target in its folder
+    std::string nameless_;      // path to the body
+    TemporaryName temporary_{}; // of the body in the folder; empty while it has none
+};
+
+tsh_file_replacement_t::~tsh_file_replacement_t() {
+    const ErrnoKept kept;
+    if (stream_ != nullptr) {
+        __fpurge(stream_);
+        fclose(stream_);
+    }
+    drop_name();
+}
+
+bool tsh_file_replacement_t::open(const char *path) {
+    const Status old = status_of(path);
     if (!old && errno != ENOENT)
-        return;
-    target_ = end_of_links(path);
-    if (!old)
-        open_beside(mode_of_new_file());
-    else if (!S_ISREG(old->st_mode) || !is_same_file(old, status_of(target_.c_str())))
-        open_directly(path);
-    else if (may_be_written(path) && open_beside(old->st_mode & ACCESSPERMS))
-        keep_owner(fileno(stream_), *old);
-}
-
-tsh::FileReplacement::~FileReplacement() {
-    close_stream();
-    if (!temporary_.empty())
-        unlink(temporary_.c_str());
-}
-
-void tsh::FileReplacement::open_directly(const char *path) {
-    const int descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode);
-    stream_ = stream_on(above_standard_streams(descriptor));
-}
-
-bool tsh::FileReplacement::open_beside(mode_t mode) {
-    const fs::path target{target_};
-    std::string name = (target.parent_path() / kTemporaryName).string();
-    const int created = target.has_filename() ? mkostemp(name.data(), O_CLOEXEC) : -1;
-    if (created < 0)
         return false;
-    temporary_ = std::move(name);
-    stream_ = stream_on(above_standard_streams(created));
-    if (stream_ != nullptr && fchmod(fileno(stream_), mode) != 0)
-        close_stream();
-    return stream_ != nullptr;
-}
-
-bool tsh::FileReplacement::commit() {
-    const bool whole = fflush(stream_) == 0 && (temporary_.empty() || fsync(fileno(stream_)) == 0);
-    if (!close_stream() || !whole)
+    if (old) {
+        old_ = Descriptor{::open(path, O_WRONLY | O_CLOEXEC)};
+        if (!old_)
+            return false;
+    }
+    Descriptor body;
+    if (old && !S_ISREG(old->st_mode)) {
+        body_ = Body::kTarget;
+        body = std::move(old_);
+    } else {
+        const fs::path target = end_of_links(path);
+        folder_ = open_folder(target.parent_path());
+        name_ = target.filename();
+        body = create_body(old);
+    }
+    stream_ = body ? fdopen(body.number(), "w") : nullptr;
+    if (stream_ == nullptr)
         return false;
-    if (temporary_.empty())
-        return true;
-    if (rename(temporary_.c_str(), target_.c_str()) != 0)
-        return false;
-    temporary_.clear();
-    sync_directory_of(target_);
+    body.release();
     return true;
 }
 
-bool tsh::FileReplacement::close_stream() {
-    return stream_ == nullptr || fclose(std::exchange(stream_, nullptr)) == 0;
+// Without the folder's help the bytes wait in memory, so that the old file can still be kept.
+Descriptor tsh_file_replacement_t::create_body(const Status &old) {
+    Descriptor body = create_in_folder(old);
+    if (body || !old)
+        return body;
+    drop_name();
+    body_ = Body::kHeld;
+    return Descriptor{memfd_create("replacement", MFD_CLOEXEC)};
+}
+
+Descriptor tsh_file_replacement_t::create_in_folder(const Status &old) {
+    if (name_.empty())
+        errno = EISDIR;
+    if (!folder_ || name_.empty() || (old && !takes_the_place_of(*old)))
+        return {};
+    const mode_t mode = old ? kPrivateMode : kNewFileMode;
+    Descriptor body = create_nameless(mode);
+    if (!body)
+        body = create_named(mode);
+    if (body && old && !pass_rights_on(*old, body))
+        return {};
+    return body;
+}
+
+// Such a file can only be given a name by its path below /proc.
+Descriptor tsh_file_replacement_t::create_nameless(mode_t mode) {
+    Descriptor body{openat(folder_.number(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode)};
+    if (!body)
+        return body;
+    nameless_ = path_to(body);
+    if (access(nameless_.c_str(), F_OK) != 0)
+        return {};
+    body_ = Body::kNameless;
+    return body;
+}
+
+Descriptor tsh_file_replacement_t::create_named(mode_t mode) {
+    Descriptor body;
+    const bool created = find_free_name([&](const char *name) {
+        constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC;
+        body = Descriptor{openat(folder_.number(), name, kFlags, mode)};
+        return static_cast<bool>(body);
+    });
+    if (created)
+        body_ = Body::kNamed;
+    return body;
+}
+
+// Calls make(name) for names that no other file should have, until one is taken; that one is the
+// body's from then on.
+template <typename Make> bool tsh_file_replacement_t::find_free_name(Make make) {
+    for (int i = 0; i < kMostNames; ++i) {
+        TemporaryName name;
+        snprintf(name.data(), name.size(), ".tsh-%d-%d", static_cast<int>(getpid()), i);
+        if (make(name.data())) {
+            temporary_ = name;
+            return true;
+        }
+        if (errno != EEXIST)
+            return false;
+    }
+    return false;
+}
+
+// Links below /proc may show a name that is no path to the file, and a name may come to stand for
+// another file.
+bool tsh_file_replacement_t::takes_the_place_of(const struct stat &old) const {
+    struct stat there {};
+    return fstatat(folder_.number(), name_.c_str(), &there, 0) == 0 && is_same_file(there, old);
+}
+
+// Nothing is allocated from here on, and nothing can fail once the new file is in place.
+bool tsh_file_replacement_t::commit() {
+    if (!is_whole())
+        return false;
+    switch (body_) {
+    case Body::kTarget:
+        return fclose(std::exchange(stream_, nullptr)) == 0;
+    case Body::kHeld:
+        return write_over_old();
+    default:
+        return put_in_place() || write_over_old();
+    }
+}
+
+bool tsh_file_replacement_t::is_whole() const {
+    const bool failed_before = ferror(stream_) != 0;
+    if (fflush(stream_) != 0)
+        return false;
+    if (failed_before)
+        errno = EIO;
+    const bool on_disk = body_ == Body::kNameless || body_ == Body::kNamed;
+    return !failed_before && (!on_disk || fsync(fileno(stream_)) == 0);
+}
+
+// The new name reaches the disk with its folder.
+bool tsh_file_replacement_t::put_in_place() {
+    const bool is_first = body_ == Body::kNameless && !old_;
+    if (!(is_first && give_name(name_.c_str())) && !rename_over_target())
+        return false;
+    fsync(folder_.number());
+    return true;
+}
+
+bool tsh_file_replacement_t::give_name(const char *name) const {
+    return linkat(AT_FDCWD, nameless_.c_str(), folder_.number(), name, AT_SYMLINK_FOLLOW) == 0;
+}
+
+// A file without a name has one for just as long as nothing can end the process.
+bool tsh_file_replacement_t::rename_over_target() {
+    const SignalsHeld held;
+    if (body_ == Body::kNameless &&
+        !find_free_name([&](const char *name) { return give_name(name); }))
+        return false;
+    if (renameat(folder_.number(), temporary_.data(), folder_.number(), name_.c_str()) == 0) {
+        temporary_ = {};
+        return true;
+    }
+    drop_name();
+    return false;
+}
+
+void tsh_file_replacement_t::drop_name() {
+    if (temporary_[0] == '\0')
+        return;
+    const ErrnoKept kept;
+    unlinkat(folder_.number(), temporary_.data(), 0);
+    temporary_ = {};
+}
+
+// What does not fit is found out before anything is overwritten. Called with errno telling why the
+// new file could not be put in place.
+bool tsh_file_replacement_t::write_over_old() {
+    const int to = old_.number();
+    const int from = fileno(stream_);
+    struct stat old {};
+    struct stat body {};
+    if (!old_ || fstat(to, &old) != 0 || fstat(from, &body) != 0 ||
+        (body_ != Body::kHeld && !takes_the_place_of(old)))
+        return false;
+    if (body.st_size > 0 && fallocate(to, 0, 0, body.st_size) != 0 && errno != EOPNOTSUPP) {
+        const ErrnoKept kept;
+        [[maybe_unused]] const int as_it_was = ftruncate(to, old.st_size);
+        return false;
+    }
+    return copy_bytes(from, to, body.st_size) && ftruncate(to, body.st_size) == 0 && fsync(to) == 0;
+}
+
+tsh_file_replacement_t *tsh_file_replacement_open(const char *path) {
+    try {
+        auto file = std::make_unique<tsh_file_replacement_t>();
+        return file->open(path) ? file.release() : nullptr;
+    } catch (const std::bad_alloc &) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+}
+
+FILE *tsh_file_replacement_stream(tsh_file_replacement_t *file) {
+    return file->stream();
+}
+
+int32_t tsh_file_replacement_commit(tsh_file_replacement_t *file) {
+    const std::unique_ptr<tsh_file_replacement_t> released{file};
+    return released->commit() ? 0 : -1;
+}
+
+void tsh_file_replacement_abandon(tsh_file_replacement_t *file) {
+    const std::unique_ptr<tsh_file_replacement_t> released{file};
 }

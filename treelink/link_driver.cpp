@@ -5,13 +5,15 @@
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
 #include "platform/robust_string.h"
-#include "treelink/file_replacement_internal.h"
+#include "treelink/file_replacement.h"
 #include "treelink/memory_internal.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
 namespace {
@@ -78,22 +80,28 @@ void show_tree(const tree_node_t *tree) {
     display_array_tree(tree, 0, 0);
 }
 
+using FileReplacement =
+    std::unique_ptr<tsh_file_replacement_t, tsh::Releaser<tsh_file_replacement_abandon>>;
+
 int32_t write_main_tree(tree_node_t *tree, uint32_t node_count, const char *output,
                         int32_t network_order) {
-    tsh::FileReplacement file{output};
-    if (file.stream() == nullptr) {
+    FileReplacement file{tsh_file_replacement_open(output)};
+    if (file == nullptr && errno == ENOMEM)
+        tsh::end_out_of_memory();
+    if (file == nullptr) {
         puts("Error: Could not open main par file for writing ");
         return -1;
     }
     subtree_path_t no_path;
     populate_subtree_path(&no_path, kMainTreePathKind, "");
-    const int32_t result = write_array_tree_to_file(tree, node_count, kMainTreeVersion, &no_path,
-                                                    file.stream(), network_order, 0, 1);
-    if (result == 0 && !file.commit()) {
+    if (write_array_tree_to_file(tree, node_count, kMainTreeVersion, &no_path,
+                                 tsh_file_replacement_stream(file.get()), network_order, 0, 1) != 0)
+        return -1;
+    if (tsh_file_replacement_commit(file.release()) != 0) {
         puts("Error in writing to main_tree file");
         return -1;
     }
-    return result;
+    return 0;
 }
 
 } // namespace
@@ -140,8 +148,5 @@ int32_t update_main_parse_tree_file(const par_file_list_t *list, const char *roo
     const tsh::Block<tree_node_t> tree{linked};
     if (verbose != 0)
         show_tree(tree.get());
-    return tsh::at_c_edge([&] {
-        return write_main_tree(tree.get(), static_cast<uint32_t>(node_count), output,
-                               network_order);
-    });
+    return write_main_tree(tree.get(), static_cast<uint32_t>(node_count), output, network_order);
 }

@@ -1,0 +1,58 @@
+// Spelling words, each type named through the registry.
+#include "cmd_gen/word.h"
+
+#include "cmd_gen/word_internal.h"
+#include "param_reg/param_registry.h"
+#include "param_reg/type_keys_internal.h"
+
+#include <cstring>
+
+namespace {
+
+using Types = tsh::TextBuilder<tsh::kLongestTypes>;
+
+Types types_of(const parameter_info_t &param) {
+    Types types;
+    types << "<";
+    tsh::TypeKeys keys{param.type_mask};
+    while (const auto key = keys.next())
+        if (const param_reg_info_t *type = param_reg_info_get(*key))
+            types << type->name;
+    types << ">";
+    return types;
+}
+
+std::string_view mark_of(const tree_node_t &node) {
+    return node.optional != 0 ? tsh::kOptionalMark : "";
+}
+
+} // namespace
+
+namespace tsh {
+
+void add_token(Word &word, const tree_node_t &node) {
+    word << std::string_view{node.token, strnlen(node.token, sizeof node.token)} << mark_of(node);
+}
+
+void add_param(Word &word, const tree_node_t &node, const parameter_info_t &param) {
+    word << types_of(param).text() << mark_of(node);
+}
+
+Word spell(const tree_node_t &node) {
+    Word word;
+    if (node.token[0] != '\0')
+        add_token(word, node);
+    for (const parameter_info_t &param : params_of(node))
+        add_param(word, node, param);
+    return word;
+}
+
+} // namespace tsh
+
+size_t tsh_word_text(const tree_node_t *node, char *buffer, size_t capacity) {
+    const tsh::Word word = node == nullptr ? tsh::Word{} : tsh::spell(*node);
+    const std::string_view text = word.text();
+    if (capacity != 0)
+        buffer[text.copy(buffer, capacity - 1)] = '\0';
+    return text.size();
+}

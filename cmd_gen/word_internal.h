@@ -1,0 +1,37 @@
+// How a word is spelled, piece by piece: the token, then the parameters, each with its mark.
+#pragma once
+
+#include "feature/tsh/src/text_builder_internal.h"
+#include "parse_tree/tree_node.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace tsh {
+
+constexpr std::string_view kOptionalMark = "[o]";
+
+/// Bytes of a parameter's type names with their brackets; more are cut.
+constexpr size_t kLongestTypes = 255;
+
+/// Bytes of a word, marks included.
+constexpr size_t kLongestWord = TREE_TOKEN_SIZE + TREE_MAX_PARAMS * kLongestTypes +
+                                (1 + TREE_MAX_PARAMS) * kOptionalMark.size();
+
+using Word = TextBuilder<kLongestWord>;
+
+/// The parameters that a node has in use.
+inline std::span<const parameter_info_t> params_of(const tree_node_t &node) {
+    return {node.params, std::min<size_t>(node.param_count, TREE_MAX_PARAMS)};
+}
+
+/// One piece with its mark.
+void add_token(Word &word, const tree_node_t &node);
+void add_param(Word &word, const tree_node_t &node, const parameter_info_t &param);
+
+/// The whole word; nothing for a node without token and parameters.
+Word spell(const tree_node_t &node);
+
+} // namespace tsh
