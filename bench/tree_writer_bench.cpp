@@ -21,7 +21,7 @@ Word large_grammar() {
     const auto word = [&](const std::string &kind) {
         const std::string token = kind + "-" + std::to_string(random() % 100000);
         Word made = keyword(token).named(token + "_" + std::to_string(random()));
-        made.help("Configures the " + token + " of the interface").func_id("cli_" + token);
+        made.help("Sets the " + token + " of the cartridge").func_id("set_" + token);
         made.node().token_id = static_cast<uint32_t>(random());
         made.node().intf_mask = random();
         return made;

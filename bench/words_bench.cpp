@@ -46,7 +46,7 @@ void add(const std::string &work, const std::string &line) {
 } // namespace
 
 int main(int argc, char **argv) {
-    add("typical", "show interface fc1/12 transceiver details | include temperature");
+    add("typical", "show cartridge b1/12 mirror-tilts readings | having temperature");
     // Fewer words than a list holds, so that nobody may stop before the end.
     std::string megabyte;
     for (int word = 0; word < 500; ++word)

@@ -10,6 +10,7 @@ using grammar::keyword;
 using grammar::parameter;
 using grammar::Word;
 
+constexpr uint32_t kString = 0x00000001;
 constexpr uint32_t kLine = 0x00000002;
 constexpr uint32_t kIpv4Address = 0x40000002;
 constexpr uint32_t kInteger = 0x40100001;
@@ -19,42 +20,41 @@ constexpr uint32_t kWwn = 0x40300002;
 constexpr uint32_t kFcId = 0x40600001;
 
 Word show() {
-    const Word interface = parameter(kInterface).named("show_interface_name").optional().terminal();
+    const Word one_bay = parameter(kInterface).named("show_one_bay").optional().terminal();
+    const Word one_guest = parameter(kFcId).named("show_one_guest").terminal();
     return keyword("show")
-        .child(keyword("version").terminal())
-        .child(keyword("interface").named("show_interface").terminal().child(interface))
-        .child(keyword("flogi").child(
-            keyword("database").terminal().child(parameter(kFcId).named("show_fcid").terminal())));
+        .child(keyword("health").terminal())
+        .child(keyword("bays").named("show_bays").terminal().child(one_bay))
+        .child(keyword("guests").named("show_guests").terminal().child(one_guest));
 }
 
-Word interface() {
-    const Word no_shutdown =
-        keyword("no").named("if_no").child(keyword("shutdown").named("if_no_shutdown").terminal());
-    return keyword("interface")
-        .child(parameter(kInterface)
-                   .named("interface_name")
-                   .submode()
-                   .child(keyword("shutdown").named("if_shutdown").terminal())
-                   .child(no_shutdown)
-                   .child(keyword("description")
-                              .child(parameter(kLine).named("description_text").terminal()))
-                   .child(keyword("address").child(
-                       parameter(kIpv4Address).named("if_address").terminal())));
+Word bay() {
+    const Word commands =
+        parameter(kInterface)
+            .named("bay_name")
+            .submode()
+            .child(keyword("rest").named("bay_rest").terminal())
+            .child(keyword("wake").named("bay_wake").terminal())
+            .child(keyword("label")
+                       .named("bay_label")
+                       .child(parameter(kLine).named("bay_label_text").terminal()))
+            .child(keyword("home")
+                       .named("bay_home")
+                       .child(parameter(kIpv4Address).named("bay_home_address").terminal()));
+    return keyword("bay").child(commands);
 }
 
-Word zone() {
-    const Word member = keyword("member").child(parameter(kWwn).named("member_pwwn").terminal());
-    return keyword("zone").child(
-        keyword("name").child(parameter(0x00000001).named("zone_name").submode().child(member)));
+Word ward() {
+    const Word admit = keyword("admit").child(parameter(kWwn).named("admitted_wwn").terminal());
+    return keyword("ward").child(parameter(kString).named("ward_name").submode().child(admit));
 }
 
-Word vlan() {
-    return keyword("vlan").child(parameter(kIntegerOrRange).named("vlan_ids").terminal());
+Word lane() {
+    return keyword("lane").child(parameter(kIntegerOrRange).named("lane_numbers").terminal());
 }
 
-Word terminal_length() {
-    return keyword("terminal")
-        .child(keyword("length").child(parameter(kInteger).named("lines").terminal()));
+Word pace() {
+    return keyword("pace").child(parameter(kInteger).named("pace_of_output").terminal());
 }
 
 } // namespace
@@ -65,9 +65,8 @@ int main(int argc, char **argv) {
         return 1;
     }
     try {
-        grammar::write_main_tree(argv[1],
-                                 grammar::lay_out(grammar::main_root(
-                                     {show(), interface(), zone(), vlan(), terminal_length()})));
+        grammar::write_main_tree(
+            argv[1], grammar::lay_out(grammar::main_root({show(), bay(), ward(), lane(), pace()})));
     } catch (const std::exception &error) {
         fprintf(stderr, "sample_tree: %s\n", error.what());
         return 1;

@@ -41,4 +41,4 @@ C
 libdir=$(pkg-config --variable=libdir tsh)
 cc "${flags[@]}" "$scratch/program.c" -o "$scratch/program" -L"$libdir" -ltsh -Wl,-rpath,"$libdir"
 [ "$("$scratch/program")" = "200 0" ]
-"$scratch/bin/ocmd_gen" -s "$1/examples/sample.par" | grep -qx '\[    14\]\.  terminal  length  <INTEGER>'
+"$scratch/bin/ocmd_gen" -s "$1/examples/sample.par" | grep -qx '\[    14\]\.  pace  <INTEGER>'

@@ -24,10 +24,10 @@ constexpr const char *kUsage = "\n\tOstrel Command Generation Utility"
 
 Word sample_root() {
     Word submode = parameter(0x40200001).submode();
-    submode.child(keyword("shutdown").terminal())
-        .child(keyword("description").child(parameter(2).optional().terminal()));
-    return main_root({keyword("show").child(keyword("version").terminal()),
-                      keyword("interface").child(submode),
+    submode.child(keyword("rest").terminal())
+        .child(keyword("label").child(parameter(2).optional().terminal()));
+    return main_root({keyword("show").child(keyword("health").terminal()),
+                      keyword("bay").child(submode),
                       keyword("peer")
                           .parameter(0x40100003)
                           .parameter(0x7F100000)
@@ -35,10 +35,10 @@ Word sample_root() {
                           .flags(TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)});
 }
 
-constexpr const char *kSampleListing = "\n[     1].  show  version"
-                                       "\n[     2].  interface  <INTERFACE>"
-                                       "\n[     3].    shutdown"
-                                       "\n[     4].    description  <LINE>[o]"
+constexpr const char *kSampleListing = "\n[     1].  show  health"
+                                       "\n[     2].  bay  <INTERFACE>"
+                                       "\n[     3].    rest"
+                                       "\n[     4].    label  <LINE>[o]"
                                        "\n[     5].  peer[o]<INTEGERINTEGER RANGE>[o]<>[o]";
 
 // A hundred words, each with two spellings of what follows: more lines than any run could print.
@@ -80,11 +80,11 @@ TEST_F(Utility, ListsAndDumpsATree) {
     EXPECT_EQ(shell("ocmd_gen -gs main.par"), R"(
   {  }[1], [4], [0], [0], [0]
    { show }[2], [1], [0], [0], [0]
-   { version }[2], [0], [4], [0], [0]( terminal )
-   { interface }[2], [1], [0], [0], [0]
+   { health }[2], [0], [4], [0], [0]( terminal )
+   { bay }[2], [1], [0], [0], [0]
    {  }[2], [2], [8], [0], [1]( submode )
-   { shutdown }[2], [0], [4], [0], [0]( terminal )
-   { description }[2], [1], [0], [0], [0]
+   { rest }[2], [0], [4], [0], [0]( terminal )
+   { label }[2], [1], [0], [0], [0]
    {  }[2], [0], [4], [0], [1]( Optional )( terminal )
    { peer }[2], [0], [c], [0], [2]( Optional )( terminal )( submode )
    {  }[2], [1], [0], [0], [0]
@@ -125,18 +125,17 @@ TEST_F(Utility, RefusesTreesThatBreakTheRecordsRules) {
         const char *fault; // on standard error; null for a tree that is sound
         std::function<void(Nodes &)> spoil;
     } table[] = {
-        {"node 2 \"version\": a child index lies outside the tree (child 0: node 11)",
+        {"node 2 \"health\": a child index lies outside the tree (child 0: node 11)",
          [](Nodes &n) { n[2].child_count = 1, n[2].children[0] = uint16_t(n.size()); }},
         {"node 9 \"tsh_redirect_root\": child_count is above 192",
          [](Nodes &n) { n[9].child_count = 193; }},
         {"node 1 \"show\": child_count is above 192", [](Nodes &n) { n[1].child_count = 65535; }},
         {"node 8 \"peer\": param_count is above 2", [](Nodes &n) { n[8].param_count = 3; }},
-        {"node 4 \"parameter\": a child is listed twice (child 1: node 5 \"shutdown\")",
+        {"node 4 \"parameter\": a child is listed twice (child 1: node 5 \"rest\")",
          [](Nodes &n) { n[4].children[1] = n[4].children[0]; }},
-        {"node 5 \"shutdown\": a link leads back to an ancestor (child 0: node 5 \"shutdown\")",
+        {"node 5 \"rest\": a link leads back to an ancestor (child 0: node 5 \"rest\")",
          [](Nodes &n) { n[5].child_count = 1, n[5].children[0] = 5; }},
-        {"(child 0: node 3 \"interface\")",
-         [](Nodes &n) { n[7].child_count = 1, n[7].children[0] = 3; }},
+        {"(child 0: node 3 \"bay\")", [](Nodes &n) { n[7].child_count = 1, n[7].children[0] = 3; }},
         {"node 3 \"\\x0ant\\x80\": token is not terminated",
          [](Nodes &n) { strcpy(n[3].name, "\nnt\x80"), memset(n[3].token, 'x', 32); }},
         {": name is not terminated", [](Nodes &n) { memset(n[1].name, 'x', 64); }},

@@ -69,63 +69,63 @@ std::string stored(Nodes nodes, const std::string &names = "a,b") {
 // Shared nodes, several attach paths, submodes, parameters of many types, a conflict, a chain that
 // cannot be resolved, and an attach point that only the prebuilt tree has.
 TEST_F(Link, PutsAGrammarTogether) {
-    const Word end = keyword("brief").terminal().optional();
-    store("version.par", {{keyword("version").terminal().child(end), "show"},
-                          {keyword("users").child(end), "show"}});
-    store("interface.par", {{keyword("interface")
-                                 .child(parameter(0x40200001).named("port").submode())
-                                 .child(parameter(0x40200002).named("ports").terminal()),
-                             "configure"}});
-    const Word mtu = parameter(0x40100001).parameter(0x40300002).named("size");
-    store("ip.par", {{keyword("ip")
-                          .child(keyword("address").child(parameter(0x40000003).named("peer")))
-                          .child(keyword("mtu").child(mtu)),
-                      "show,port"}});
-    store("leaf.par", {{keyword("secondary").terminal(), "peer,size,,peer"}});
-    store("clock.par", {{keyword("clock").named("clock1").terminal(), "show"}});
-    store("time.par", {{keyword("clock").named("clock2").terminal(), "show,configure"}});
+    const Word end = keyword("short").terminal().optional();
+    store("health.par", {{keyword("health").terminal().child(end), "show"},
+                         {keyword("guests").child(end), "show"}});
+    store("bay.par", {{keyword("bay")
+                           .child(parameter(0x40200001).named("port").submode())
+                           .child(parameter(0x40200002).named("ports").terminal()),
+                       "configure"}});
+    const Word pace = parameter(0x40100001).parameter(0x40300002).named("size");
+    store("reach.par", {{keyword("reach")
+                             .child(keyword("host").child(parameter(0x40000003).named("peer")))
+                             .child(keyword("pace").child(pace)),
+                         "show,port"}});
+    store("leaf.par", {{keyword("spare").terminal(), "peer,size,,peer"}});
+    store("bell.par", {{keyword("bell").named("bell1").terminal(), "show"}});
+    store("chime.par", {{keyword("bell").named("bell2").terminal(), "show,configure"}});
     store("lost.par", {{keyword("lost"), "nowhere"}, {keyword("found"), "lost"}});
-    store("trace.par", {{keyword("packets").terminal(), "trace"}, {parameter(4), "show"}});
-    const Word trace = keyword("trace").terminal().child(keyword("dropped"));
-    store_prebuilt("main_tree.pars", keyword("debug").terminal().child(trace));
+    store("trace.par", {{keyword("grains").terminal(), "trace"}, {parameter(4), "show"}});
+    const Word trace = keyword("trace").terminal().child(keyword("spilt"));
+    store_prebuilt("main_tree.pars", keyword("probe").terminal().child(trace));
     Word ladder = keyword("end");
     for (int i = 0; i < 100; ++i) // which has more paths than any walk could follow
         ladder = keyword("a").child(ladder).child(keyword("b").child(ladder));
     store_prebuilt("main_tree2.pars", ladder);
 
     std::string progress =
-        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
+        "*** Treelink Warning ***: Duplicate nodename short in health.par\n"
         "Treelink Error: Parser file none.par could not be opened \n"
         "ocmd_link: none.par: not linked: No such file or directory\n"
         "***Treelink Warning***: Unresolved path nowhere in file lost.par \n"
-        "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
-        "*** Tree Linking Error *** Conflicting nodes clock2 and clock1 attaching below the "
+        "*** Treelink Warning ***: Duplicate nodename short in health.par\n"
+        "*** Tree Linking Error *** Conflicting nodes bell2 and bell1 attaching below the "
         "same parent\n"
-        "*** Tree Linking Error *** Conflicting nodes secondary and secondary attaching below the "
+        "*** Tree Linking Error *** Conflicting nodes spare and spare attaching below the "
         "same parent\n";
-    for (const char *file : {"root.par", "version.par", "interface.par", "ip.par", "leaf.pars",
-                             "clock.par", "none.par", "time.par", "lost.par", "trace.par"})
+    for (const char *file : {"root.par", "health.par", "bay.par", "reach.par", "leaf.pars",
+                             "bell.par", "none.par", "chime.par", "lost.par", "trace.par"})
         progress.append("Merging file ").append(file).append("\n");
-    for (const char *name : {"show", "trace", "root", "debug", "show", "configure", "peer", "size",
+    for (const char *name : {"show", "trace", "root", "probe", "show", "configure", "peer", "size",
                              "show", "port", "configure", "show", "show"})
         progress.append("Linked subtree at attach path ").append(name).append(" \n");
     shell("cp leaf.par leaf.pars; cp root.par tsh_root.par; ocmd_link -v -p . -o main.par root.par "
-          "version interface.par ip tsh_root leaf.pars tsh_root.par main_tree root.par clock.par "
-          "none time.par lost.par trace.par >out 2>err");
+          "health bay.par reach tsh_root leaf.pars tsh_root.par main_tree root.par bell.par "
+          "none chime.par lost.par trace.par >out 2>err");
     EXPECT_EQ(shell("cat err; sed '/^$/,$d' out"), progress); // up to the tree
     EXPECT_EQ(shell("ocmd_gen -s main.par"), R"(
-[     1].  debug  trace  packets
-[     2].  show  clock
-[     3].  show  ip  address  <IP ADDRIPv4 Address>  secondary
-[     4].  show  ip  mtu  <INTEGER><WWN>  secondary
-[     5].  show  users  brief[o]
-[     6].  show  version
-[     7].  show  version  brief[o]
-[     8].  configure  clock
-[     9].  configure  interface  <INTERFACE>
-[    10].    ip  address  <IP ADDRIPv4 Address>  secondary
-[    11].    ip  mtu  <INTEGER><WWN>  secondary
-[    12].  configure  interface  <INTERFACE RANGE>
+[     1].  probe  trace  grains
+[     2].  show  bell
+[     3].  show  guests  short[o]
+[     4].  show  health
+[     5].  show  health  short[o]
+[     6].  show  reach  host  <IP ADDRIPv4 Address>  spare
+[     7].  show  reach  pace  <INTEGER><WWN>  spare
+[     8].  configure  bay  <INTERFACE>
+[     9].    reach  host  <IP ADDRIPv4 Address>  spare
+[    10].    reach  pace  <INTEGER><WWN>  spare
+[    11].  configure  bay  <INTERFACE RANGE>
+[    12].  configure  bell
 
 )");
 }
@@ -152,7 +152,7 @@ TEST_F(Link, NamesItsFiles) {
         {{longest, longest + "s"},
          merging + "Merging file " + longest + "\nMerging file " + longest + "\n5\n",
          missing + missing},
-        {std::vector<std::string>(513, "acl"), "-1\n",
+        {std::vector<std::string>(513, "ward"), "-1\n",
          "Treelink Error: file list has 512 as last index, over 511 \n"},
     };
     std::filesystem::current_path(path(""));
@@ -215,9 +215,9 @@ TEST_F(Link, TellsWhatIsAmiss) {
             word = keyword(name + std::to_string(i)).child(word);
         return word;
     };
-    store("sound.par", {{keyword("clock").named("clock1").terminal(), "show"}});
-    store("again.par", {{keyword("users").child(keyword("show")), "show"}});
-    store("clash.par", {{keyword("clock").named("clock2"), "show"}});
+    store("sound.par", {{keyword("bell").named("bell1").terminal(), "show"}});
+    store("again.par", {{keyword("guests").child(keyword("show")), "show"}});
+    store("clash.par", {{keyword("bell").named("bell2"), "show"}});
     store("deep.par", {{ladder("a"), "show"}, {ladder("b"), "a0"}});
     store("lost.par", {{keyword("lost"), "nowhere"}});
     store("loose.par", {{keyword("loose"), ""}});
@@ -237,7 +237,7 @@ TEST_F(Link, TellsWhatIsAmiss) {
          "ocmd_link: main.par: more than 256 levels: a listing leaves out siblings below them\n", 1,
          true},
         {"root.par sound.par clash.par",
-         "*** Tree Linking Error *** Conflicting nodes clock2 and clock1 attaching below the same "
+         "*** Tree Linking Error *** Conflicting nodes bell2 and bell1 attaching below the same "
          "parent\n",
          1, false},
         {"root.par lost.par", "***Treelink Warning***: Unresolved path nowhere in file lost.par \n",
@@ -515,7 +515,7 @@ TEST_F(Link, ShowsProgressOnATerminal) {
 TEST_F(Link, EndsWithStatus100WithoutMemory) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
-    store_prebuilt("main_tree.pars", keyword("debug").child(keyword("trace")));
+    store_prebuilt("main_tree.pars", keyword("probe").child(keyword("trace")));
     store("one.par", {{keyword("one"), "show,root,trace"}, {keyword("two"), "one"}});
     const std::string folder = std::string(200, 'f') + "/" + std::string(200, 'g');
     const std::string output = folder + "/" + std::string(200, 'h') + ".par";

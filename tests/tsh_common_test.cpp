@@ -84,9 +84,9 @@ template <typename Code> void check(const std::string &cases, Code code) {
 }
 
 TEST(TshCommon, StrsplitCutsLinesAsTheShellReadsThem) {
-    check(R"(show interface  brief => [show]0[interface]5[brief]16;show run| => [show]0[run|]5
-  copy run start  => [copy]2[run]7[start]11
-show run |> file => [show]0[run]5[|]9[>]11[file]13;a|>b|>c => [a|]0[>b|>c]3;a|> => [a|]0[>]3
+    check(R"(show cartridge  short => [show]0[cartridge]5[short]16;show all| => [show]0[all|]5
+  lift one crate  => [lift]2[one]7[crate]11
+show all |> file => [show]0[all]5[|]9[>]11[file]13;a|>b|>c => [a|]0[>b|>c]3;a|> => [a|]0[>]3
 echo "a b" c => [echo]0[a b" c]6;echo "a b" => [echo]0[a b"]6;"a"  b => [a" ]1[b]5
 x "" => [x]0["]3;x " => [x]0;" => ;set "x => [set]0[x]5;a"b c" d => [a"b c" d]0
 a" => [a"]0;a""b c => [a""b c]0)",
@@ -99,13 +99,13 @@ a" => [a"]0;a""b c => [a""b c]0)",
 }
 
 TEST(TshCommon, TokenizeKnowsQuotesEscapesAndSpecials) {
-    check(R"(show  interface => [show]0[interface]6 00;set "a b" c => [set]0[a b]5[c]10 00
+    check(R"(show  cartridge => [show]0[cartridge]6 00;set "a b" c => [set]0[a b]5[c]10 00
 ab"cd"ef => [ab]0[cd]3[ef]6 00;a\ b c => [a\ b]0[c]5 00;a\\ \"b c => [a\\]0[\"b]4[c]8 00
 "a\" b" c => [a\" b]1[c]8 00;x\ => [x\]0 00;x \ => [x]0[\]2 00;"a\ =>  10
 say "hi =>  14;say " =>  14;a "b" "c\" =>  16;  " =>  02; ""  =>  00)",
           [](const std::string &line) { return tokens(line); });
     check(
-        R"(show run|grep x => [show]0[run]5[|]8[grep]9[x]14 00;a\\ \ => [a\\]0[\]4 00
+        R"(show all|grep x => [show]0[all]5[|]8[grep]9[x]14 00;a\\ \ => [a\\]0[\]4 00
 a\ => [a]0[\]1 00;a|"b|c"\|d|e\| => [a]0[|]1[b|c]3[\]7[|]8[d]9[|]10[e\|]11 00)",
         [](const std::string &line) { return tokens(line, "|\\"); });
     EXPECT_EQ(tokens("a\xFF\xFE\\\xFF"), "[a]0[\xFF]1[\xFE\\\xFF]2 00");
@@ -214,17 +214,17 @@ TEST(TshCommon, FieldsAndNumbersAreStrict) {
 
 TEST(TshCommon, CommandLinesWalkDownTheTree) {
     const harness::LoadedTree tree(
-        grammar::main_root({grammar::keyword("show").child(grammar::keyword("version"))}));
+        grammar::main_root({grammar::keyword("show").child(grammar::keyword("health"))}));
     const auto find = [](const char *line) {
         return printed(TSH_TRACE_NAVIGATION, [&] {
             const tree_node_t *node = atnode_find_cmd_index(g_atn, line);
             printf("@%s", node == nullptr ? "null" : node->name);
         });
     };
-    EXPECT_TRUE(find("sh\tVER").ends_with("@at token found at ~depth: 0@version"));
+    EXPECT_TRUE(find("sh\tHEA").ends_with("@at token found at ~depth: 0@health"));
     EXPECT_TRUE(find("sh bogus").ends_with("@atn Depth expired, aborting@null"));
     EXPECT_TRUE(
-        find("sh bogus ver").ends_with("@Cmdline not parsed fully, index not found...\n@null"));
+        find("sh bogus hea").ends_with("@Cmdline not parsed fully, index not found...\n@null"));
     EXPECT_EQ(find("  "), "@Empty cmdline, index not found...\n@null");
     EXPECT_EQ(atnode_find_cmd_index(nullptr, "sh"), nullptr);
 }
