@@ -41,11 +41,9 @@ protected:
         grammar::write_main_tree(path(file), grammar::lay_out(structural("root").child(word)));
     }
 
-    // What a command prints and complains inside the scratch folder, with this build's programs.
+    // What a command prints and complains.
     std::string shell(const std::string &command) {
-        return harness::run({"sh", "-c", "exec 2>&1; cd " + path("") + "; " + command},
-                            {"PATH=" TOOLS ":" UTILITY ":/usr/bin:/bin"})
-            .out;
+        return scratch_.shell("exec 2>&1; " + command).out;
     }
 
     harness::ScratchDir scratch_;
@@ -517,11 +515,12 @@ TEST_F(Link, EndsWithStatus100WithoutMemory) {
         GTEST_SKIP() << "a sanitizer owns malloc";
     store_prebuilt("main_tree.pars", keyword("probe").child(keyword("trace")));
     store("one.par", {{keyword("one"), "show,root,trace"}, {keyword("two"), "one"}});
+    shell("ln -s \"$FAILING_MALLOC\" failing_malloc.so");
     const std::string folder = std::string(200, 'f') + "/" + std::string(200, 'g');
     const std::string output = folder + "/" + std::string(200, 'h') + ".par";
     const auto link = [&](int failing) {
         harness::write_file(path(output), "old");
-        return shell("LD_PRELOAD='" FAILING_MALLOC "' ALLOCATIONS_FILE=count FAIL_ALLOCATION=" +
+        return shell("LD_PRELOAD=./failing_malloc.so ALLOCATIONS_FILE=count FAIL_ALLOCATION=" +
                      std::to_string(failing) + " ocmd_link -p . -o " + output +
                      " root.par one.par >/dev/null 2>&1; echo $?");
     };

@@ -25,6 +25,13 @@ failing_malloc::Tally failing_malloc::disarm() {
 }
 
 #ifdef __SANITIZE_ADDRESS__
+#define UNDER_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define UNDER_SANITIZER
+#endif
+#endif
+#ifdef UNDER_SANITIZER
 
 bool failing_malloc::available() {
     return false;
@@ -50,6 +57,7 @@ bool failing_malloc::available() {
     fclose(file);
 }
 
+#pragma GCC visibility push(default) // the whole process is to find these
 extern "C" {
 
 void *__libc_malloc(size_t size);
@@ -91,5 +99,6 @@ void free(void *block) {
     __libc_free(block);
 }
 }
+#pragma GCC visibility pop
 
 #endif

@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
+#include <ostream>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,6 +26,20 @@ ScratchDir::ScratchDir() {
 ScratchDir::~ScratchDir() {
     std::error_code ignored;
     std::filesystem::remove_all(root_, ignored);
+}
+
+Outcome ScratchDir::shell(const std::string &command,
+                          const std::vector<std::string> &settings) const {
+    std::vector<std::string> all = settings;
+    all.push_back(std::string("PATH=" PROGRAM_PATH) + getenv("PATH"));
+    all.emplace_back("FAILING_MALLOC=" FAILING_MALLOC);
+    return run({"sh", "-c", "cd \"$0\" || exit; " + command, root_.string()}, all);
+}
+
+std::ostream &operator<<(std::ostream &stream, const Outcome &outcome) {
+    return stream << "status " << outcome.status << "\n--- standard output:\n"
+                  << outcome.out << "\n--- standard error:\n"
+                  << outcome.err;
 }
 
 std::string read_file(const std::string &path) {
@@ -43,6 +59,7 @@ Outcome in_child(const std::function<int()> &code) {
     const ScratchDir scratch;
     const std::string out = scratch.path("out");
     const std::string err = scratch.path("err");
+    const std::string failed = scratch.path("failed");
     fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
@@ -51,12 +68,17 @@ Outcome in_child(const std::function<int()> &code) {
             _exit(127);
         const int status = code();
         fflush(nullptr);
+        if (testing::Test::HasFailure())
+            write_file(failed, "");
         _exit(status);
     }
     int ending = 0;
     waitpid(child, &ending, 0);
     const int status = WIFEXITED(ending) ? WEXITSTATUS(ending) : 128 + WTERMSIG(ending);
-    return {status, read_file(out), read_file(err)};
+    Outcome outcome{status, read_file(out), read_file(err)};
+    if (std::filesystem::exists(failed))
+        ADD_FAILURE() << "in a child process: " << outcome;
+    return outcome;
 }
 
 Outcome run(const std::vector<std::string> &command, const std::vector<std::string> &settings) {
