@@ -2,16 +2,14 @@
 # Installs the 32-bit x86 compiler support and libraries. Fails, with the package architectures as
 # they were, where 32-bit programs do not run or the libraries cannot be installed.
 set -euo pipefail
-as_root=()
-[ "$(id -u)" -eq 0 ] || as_root=(sudo)
-export DEBIAN_FRONTEND=noninteractive
+cd "$(dirname "$0")"
 
 fail() {
     echo "$1" >&2
     exit 1
 }
 
-"$(dirname "$0")/install-packages.sh" gcc-multilib g++-multilib || fail "no 32-bit compiler support"
+./install-packages.sh i386 || fail "no 32-bit compiler support"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 echo 'int main(void) { return 0; }' >"$scratch/probe.c"
@@ -20,15 +18,13 @@ cc -m32 "$scratch/probe.c" -o "$scratch/probe"
 
 added=
 if ! dpkg --print-foreign-architectures | grep -qx i386; then
-    "${as_root[@]}" dpkg --add-architecture i386
+    ./as-root.sh dpkg --add-architecture i386
     added=yes
 fi
-if ! { "${as_root[@]}" apt-get update -qq &&
-    "${as_root[@]}" apt-get install -y -qq --no-install-recommends zlib1g-dev:i386 \
-        libglib2.0-dev:i386; } >/dev/null 2>&1; then
+./install-packages.sh zlib1g-dev:i386 libglib2.0-dev:i386 libfyaml-dev:i386 || {
     if [ -n "$added" ]; then
-        "${as_root[@]}" dpkg --remove-architecture i386
-        "${as_root[@]}" apt-get update -qq
+        ./as-root.sh dpkg --remove-architecture i386
+        ./as-root.sh apt-get update -qq
     fi
     fail "the 32-bit libraries cannot be installed"
-fi
+}

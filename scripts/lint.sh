@@ -2,8 +2,7 @@
 # Checks format and lint of everything, with clang-format and clang-tidy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev googletest \
-    libbenchmark-dev clang-format clang-tidy
+scripts/install-packages.sh build tests lint
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror
 cmake --preset default -B build/lint -DTSH_BUILD_BENCH=ON >/dev/null
 git ls-files '*.cpp' ':!fuzz' | xargs -P "$(nproc)" -n 2 clang-tidy --quiet -p build/lint 2>/dev/null
