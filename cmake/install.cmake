@@ -1,10 +1,13 @@
-# cmake --install: the utility and the tools, the library, its public headers under include/tsh, a
-# CMake package, a pkg-config file and the man pages.
+# cmake --install, in three components that become three packages: the library (runtime); its public
+# headers under include/tsh, a CMake package, a pkg-config file and the example that uses them
+# (development); the programs with their man pages, completion, schema and examples (tools).
 include(CMakePackageConfigHelpers)
+set(examples_dir ${CMAKE_INSTALL_DOCDIR}/examples)
 
-install(TARGETS ${TSH_PROGRAMS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS tsh EXPORT tshTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS tsh EXPORT tshTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 foreach(room platform feature/tsh/src bmask parse_tree atnode param_reg treelink cmd_gen)
   file(GLOB headers CONFIGURE_DEPENDS ${room}/*.h)
   list(FILTER headers EXCLUDE REGEX "_internal\\.h$")
@@ -19,6 +22,18 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tshConfigVersion.cmake DESTINATION ${p
 file(RELATIVE_PATH TSH_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/tsh.pc.in tsh.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tsh.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES examples/resolve.c DESTINATION ${examples_dir})
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tools)
+install(TARGETS ${TSH_PROGRAMS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 file(GLOB man_pages CONFIGURE_DEPENDS doc/man/*.1)
 install(FILES ${man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(DIRECTORY share/ DESTINATION ${CMAKE_INSTALL_DATADIR} OPTIONAL)
+set(completions ${PROJECT_BINARY_DIR}/completions)
+file(MAKE_DIRECTORY ${completions})
+foreach(program ${TSH_PROGRAMS}) # bash looks for the program's name; one file completes for all
+  file(CREATE_LINK ocmd ${completions}/${program} SYMBOLIC)
+  install(FILES ${completions}/${program}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endforeach()
+install(DIRECTORY examples/ DESTINATION ${examples_dir} FILES_MATCHING PATTERN "*.yaml")

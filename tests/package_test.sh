@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Makes the Debian packages, unpacks them into an empty root and uses them there:
+# package_test.sh BUILD. The dependencies that they state are what the programs need.
+set -euo pipefail
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cpack --config "$1/CPackConfig.cmake" -B "$scratch" >"$scratch/log" || { cat "$scratch/log" && exit 1; }
+
+depends() { dpkg-deb -f "$scratch/$1"_*.deb Depends; }
+depends libtsh1 | grep -E '^libc6 .*libglib2.* zlib1g'
+depends libtsh-dev | grep -E '^libtsh1 \(= '
+depends ocmd-gen | grep -E '^libtsh1 \(= .*libc6'
+
+root=$scratch/root
+for package in libtsh1 ocmd-gen; do
+    dpkg-deb -x "$scratch/$package"_*.deb "$root"
+done
+export LD_LIBRARY_PATH=$root/usr/lib
+for program in "$root"/usr/bin/*; do
+    name=${program##*/}
+    if [ "$name" != ocmd_gen ]; then "$program" --version | grep "^$name "; fi
+done
+"$root/usr/bin/ocmd_gen" -s "$1/examples/sample.par" | grep '  pace  <INTEGER>'
+[ -e "$root/usr/share/man/man1/ocmd_gen.1" ]
+dpkg-deb -x "$scratch"/libtsh-dev_*.deb "$root"
+PKG_CONFIG_PATH=$root/usr/lib/pkgconfig pkg-config --cflags --libs tsh
