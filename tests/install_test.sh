@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Installs the build into a scratch folder and uses it as a stranger would:
 # install_test.sh BUILD [COMPILER FLAGS]. Every public header compiles on its own, as C and as C++;
-# libtsh.so exports exactly what the headers declare; a C program links to it and runs; the
-# installed utility runs.
+# libtsh.so exports exactly what the headers declare; programs outside link to it and run.
 set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -27,18 +26,23 @@ nm -D --defined-only "$(find "$scratch" -name libtsh.so)" | awk '$3 !~ /^__odr_a
     sort >"$scratch/exported"
 diff "$scratch/declared" "$scratch/exported"
 
-cat >"$scratch/program.c" <<'C'
-#include "atnode/walk.h"
-#include "bmask/bmask.h"
-#include <stdio.h>
-int main(void) {
-    bmask256_t mask;
-    bmask256_set_bit(bmask256_init(&mask), 200);
-    printf("%d %d\n", bmask256_first_bit(&mask), stack.atn_stack_top);
-    return 0;
-}
-C
-libdir=$(pkg-config --variable=libdir tsh)
-cc "${flags[@]}" "$scratch/program.c" -o "$scratch/program" -L"$libdir" -ltsh -Wl,-rpath,"$libdir"
-[ "$("$scratch/program")" = "200 0" ]
-"$scratch/bin/ocmd_gen" -s "$1/examples/sample.par" | grep -qx '\[    14\]\.  pace  <INTEGER>'
+# The example, as a C and as a C++ program of a project outside, by the CMake package.
+mkdir "$scratch/outside"
+cp "$scratch"/share/doc/ocmd_gen/examples/resolve.c "$scratch/outside"
+cp "$scratch/outside/resolve.c" "$scratch/outside/resolve.cpp"
+cat >"$scratch/outside/CMakeLists.txt" <<'CMAKE'
+cmake_minimum_required(VERSION 3.16)
+project(outside LANGUAGES C CXX)
+find_package(tsh 1 REQUIRED)
+foreach(language c cpp)
+  add_executable(resolve_${language} resolve.${language})
+  target_link_libraries(resolve_${language} PRIVATE tsh::tsh)
+endforeach()
+CMAKE
+cmake -S "$scratch/outside" -B "$scratch/outside/build" -DCMAKE_PREFIX_PATH="$scratch" \
+    -DCMAKE_C_FLAGS="${2:-}" -DCMAKE_CXX_FLAGS="${2:-}" >"$scratch/log" &&
+    cmake --build "$scratch/outside/build" >>"$scratch/log" || { cat "$scratch/log" && exit 1; }
+for language in c cpp; do
+    "$scratch/outside/build/resolve_$language" "$1/examples/sample.par" 'WARD' |
+        diff - <(printf 'ward\n    <STRING>\n')
+done

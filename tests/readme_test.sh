@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Runs the commands that README prints, as they stand. Of its blocks, one marked "sh" is run; one
+# marked "console" is run line by line and its output compared; one marked with a language and a
+# name is stored under that name for the commands after it.
+#
+# Blocks that build come first and build in this clone, so the tests cannot run them from within:
+#     readme_test.sh            runs these alone, as .ci/run does before all else;
+#     readme_test.sh BUILD      runs all others, with BUILD as what these have built.
+# All others share a folder in which the clone's files and sample.par stand. What they install goes
+# below a scratch folder by DESTDIR; for the real place, which needs root, the environment stands
+# in: search paths for programs and pkg-config, and one for libraries instead of ldconfig's cache.
+set -euo pipefail
+clone=$(cd "$(dirname "$0")/.." && pwd)
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+builds='^(scripts/run-|cmake --preset)'
+
+# Block n becomes a file of its own; the index has its number, mark and name.
+awk -v folder="$scratch" '
+    /^```/ { inside = !inside }
+    /^```/ && inside { print ++n, substr($1, 4), $2 > (folder "/index"); next }
+    /^```/ { next }
+    inside { print > (folder "/block" n) }' "$clone/README.md"
+
+if [ $# -eq 0 ]; then
+    cd "$clone"
+    while read -r n mark _; do
+        [[ $mark == sh ]] && grep -qE "$builds" "$scratch/block$n" && sh -ex "$scratch/block$n" </dev/null
+    done <"$scratch/index"
+    exit
+fi
+
+folder=$scratch/folder
+mkdir -p "$folder/build" "$scratch/bin"
+for file in "$clone"/*; do
+    [ "$file" = "$clone/build" ] || ln -s "$file" "$folder"
+done
+ln -s "$1" "$folder/build/default"
+ln -s "$1/examples/sample.par" "$folder"
+cd "$folder"
+export DESTDIR=$scratch/root
+export PKG_CONFIG_PATH=$DESTDIR/usr/local/lib/pkgconfig LD_LIBRARY_PATH=$DESTDIR/usr/local/lib
+printf '#!/bin/sh\ntest -e "%s/libtsh.so"\n' "$LD_LIBRARY_PATH" >"$scratch/bin/ldconfig"
+chmod +x "$scratch/bin/ldconfig"
+PATH=$scratch/bin:$DESTDIR/usr/local/bin:$(printf '%s:' "$1"/cmd_gen "$1"/tools "$1"/tools/*)$PATH
+
+commands=0
+while read -r n mark name; do
+    block=$scratch/block$n
+    if [ -n "$name" ]; then
+        cp "$block" "$name"
+    elif [ "$mark" = sh ] && ! grep -qE "$builds" "$block"; then
+        sh -ex "$block" </dev/null
+        commands=$((commands + 1))
+    elif [ "$mark" = console ]; then
+        grep '^\$ ' "$block" | cut -c 3- >"$scratch/lines"
+        while read -r line; do
+            printf '$ %s\n' "$line"
+            sh -c "$line" </dev/null 2>&1 || true
+            commands=$((commands + 1))
+        done <"$scratch/lines" >"$scratch/printed"
+        diff "$block" "$scratch/printed"
+    fi
+done <"$scratch/index"
+[ "$commands" -ge 4 ] # all of them were found
