@@ -39,8 +39,8 @@ public:
         return true;
     }
 
-    Item *data() { return items_; }
-    const Item *data() const { return items_; }
+    [[nodiscard]] Item *data() { return items_; }
+    [[nodiscard]] const Item *data() const { return items_; }
     Item &operator[](size_t index) { return items_[index]; }
     const Item &operator[](size_t index) const { return items_[index]; }
 

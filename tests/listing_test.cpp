@@ -250,16 +250,16 @@ TEST(Enumeration, ListsAndDumpsTheSameWithTracesAndWithout) {
             const auto one_in = [&](uint32_t n) { return generator() % n == 0; };
             for (int round = 0; round < 500; ++round) {
                 std::vector<tree_node_t> nodes(12);
-                for (uint16_t index = 0; index < nodes.size(); ++index) {
+                for (unsigned index = 0; index < 12; ++index) {
                     tree_node_t &node = nodes[index];
                     snprintf(node.token, sizeof node.token, "%c", one_in(4) ? 0 : 'a' + index);
                     node.flags = one_in(3) ? TREE_FLAG_TERMINAL : one_in(4) ? TREE_FLAG_SUBMODE : 0;
                     node.flags |= one_in(9) ? TREE_FLAG_EXCLUDED : 0;
                     node.param_count = one_in(5) ? 1 : 0;
                     node.optional = one_in(5) ? 1 : 0;
-                    for (auto child = uint16_t(index + 1); child < nodes.size(); ++child)
+                    for (unsigned child = index + 1; child < 12; ++child)
                         if (one_in(3))
-                            node.children[node.child_count++] = child;
+                            node.children[node.child_count++] = uint16_t(child);
                 }
                 g_atn = nodes.data();
                 tsh_debug_filter = families;
@@ -300,7 +300,7 @@ TEST(Enumeration, FollowsAnyRecordAndNone) {
 // Two words on each of many levels, each above both of the next: more paths than can be walked.
 std::vector<tree_node_t> ladder(uint16_t levels) {
     std::vector<tree_node_t> nodes(2 * size_t{levels} + 1);
-    for (uint16_t index = 0; index < 2 * levels - 1; ++index) {
+    for (int index = 0; index < 2 * levels - 1; ++index) {
         const auto below = uint16_t((index + 1) / 2 * 2 + 1);
         nodes[index].child_count = 2;
         nodes[index].children[0] = below;
@@ -378,7 +378,7 @@ TEST(Enumeration, TakesNoCallStackForDepth) {
     };
     const Outcome listing = with_small_stack([] { generate_cmds(g_atn, nullptr); });
     EXPECT_EQ(listing.status, 0);
-    EXPECT_EQ(listing.out.size(), strlen("\n[     1].") + 2 * 65535U + 32767U);
+    EXPECT_EQ(listing.out.size(), strlen("\n[     1].") + size_t{2} * 65535 + 32767);
     const Outcome traced = with_small_stack([] {
         tsh_debug_filter = TSH_TRACE_WORDS;
         generate_cmds(g_atn, nullptr);
