@@ -37,7 +37,6 @@ LineNumbers::LineNumbers(uint32_t first) : base_(first - first % kHundred) {
     number << "\n[";
     number.blanks(missing) << digits.text() << "].";
     length_ = number.text().copy(text_.data(), text_.size());
-    ending_at_ = length_ - sizeof(Places) - strlen("].");
     endings_ = first < kTen ? kFirstEndings.data() : kEndings.data();
     last_ = first < kTen ? kTen - 1 : base_ + std::min(kHundred - 1, UINT32_MAX - base_);
 }

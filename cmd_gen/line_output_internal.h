@@ -29,16 +29,16 @@ public:
     /// Writes kSize bytes. Returns the end of the number.
     char *put(char *place, uint32_t number) const {
         memcpy(place, text_.data(), kSize);
-        memcpy(place + ending_at_, &endings_[number - base_], sizeof *endings_);
+        memcpy(place + length_ - kTail, &endings_[number - base_], sizeof *endings_);
         return place + length_;
     }
 
 private:
     using Places = std::array<char, 2>;
+    static constexpr size_t kTail = 4; // the last two places and "]."
 
     std::array<char, kSize> text_{};
     size_t length_;
-    size_t ending_at_;
     uint32_t base_; // the number that ends in the first of the endings
     uint32_t last_;
     const Places *endings_;

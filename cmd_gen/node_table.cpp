@@ -2,11 +2,14 @@
 #include "cmd_gen/node_table_internal.h"
 
 #include <algorithm>
+#include <span>
 
 namespace {
 
-size_t children_of(const tree_node_t &node) {
-    return std::min<size_t>(node.child_count, TREE_MAX_CHILDREN);
+using Links = std::span<const uint16_t>;
+
+Links children_of(const tree_node_t &node) {
+    return {node.children, std::min<size_t>(node.child_count, TREE_MAX_CHILDREN)};
 }
 
 } // namespace
@@ -21,13 +24,16 @@ bool NodeTable::gather(const tree_node_t &first, const Look &look) {
     while (depth > 0) {
         Step &step = path_[depth - 1];
         const tree_node_t &node = *record_at(step.slot);
-        if (step.children_done == children_of(node)) {
-            if (!keep(step.slot, look(node)))
+        const Links children = children_of(node);
+        while (step.children_met < children.size() && met_[children[step.children_met]])
+            ++step.children_met;
+        if (step.children_met < children.size()) {
+            if (!meet(children[step.children_met], depth++))
+                return false;
+        } else {
+            if (!keep(step.slot, look(node), children))
                 return false;
             --depth;
-        } else if (const uint16_t child = node.children[step.children_done++]; !met_[child]) {
-            if (!meet(child, depth++))
-                return false;
         }
     }
     return true;
@@ -41,30 +47,28 @@ bool NodeTable::meet(uint32_t slot, size_t depth) {
     return true;
 }
 
-bool NodeTable::keep(uint32_t slot, const NodeLook &look) {
-    const tree_node_t &node = *record_at(slot);
-    const size_t children = look.entered || slot == kFirst ? children_of(node) : 0;
-    if (!bytes_.grow(bytes_used_ + look.text.size() + children * sizeof node.children[0] +
-                     kCopyChunk))
+bool NodeTable::keep(uint32_t slot, const NodeLook &look, Links children) {
+    const size_t most = look.text.size() + children.size_bytes() + kCopyChunk;
+    if (!bytes_.grow(bytes_used_ + most))
         return false;
+    if (!look.entered && slot != kFirst)
+        children = {};
 
-    TableNode &kept = nodes_[slot];
-    kept.place = static_cast<uint32_t>(bytes_used_);
-    kept.text_length = static_cast<uint16_t>(look.text.size());
-    kept.link_count = 0;
-    kept.printed = look.printed;
-    kept.submode = look.submode;
-    kept.links_first = children > 0 && kept_[node.children[0]];
-    bytes_used_ += look.text.copy(&bytes_[bytes_used_], look.text.size());
-    for (size_t position = 0; position < children; ++position) {
-        const uint16_t child = node.children[position];
-        if (!kept_[child])
-            continue;
-        memcpy(&bytes_[bytes_used_], &child, sizeof child);
-        bytes_used_ += sizeof child;
-        ++kept.link_count;
+    char *const text = &bytes_[bytes_used_];
+    char *const links = text + look.text.copy(text, look.text.size());
+    size_t link_count = 0;
+    for (const uint16_t child : children) { // each is put where the next one may replace it
+        memcpy(links + link_count * sizeof child, &child, sizeof child);
+        link_count += kept_[child] ? 1 : 0;
     }
-    kept_[slot] = kept.printed || kept.link_count != 0;
+    nodes_[slot] = {static_cast<uint32_t>(bytes_used_),
+                    static_cast<uint16_t>(look.text.size()),
+                    static_cast<uint8_t>(link_count),
+                    look.printed,
+                    look.submode,
+                    !children.empty() && kept_[children[0]]};
+    kept_[slot] = look.printed || link_count != 0;
+    bytes_used_ += look.text.size() + link_count * sizeof children[0];
     return true;
 }
 

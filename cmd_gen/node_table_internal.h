@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string_view>
 
 namespace tsh {
@@ -71,7 +72,7 @@ private:
 
     struct Step {
         uint32_t slot;
-        uint32_t children_done;
+        uint32_t children_met; // all before this one
     };
 
     [[nodiscard]] const tree_node_t *record_at(uint32_t slot) const {
@@ -89,7 +90,7 @@ private:
     }
 
     bool meet(uint32_t slot, size_t depth);
-    bool keep(uint32_t slot, const NodeLook &look);
+    bool keep(uint32_t slot, const NodeLook &look, std::span<const uint16_t> children);
 
     const tree_node_t *first_ = nullptr;
     std::bitset<kFirst + 1> met_;

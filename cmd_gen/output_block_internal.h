@@ -8,12 +8,13 @@
 
 namespace tsh {
 
-/// Texts are copied in whole chunks. Where one is kept for copying, this many bytes behind it must
-/// be readable; where it is copied to, as many must be free.
+/// Texts are copied in whole chunks, at least one. Where one is kept for copying, this many bytes
+/// behind it must be readable; where it is copied to, as many must be free.
 constexpr size_t kCopyChunk = 32;
 
 inline char *copy_in_chunks(char *to, std::string_view text) {
-    for (size_t done = 0; done < text.size(); done += kCopyChunk)
+    memcpy(to, text.data(), kCopyChunk);
+    for (size_t done = kCopyChunk; done < text.size(); done += kCopyChunk)
         memcpy(to + done, text.data() + done, kCopyChunk);
     return to + text.size();
 }
