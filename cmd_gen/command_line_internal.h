@@ -17,7 +17,8 @@ void show_indentation();
 
 /// Blanks before a line at the submode depth in hand.
 inline size_t indentation() {
-    return static_cast<size_t>(std::clamp(2 * submode_depth, 0, SPC_STR_SIZE - 1));
+    return static_cast<size_t>(
+        std::clamp<int64_t>(int64_t{2} * submode_depth, 0, SPC_STR_SIZE - 1));
 }
 
 /// One line, indentation included. Before it stand the lines that lead into its submode.
