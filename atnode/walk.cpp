@@ -25,6 +25,31 @@ void fetch_child(const tree_node_t *node, int32_t position) {
         __builtin_prefetch(&child_at(node, position)->child_count);
 }
 
+void visit_node(const tree_node_t *node, atnode_visit_t visit, int32_t argument) {
+    if (traces_navigation())
+        trace("atn visiting node %s #children %d\n", label(node), node->child_count);
+    for (int32_t i = 0; i < kFetchedAhead; ++i)
+        fetch_child(node, i);
+    visit(node, argument);
+}
+
+const tree_node_t *child_in_turn(const tree_node_t *node, int32_t position) {
+    fetch_child(node, position + kFetchedAhead);
+    if (traces_navigation())
+        trace("atn child #%d for node %s\n", position, label(node));
+    return child_at(node, position);
+}
+
+// A step of a preorder walk: to a child, by its place in the parent's list.
+struct Step {
+    uint16_t index;
+    uint16_t position;
+};
+
+// A walk may neither allocate nor recurse from level to level, so each call goes down this far
+// before it leaves the rest to another: in all, 300 KB of call stack for 65,536 levels.
+constexpr size_t kLevelsPerCall = 512;
+
 } // namespace
 
 void atnode_traverse(const tree_node_t *node, int32_t carried1, int32_t carried2, int32_t carried3,
@@ -38,16 +63,28 @@ void atnode_traverse(const tree_node_t *node, int32_t carried1, int32_t carried2
 
 void atn_preorder_traverse(const tree_node_t *node, atnode_visit_t visit, int32_t carried1,
                            int32_t carried2, int32_t carried3, int32_t argument) {
-    if (traces_navigation())
-        trace("atn visiting node %s #children %d\n", label(node), node->child_count);
-    for (int32_t i = 0; i < kFetchedAhead; ++i)
-        fetch_child(node, i);
-    visit(node, argument);
-    for (int32_t i = 0; i < node->child_count; ++i) {
-        fetch_child(node, i + kFetchedAhead);
-        if (traces_navigation())
-            trace("atn child #%d for node %s\n", i, label(node));
-        atn_preorder_traverse(child_at(node, i), visit, carried1, carried2, carried3, argument);
+    const tree_node_t *const first = node;
+    Step path[kLevelsPerCall]; // from the first node to the node in hand
+    size_t depth = 0;
+    visit_node(node, visit, argument);
+    for (int32_t position = 0;;) {
+        if (position < node->child_count) {
+            const tree_node_t *child = child_in_turn(node, position);
+            if (depth == kLevelsPerCall) {
+                atn_preorder_traverse(child, visit, carried1, carried2, carried3, argument);
+                ++position;
+                continue;
+            }
+            path[depth++] = {node->children[position], static_cast<uint16_t>(position)};
+            node = child;
+            position = 0;
+            visit_node(node, visit, argument);
+        } else if (depth > 0) {
+            position = path[--depth].position + 1;
+            node = depth == 0 ? first : g_atn + path[depth - 1].index;
+        } else {
+            return;
+        }
     }
 }
 

@@ -1,49 +1,56 @@
 #!/usr/bin/env bash
-# The utility as a whole process beside cat, which moves the same bytes to the same place, and
-# beside the plain walk: listing.sh BUILD [SCRATCH]. Runs take turns, the fastest of each counts.
-# Prints the table of doc/speed.md. The scratch folder, by default in memory so that no disk is
-# measured, takes about 3 GB.
+# The utility as a whole process beside three yardsticks: the floor, which only writes as many bytes
+# to the same place, cat, which moves the same bytes there, and the plain walk:
+# listing.sh BUILD [SCRATCH]. Runs take turns. Times and ratios are medians over the rounds, each
+# ratio taken within its round. Prints the table of doc/speed.md. The scratch folder, by default in
+# memory so that no disk is measured, takes about 4 GB.
 set -euo pipefail
 build=$(realpath "$1")
 scratch=$(mktemp -d "${2:-/dev/shm}/listing-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-rounds=${ROUNDS:-7}
+rounds=${ROUNDS:-9}
 
 utility=$build/cmd_gen/ocmd_gen
+floor=$build/bench/floor
 plain=$build/bench/plain_walk
 
-declare -A fastest
-# Runs a command once and keeps its time in microseconds under a name if it is the fastest so far.
+# Runs a command and adds its time in microseconds to those under a name.
 clock() {
-    local name=$1 start end
+    local start end
     start=${EPOCHREALTIME/./}
     eval "$2"
     end=${EPOCHREALTIME/./}
-    local taken=$((end - start))
-    [[ ${fastest[$name]:-} && ${fastest[$name]} -le $taken ]] || fastest[$name]=$taken
+    echo $((end - start)) >>"$1.times"
 }
-ratio() { awk -v a="${fastest[$1]}" -v b="${fastest[$2]}" 'BEGIN { printf "%.2f", a / b }'; }
-milliseconds() { echo $((fastest[$1] / 1000)); }
+median() { sort -n | awk '{ value[NR] = $1 } END { printf "%.2f", value[int((NR + 1) / 2)] }'; }
+milliseconds() { awk '{ print $1 / 1000 }' "$1.times" | median | cut -d. -f1; }
+ratio() { paste "$1.times" "$2.times" | awk '{ print $1 / $2 }' | median; }
 
 row() {
-    local shape=$1 work=$2 options=$3 place=$4 sink=$5
-    fastest=()
+    local shape=$1 work=$2 options=$3 place=$4 sink=$5 versus_written=' |  | ' versus_plain=
+    local bytes
+    bytes=$(stat -c %s result)
+    rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
         clock ours "$utility $options tree.par $sink"
-        clock cat "cat result $sink"
+        if [[ $place != nowhere ]]; then # where writing is nothing
+            clock floor "$floor $bytes $sink"
+            clock cat "cat result $sink"
+        fi
         if [[ $work == listing ]]; then clock plain "$plain tree.par $sink"; fi
     done
-    local versus_plain=
+    if [[ $place != nowhere ]]; then
+        versus_written="$(milliseconds floor) | $(ratio ours floor) | $(ratio ours cat)"
+    fi
     if [[ $work == listing ]]; then versus_plain=$(ratio plain ours); fi
-    local versus_cat="$(milliseconds cat) | $(ratio ours cat)"
-    if [[ $place == nowhere ]]; then versus_cat=" | "; fi # where cat moves nothing
-    echo "| $shape | $work | $place | $(stat -c %s result) | $(milliseconds ours) |" \
-        "$versus_cat | $versus_plain |"
+    echo "| $shape | $work | $place | $bytes | $(milliseconds ours) | $versus_written |" \
+        "$versus_plain |"
 }
 
-echo "| Tree | Work | To | Bytes | ocmd_gen, ms | cat, ms | ocmd_gen / cat | plain walk / ocmd_gen |"
-echo "|---|---|---|---|---|---|---|---|"
+echo "| Tree | Work | To | Bytes | ocmd_gen, ms | floor, ms | ocmd_gen / floor | ocmd_gen / cat |" \
+    "plain walk / ocmd_gen |"
+echo "|---|---|---|---|---|---|---|---|---|"
 memory=
 for shape in wide deep shared; do
     "$build/bench/make_tree" "$shape" tree.par

@@ -2,7 +2,7 @@
 #include "cmd_gen/dump.h"
 
 #include "atnode/relations.h"
-#include "feature/tsh/src/text_builder_internal.h"
+#include "cmd_gen/record_internal.h"
 #include "feature/tsh/src/trace_internal.h"
 #include "param_reg/param_registry.h"
 
@@ -15,8 +15,7 @@ namespace {
 constexpr int kHexadecimal = 16;
 constexpr int32_t kMaxIndent = 1023;
 
-// Room for the widest verbose record: indentation, texts, two parameters and 192 child indices.
-using Record = tsh::TextBuilder<8192>;
+using tsh::Record;
 
 void write(const Record &record) {
     const std::string_view text = record.text();
@@ -43,27 +42,6 @@ void add_param(Record &record, const parameter_info_t &param) {
     record.number(param.int_min) << "\tInt Max : ";
     record.number(param.int_max) << ", Interface mask : ";
     record.number(param.intf_mask);
-}
-
-void add_short_part(Record &record, const tree_node_t &node, int32_t depth) {
-    record << "\n";
-    record.blanks(static_cast<size_t>(std::clamp(depth, 0, kMaxIndent))) << " ";
-    if (node.token[0] != '\0')
-        record << "{ " << text_of(node.token) << " }";
-    else
-        add_param_type(record, node.params[0]);
-    record << "[";
-    record.number(depth) << "], [";
-    record.number(node.child_count) << "], [";
-    record.number(node.flags, kHexadecimal) << "], [";
-    record.number(node.intf_mask, kHexadecimal) << "], [";
-    record.number(node.param_count) << "]";
-    if (node.optional != 0)
-        record << "( Optional )";
-    if ((node.flags & TREE_FLAG_TERMINAL) != 0)
-        record << "( terminal )";
-    if ((node.flags & TREE_FLAG_SUBMODE) != 0)
-        record << "( submode )";
 }
 
 void add_verbose_part(Record &record, const tree_node_t &node) {
@@ -96,9 +74,31 @@ template <typename Fill> void write_record(Fill fill) {
 
 } // namespace
 
+void tsh::add_short_record(Record &record, const tree_node_t &node) {
+    const int32_t depth = atnode_depth(&node);
+    record << "\n";
+    record.blanks(static_cast<size_t>(std::clamp(depth, 0, kMaxIndent))) << " ";
+    if (node.token[0] != '\0')
+        record << "{ " << text_of(node.token) << " }";
+    else
+        add_param_type(record, node.params[0]);
+    record << "[";
+    record.number(depth) << "], [";
+    record.number(node.child_count) << "], [";
+    record.number(node.flags, kHexadecimal) << "], [";
+    record.number(node.intf_mask, kHexadecimal) << "], [";
+    record.number(node.param_count) << "]";
+    if (node.optional != 0)
+        record << "( Optional )";
+    if ((node.flags & TREE_FLAG_TERMINAL) != 0)
+        record << "( terminal )";
+    if ((node.flags & TREE_FLAG_SUBMODE) != 0)
+        record << "( submode )";
+}
+
 int32_t print_at_node(const tree_node_t *node, int32_t level) {
     write_record([=](Record &record) {
-        add_short_part(record, *node, atnode_depth(node));
+        tsh::add_short_record(record, *node);
         if (level == TREE_DUMP_VERBOSE)
             add_verbose_part(record, *node);
     });

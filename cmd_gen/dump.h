@@ -12,6 +12,12 @@
  * identifiers, texts, parameters and child indices. Serves as a visit function. @return 0. */
 TSH_API int32_t print_at_node(const tree_node_t *node, int32_t level);
 
+/** Prints the records of a node and of everything below it in preorder, and flushes the stream:
+ * what atnode_traverse prints with print_at_node at TREE_DUMP_SHORT, but each record is put
+ * together once. Nothing for a null node. Ends early when tsh_logfp takes no more.
+ * @return 0; -1 when something could not be written. */
+TSH_API int32_t tsh_dump_tree(const tree_node_t *node);
+
 /** Prints the verbose fields of one parameter. */
 TSH_API void print_at_node_pinfo(const parameter_info_t *param);
 

@@ -1,148 +1,96 @@
-// Records made once and written again and again.
-#include "cmd_gen/dump_run_internal.h"
+// The dump of a whole tree: a node with several parents has its record on every path, always the
+// same one, so each record is made once.
+#include "cmd_gen/dump.h"
 
 #include "atnode/walk.h"
-#include "cmd_gen/dump.h"
-#include "cmd_gen/output_block_internal.h"
-#include "cmd_gen/standard_output_internal.h"
-#include "feature/tsh/src/huge_pages_internal.h"
-#include "feature/tsh/src/trace.h"
-#include "parse_tree/tree_load.h"
+#include "cmd_gen/node_table_internal.h"
+#include "cmd_gen/record_internal.h"
+#include "feature/tsh/src/trace_internal.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <new>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace {
 
-// What the dump needs of each node, gathered when the walk first meets it: its record, as
-// print_at_node writes it, and its child list, side by side in a few bytes.
-class Records {
-public:
-    struct Place {
-        uint32_t offset;
-        uint16_t size; // 0 until the record is made; no record is empty
-        uint8_t child_count;
-    };
-
-    Records() = default;
-    ~Records() {
-        if (stream_ != nullptr)
-            fclose(stream_);
-        free(captured_);
-    }
-    Records(const Records &) = delete;
-    Records &operator=(const Records &) = delete;
-
-    // Throws std::bad_alloc when memory runs out.
-    Place of(uint16_t index) {
-        if (index >= places_.size())
-            places_.resize(index + size_t{1});
-        if (places_[index].size == 0)
-            places_[index] = gather(g_atn[index]);
-        return places_[index];
-    }
-
-    // The record, readable in whole chunks until the next one is made.
-    [[nodiscard]] std::string_view text_of(Place place) const {
-        return {&bytes_[place.offset], place.size};
-    }
-
-    [[nodiscard]] uint16_t child_of(Place place, unsigned position) const {
-        uint16_t child;
-        memcpy(&child, &bytes_[place.offset + place.size + position * sizeof child], sizeof child);
-        return child;
-    }
-
-private:
-    Place gather(const tree_node_t &node) {
-        const std::string_view text = capture(node);
-        const std::string_view links{reinterpret_cast<const char *>(node.children),
-                                     node.child_count * sizeof node.children[0]};
-        bytes_.resize(used_); // without the slack of the record before
-        reserve(used_ + text.size() + links.size() + tsh::kCopyChunk);
-        bytes_.append(text).append(links).append(tsh::kCopyChunk, '\0');
-        const Place place{static_cast<uint32_t>(used_), static_cast<uint16_t>(text.size()),
-                          static_cast<uint8_t>(node.child_count)};
-        used_ += text.size() + links.size();
-        return place;
-    }
-
-    void reserve(size_t needed) {
-        if (needed <= bytes_.capacity())
-            return;
-        bytes_.reserve(tsh::next_room(needed));
-        tsh::prefer_huge_pages(bytes_.data(), bytes_.capacity());
-    }
-
-    std::string_view capture(const tree_node_t &node) {
-        if (stream_ == nullptr)
-            stream_ = open_memstream(&captured_, &captured_size_);
-        if (stream_ == nullptr)
-            throw std::bad_alloc();
-        rewind(stream_);
-        FILE *log = std::exchange(tsh_logfp, stream_);
-        print_at_node(&node, TREE_DUMP_SHORT);
-        tsh_logfp = log;
-        if (fflush(stream_) != 0)
-            throw std::bad_alloc();
-        return {captured_, captured_size_};
-    }
-
-    std::vector<Place> places_;
-    std::string bytes_;
-    size_t used_ = 0;
-    char *captured_ = nullptr;
-    size_t captured_size_ = 0;
-    FILE *stream_ = nullptr;
-};
-
-[[noreturn]] void end_run() {
-    exit(status_of_output());
+// Memory that is short is not told: the dump then goes the slow way.
+void *resize_silently(void *block, uint32_t size) {
+    return realloc(block, size);
 }
 
-// The slow way, which needs no memory.
-int32_t print_plainly(const tree_node_t *node, int32_t level) {
-    print_at_node(node, level);
-    if (ferror(stdout) != 0)
-        end_run(); // a visit function cannot end the walk
-    return 0;
-}
-
-// Preorder, as deep as the tree, which the loader has checked.
 class DumpRun {
 public:
-    void print_below(uint16_t index) {
-        Records::Place place{};
-        try {
-            place = records_.of(index);
-        } catch (const std::bad_alloc &) {
-            output_.drain();
-            return atnode_traverse(g_atn + index, 1, 3, -1, print_plainly, TREE_DUMP_SHORT);
+    // Takes all memory that the dump needs. Returns false when there is too little.
+    bool prepare(const tree_node_t &node) {
+        tsh::Record record;
+        const auto look = [&record](const tree_node_t &seen) -> tsh::NodeLook {
+            record.clear();
+            tsh::add_short_record(record, seen);
+            return {record.text(), true, false, true};
+        };
+        return nodes_.gather(node, look) && levels_.reserve(nodes_.size()) &&
+               block_.reserve(tsh::OutputBlock::kBytes);
+    }
+
+    // Preorder. Returns false once the stream takes no more.
+    bool print() {
+        tsh::OutputBlock output(tsh_logfp, block_.data());
+        enter(output, nodes_.first());
+        while (depth_ > 0 && !output.failed()) {
+            Level &level = levels_[depth_ - 1];
+            if (level.position == level.node->link_count) {
+                --depth_;
+                continue;
+            }
+            const tsh::TableNode &child = nodes_.linked(*level.node, level.position);
+            if (child.link_count == 0) {
+                print_leaves(output, level);
+            } else {
+                ++level.position;
+                enter(output, child);
+            }
         }
-        print(records_.text_of(place));
-        for (unsigned position = 0; position < place.child_count; ++position)
-            print_below(records_.child_of(place, position));
+        return output.hand_over();
     }
 
 private:
-    void print(std::string_view text) {
-        output_.take_until(tsh::copy_in_chunks(output_.room(), text)); // a record is short
-        if (output_.failed())
-            end_run();
+    struct Level {
+        const tsh::TableNode *node;
+        unsigned position; // of the next link
+    };
+
+    void enter(tsh::OutputBlock &output, const tsh::TableNode &node) {
+        levels_[depth_++] = {&node, 0};
+        output.take_until(tsh::copy_in_chunks(output.room(), nodes_.text_of(node)));
     }
 
-    Records records_;
-    tsh::OutputBlock output_;
+    // Most records are those of leaves, so those that stand side by side are printed in one go.
+    void print_leaves(tsh::OutputBlock &output, Level &level) {
+        tsh::NodeTable::Leaves leaves(nodes_, *level.node, level.position, level.node->link_count);
+        while (leaves.more()) {
+            char *place = output.room();
+            const char *end = output.end();
+            do {
+                place = tsh::copy_in_chunks(place, leaves.take());
+            } while (place < end && leaves.more());
+            output.take_until(place);
+        }
+        level.position = leaves.position();
+    }
+
+    tsh::NodeTable nodes_{resize_silently};
+    tsh::Store<Level> levels_{resize_silently};
+    size_t depth_ = 0;
+    tsh::Store<char> block_{resize_silently};
 };
 
 } // namespace
 
-void dump_main_tree() {
-    DumpRun().print_below(0);
+int32_t tsh_dump_tree(const tree_node_t *node) {
+    if (tsh_logfp == nullptr || node == nullptr)
+        return 0;
+    DumpRun run;
+    if (!tsh::traces(UINT32_MAX) && run.prepare(*node))
+        return run.print() ? 0 : -1;
+    atnode_traverse(node, 1, 3, -1, print_at_node, TREE_DUMP_SHORT);
+    return fflush(tsh_logfp) == 0 && ferror(tsh_logfp) == 0 ? 0 : -1;
 }

@@ -14,18 +14,24 @@ TSH_API char spc_str[SPC_STR_SIZE];  /**< Indentation of the latest line: two bl
                                           that it lies in, at most 1023. */
 TSH_API int32_t submode_depth;       /**< Submodes that the enumeration is inside of. */
 
-/** Prints the lines of every command below a node of the tree at g_atn, in the order of its child
- * lists: "\n[%6u]." with the line's number, the indentation, the prefix, and two blanks before
- * each word. A line is printed at every terminal node and every submode; the commands of a submode
- * follow its line, indented, without the words that lead into it. The traversal stack holds the
- * ancestors meanwhile; a level for which it has no room is reported by the push and not listed.
+/** Prints the lines of every command below a node, in the order of the child lists: "\n[%6u]." with
+ * the line's number, the indentation, the prefix, and two blanks before each word. A line is
+ * printed at every terminal node and every submode; the commands of a submode follow its line,
+ * indented, without the words that lead into it. The node may be any record; its children, and
+ * theirs, are records of the tree at g_atn.
+ *
+ * The traversal stack holds the ancestors meanwhile. A level for which it has no room is reported
+ * by the push; its first child is listed with what is below it, but the siblings of that child are
+ * not found. Nodes below which nothing is ever printed are passed by, unless traces are on.
  *
  * In single mode, nodes that the interface or permission filter refuses and nodes with an excluding
  * flag are left out with everything below them, and submodes are listed but not entered.
  *
- * Standard output is flushed whenever much has gathered, and what has gathered is then written to
- * its descriptor, if it has one. No memory is taken per line; what is taken grows with the tree and
- * its longest line.
+ * Standard output is flushed whenever much has gathered, and at the end; what has gathered is then
+ * written to its descriptor, if it has one. No memory is taken per line, and none after the first
+ * line unless traces are on; what is taken grows with the tree and its longest line. Call stack: 20
+ * KB, however deep the tree.
+ * @param node nothing is listed below null.
  * @param prefix what every line begins with; may be null.
  * @return 0; -1 when memory runs out, after "\nMem alloc failed..." on standard error and
  *         "Mem alloc errorr.." on standard output, and when standard output takes no more, which

@@ -1,28 +1,49 @@
-// The rare steps of line output: a new number text, a line too long to gather.
+// The rare steps of line output: a number spelled out, a line too long to gather.
 #include "cmd_gen/line_output_internal.h"
 
-#include "feature/tsh/src/text_builder_internal.h"
+#include <algorithm>
 
 namespace tsh {
 
-void LineOutput::render_number() {
+namespace {
+
+constexpr uint32_t kHundred = 100;
+constexpr uint32_t kTen = 10;
+using Places = std::array<char, 2>;
+
+constexpr auto kEndings = [] {
+    std::array<Places, kHundred> endings{};
+    for (size_t i = 0; i < kHundred; ++i)
+        endings[i] = {static_cast<char>('0' + i / kTen), static_cast<char>('0' + i % kTen)};
+    return endings;
+}();
+
+// Of the first ten numbers, which begin with a blank.
+constexpr auto kFirstEndings = [] {
+    std::array<Places, kTen> endings{};
+    for (size_t i = 0; i < kTen; ++i)
+        endings[i] = {' ', static_cast<char>('0' + i)};
+    return endings;
+}();
+
+} // namespace
+
+LineNumbers::LineNumbers(uint32_t first) : base_(first - first % kHundred) {
     constexpr size_t kWidth = 6;
-    TextBuilder<kNumberSize> digits;
-    digits.number(cmd_count);
+    TextBuilder<kSize> digits;
+    digits.number(first);
     const size_t missing = kWidth - std::min(kWidth, digits.text().size());
-    TextBuilder<kNumberSize> number;
+    TextBuilder<kSize> number;
     number << "\n[";
     number.blanks(missing) << digits.text() << "].";
-    number_length_ = number.text().copy(number_.data(), number_.size());
+    length_ = number.text().copy(text_.data(), text_.size());
+    endings_ = first < kTen ? kFirstEndings.data() : kEndings.data();
+    last_ = first < kTen ? kTen - 1 : base_ + std::min(kHundred - 1, UINT32_MAX - base_);
 }
 
-void LineOutput::print_apart(std::string_view text, std::string_view word) {
-    print(text, word);
-}
-
-void LineOutput::print_long(std::string_view text, std::string_view word) {
-    char *place = block_.room();
-    block_.take_until(put_line(place, count_line(), {}, {}));
+void LineOutput::print_long_line(std::string_view text, std::string_view word) {
+    numbers_ = LineNumbers(++cmd_count);
+    block_.take_until(numbers_.put(block_.room(), cmd_count));
     block_.drain(text);
     block_.drain(word);
 }

@@ -5,8 +5,8 @@
 #include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/word_internal.h"
 
-#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -16,107 +16,97 @@ namespace tsh {
 constexpr size_t kLongestGappedWord = 1024;
 static_assert(kLongestWord < kLongestGappedWord);
 
-class LineOutput {
+/// The numbers from one on that differ in their last two places alone: "\n[%6u]." is spelled out
+/// once for all of them. A value, so that a loop over lines can keep it in registers.
+class LineNumbers {
 public:
-    class Run;
+    static constexpr size_t kSize = 16; // "\n[4294967295]." is the longest
 
-    LineOutput() { render_number(); }
+    explicit LineNumbers(uint32_t first);
 
-    /// Counts one more line and writes it: a newline, its number in brackets, the two texts. Both
-    /// texts are kept for copying in chunks; no word is longer than kLongestGappedWord.
-    void print(std::string_view text, std::string_view word) {
-        if (!fits(text))
-            return print_long(text, word);
-        char *place = block_.room();
-        block_.take_until(put_line(place, count_line(), text, word));
+    [[nodiscard]] uint32_t last() const { return last_; }
+
+    /// Writes kSize bytes. Returns the end of the number.
+    char *put(char *place, uint32_t number) const {
+        memcpy(place, text_.data(), kSize);
+        memcpy(place + length_ - kTail, &endings_[number - base_], sizeof *endings_);
+        return place + length_;
     }
 
-    void drain() { block_.drain(); }
+private:
+    using Places = std::array<char, 2>;
+    static constexpr size_t kTail = 4; // the last two places and "]."
+
+    std::array<char, kSize> text_{};
+    size_t length_;
+    uint32_t base_; // the number that ends in the first of the endings
+    uint32_t last_;
+    const Places *endings_;
+};
+
+/// One word as a run of words: what LineOutput prints lines for.
+class OneWord {
+public:
+    explicit OneWord(std::string_view word) : word_(word) {}
+    [[nodiscard]] bool more() const { return !is_taken_; }
+    std::string_view take() {
+        is_taken_ = true;
+        return word_;
+    }
+
+private:
+    std::string_view word_;
+    bool is_taken_ = false;
+};
+
+class LineOutput {
+public:
+    /// @param bytes OutputBlock::kBytes of memory that outlive the output.
+    explicit LineOutput(char *bytes) : block_(stdout, bytes) {}
+
+    /// Counts and writes one line for each word of a run: its number, the text, the word. Text and
+    /// words are kept for copying in chunks; no word is longer than kLongestGappedWord. Returns the
+    /// run when no more is to be had of it.
+    template <typename Words> Words print(std::string_view text, Words words) {
+        if (!fits(text))
+            return print_long(text, words);
+        while (words.more() && !block_.failed()) {
+            if (cmd_count == numbers_.last())
+                numbers_ = LineNumbers(cmd_count + 1);
+            // Local, because what is written might be the members for all the compiler knows.
+            const LineNumbers numbers = numbers_;
+            uint32_t number = cmd_count;
+            char *place = block_.room();
+            const char *end = block_.end();
+            do {
+                place = copy_in_chunks(numbers.put(place, ++number), text);
+                place = copy_in_chunks(place, words.take());
+            } while (number != numbers.last() && place < end && words.more());
+            cmd_count = number;
+            block_.take_until(place);
+        }
+        return words;
+    }
+
+    void hand_over() { block_.hand_over(); }
     [[nodiscard]] bool failed() const { return block_.failed(); }
 
 private:
-    static constexpr size_t kNumberSize = 16; // "\n[4294967295]." is the longest
-    static constexpr size_t kNumberTail = 4;  // last two digits and "]."
-    static constexpr uint32_t kHundred = 100;
-
-    using DigitPair = std::array<char, 2>;
-    static constexpr std::array<DigitPair, kHundred> kDigitPairs = [] {
-        std::array<DigitPair, kHundred> pairs{};
-        for (size_t i = 0; i < kHundred; ++i)
-            pairs[i] = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
-        return pairs;
-    }();
-
     static bool fits(std::string_view text) {
-        return text.size() <= kLongestGathered - kNumberSize - kLongestGappedWord - kCopyChunk;
+        return text.size() <=
+               kLongestGathered - LineNumbers::kSize - kLongestGappedWord - kCopyChunk;
     }
 
-    // Returns the last two digits of the next number. From line to line no others move, but for
-    // one in a hundred; the first hundred numbers may have blanks there.
-    const char *count_line() {
-        ++cmd_count;
-        if (cmd_count > kHundred && cmd_count % kHundred != 0)
-            return kDigitPairs[cmd_count % kHundred].data();
-        render_number();
-        return &number_[number_length_ - kNumberTail];
+    template <typename Words> Words print_long(std::string_view text, Words words) {
+        while (words.more() && !block_.failed())
+            print_long_line(text, words.take());
+        return words;
     }
 
-    char *put_line(char *place, const char *ending, std::string_view text, std::string_view word) {
-        memcpy(place, number_.data(), kNumberSize);
-        memcpy(place + number_length_ - kNumberTail, ending, sizeof(DigitPair));
-        return copy_in_chunks(copy_in_chunks(place + number_length_, text), word);
-    }
+    void print_long_line(std::string_view text, std::string_view word);
 
-    void render_number();
-    void print_apart(std::string_view text, std::string_view word); // print, out of line
-    void print_long(std::string_view text, std::string_view word);
-
-    std::array<char, kNumberSize> number_{}; // right but for the last two digits
-    size_t number_length_ = 0;
+    LineNumbers numbers_{cmd_count + 1}; // of the latest line or the next
     OutputBlock block_;
-};
-
-/// Lines that begin with one text. What moves on from line to line is held here meanwhile, where it
-/// can stay in registers; until the run ends, nothing else uses the output.
-class LineOutput::Run {
-public:
-    Run(LineOutput &output, std::string_view text) : output_(output), text_(text) { take_over(); }
-    ~Run() { hand_back(); }
-    Run(const Run &) = delete;
-    Run &operator=(const Run &) = delete;
-
-    void print(std::string_view word) {
-        if (ending_ != last_ending_ && place_ < end_) {
-            place_ = output_.put_line(place_, kDigitPairs[++ending_].data(), text_, word);
-            return;
-        }
-        hand_back();
-        output_.print_apart(text_, word);
-        take_over();
-    }
-
-private:
-    void take_over() {
-        first_ending_ = ending_ = cmd_count % kHundred;
-        last_ending_ = cmd_count < kHundred
-                           ? ending_
-                           : std::min(kHundred - 1, ending_ + (UINT32_MAX - cmd_count));
-        place_ = output_.block_.place();
-        end_ = fits(text_) ? output_.block_.end() : place_;
-    }
-
-    void hand_back() {
-        cmd_count += ending_ - first_ending_;
-        output_.block_.take_until(place_);
-    }
-
-    LineOutput &output_;
-    const std::string_view text_;
-    uint32_t first_ending_; // cmd_count % kHundred, where the run took over
-    uint32_t ending_;
-    uint32_t last_ending_; // that leaves the rest of the number as it is
-    char *place_;
-    const char *end_; // from there on no line is put in place
 };
 
 } // namespace tsh

@@ -1,5 +1,5 @@
 // ocmd_gen: lists every command line that a main tree accepts, or dumps the tree.
-#include "cmd_gen/dump_run_internal.h"
+#include "cmd_gen/dump.h"
 #include "cmd_gen/enumeration.h"
 #include "cmd_gen/standard_output_internal.h"
 #include "feature/tsh/src/process.h"
@@ -67,11 +67,12 @@ int main(int argc, char **argv) {
     init_parse_tree();
     widen_output_pipe();
     if (job == Job::kDump) {
-        dump_main_tree();
+        tsh_dump_tree(atnode_root);
     } else {
         init_params();
         generate_cmds(atnode_root, nullptr);
-        puts("\n");
+        if (ferror(stdout) == 0) // nothing follows lost lines
+            puts("\n");
     }
     return status_of_output();
 }

@@ -1,6 +1,6 @@
 // The library beneath the utility: the registry, enumeration, the dump and main tree loading, as
 // the device's other programs call them.
-#include "atnode/relations.h"
+#include "atnode/walk.h"
 #include "cmd_gen/dump.h"
 #include "cmd_gen/enumeration.h"
 #include "cmd_gen/word.h"
@@ -8,10 +8,18 @@
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
 #include "param_reg/param_registry.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 #include "tests/support/loaded_tree.h"
 
+#include <algorithm>
+#include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <sys/resource.h>
+#include <vector>
 
 namespace {
 
@@ -200,11 +208,203 @@ TEST(Enumeration, AppendsWordsOfAnyLength) {
               "\n[     1]." + std::string(300000, 'p') + "  " + word + "line " + word + "\n");
 }
 
+// A level that finds the stack full goes on with its first child alone.
+TEST(Enumeration, ListsFirstChildrenWhereTheStackIsFull) {
+    const LoadedTree tree(grammar::structural("R")
+                              .child(keyword("a")
+                                         .terminal()
+                                         .child(keyword("b").child(keyword("c").terminal()))
+                                         .child(keyword("d").terminal()))
+                              .child(keyword("e").terminal()));
+    const std::string overflow = "atn stack: push: overflow\n";
+    const struct {
+        int32_t height;
+        std::string lines;
+        std::string errors;
+    } table[] = {
+        {253, "\n[     1].  a\n[     2].  a  b  c\n[     3].  a  d\n[     4].  e", ""},
+        {255, "\n[     1].  a\n[     2].  a  b  c\n[     3].  e", overflow + overflow},
+        {256, "\n[     1].  a\n[     2].  a  b  c", overflow + overflow + overflow},
+    };
+    for (const auto &row : table)
+        for (const uint32_t families : {0U, TSH_TRACE_WORDS}) { // which have nothing to tell here
+            const Outcome outcome = in_child([&] {
+                tsh_debug_filter = families;
+                while (atnode_stack_get_height() < row.height)
+                    atnode_stack_push(g_atn + 1);
+                EXPECT_EQ(generate_cmds(g_atn, nullptr), 0);
+                EXPECT_EQ(atnode_stack_get_height(), row.height);
+                return testing::Test::HasFailure();
+            });
+            EXPECT_EQ(outcome.status, 0) << outcome.out;
+            EXPECT_EQ(outcome.out, row.lines) << row.height;
+            EXPECT_EQ(outcome.err, row.errors) << row.height;
+        }
+}
+
+// Small trees of all kinds, from any of their nodes: the way with traces is the oracle.
+TEST(Enumeration, ListsAndDumpsTheSameWithTracesAndWithout) {
+    const auto list_all = [](uint32_t families) {
+        return in_child([families] {
+            std::mt19937 generator(20250301);
+            const auto one_in = [&](uint32_t n) { return generator() % n == 0; };
+            for (int round = 0; round < 500; ++round) {
+                std::vector<tree_node_t> nodes(12);
+                for (unsigned index = 0; index < 12; ++index) {
+                    tree_node_t &node = nodes[index];
+                    snprintf(node.token, sizeof node.token, "%c", one_in(4) ? 0 : 'a' + index);
+                    node.flags = one_in(3) ? TREE_FLAG_TERMINAL : one_in(4) ? TREE_FLAG_SUBMODE : 0;
+                    node.flags |= one_in(9) ? TREE_FLAG_EXCLUDED : 0;
+                    node.param_count = one_in(5) ? 1 : 0;
+                    node.optional = one_in(5) ? 1 : 0;
+                    for (unsigned child = index + 1; child < 12; ++child)
+                        if (one_in(3))
+                            node.children[node.child_count++] = uint16_t(child);
+                }
+                g_atn = nodes.data();
+                tsh_debug_filter = families;
+                cmd_gen_mode_single = one_in(3) ? 1 : 0;
+                atnode_stack_reset();
+                for (auto height = 256 - generator() % 12; height > 0; --height)
+                    atnode_stack_push(g_atn);
+                EXPECT_EQ(generate_cmds(g_atn + generator() % 4, one_in(2) ? "do" : nullptr), 0);
+                printf("%s|", spc_str);
+                tsh_logfp = stdout;
+                EXPECT_EQ(tsh_dump_tree(g_atn + 6), 0);
+            }
+            return testing::Test::HasFailure();
+        });
+    };
+    const Outcome fast = list_all(0);
+    EXPECT_EQ(fast.status, 0);
+    EXPECT_GT(fast.out.size(), 80000U);
+    EXPECT_EQ(fast.out, list_all(TSH_TRACE_WORDS).out);
+}
+
+TEST(Enumeration, FollowsAnyRecordAndNone) {
+    const LoadedTree tree(two_commands());
+    const Outcome outcome = in_child([&] {
+        const tree_node_t elsewhere = *tree.node("mode");
+        cmd_gen_mode_single = 1;
+        for (const uint32_t families : {0U, TSH_TRACE_WORDS}) {
+            tsh_debug_filter = families;
+            EXPECT_EQ(generate_cmds(&elsewhere, "x"), 0);
+            EXPECT_EQ(generate_cmds(nullptr, "x"), 0);
+        }
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "\n[     1].x  in\n[     2].x  in");
+}
+
+// Two words on each of many levels, each above both of the next: more paths than can be walked.
+std::vector<tree_node_t> ladder(uint16_t levels) {
+    std::vector<tree_node_t> nodes(2 * size_t{levels} + 1);
+    for (int index = 0; index < 2 * levels - 1; ++index) {
+        const auto below = uint16_t((index + 1) / 2 * 2 + 1);
+        nodes[index].child_count = 2;
+        nodes[index].children[0] = below;
+        nodes[index].children[1] = uint16_t(below + 1);
+    }
+    return nodes;
+}
+
+TEST(Enumeration, PassesByWhatPrintsNothing) {
+    for (const uint16_t levels : {uint16_t{100}, uint16_t{400}}) {
+        std::vector<tree_node_t> nodes = ladder(levels);
+        nodes.emplace_back().flags = TREE_FLAG_TERMINAL;
+        const auto last = uint16_t(nodes.size() - 1);
+        nodes[0].children[nodes[0].child_count++] = last;
+        g_atn = nodes.data();
+        const Outcome outcome = in_child([&] { return generate_cmds(g_atn, "only"); });
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.out, "\n[     1].only  ");
+        EXPECT_EQ(outcome.err, "");
+    }
+}
+
+TEST(Enumeration, TellsOfLostOutput) {
+    const LoadedTree tree(two_commands());
+    for (const uint32_t families : {0U, TSH_TRACE_WORDS}) {
+        const Outcome outcome = in_child([&] {
+            tsh_debug_filter = families;
+            EXPECT_NE(freopen("/dev/full", "w", stdout), nullptr);
+            EXPECT_EQ(generate_cmds(g_atn, nullptr), -1);
+            EXPECT_EQ(atnode_stack_get_height(), 1);
+            return testing::Test::HasFailure();
+        });
+        EXPECT_EQ(outcome.status, 0);
+    }
+}
+
+TEST(Enumeration, AppendersOwnWhatTheyTakeOver) {
+    if (!failing_malloc::available())
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    const LoadedTree tree(
+        grammar::structural("R").child(keyword("k").parameter(1).parameter(2).optional()));
+    const Outcome outcome = in_child([&] {
+        puts("before"); // either stream now has its buffer
+        fputs("before", stderr);
+        for (const long fail_at : {2L, 3L, 4L}) { // of the copy of the line, token and two pieces
+            failing_malloc::arm(fail_at);
+            char *line = add_token_str(tsh_strdup("line "), g_atn + 1);
+            if (line != nullptr)
+                line = add_param_str(line, g_atn + 1);
+            EXPECT_EQ(line, nullptr);
+            EXPECT_EQ(failing_malloc::disarm().live, 0);
+        }
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+}
+
+// As deep as indices reach, with little call stack.
+TEST(Enumeration, TakesNoCallStackForDepth) {
+    std::vector<tree_node_t> nodes(TREE_MAX_NODES);
+    for (size_t index = 0; index + 1 < nodes.size(); ++index) {
+        nodes[index].child_count = 1;
+        nodes[index].children[0] = uint16_t(index + 1);
+        nodes[index].token[0] = index % 2 == 0 ? 'w' : '\0';
+    }
+    nodes.back().flags = TREE_FLAG_TERMINAL;
+    g_atn = nodes.data();
+    const auto with_small_stack = [](const std::function<void()> &code) {
+        return in_child([&] {
+            const rlimit small{1 << 20, 1 << 20};
+            setrlimit(RLIMIT_STACK, &small);
+            code();
+            return 0;
+        });
+    };
+    const Outcome listing = with_small_stack([] { generate_cmds(g_atn, nullptr); });
+    EXPECT_EQ(listing.status, 0);
+    EXPECT_EQ(listing.out.size(), strlen("\n[     1].") + size_t{2} * 65535 + 32767);
+    const Outcome traced = with_small_stack([] {
+        tsh_debug_filter = TSH_TRACE_WORDS;
+        generate_cmds(g_atn, nullptr);
+    });
+    EXPECT_TRUE(traced.out == listing.out) << traced.out.size() << " bytes";
+    const Outcome dump = with_small_stack([] {
+        tsh_logfp = stdout;
+        tsh_dump_tree(g_atn);
+    });
+    EXPECT_EQ(dump.status, 0);
+    EXPECT_EQ(std::count(dump.out.begin(), dump.out.end(), '\n'), TREE_MAX_NODES);
+    const Outcome walk = with_small_stack([] {
+        tsh_logfp = stdout;
+        atnode_traverse(g_atn, 1, 3, -1, print_at_node, TREE_DUMP_SHORT);
+    });
+    EXPECT_TRUE(walk.out == dump.out) << walk.out.size() << " bytes";
+}
+
 TEST(Enumeration, TracesInStepWithItsLines) {
     const LoadedTree tree(two_commands());
     const Outcome outcome = harness::traced(TSH_TRACE_NAVIGATION | TSH_TRACE_PARAMS, [&] {
         generate_cmds(tree.node("get"), nullptr);
         cmd_count = 0;
+        cmd_gen_mode_single = 1; // no type of a node that is left out is looked up
+        generate_cmds(tree.node("get"), nullptr);
+        const_cast<tree_node_t *>(tree.node("parameter"))->flags |= TREE_FLAG_EXCLUDED;
         generate_cmds(tree.node("get"), nullptr);
     });
     const std::string walk = "@atn stack push parent: get\n"
@@ -213,7 +413,8 @@ TEST(Enumeration, TracesInStepWithItsLines) {
                              "\n[     1].  <>"
                              "@atn stack peek TOP: loc 1: value: get\n@end of siblings\n"
                              "@atn stack pop parent: get\n";
-    EXPECT_EQ(outcome.out, walk + walk);
+    const std::string end = walk.substr(walk.find("@atn stack peek"));
+    EXPECT_EQ(outcome.out, walk + walk + walk.substr(0, walk.find("@Searching")) + end);
 }
 
 TEST(Dump, ShowsEverythingAtTheVerboseLevel) {

@@ -169,6 +169,23 @@ TEST_F(Utility, RefusesTreesThatBreakTheRecordsRules) {
     }
 }
 
+// The stack holds the root and 254 levels below it; each of the others is told of.
+TEST_F(Utility, GoesAsDeepAsTheTree) {
+    constexpr size_t kLevels = 65000;
+    std::vector<tree_node_t> nodes = grammar::lay_out(main_root({keyword("on")}));
+    size_t last = 1;
+    for (size_t level = 1; level < kLevels; ++level) {
+        nodes[last].children[nodes[last].child_count++] = uint16_t(nodes.size());
+        last = nodes.size();
+        strcpy(nodes.emplace_back().token, "on");
+    }
+    nodes[last].flags = TREE_FLAG_TERMINAL;
+    store(nodes);
+    EXPECT_EQ(shell("ulimit -s 1024; ocmd_gen -s main.par 2>errors | wc -c"), "260012\nstatus 0");
+    EXPECT_EQ(shell("sort errors | uniq -c"), "  64745 atn stack: push: overflow\nstatus 0");
+    EXPECT_EQ(shell("ulimit -s 1024; ocmd_gen -gs main.par | grep -c on"), "65000\nstatus 0");
+}
+
 TEST_F(Utility, NeedsARedirectRootBehindTheFirstChild) {
     const Word redirect = grammar::structural("tsh_redirect_root");
     const Word only = grammar::structural("root").child(redirect);

@@ -1,0 +1,75 @@
+// Gathering nodes: a walk that comes to each node once and keeps it on the way back.
+#include "cmd_gen/node_table_internal.h"
+
+#include <algorithm>
+#include <span>
+
+namespace {
+
+using Links = std::span<const uint16_t>;
+
+Links children_of(const tree_node_t &node) {
+    return {node.children, std::min<size_t>(node.child_count, TREE_MAX_CHILDREN)};
+}
+
+} // namespace
+
+namespace tsh {
+
+bool NodeTable::gather(const tree_node_t &first, const Look &look) {
+    first_ = &first;
+    size_t depth = 0;
+    if (!nodes_.reserve(kFirst + 1) || !meet(kFirst, depth++))
+        return false;
+    while (depth > 0) {
+        Step &step = path_[depth - 1];
+        const tree_node_t &node = *record_at(step.slot);
+        const Links children = children_of(node);
+        while (step.children_met < children.size() && met_[children[step.children_met]])
+            ++step.children_met;
+        if (step.children_met < children.size()) {
+            if (!meet(children[step.children_met], depth++))
+                return false;
+        } else {
+            if (!keep(step.slot, look(node), children))
+                return false;
+            --depth;
+        }
+    }
+    return true;
+}
+
+bool NodeTable::meet(uint32_t slot, size_t depth) {
+    if (!path_.grow(depth + 1))
+        return false;
+    met_[slot] = true;
+    path_[depth] = {slot, 0};
+    return true;
+}
+
+bool NodeTable::keep(uint32_t slot, const NodeLook &look, Links children) {
+    const size_t most = look.text.size() + children.size_bytes() + kCopyChunk;
+    if (!bytes_.grow(bytes_used_ + most))
+        return false;
+    if (!look.entered && slot != kFirst)
+        children = {};
+
+    char *const text = &bytes_[bytes_used_];
+    char *const links = text + look.text.copy(text, look.text.size());
+    size_t link_count = 0;
+    for (const uint16_t child : children) { // each is put where the next one may replace it
+        memcpy(links + link_count * sizeof child, &child, sizeof child);
+        link_count += kept_[child] ? 1 : 0;
+    }
+    nodes_[slot] = {static_cast<uint32_t>(bytes_used_),
+                    static_cast<uint16_t>(look.text.size()),
+                    static_cast<uint8_t>(link_count),
+                    look.printed,
+                    look.submode,
+                    !children.empty() && kept_[children[0]]};
+    kept_[slot] = look.printed || link_count != 0;
+    bytes_used_ += look.text.size() + link_count * sizeof children[0];
+    return true;
+}
+
+} // namespace tsh

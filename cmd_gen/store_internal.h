@@ -1,0 +1,62 @@
+// Items side by side in one growing block of memory.
+#pragma once
+
+#include "feature/tsh/src/huge_pages_internal.h"
+#include "feature/tsh/src/memory.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace tsh {
+
+/// Resizes a block in the manner of tsh_realloc, null standing for no block and for no memory.
+using Resize = void *(*)(void *block, uint32_t size);
+
+template <typename Item> class Store {
+    static_assert(std::is_trivially_copyable_v<Item>);
+
+public:
+    explicit Store(Resize function) : resize_(function) {}
+    ~Store() { tsh_free(items_); }
+    Store(const Store &) = delete;
+    Store &operator=(const Store &) = delete;
+
+    /// Room for exactly this many items, if there is less: memory that is not touched costs
+    /// nothing. Items that are there stay, new ones are not initialised. @return false without
+    /// memory.
+    [[nodiscard]] bool reserve(size_t count) {
+        return count <= capacity_ || resize(count * sizeof(Item));
+    }
+
+    /// The same for items that keep coming.
+    [[nodiscard]] bool grow(size_t count) {
+        if (count <= capacity_)
+            return true;
+        if (!resize(next_room(count * sizeof(Item))))
+            return false;
+        prefer_huge_pages(items_, capacity_ * sizeof(Item));
+        return true;
+    }
+
+    [[nodiscard]] Item *data() { return items_; }
+    [[nodiscard]] const Item *data() const { return items_; }
+    Item &operator[](size_t index) { return items_[index]; }
+    const Item &operator[](size_t index) const { return items_[index]; }
+
+private:
+    bool resize(size_t size) {
+        void *resized = size > UINT32_MAX ? nullptr : resize_(items_, static_cast<uint32_t>(size));
+        if (resized == nullptr)
+            return false;
+        items_ = static_cast<Item *>(resized);
+        capacity_ = size / sizeof(Item);
+        return true;
+    }
+
+    Resize resize_;
+    Item *items_ = nullptr;
+    size_t capacity_ = 0;
+};
+
+} // namespace tsh

@@ -1,0 +1,99 @@
+// The traced way: children are found, and types looked up, as often as the traces are to show it.
+#include "atnode/relations.h"
+#include "cmd_gen/command_line_internal.h"
+#include "cmd_gen/listing_internal.h"
+#include "cmd_gen/word_internal.h"
+
+#include <cstdio>
+
+namespace {
+
+class TracedListing {
+public:
+    [[nodiscard]] bool list(const tree_node_t *node, std::string_view prefix) {
+        if (!line_.grow(SPC_STR_SIZE + prefix.size()))
+            return false;
+        line_.begin();
+        line_.append(prefix);
+        bool has_memory = enter(node, false, line_.mark());
+        while (depth_ > 0 && has_memory && ferror(stdout) == 0)
+            has_memory = list_child();
+        while (depth_ > 0)
+            leave();
+        return has_memory;
+    }
+
+private:
+    // A node whose children are being listed, and what to go back to then.
+    struct Level {
+        const tree_node_t *child; // in hand, null behind the last
+        bool in_submode;          // of its own
+        tsh::CommandLine::Mark outer;
+    };
+
+    // Lists the child in hand and goes on to the next: below it, beside it, or where the level
+    // ends, beside its parent. Returns false without memory.
+    bool list_child() {
+        const tree_node_t *child = levels_[depth_ - 1].child;
+        if (child == nullptr) {
+            leave();
+        } else if (!tsh::is_left_out(*child)) {
+            const tsh::Word word = tsh::spell(*child);
+            if (tsh::has_line(*child))
+                print_line(word.text());
+            if (tsh::is_entered(*child))
+                return enter_child(child, word.text());
+        }
+        if (depth_ > 0)
+            levels_[depth_ - 1].child = atnode_next_sibling(levels_[depth_ - 1].child);
+        return true;
+    }
+
+    bool enter_child(const tree_node_t *child, std::string_view word) {
+        const tsh::CommandLine::Mark outer = line_.mark();
+        if (!line_.grow(SPC_STR_SIZE + tsh::kWordGap.size() + word.size()))
+            return false;
+        if (tsh::is_submode(*child)) {
+            ++submode_depth;
+            line_.begin();
+        } else {
+            line_.append(tsh::kWordGap);
+            line_.append(word);
+        }
+        return enter(child, tsh::is_submode(*child), outer);
+    }
+
+    bool enter(const tree_node_t *node, bool in_submode, tsh::CommandLine::Mark outer) {
+        if (!levels_.grow(depth_ + 1))
+            return false;
+        atnode_stack_push(node);
+        levels_[depth_++] = {atnode_first_child(node), in_submode, outer};
+        return true;
+    }
+
+    void leave() {
+        const Level &level = levels_[--depth_];
+        atnode_stack_pop();
+        if (level.in_submode)
+            --submode_depth;
+        line_.cut_back(level.outer);
+    }
+
+    void print_line(std::string_view word) {
+        tsh::show_indentation();
+        printf("\n[%6u].", ++cmd_count);
+        fwrite(line_.text().data(), 1, line_.text().size(), stdout);
+        fwrite(tsh::kWordGap.data(), 1, tsh::kWordGap.size(), stdout);
+        fwrite(word.data(), 1, word.size(), stdout);
+    }
+
+    tsh::Store<Level> levels_{tsh_realloc};
+    size_t depth_ = 0;
+    tsh::CommandLine line_;
+};
+
+} // namespace
+
+bool tsh::list_traced(const tree_node_t *node, std::string_view prefix) {
+    return TracedListing().list(node, prefix);
+}
