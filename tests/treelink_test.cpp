@@ -224,6 +224,8 @@ TEST_F(Link, TellsWhatIsAmiss) {
     store("roots.par", {{keyword("other"), ""}, {keyword("show"), ""}});
     grammar::write_main_tree(path("yesterday.par"), grammar::lay_out(main_root({})));
     harness::write_file(path("cut.par"), stored(Nodes(1), "show") + "cut");
+    std::filesystem::create_directory(path("spoiled"));
+    harness::write_file(path("spoiled/main_tree.pars"), "no tree");
     const std::string again = "*** Treelink Warning ***: Duplicate nodename show in again.par\n";
     struct {
         const char *files;
@@ -251,6 +253,11 @@ TEST_F(Link, TellsWhatIsAmiss) {
          "*** Treelink Warning ***: File cut.par could not be read to its end: it ends inside a "
          "header\n",
          1, false},
+        {"-p spoiled root.par",
+         "Problem with the parser file.\n"
+         "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree.pars cannot be used\n"
+         "main_tree_to_hash: can't read file \nmain_tree_to_hash: can't read file \n",
+         1, true},
         {"root.par none.par",
          "Treelink Error: Parser file none.par could not be opened \n"
          "ocmd_link: none.par: not linked: No such file or directory\n",
