@@ -428,7 +428,7 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
         {poked(kTreeBytes, 65537000), corrupted},
         {poked(kTreeBytes, 65536000), cut},
         {poked(kTreeBytes, 0), ""},
-        {stored(chain(257)), corrupted},
+        {stored(chain(1000)), "a b a b "},
         {stored(circle), corrupted},
     };
     Word root = structural("root");

@@ -267,7 +267,7 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
         return input.refuse_as_unreadable();
     if (to_host != 0)
         tsh::swap_array_order(tree);
-    if (tsh::check_tree(tree))
+    if (tsh::at_c_edge([&] { return tsh::check_tree(tree); }))
         return input.refuse_as_corrupted();
     if (debug) {
         display_array_tree(tree.data(), 0, 0);

@@ -1,0 +1,240 @@
+// The table of fields, and the words and names that follow from a record.
+#include "tools/support/grammar_fields.h"
+
+#include "tools/support/types.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <cstdio>
+#include <cstring>
+
+namespace tool {
+
+namespace {
+
+#define FIELD(record, member) offsetof(record, member), sizeof(record::member)
+
+constexpr std::array kWordFields{
+    GrammarField{"name", FieldKind::kText, FIELD(tree_node_t, name)},
+    GrammarField{"help", FieldKind::kText, FIELD(tree_node_t, help)},
+    GrammarField{"function", FieldKind::kText, FIELD(tree_node_t, func_id)},
+    GrammarField{"terminal", FieldKind::kFlag, FIELD(tree_node_t, flags), 2},
+    GrammarField{"submode", FieldKind::kFlag, FIELD(tree_node_t, flags), 3},
+    GrammarField{"submode_help", FieldKind::kText, FIELD(tree_node_t, submode_help)},
+    GrammarField{"mode", FieldKind::kText, FIELD(tree_node_t, mode_id)},
+    GrammarField{"optional", FieldKind::kYesNo, FIELD(tree_node_t, optional)},
+    GrammarField{"excluded", FieldKind::kFlag, FIELD(tree_node_t, flags), 10},
+    GrammarField{"flags", FieldKind::kSet, FIELD(tree_node_t, flags)},
+    GrammarField{"permissions", FieldKind::kSet, FIELD(tree_node_t, perms_mask)},
+    GrammarField{"interfaces", FieldKind::kSet, FIELD(tree_node_t, intf_mask)},
+    GrammarField{"token_id", FieldKind::kNumber, FIELD(tree_node_t, token_id)},
+    GrammarField{"command_id", FieldKind::kNumber, FIELD(tree_node_t, command_id)},
+    GrammarField{"message_type", FieldKind::kNumber, FIELD(tree_node_t, cmi_msg_type)},
+    GrammarField{"aux_text", FieldKind::kText, FIELD(tree_node_t, aux_text)},
+    GrammarField{"aux_label", FieldKind::kText, FIELD(tree_node_t, aux_label)},
+    GrammarField{"aux_value1", FieldKind::kNumber, FIELD(tree_node_t, aux_value1)},
+    GrammarField{"aux_value2", FieldKind::kNumber, FIELD(tree_node_t, aux_value2)},
+};
+
+constexpr std::array kParameterFields{
+    GrammarField{"min", FieldKind::kSigned, FIELD(parameter_info_t, int_min)},
+    GrammarField{"max", FieldKind::kSigned, FIELD(parameter_info_t, int_max)},
+    GrammarField{"interfaces", FieldKind::kSet, FIELD(parameter_info_t, intf_mask)},
+    GrammarField{"opaque1", FieldKind::kBytes, FIELD(parameter_info_t, opaque1)},
+    GrammarField{"opaque2", FieldKind::kBytes, FIELD(parameter_info_t, opaque2)},
+};
+
+#undef FIELD
+
+const uint8_t *place(const void *record, const GrammarField &field) {
+    return static_cast<const uint8_t *>(record) + field.offset;
+}
+
+uint8_t *place(void *record, const GrammarField &field) {
+    return static_cast<uint8_t *>(record) + field.offset;
+}
+
+template <typename Word> Word load(const uint8_t *bytes) {
+    Word word;
+    memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+uint64_t whole_number(const void *record, const GrammarField &field) {
+    const uint8_t *bytes = place(record, field);
+    switch (field.size) {
+    case sizeof(uint16_t):
+        return load<uint16_t>(bytes);
+    case sizeof(uint32_t):
+        return load<uint32_t>(bytes);
+    default:
+        return load<uint64_t>(bytes);
+    }
+}
+
+void put_whole_number(void *record, const GrammarField &field, uint64_t number) {
+    uint8_t *bytes = place(record, field);
+    const auto half = static_cast<uint16_t>(number);
+    const auto word = static_cast<uint32_t>(number);
+    switch (field.size) {
+    case sizeof half:
+        memcpy(bytes, &half, sizeof half);
+        break;
+    case sizeof word:
+        memcpy(bytes, &word, sizeof word);
+        break;
+    default:
+        memcpy(bytes, &number, sizeof number);
+    }
+}
+
+// Sets of more numbers than a word has bits lie as a bit array: number i at bit i % 8 of byte i
+// / 8.
+bool is_bit_array(const GrammarField &field) {
+    return field.size > sizeof(uint64_t);
+}
+
+// What would make names ambiguous, break attach paths or spoil a line of output.
+bool needs_escape(unsigned char byte) {
+    return byte <= ' ' || byte == 0x7F || strchr(".,%<", byte) != nullptr;
+}
+
+std::string escaped(std::string_view keyword) {
+    std::string text;
+    for (const char c : keyword) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (!needs_escape(byte)) {
+            text += c;
+            continue;
+        }
+        char code[4];
+        snprintf(code, sizeof code, "%%%02x", byte);
+        text += code;
+    }
+    return text;
+}
+
+std::string parameter_keys(const tree_node_t &node, const char *between) {
+    std::string text;
+    for (int i = 0; i < std::min<int>(node.param_count, TREE_MAX_PARAMS); ++i) {
+        text += i == 0 ? "" : between;
+        text.append("<").append(types_text(node.params[i].type_mask)).append(">");
+    }
+    return text;
+}
+
+std::string_view token_of(const tree_node_t &node) {
+    return {node.token, strnlen(node.token, sizeof node.token)};
+}
+
+bool has_no_word(const tree_node_t &node) {
+    return node.token[0] == '\0' && node.param_count == 0;
+}
+
+// FNV-1a of 64 bits.
+uint64_t hash_of(std::string_view text) {
+    uint64_t hash = 0xCBF29CE484222325;
+    for (const char c : text)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+    return hash;
+}
+
+bool inside_character(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+// A name within its field. Cuts fall between characters of UTF-8.
+std::string fitting(const std::string &name) {
+    constexpr size_t kMostBytes = TREE_NAME_SIZE - 1;
+    constexpr size_t kHead = 34;
+    constexpr size_t kTail = 15;
+    if (name.size() <= kMostBytes)
+        return name;
+    size_t head = kHead;
+    while (head > 0 && inside_character(name[head]))
+        --head;
+    size_t tail = name.size() - kTail;
+    while (tail < name.size() && inside_character(name[tail]))
+        ++tail;
+    constexpr uint64_t kTwelveDigits = 0xFFFFFFFFFFFF;
+    char digits[16];
+    snprintf(digits, sizeof digits, "~%012llx~",
+             static_cast<unsigned long long>(hash_of(name) & kTwelveDigits));
+    return name.substr(0, head) + digits + name.substr(tail);
+}
+
+} // namespace
+
+std::span<const GrammarField> word_fields() {
+    return kWordFields;
+}
+
+std::span<const GrammarField> parameter_fields() {
+    return kParameterFields;
+}
+
+const GrammarField &field_of(std::span<const GrammarField> fields, std::string_view key) {
+    const auto found =
+        std::ranges::find_if(fields, [&](const GrammarField &field) { return field.key == key; });
+    assert(found != fields.end());
+    return *found;
+}
+
+std::string_view text_in(const void *record, const GrammarField &field) {
+    const auto *text = reinterpret_cast<const char *>(place(record, field));
+    return {text, strnlen(text, field.size)};
+}
+
+uint64_t number_in(const void *record, const GrammarField &field) {
+    const uint64_t number = whole_number(record, field);
+    if (field.kind == FieldKind::kFlag)
+        return number >> field.bit & 1U;
+    if (field.kind == FieldKind::kSigned)
+        return static_cast<uint64_t>(static_cast<int64_t>(static_cast<int32_t>(number)));
+    return number;
+}
+
+bool set_holds(const void *record, const GrammarField &field, uint32_t number) {
+    if (is_bit_array(field))
+        return (place(record, field)[number / 8] >> number % 8 & 1U) != 0;
+    return (whole_number(record, field) >> number & 1U) != 0;
+}
+
+void put_text(void *record, const GrammarField &field, std::string_view text) {
+    memcpy(place(record, field), text.data(), text.size());
+}
+
+void put_number(void *record, const GrammarField &field, uint64_t number) {
+    if (field.kind != FieldKind::kFlag) {
+        put_whole_number(record, field, number);
+        return;
+    }
+    const uint64_t others = whole_number(record, field) & ~(uint64_t{1} << field.bit);
+    put_whole_number(record, field, others | number << field.bit);
+}
+
+void put_in_set(void *record, const GrammarField &field, uint32_t number) {
+    if (is_bit_array(field)) {
+        uint8_t &byte = place(record, field)[number / 8];
+        byte = static_cast<uint8_t>(byte | 1U << number % 8);
+        return;
+    }
+    put_whole_number(record, field, whole_number(record, field) | uint64_t{1} << number);
+}
+
+std::string word_key(const tree_node_t &node) {
+    if (has_no_word(node))
+        return "<>";
+    return std::string{token_of(node)} + parameter_keys(node, " ");
+}
+
+std::string made_name(std::string_view parent_name, const tree_node_t &node) {
+    std::string name{parent_name};
+    if (!name.empty())
+        name += '.';
+    name += has_no_word(node) ? "<>" : escaped(token_of(node)) + parameter_keys(node, "");
+    return fitting(name);
+}
+
+} // namespace tool

@@ -1,0 +1,84 @@
+// Parameter types by name, over the process-wide registry.
+#include "tools/support/types.h"
+
+#include "feature/tsh/src/bits.h"
+#include "param_reg/builtin_types.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <span>
+
+namespace tool {
+
+namespace {
+
+constexpr uint32_t kFamilyBits = 0xC0000000;
+
+struct MaskLayout {
+    uint32_t class_field;
+    uint32_t types;
+};
+
+MaskLayout layout_of(uint32_t mask) {
+    return (mask & kFamilyBits) == 0 ? MaskLayout{0x00F00000, 0x000FFFFF}
+                                     : MaskLayout{0x00FFC000, 0x00003FFF};
+}
+
+std::span<param_reg_info_t *const> registered() {
+    return {pinfo_reg_tbl.entries, pinfo_reg_tbl.count};
+}
+
+bool equal_ignoring_case(std::string_view a, std::string_view b) {
+    return std::ranges::equal(
+        a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+}
+
+} // namespace
+
+void register_types() {
+    if (pinfo_reg_tbl.count == 0)
+        init_params();
+}
+
+uint32_t type_bits(uint32_t mask) {
+    return mask & layout_of(mask).types;
+}
+
+uint32_t class_bits(uint32_t mask) {
+    return mask & (kFamilyBits | layout_of(mask).class_field);
+}
+
+const param_reg_info_t *find_type(std::string_view name) {
+    const auto found = std::ranges::find_if(registered(), [&](const param_reg_info_t *type) {
+        return equal_ignoring_case(type->name, name);
+    });
+    return found == registered().end() ? nullptr : *found;
+}
+
+std::vector<std::string_view> type_names() {
+    std::vector<std::string_view> names;
+    for (const param_reg_info_t *type : registered())
+        names.emplace_back(type->name);
+    return names;
+}
+
+std::string types_text(uint32_t mask) {
+    std::string text;
+    const uint32_t types = type_bits(mask);
+    bool nameable = types != 0 && (types | class_bits(mask)) == mask;
+    for (int32_t bit = bit_pos_get32(types, -1); nameable && bit >= 0;
+         bit = bit_pos_get32(types, bit)) {
+        const char *name = param_reg_name_get((1u << bit) | class_bits(mask));
+        nameable = name != nullptr;
+        if (nameable)
+            (text += text.empty() ? "" : " | ") += name;
+    }
+    if (nameable)
+        return text;
+    char number[16];
+    snprintf(number, sizeof number, "0x%08X", mask);
+    return number;
+}
+
+} // namespace tool
