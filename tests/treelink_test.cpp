@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 #include <set>
 
 namespace {
@@ -474,10 +475,28 @@ TEST_F(Link, ServesOtherPrograms) {
         tsh_main_tree_node_count = 3;
         debug_flag = 0;
         assign_space(0, 4);
-        return printf("%u %s\n", tsh_main_tree_max_nodes, tsh_main_tree[2].name);
+        printf("%u %s\n", tsh_main_tree_max_nodes, tsh_main_tree[2].name);
+        tsh_main_tree_node_count = UINT32_MAX; // which the sum goes past
+        assign_space(0, 2);
+        printf("%u\n", tsh_main_tree_max_nodes);
+        subtree_entry_t ours{}; // without nodes, so that it stays ours
+        subtree_entry_t *none = nullptr;
+        subtree_entry_t *roots = &ours;
+        treelink_cleanup(&none, &roots, nullptr);
+        ours.path_count = 1;
+        const int32_t names = extract_path(nullptr, ours.attach_paths);
+        printf("%d %d\n", names, ours.path_count);
+        tsh_main_tree = nullptr; // then one under construction, which is no tree yet
+        tsh_main_tree_node_count = 0;
+        assign_space(0, 1);
+        for (const uint16_t child : std::initializer_list<uint16_t>{0, 7, 65535})
+            tsh_main_tree->children[tsh_main_tree->child_count++] = child;
+        debug_flag = 1;
+        return assign_space(0, 6);
     });
     EXPECT_EQ(outcome.err, "Error: Parser file / could not be opened \n");
-    EXPECT_EQ(outcome.out, R"(-1
+    const std::regex addresses("-?[0-9]+, new is -?[0-9]+ ");
+    EXPECT_EQ(std::regex_replace(outcome.out, addresses, ""), R"(-1
 Done reading header file /dev/null
 *** Fatal error: Not able to read main parser file 
 -1
@@ -488,6 +507,13 @@ Treenode size=1000
 Done with ntoh conversion of temp tree
 2
 12 one
+12
+0 0
+Old size = 5, Numnodes = 6, Allocated memory = 10 
+Old memory was 
+0:  "" 0 7 65535
+  7:  ""
+  65535:  ""
 )");
 }
 
