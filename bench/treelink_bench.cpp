@@ -1,10 +1,13 @@
 // Speed of the tree linker.
 //
-// link* links 512 gzip files of 60,000 nodes; yardstick* does the part of it that cannot be
-// avoided: inflates the same files, copies the nodes together and, as *_to_file, writes them with
-// the same care for the disk. Set TMPDIR to a folder in memory to leave the disk out of it.
-// growth/* links chains of one-node subtrees from 4 files, each subtree attached below another:
-// best links every parent before what hangs below it, worst after it, random in any order.
+// Without an option: 512 gzip files of 60,000 nodes are linked, in memory and to a file. The
+// yardstick does the part of it that cannot be avoided: inflates the same files, copies the nodes
+// together and writes them with the same care for the disk. Both ask for huge pages. Set TMPDIR to
+// a folder in memory to leave the disk out of it.
+// --growth: chains of one-node subtrees are linked from 4 files, each subtree attached below
+// another: best links every parent before what hangs below it, worst after it, random in any order.
+#include "bench/ratio_report.h"
+#include "feature/tsh/src/huge_pages_internal.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
 #include "treelink/link_driver.h"
@@ -20,6 +23,7 @@
 #include <numeric>
 #include <random>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 #include <vector>
 #include <zlib.h>
@@ -127,7 +131,9 @@ void expect(bool good, const char *what) {
 }
 
 Array inflate_and_copy(const ParFiles &files) {
-    Array array{static_cast<tree_node_t *>(malloc(files.node_count * sizeof(tree_node_t)))};
+    const size_t size = files.node_count * sizeof(tree_node_t);
+    Array array{static_cast<tree_node_t *>(malloc(size))};
+    tsh::prefer_huge_pages(array.get(), size);
     std::vector<tree_node_t> read;
     size_t copied = 0;
     for (const std::string &name : files.names) {
@@ -167,20 +173,14 @@ void link_files(benchmark::State &state, const ParFiles &files) {
     }
 }
 
-void yardstick(benchmark::State &state) {
-    const ParFiles &files = grammar();
-    for (auto _ : state)
-        inflate_and_copy(files);
-}
-
 void link(benchmark::State &state) {
     link_files(state, grammar());
 }
 
-void yardstick_to_file(benchmark::State &state) {
+void inflate(benchmark::State &state) {
     const ParFiles &files = grammar();
     for (auto _ : state)
-        write_durably(inflate_and_copy(files), files.node_count, files.output());
+        inflate_and_copy(files);
 }
 
 void link_to_file(benchmark::State &state) {
@@ -189,6 +189,12 @@ void link_to_file(benchmark::State &state) {
         expect(update_main_parse_tree_file(files.list.get(), files.names[0].c_str(),
                                            files.output().c_str(), 0) == 0,
                "the link cannot write");
+}
+
+void inflate_to_file(benchmark::State &state) {
+    const ParFiles &files = grammar();
+    for (auto _ : state)
+        write_durably(inflate_and_copy(files), files.node_count, files.output());
 }
 
 enum class Order { kBest, kWorst, kRandom };
@@ -217,14 +223,27 @@ void growth_sizes(benchmark::internal::Benchmark *growing) {
     growing->ArgsProduct({{1000, 2000, 4000, 8000, 10000, 16000}})->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK(yardstick)->Unit(benchmark::kMillisecond);
-BENCHMARK(link)->Unit(benchmark::kMillisecond);
-BENCHMARK(yardstick_to_file)->Unit(benchmark::kMillisecond);
-BENCHMARK(link_to_file)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(growth, best, Order::kBest)->Apply(growth_sizes);
-BENCHMARK_CAPTURE(growth, worst, Order::kWorst)->Apply(growth_sizes);
-BENCHMARK_CAPTURE(growth, random, Order::kRandom)->Apply(growth_sizes);
+int measure_growth(int argc, char **argv) {
+    const std::pair<const char *, Order> orders[] = {
+        {"best", Order::kBest}, {"worst", Order::kWorst}, {"random", Order::kRandom}};
+    for (const auto &[name, order] : orders)
+        growth_sizes(benchmark::RegisterBenchmark(name, growth, order));
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    if (argc > 1 && argv[1] == std::string_view{"--growth"})
+        return measure_growth(argc - 1, argv + 1);
+    const std::pair<const char *, void (*)(benchmark::State &)> pairs[] = {
+        {"in memory/ours", link},
+        {"in memory/yardstick", inflate},
+        {"to a file/ours", link_to_file},
+        {"to a file/yardstick", inflate_to_file}};
+    for (const auto &[name, work] : pairs)
+        benchmark::RegisterBenchmark(name, work)->Unit(benchmark::kMillisecond);
+    return run_side_by_side(argc, argv, 1.2);
+}

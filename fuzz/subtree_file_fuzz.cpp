@@ -1,4 +1,5 @@
-// A whole link of bytes that pose as the root file, as a subtree file and as a prebuilt tree.
+// A whole link of bytes that pose as the root file, as a subtree file and as a prebuilt tree: the
+// first byte tells how many nodes at the end are the prebuilt tree.
 #include "parse_tree/tree_check_internal.h"
 #include "treelink/attach.h"
 
@@ -24,9 +25,12 @@ std::string store(int descriptor, const uint8_t *data, size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static std::string folder;
-    const std::string subtrees = store(100, data, size);
-    const size_t rest = size % TREE_NODE_SIZE; // the prebuilt tree is what follows
-    const std::string prebuilt = store(101, data + rest, size - rest);
+    if (size == 0)
+        return 0;
+    const size_t most_nodes = (size - 1) / TREE_NODE_SIZE;
+    const size_t tree_bytes = TREE_NODE_SIZE * std::min(size_t{data[0]}, most_nodes);
+    const std::string subtrees = store(100, data + 1, size - 1 - tree_bytes);
+    const std::string prebuilt = store(101, data + size - tree_bytes, tree_bytes);
     if (folder.empty()) {
         folder = "/tmp/subtree-fuzz-XXXXXX";
         prebuilt_main_tree_path = mkdtemp(folder.data());

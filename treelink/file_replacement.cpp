@@ -95,10 +95,6 @@ Status status_of(const char *path) {
     return stat(path, &status) == 0 ? Status{status} : std::nullopt;
 }
 
-bool is_same_file(const struct stat &one, const struct stat &other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
 // The file at the end of a chain of symbolic links, whether it exists or not.
 fs::path end_of_links(const char *path) {
     fs::path file{path};
@@ -289,7 +285,8 @@ template <typename Make> bool tsh_file_replacement_t::find_free_name(Make make) 
 // another file.
 bool tsh_file_replacement_t::takes_the_place_of(const struct stat &old) const {
     struct stat there {};
-    return fstatat(folder_.number(), name_.c_str(), &there, 0) == 0 && is_same_file(there, old);
+    return fstatat(folder_.number(), name_.c_str(), &there, 0) == 0 &&
+           there.st_dev == old.st_dev && there.st_ino == old.st_ino;
 }
 
 // Nothing is allocated from here on, and nothing can fail once the new file is in place.

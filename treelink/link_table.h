@@ -69,7 +69,8 @@ TSH_API int32_t atnodes_to_dl_hash(const tree_node_t *base, GHashTable *table, u
 /** Builds main_tree_dl_hash over the prebuilt tree "main_tree.pars".
  * @return 0; 1 (the table keeps its value) silently without a prebuilt directory, and after
  *         "main_tree_to_hash: can't read file " on standard output when the directory is too long,
- *         the file cannot be mapped or its tree breaks the rules of its records. */
+ *         the file cannot be mapped or its tree breaks the rules of its records; unless the file
+ *         is just not there, standard error names it as well. */
 TSH_API int32_t main_tree_to_dl_hash(void);
 
 /** The same for main_tree2_dl_hash and "main_tree2.pars". */

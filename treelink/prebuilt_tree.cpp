@@ -1,6 +1,7 @@
 // The prebuilt trees: their mappings, and the tables that tell every node's parent.
 #include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_load.h"
+#include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
 
@@ -11,6 +12,7 @@
 #include <optional>
 #include <span>
 #include <sys/mman.h>
+#include <unistd.h>
 #include <vector>
 
 GHashTable *main_tree_dl_hash;
@@ -38,20 +40,27 @@ void unmap(Nodes nodes) {
     munmap(const_cast<tree_node_t *>(nodes.data()), nodes.size_bytes());
 }
 
+// Nothing, after a message, for a tree that is there and cannot be used.
+std::optional<Nodes> refuse(const char *file) {
+    tsh::warn(tsh::Loss::kNothing, "*** Treelink Warning ***: Prebuilt tree %s/%s cannot be used\n",
+              prebuilt_main_tree_path, file);
+    return std::nullopt;
+}
+
 std::optional<Nodes> map_sound_tree(const char *file) {
     std::array<char, kPathSize> path;
     const int length = snprintf(path.data(), path.size(), "%s/%s", prebuilt_main_tree_path, file);
     if (length < 0 || static_cast<size_t>(length) >= path.size())
-        return std::nullopt;
+        return refuse(file);
     const tree_node_t *tree = nullptr;
     const int32_t count = verify_and_mmap_parse_tree(path.data(), &tree);
     if (count < 1)
-        return std::nullopt;
+        return access(path.data(), F_OK) == 0 ? refuse(file) : std::nullopt;
     const Nodes nodes{tree, static_cast<size_t>(count)};
     if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(nodes); })) {
         tsh::report_tree_fault(stderr, path.data(), nodes, *fault);
         unmap(nodes);
-        return std::nullopt;
+        return refuse(file);
     }
     return nodes;
 }
