@@ -2,14 +2,18 @@
 #include "examples/grammar.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/tree_file.h"
+#include "parse_tree/tree_load.h"
+#include "platform/robust_string.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <zlib.h>
 
 namespace {
@@ -179,6 +183,25 @@ TEST(TreeFiles, ConversionStaysInsideTheArrayWhateverItsLinksSay) {
     EXPECT_EQ(bytes.size(), 2000);
     EXPECT_EQ(bytes.substr(1328, 2), "\1\2");
     EXPECT_EQ(nodes[2].optional, 0x0102);
+}
+
+// A file may claim any number of records; indices reach 65,536 of them.
+TEST(TreeFiles, RecordsBeyondReachAreNeverTouched) {
+    const harness::ScratchDir scratch;
+    grammar::write_main_tree(scratch.path("huge"),
+                             grammar::lay_out(grammar::main_root({keyword("x")})));
+    std::filesystem::resize_file(scratch.path("huge"), 1'000'000'000);
+    const Outcome outcome = in_child([&] {
+        printf("%d ", tsh_init_redirect_root()); // no tree is loaded yet
+        robust_strncpy(tsh_parse_file, scratch.path("huge").c_str(), sizeof tsh_parse_file);
+        init_parse_tree();
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        printf("%zu bytes, %ld MB", main_tree_map_size, usage.ru_maxrss / 1024);
+        return usage.ru_maxrss < 300 * 1024 ? 0 : 1;
+    });
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    EXPECT_TRUE(outcome.out.starts_with("-1 1000000000 bytes, ")) << outcome.out;
 }
 
 // What the writer says of a tree and how many nodes it stores (0: no record).
