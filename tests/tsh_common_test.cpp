@@ -19,6 +19,8 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <random>
+#include <sys/mman.h>
+#include <unistd.h>
 
 // The fuzzer's properties of every line; aborts where one does not hold.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
@@ -169,6 +171,33 @@ TEST(TshCommon, MissingMemoryHasItsResultAndLosesNothing) {
     const str_list_t list = {2, {word, word}, {}};
     EXPECT_EQ(without_memory([&] { return str_list_join(&list); }), "null;ab ab;");
     EXPECT_EQ(without_memory([] { return hex_split("1:23", ":"); }), "null;null;null;01|23;");
+}
+
+// Some letters that a text of 2 GB shows over and over.
+TEST(TshCommon, TextsTooLongForTheirSizesFindNoMemory) {
+    if constexpr (sizeof(size_t) < 8)
+        GTEST_SKIP() << "no room for the text";
+    constexpr size_t kPiece = 1U << 25;
+    constexpr size_t kSize = size_t{1} << 31;
+    const int letters = memfd_create("letters", 0);
+    const std::string piece(kPiece, 'x');
+    ASSERT_EQ(write(letters, piece.data(), kPiece), static_cast<ssize_t>(kPiece));
+    auto *text = static_cast<char *>(
+        mmap(nullptr, kSize + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    ASSERT_NE(text, MAP_FAILED);
+    for (size_t at = 0; at < kSize; at += kPiece)
+        ASSERT_NE(
+            mmap(text + at, kPiece, PROT_READ, MAP_SHARED | MAP_FIXED | MAP_POPULATE, letters, 0),
+            MAP_FAILED);
+    const str_list_t words = {2, {text, text}, {}};
+    const std::string no_malloc = "\nErr: Malloc failed...";
+    EXPECT_EQ(printed(TSH_TRACE_ALLOCATION, [&] { EXPECT_EQ(strsplit(text, " "), nullptr); }),
+              no_malloc + "@malloc failed while duplicating cmdline\n");
+    EXPECT_EQ(printed(0, [&] { EXPECT_EQ(tokenize(text, nullptr), nullptr); }), no_malloc);
+    EXPECT_EQ(printed(0, [&] { EXPECT_EQ(str_list_join(&words), nullptr); }),
+              "\nErr: Realloc failed...");
+    munmap(text, kSize + 1);
+    close(letters);
 }
 
 TEST(TshCommon, ListsAreJoinedPrintedAndReleased) {

@@ -1,8 +1,10 @@
 // Sets of characters, as one table: how the splitters look for what ends a word.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 namespace tsh {
@@ -18,20 +20,33 @@ public:
         return held_[static_cast<unsigned char>(c)];
     }
 
-    /// Position of the first character of the set at or after from, or the size of the text.
-    [[nodiscard]] constexpr size_t find_in(std::string_view text, size_t from) const {
-        while (from < text.size() && !holds(text[from]))
+    /// Position of the first character of the set at or after from, or the size of the text, which
+    /// ends where a zero-terminated text does.
+    [[nodiscard]] size_t find_in(std::string_view text, size_t from) const {
+        const size_t nearby = std::min(text.size(), from + kByTable);
+        while (from < nearby && !holds(text[from]))
             ++from;
-        return from;
+        if (from < nearby || from >= text.size())
+            return from;
+        return from + strcspn(&text[from], members_.data());
     }
 
 private:
+    // Characters looked at one by one before strcspn takes over. A call of it costs as much as some
+    // twenty of them, and from then on it passes sixteen in the time of two.
+    static constexpr size_t kByTable = 32;
+
     constexpr void add(std::string_view characters) {
-        for (const char c : characters)
+        for (const char c : characters) {
+            if (!holds(c))
+                members_[count_++] = c;
             held_[static_cast<unsigned char>(c)] = true;
+        }
     }
 
     std::array<bool, 256> held_{};
+    std::array<char, 256> members_{}; // zero-terminated
+    size_t count_ = 0;
 };
 
 } // namespace tsh
