@@ -42,7 +42,7 @@ const tree_node_t *atnode_find_token(const tree_node_t *node, int32_t depth, con
             trace("atn Depth expired, aborting");
         return nullptr;
     }
-    for (uint32_t i = 0; i < node->child_count; ++i)
+    for (int32_t i = 0; i < node->child_count; ++i)
         if (const tree_node_t *found = atnode_find_token(child_at(node, i), depth - 1, token))
             return found;
     return nullptr;

@@ -5,11 +5,13 @@
 #include "tests/support/harness.h"
 #include "tests/support/loaded_tree.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -72,6 +74,11 @@ protected:
         a = tree_.node("A");
         o = tree_.node("O");
         s = tree_.node("S");
+        // What unused links hold means nothing.
+        for (const tree_node_t *node = r; node <= tree_.node("S1"); ++node)
+            std::fill(const_cast<uint16_t *>(node->children) + node->child_count,
+                      const_cast<uint16_t *>(std::end(node->children)),
+                      static_cast<uint16_t>(s - r));
     }
 
     LoadedTree tree_;
@@ -155,6 +162,7 @@ TEST_F(Navigation, RelationsComeFromTheNodeAndTheStack) {
     EXPECT_EQ(atnode_depth(o), 12) << "on top itself";
     EXPECT_EQ(atnode_next_sibling(o), s);
     EXPECT_EQ(atnode_child_position(o), 1);
+    EXPECT_EQ(atnode_child_position(s), -1);
     atnode_stack_push(tree_.node("D1"));
     EXPECT_EQ(atnode_first_sibling(o), nullptr) << "below a node without children";
     EXPECT_EQ(reported([&] { EXPECT_EQ(atnode_next_sibling(o), nullptr); }), stray);
@@ -212,6 +220,7 @@ TEST_F(Navigation, LookupsTakeTheNearestPrefixIgnoringCase) {
         {"R", 1, "TW", "A2"},    {"R", 1, "d", "D"},        {"R", 2, "d", "A2x"},
         {"R", 0, "two", "none"}, {"R", 0, "", "none"},      {"R", 0, "shows", "none"},
         {"R", 9, "x", "none"},   {"R", 0, nullptr, "none"}, {"D1", 9, "s", "none"},
+        {"O", 9, "s1", "none"},
     };
     for (const auto &row : table)
         EXPECT_EQ(name_of(atnode_find_token(tree_.node(row.from), row.depth, row.token)), row.found)
