@@ -186,7 +186,7 @@ TEST_F(Navigation, NullNodesHaveNoRelations) {
 TEST_F(Navigation, WalksVisitInTheirOrderAndLeaveTheStack) {
     const auto below = [&](const char *parent, const std::function<void()> &walk) {
         atnode_stack_push(tree_.node(parent));
-        const Names names = noted(walk);
+        Names names = noted(walk);
         EXPECT_EQ(atnode_stack_pop(), tree_.node(parent));
         return names;
     };
@@ -271,7 +271,7 @@ protected:
         for (const tree_node_t *node : {s, tree_.node("S1")}) {
             char address[40];
             snprintf(address, sizeof address, "%p", static_cast<const void *>(node));
-            for (size_t at = 0; (at = text.find(address, at)) != text.npos;)
+            for (size_t at = 0; (at = text.find(address, at)) != std::string::npos;)
                 text.replace(at, strlen(address), node->name);
         }
         return text;

@@ -113,9 +113,9 @@ private:
         walked_.insert(node);
         for (int32_t i = 0; i < nodes_[node].child_count; ++i) {
             const uint16_t child = nodes_[node].children[i];
-            if (above.count(child) != 0)
+            if (above.contains(child))
                 closing_links.emplace_back(node, i);
-            else if (walked_.count(child) == 0)
+            else if (!walked_.contains(child))
                 walk(child, above);
         }
     }
@@ -130,9 +130,9 @@ TEST(TreeCheck, FindsTheLinksThatCloseCycles) {
     for (int round = 0; round < 3000; ++round) {
         Nodes nodes(1 + random() % 9);
         for (size_t parent = 0; parent < nodes.size(); ++parent)
-            for (uint16_t child = 0; child < nodes.size(); ++child)
+            for (size_t child = 0; child < nodes.size(); ++child)
                 if (random() % nodes.size() == 0 && (random() % 3 == 0 || child > parent))
-                    link(nodes, parent, child);
+                    link(nodes, parent, static_cast<uint16_t>(child));
         for (tree_node_t &node : nodes)
             std::shuffle(node.children, node.children + node.child_count, random);
         const CycleModel model(nodes);
