@@ -252,8 +252,9 @@ protected:
         atnode_children_foreach(a, note, 7);
         atnode_sibling_foreach(s, note, 7);
         atnode_stack_push(s);
-        atnode_look_ahead_foreach(tree_.node("S1"), note, -1, 7);
         atnode_look_ahead_foreach(tree_.node("S1"), note, 1, 7);
+        atnode_stack_push(tree_.node("A2"));
+        atnode_look_ahead_foreach(tree_.node("A2x"), note, -1, 7);
         atnode_traverse(d, 1, 3, -1, note, 7);
         atnode_find_token(s, 0, "x");
         atnode_find_token(s, 0, "S");
@@ -327,24 +328,6 @@ atn node A depth 2
 @end of siblings
 @atn stack push parent: S
 @ Func Trace: <<< atnode_look_ahead_foreach >>>
-@atn stack peek TOP: loc 1: value: S
-@@atn stack height: 2
-atn node S1 depth 3
-@atn stack height: 2
-@atn look ahead foreach node S1
-@atn stack peek TOP: loc 1: value: S
-@atn node S1's first sibling is S1
-@atn stack peek TOP: loc 1: value: S
-@@atn stack height: 2
-atn node S1 depth 3
-@atn stack height: 2
-@atn stack push parent: S1
-@atn node S1 has no children
-@atn stack pop parent: S1
-@atn stack peek TOP: loc 1: value: S
-@ Func Trace: <<< atnode_next_sibling >>>
-@end of siblings
-@ Func Trace: <<< atnode_look_ahead_foreach >>>
 @atn look ahead foreach node S1
 @atn stack peek TOP: loc 1: value: S
 @atn node S1's first sibling is S1
@@ -359,6 +342,18 @@ atn node S1 depth 3
 @atn stack peek TOP: loc 1: value: S
 @ Func Trace: <<< atnode_next_sibling >>>
 @end of siblings
+@atn stack push parent: A2
+@ Func Trace: <<< atnode_look_ahead_foreach >>>
+@atn stack peek TOP: loc 2: value: A2
+@@atn stack height: 3
+atn node A2x depth 4
+@atn stack height: 3
+@atn look ahead foreach node A2x
+@atn stack peek TOP: loc 2: value: A2
+@atn node A2x's first sibling is A2x
+@atn stack peek TOP: loc 2: value: A2
+@ Func Trace: <<< atnode_next_sibling >>>
+@end of siblings
 @atn preorder traverse subtree under node D
 @atn visiting node D #children 1
 @atn child #0 for node D
@@ -371,14 +366,15 @@ Root index: S
 @atn child #0, index #S1, token s1
 @at token found at ~depth: 0@Matching token [alpha]
 @atn stack push parent: D1
-@atn stack peek TOP: loc 2: value: D1
+@atn stack peek TOP: loc 3: value: D1
 @atn node A has no children
-@atn stack peek TOP: loc 2: value: D1
+@atn stack peek TOP: loc 3: value: D1
 @atn no such child
 @
 print atn stack
 ----------------
-@stack.atn_traverse_stack[2] = D1
+@stack.atn_traverse_stack[3] = D1
+@stack.atn_traverse_stack[2] = A2
 @stack.atn_traverse_stack[1] = S
 @stack.atn_traverse_stack[0] = R
 @-x- end atn stack -x-
