@@ -9,6 +9,7 @@
 #include <bitset>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace {
 

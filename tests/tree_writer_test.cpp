@@ -14,6 +14,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <utility>
 #include <zlib.h>
 
 namespace {
