@@ -163,12 +163,14 @@ TEST_F(Navigation, RelationsComeFromTheNodeAndTheStack) {
     EXPECT_EQ(atnode_next_sibling(o), s);
     EXPECT_EQ(atnode_child_position(o), 1);
     EXPECT_EQ(atnode_child_position(s), -1);
+    EXPECT_EQ(atnode_parent(r), nullptr);
     atnode_stack_push(tree_.node("D1"));
     EXPECT_EQ(atnode_first_sibling(o), nullptr) << "below a node without children";
     EXPECT_EQ(reported([&] { EXPECT_EQ(atnode_next_sibling(o), nullptr); }), stray);
 }
 
 TEST_F(Navigation, NullNodesHaveNoRelations) {
+    atnode_stack_push(o);
     EXPECT_EQ(atnode_first_child(nullptr), nullptr);
     EXPECT_EQ(atnode_nth_child(nullptr, 0), nullptr);
     EXPECT_EQ(atnode_parent(nullptr), nullptr);
