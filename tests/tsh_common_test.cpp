@@ -105,6 +105,14 @@ a" => [a"]0;a""b c => [a""b c]0)",
     EXPECT_EQ(split("a0b;", "01234567890123456789012345678901;"), "[a]0[b;]2");
     EXPECT_EQ(split("a\tb\vc", " 2345678901234567890123456789"), "[a]0[b\vc]2");
     EXPECT_TRUE(split(repeated(600, "w ")).ends_with("[w]1018[w]1020"));
+    for (const size_t length : {15U, 16U, 17U, 100U}) {
+        const std::string word(length, 'w');
+        const std::string words = "[" + word + "]0[x]" + std::to_string(length + 1);
+        for (const char *delimiters : {",", "0123456789ABCDEFG,", "0123456789ABCDEFGHIJ,"}) {
+            EXPECT_EQ(split(word + ",x", delimiters), words);
+            EXPECT_EQ(tokens(word + "\vx", delimiters), words + " 00");
+        }
+    }
 }
 
 TEST(TshCommon, TokenizeKnowsQuotesEscapesAndSpecials) {
