@@ -1,12 +1,15 @@
 // The registry of parameter types as programs fill and ask it.
+#include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
 #include "param_reg/param_registry.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -19,6 +22,12 @@ using harness::traced;
 class Registry : public testing::Test {
 protected:
     Registry() { init_pinfo_reg_table(); }
+    ~Registry() override { release(pinfo_reg_tbl); }
+
+    // The library never releases a record.
+    static void release(const param_reg_table_t &table) {
+        std::for_each_n(std::begin(table.entries), table.count, tsh_free);
+    }
 
     static int32_t enter(uint32_t id, const char *name, int32_t size = 4,
                          param_match_t match = nullptr) {
@@ -45,6 +54,7 @@ TEST_F(Registry, RefusesWhatIsTakenOrNameless) {
     EXPECT_EQ(param_reg_index_get(1063), 1063U);
     EXPECT_EQ(enter(64, "one too many"), -1);
     EXPECT_EQ(pinfo_reg_tbl.count, 64U);
+    release(pinfo_reg_tbl);
     EXPECT_EQ(init_pinfo_reg_table(), 0);
     EXPECT_EQ(pinfo_reg_tbl.count, 0U);
     EXPECT_EQ(pinfo_reg_tbl.entries[63], nullptr);
