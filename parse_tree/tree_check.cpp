@@ -96,8 +96,8 @@ void Checkup::run() {
         find_cycles();
 }
 
-// The loop over the table is unrolled, so that the compiler sees which check is made: called through
-// the table, the checks of 65,536 sound records take three times as long.
+// The loop over the table is unrolled, so that the compiler sees which check is made: called
+// through the table, the checks of 65,536 sound records take three times as long.
 void Checkup::check_record() {
     broken_ = 0;
     const auto make = [this]<uint32_t Index>() {
