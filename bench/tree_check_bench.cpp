@@ -3,8 +3,11 @@
 #include "bench/ratio_report.h"
 #include "parse_tree/tree_check_internal.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <numeric>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace {
@@ -62,5 +65,5 @@ int main(int argc, char **argv) {
     const Tree backward = backward_tree();
     add_pair("check forward links", forward);
     add_pair("check backward links", backward);
-    return run_side_by_side(argc, argv, 2.0);
+    return run_side_by_side(argc, argv, 1.0);
 }

@@ -52,5 +52,5 @@ int main(int argc, char **argv) {
     for (int word = 0; word < 500; ++word)
         megabyte.append(2096, 'w').append(" ");
     add("megabyte", megabyte);
-    return run_side_by_side(argc, argv, 4);
+    return run_side_by_side(argc, argv, 2.5);
 }

@@ -2,6 +2,7 @@
 #include "bmask/bmask_internal.h"
 
 #include <cstdio>
+#include <iterator>
 
 int32_t printf_curr_idx = 0;
 

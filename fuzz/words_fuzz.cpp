@@ -5,6 +5,7 @@
 #include "feature/tsh/src/tokenizer.h"
 #include "feature/tsh/src/word_split.h"
 
+#include <algorithm>
 #include <cstring>
 #include <glib.h>
 #include <string>

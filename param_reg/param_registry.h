@@ -19,7 +19,8 @@ typedef int32_t (*param_match_t)(const parameter_info_t *param);
 /** One registered type. Records live until the process ends. */
 typedef struct param_reg_info_t {
     uint32_t id;                    /**< Single-type key, unique in the table. */
-    char name[PARAM_REG_NAME_SIZE]; /**< Display name, unique ignoring case. */
+    char name[PARAM_REG_NAME_SIZE]; /**< Display name, cut to fit; what fits is unique ignoring
+                                         case. */
     int32_t size;                   /**< Bytes of a value, 1 to 1024; 0 when not given. */
     void *extra1;                   /**< Kept for the registering program. */
     param_match_t match_fn;         /**< May be null. */
@@ -37,8 +38,9 @@ TSH_API param_reg_table_t pinfo_reg_tbl;
 /** Empties the table; the records themselves are not released. @return 0. */
 TSH_API int32_t init_pinfo_reg_table(void);
 
-/** Registers a type under its single-type key. The name is copied, cut to 31 characters; a size
- * outside 1 to 1024 is kept as 0.
+/** Registers a type under its single-type key. The name is compared with those in the table as it
+ * is given and then copied, cut to 31 characters: two longer names that are equal that far are both
+ * taken and look alike in the table. A size outside 1 to 1024 is kept as 0.
  * @return 0; -1 for a null or empty name, an id or name (ignoring case) that is taken, or a full
  *         table; -2 when the record cannot be allocated. The table is unchanged on failure. */
 TSH_API int32_t param_register(uint32_t id, const char *name, int32_t size, void *extra1,

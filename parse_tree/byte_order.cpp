@@ -9,6 +9,7 @@
 #include <bit>
 #include <bitset>
 #include <cstring>
+#include <iterator>
 
 namespace {
 

@@ -13,7 +13,7 @@ TSH_API void ntoh_subtree_header(subtree_header_t *header);
 
 /** Converts every node reachable from node 0 to network order, each exactly once, shared nodes
  * included. The two numbers are not used; callers pass 0. A child count above 192 is read as 192;
- * the child indices must lie inside the array. */
+ * the child indices must lie inside the array. Takes 136 KB of call stack. */
 TSH_API void hton_array_tree(tree_node_t *nodes, uint32_t unused1, uint32_t unused2);
 
 /** The same from network to host order. */

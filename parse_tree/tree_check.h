@@ -24,7 +24,7 @@ typedef int32_t (*tsh_tree_fault_fn)(const tsh_tree_fault_t *fault, void *contex
  * that leads outside the tree. Of each cycle the node is reported whose link closes it in a walk
  * in the order of the child lists. Any depth is sound.
  * Linear in nodes and links, without recursion. Only a tree with a link to an earlier record takes
- * memory, 3 bytes a node; where there is none, check "cycle" reports that of node 0.
+ * memory, 4 bytes a node; where there is none, check "cycle" reports that of node 0.
  * @param report may be null where the number is all that is asked for.
  * @return the number of faults reported, one that ended the check included; 0 for a sound tree. */
 TSH_API uint32_t tsh_tree_check(const tree_node_t *nodes, uint32_t node_count,
@@ -35,11 +35,14 @@ TSH_API uint32_t tsh_tree_check(const tree_node_t *nodes, uint32_t node_count,
  * "unterminated-text" and "cycle". */
 TSH_API const char *tsh_tree_check_name(uint32_t index);
 
+/** Bytes that hold the text of any fault with its terminating zero. */
+#define TSH_TREE_FAULT_TEXT_SIZE 640
+
 /** Writes a fault of the tree as text: the node's index and name, the fault, and the link in
  * question if there is one, as in
  *     node 5 "shutdown": a link leads back to an ancestor (child 0: node 1 "show")
- * Names appear as printable ASCII, every other byte as \xNN. The text is cut to capacity bytes
- * with its terminating zero; a capacity of 0 writes nothing.
+ * Names appear as printable ASCII, a quote, a backslash and every other byte as \xNN. The text is
+ * cut to capacity bytes with its terminating zero; a capacity of 0 writes nothing.
  * @return the length of the whole text, without the terminating zero. */
 TSH_API size_t tsh_tree_fault_text(const tree_node_t *nodes, uint32_t node_count,
                                    const tsh_tree_fault_t *fault, char *buffer, size_t capacity);

@@ -1,5 +1,5 @@
 // Small services around array trees that the device's tree library would supply.
-#include "parse_tree/tree_library.h"
+#include "parse_tree/tree_library_internal.h"
 
 #include "parse_tree/tree_walk_internal.h"
 #include "platform/robust_string.h"
@@ -24,8 +24,10 @@ void display_node(const tree_node_t &node, uint16_t index, size_t level) {
     putchar('\n');
 }
 
+} // namespace
+
 // The walk leaves a node after everything below it, so that each height is made of known ones.
-bool has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
+bool tsh::has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
     TreeWalk walk{nodes};
     std::vector<uint16_t> heights(nodes.size());
     for (Event event = walk.next(); event != Event::kEnd; event = walk.next()) {
@@ -34,19 +36,18 @@ bool has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
         uint16_t &height = heights[walk.node()];
         height = 1;
         if (event == Event::kLeft)
-            for (const uint16_t child : tsh::links_of(nodes[walk.node()]))
-                height = std::max<uint16_t>(height, static_cast<uint16_t>(heights[child] + 1));
+            for (const uint16_t child : links_of(nodes[walk.node()]))
+                if (child < nodes.size())
+                    height = std::max(height, static_cast<uint16_t>(heights[child] + 1));
         if (walk.depth() - 1 + height > TREE_MAX_LEVELS)
             return true;
     }
     return false;
 }
 
-} // namespace
-
 int32_t cycle_check(const tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
     try {
-        return has_cycle_or_is_too_deep({nodes, TREE_MAX_NODES}) ? 1 : 0;
+        return tsh::has_cycle_or_is_too_deep({nodes, TREE_MAX_NODES}) ? 1 : 0;
     } catch (const std::bad_alloc &) {
         return 1;
     }

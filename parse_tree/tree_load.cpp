@@ -2,7 +2,8 @@
 #include "parse_tree/tree_load.h"
 
 #include "feature/tsh/src/trace_internal.h"
-#include "parse_tree/tree_check_internal.h"
+#include "parse_tree/load_report_internal.h"
+#include "parse_tree/par_file_internal.h"
 #include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
 
@@ -11,12 +12,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
+#include <span>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+using tsh::ParFile;
 using tsh::trace;
 using tsh::traces;
 
@@ -32,32 +33,6 @@ constexpr const char *kParDirectory = "/wysk/etc/par";
 constexpr const char *kMainTreeFile = "main_tree.par";
 constexpr char kRedirectRootName[] = "tsh_redirect_root";
 
-// A par file open for reading. Opened without waiting, so that a pipe in its place is refused like
-// any other file that cannot be mapped.
-class ParFile {
-public:
-    explicit ParFile(const char *path)
-        : descriptor_(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
-    ~ParFile() {
-        if (descriptor_ >= 0)
-            close(descriptor_);
-    }
-    ParFile(const ParFile &) = delete;
-    ParFile &operator=(const ParFile &) = delete;
-
-    [[nodiscard]] int descriptor() const { return descriptor_; }
-    [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
-
-    // Size in bytes, or -1 with errno set; a file that did not open has none.
-    [[nodiscard]] off_t size() const {
-        struct stat status {};
-        return is_open() && fstat(descriptor_, &status) == 0 ? status.st_size : -1;
-    }
-
-private:
-    int descriptor_;
-};
-
 // Sizes and node counts beyond these cannot be held in memory or in the result.
 bool is_whole_tree(off_t size) {
     return size % TREE_NODE_SIZE == 0 && size / TREE_NODE_SIZE <= INT32_MAX &&
@@ -69,9 +44,11 @@ int32_t fail(const char *message) {
     return -1;
 }
 
-// Reports the failure with the system's reason.
+// Reports the failure with the system's reason, which errno still tells afterwards.
 int32_t fail_with_reason(const char *what) {
-    fprintf(stderr, "%s: %s\n", what, strerror(errno));
+    const int error = errno;
+    fprintf(stderr, "%s: %s\n", what, strerror(error));
+    errno = error;
     return -1;
 }
 
@@ -100,12 +77,16 @@ void name_parse_file() {
         tsh_parse_tree_filename_get(tsh_parse_file, sizeof tsh_parse_file);
 }
 
-bool report_if_unsound(const tree_node_t *tree, int32_t node_count) {
-    const std::span nodes{tree, static_cast<size_t>(node_count)};
-    const auto fault = tsh::check_tree(nodes);
-    if (fault)
-        tsh::report_tree_fault(stderr, tsh_parse_file, nodes, *fault);
-    return fault.has_value();
+// The nodes of the tree, none where it cannot be mapped or is unsound.
+std::span<const tree_node_t> map_sound_tree() {
+    errno = 0;
+    const int32_t node_count = verify_and_mmap_parse_tree(tsh_parse_file, &g_atn);
+    if (node_count < 0) {
+        tsh::report_unmapped(tsh_parse_file, errno);
+        return {};
+    }
+    const std::span nodes{g_atn, static_cast<size_t>(node_count)};
+    return tsh::report_if_unsound(tsh_parse_file, nodes) ? std::span<const tree_node_t>{} : nodes;
 }
 
 } // namespace
@@ -115,12 +96,14 @@ int32_t init_parse_tree(void) {
     if (traces(TSH_TRACE_STARTUP))
         trace("\nMapping main parse file: %s", tsh_parse_file);
 
-    const int32_t node_count = verify_and_mmap_parse_tree(tsh_parse_file, &g_atn);
-    if (node_count < 0 || report_if_unsound(g_atn, node_count))
+    const std::span nodes = map_sound_tree();
+    if (nodes.empty())
         give_up("\n Error mapping main parse tree... ");
     atnode_root = g_atn;
-    if (tsh_init_redirect_root() != 0)
+    if (tsh_init_redirect_root() != 0) {
+        tsh::report_no_redirect_root(tsh_parse_file, nodes);
         give_up("\n Error finding the tsh redirect root node ... ");
+    }
     tsh_parse_tree_root_set(0);
     return 0;
 }
@@ -150,9 +133,12 @@ int32_t mmap_main_parse_tree(const char *path, const tree_node_t **out) {
     main_tree_map_size = static_cast<size_t>(size);
     if (!is_whole_tree(size))
         return fail("Error file size error.\n");
-    // With all pages at once, for the check of the tree reads every record.
-    void *mapping = mmap(nullptr, main_tree_map_size, PROT_READ, MAP_SHARED | MAP_POPULATE,
-                         file.descriptor(), 0);
+    // With all pages at once, for the check of the tree reads every record. A larger file is one of
+    // which nobody reads more than the records that indices can name.
+    const int pages =
+        main_tree_map_size <= size_t{TREE_MAX_NODES} * TREE_NODE_SIZE ? MAP_POPULATE : 0;
+    void *mapping =
+        mmap(nullptr, main_tree_map_size, PROT_READ, MAP_SHARED | pages, file.descriptor(), 0);
     if (mapping == MAP_FAILED)
         return fail_with_reason("Error mapping file");
     *out = static_cast<const tree_node_t *>(mapping);
@@ -193,6 +179,8 @@ int32_t free_main_parse_tree(tree_node_t *tree) {
 
 int32_t tsh_init_redirect_root(void) {
     atnode_redirect_root = nullptr;
+    if (g_atn == nullptr || atnode_root == nullptr)
+        return -1;
     const tree_node_t &root = *atnode_root;
     for (uint16_t position = 1; position < root.child_count; ++position) {
         const tree_node_t &child = g_atn[root.children[position]];

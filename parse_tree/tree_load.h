@@ -19,9 +19,11 @@ TSH_API size_t main_tree_map_size;                /**< Bytes of the last mapping
 /** Loads the main tree of the process: names the file (tsh_parse_file when not empty, else the
  * environment's TSH_PARSE_TREE, else the default), maps it, checks every record and link of it,
  * and finds the root and the redirect root. The mapping lives as long as the process.
- * A file that cannot be mapped, a tree that breaks the record's rules (one line on standard error
- * names the file, the node and the fault) or that has no redirect root ends the process with
- * status 1 after a message on standard output. @return 0. */
+ * A file that cannot be mapped, a tree that breaks the record's rules or that has no redirect root
+ * ends the process with status 1 after a message on standard output. One line on standard error
+ * names the file and the reason: the system's, the file's size or kind, or the first broken rule;
+ * and it says what the file looks like if it looks like a gzip file, a subtree file or a tree in
+ * network order, and that names are cut if this one may have been. @return 0. */
 TSH_API int32_t init_parse_tree(void);
 
 /** Writes the default main par file name, "/wysk/etc/par/default/main_tree.par", cut to capacity
@@ -29,7 +31,8 @@ TSH_API int32_t init_parse_tree(void);
 TSH_API int32_t tsh_parse_tree_filename_get(char *buffer, uint32_t capacity);
 
 /** Maps a main par file read-only after a look at its size. The tree's records and links are the
- * caller's to judge.
+ * caller's to judge (parse_tree/tree_check.h). Of a file of more than 65,536 records the pages come
+ * as they are touched.
  * @return the node count with *out set; -1 silently for a file that cannot be opened, else with a
  *         message on standard error. Released with munmap_main_parse_tree. */
 TSH_API int32_t verify_and_mmap_parse_tree(const char *path, const tree_node_t **out);
@@ -52,7 +55,7 @@ TSH_API int32_t free_main_parse_tree(tree_node_t *tree);
 
 /** Sets atnode_redirect_root to the first child of the root's child named "tsh_redirect_root"; to
  * the root when that node has no children. The root's first child is not looked at.
- * @return 0, or -1 with atnode_redirect_root null. */
+ * @return 0, or -1 with atnode_redirect_root null, also where no tree is loaded. */
 TSH_API int32_t tsh_init_redirect_root(void);
 
 /** A node of the shell's generic tree, as far as tsh_parse_tree_release looks at it. */

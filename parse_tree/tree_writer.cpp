@@ -6,15 +6,19 @@
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/byte_order_internal.h"
+#include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_file.h"
-#include "parse_tree/tree_library.h"
+#include "parse_tree/tree_library_internal.h"
 #include "platform/robust_string.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <new>
+#include <optional>
 #include <span>
+#include <vector>
 #include <zlib.h>
 
 int32_t current_array_location = 0;
@@ -30,6 +34,19 @@ struct OpenNode {
     uint32_t position; // of the next link in the list
     const parser_link_t *next_link;
 };
+
+[[noreturn]] void end_without_memory() {
+    fputs(" Error: malloc failed.", stderr);
+    exit(1);
+}
+
+template <typename Body> auto at_c_edge(Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc &) {
+        end_without_memory();
+    }
+}
 
 int32_t take_place() {
     const int32_t index = current_array_location++;
@@ -64,6 +81,44 @@ uint16_t link_to(int32_t index) {
     return static_cast<uint16_t>(std::min<int32_t>(index, UINT16_MAX));
 }
 
+// Lays out a node and everything below it; -1 for a node that does not fit its record. The path is
+// kept here, so that the call stack does not grow with the depth of the tree.
+int32_t lay_out(tree_node_t *array, parser_node_t *node) {
+    std::vector<OpenNode> path;
+    const auto place = [&](parser_node_t *placed) {
+        const int32_t index = take_place();
+        if (placed == nullptr)
+            return index;
+        write_node_to_array(placed, &array[index]);
+        placed->array_index = index;
+        if (!store_link_marks(*placed, array[index])) {
+            fprintf(stderr, "Error: node \"%s\" has more than %d child links\n", array[index].name,
+                    TREE_MAX_CHILDREN);
+            return -1;
+        }
+        path.push_back({index, 0, placed->children});
+        return index;
+    };
+
+    const int32_t root_index = place(node);
+    while (!path.empty()) {
+        OpenNode &open = path.back();
+        if (open.next_link == nullptr) {
+            path.pop_back();
+            continue;
+        }
+        parser_node_t *child = open.next_link->child;
+        open.next_link = open.next_link->next;
+        uint16_t &link = array[open.index].children[open.position++];
+        const bool shared = child != nullptr && child->array_index >= 0;
+        const int32_t index = shared ? child->array_index : place(child);
+        if (index < 0)
+            return -1;
+        link = link_to(index);
+    }
+    return root_index;
+}
+
 uint64_t with_implied_kinds(uint64_t intf_mask) {
     return (intf_mask & TREE_INTF_ANY) != 0 ? intf_mask | TREE_INTF_IMPLIED : intf_mask;
 }
@@ -72,18 +127,31 @@ template <size_t Size> void copy_text(char (&field)[Size], const char *text) {
     robust_strncpy(field, text, Size);
 }
 
-bool leads_outside(const tree_node_t &node, size_t node_count) {
-    const std::span links{node.children, node.child_count};
-    return std::ranges::any_of(links, [&](uint16_t child) { return child >= node_count; });
+// The first link of each kind that readers would refuse.
+struct LinkFaults {
+    std::optional<tsh_tree_fault_t> outside;
+    std::optional<tsh_tree_fault_t> twice;
+};
+
+int32_t note_link_fault(const tsh_tree_fault_t *fault, void *context) {
+    auto &faults = *static_cast<LinkFaults *>(context);
+    if (!faults.outside && strcmp(fault->check, "child-index") == 0)
+        faults.outside = *fault;
+    if (!faults.twice && strcmp(fault->check, "child-twice") == 0)
+        faults.twice = *fault;
+    return 0;
 }
 
 // Faults of the layout are told but do not keep it from being written.
 void report_layout_faults(std::span<const tree_node_t> nodes) {
-    const auto stray = std::ranges::find_if(
-        nodes, [&](const tree_node_t &node) { return leads_outside(node, nodes.size()); });
-    if (stray != nodes.end())
-        fprintf(stderr, "Error: node \"%s\" has a child placed by an earlier write\n", stray->name);
-    else if (cycle_check(nodes.data(), 0, 0) > 0)
+    LinkFaults faults;
+    tsh_tree_check(nodes.data(), static_cast<uint32_t>(nodes.size()), note_link_fault, &faults);
+    if (faults.outside)
+        fprintf(stderr, "Error: node \"%s\" has a child placed by an earlier write\n",
+                nodes[faults.outside->node].name);
+    if (faults.twice)
+        fprintf(stderr, "Error: %s\n", tsh::FaultText{nodes, *faults.twice}.text());
+    if (tsh::has_cycle_or_is_too_deep(nodes))
         fputs("Error:Cycle in parse tree or maximum depth exceeded\n", stderr);
 }
 
@@ -112,10 +180,8 @@ void write_tree_to_file(parser_node_t *root, uint32_t version, const subtree_pat
                         void *stream) {
     const tsh::Block<tree_node_t> scratch{
         static_cast<tree_node_t *>(calloc(kScratchNodes, sizeof(tree_node_t)))};
-    if (scratch == nullptr) {
-        fputs(" Error: malloc failed.", stderr);
-        exit(1);
-    }
+    if (scratch == nullptr)
+        end_without_memory();
     if (root == nullptr)
         return;
 
@@ -123,7 +189,7 @@ void write_tree_to_file(parser_node_t *root, uint32_t version, const subtree_pat
     if (write_tree_to_array(scratch.get(), root) < 0)
         return;
     const auto node_count = static_cast<uint32_t>(current_array_location);
-    report_layout_faults({scratch.get(), node_count});
+    at_c_edge([&] { report_layout_faults({scratch.get(), node_count}); });
     if (debug_flag == 1) {
         printf("Size of tree node is %zu", sizeof(tree_node_t));
         printf("Size of parameter_info_t is %zu \n", sizeof(parameter_info_t));
@@ -132,40 +198,7 @@ void write_tree_to_file(parser_node_t *root, uint32_t version, const subtree_pat
 }
 
 int32_t write_tree_to_array(tree_node_t *array, parser_node_t *node) {
-    std::array<OpenNode, kMostNodes> path; // every open node has a place of its own
-    size_t depth = 0;
-    const auto place = [&](parser_node_t *placed) {
-        const int32_t index = take_place();
-        if (placed == nullptr)
-            return index;
-        write_node_to_array(placed, &array[index]);
-        placed->array_index = index;
-        if (!store_link_marks(*placed, array[index])) {
-            fprintf(stderr, "Error: node \"%s\" has more than %d child links\n", array[index].name,
-                    TREE_MAX_CHILDREN);
-            return -1;
-        }
-        path[depth++] = {index, 0, placed->children};
-        return index;
-    };
-
-    const int32_t root_index = place(node);
-    while (depth > 0) {
-        OpenNode &open = path[depth - 1];
-        if (open.next_link == nullptr) {
-            --depth;
-            continue;
-        }
-        parser_node_t *child = open.next_link->child;
-        open.next_link = open.next_link->next;
-        uint16_t &link = array[open.index].children[open.position++];
-        const bool shared = child != nullptr && child->array_index >= 0;
-        const int32_t index = shared ? child->array_index : place(child);
-        if (index < 0)
-            return -1;
-        link = link_to(index);
-    }
-    return root_index;
+    return at_c_edge([&] { return lay_out(array, node); });
 }
 
 void write_node_to_array(const parser_node_t *node, tree_node_t *record) {

@@ -51,10 +51,11 @@ TSH_API int32_t current_array_location;
 
 /** Writes the tree below root as one record, in network order, to a gzFile open for writing. A
  * null root writes nothing. A node with more than 192 links is named on standard error and no
- * record is written. A cycle, more than 256 levels, or a child that kept the index of an earlier
- * write is reported on standard error and the record written all the same; readers refuse it.
- * More than 19,998 nodes end the process with status 0, a scratch array that cannot be allocated
- * ends it with status 1, each after a message. A failed write is reported on standard output. To
+ * record is written. A child that kept the index of an earlier write, a child listed twice, and a
+ * cycle or more than 256 levels are reported on standard error, each kind once, and the record
+ * written all the same; readers refuse it unless depth is all there is to it.
+ * More than 19,998 nodes end the process with status 0, missing memory (20 MB for the layout) ends
+ * it with status 1, each after a message. A failed write is reported on standard output. To
  * write the same tree again the caller resets every array_index to -1. */
 TSH_API void write_tree_to_file(parser_node_t *root, uint32_t version,
                                 const subtree_path_t *attach_path, void *stream);
@@ -62,7 +63,8 @@ TSH_API void write_tree_to_file(parser_node_t *root, uint32_t version,
 /** Lays a node and everything below it out from place current_array_location on, in preorder;
  * nodes that have an index already are shared, not laid out again. The array has room for 19,998
  * records; one more ends the process with status 0. The call stack does not grow with the depth
- * of the tree. A null node takes a place and leaves the record there as it is.
+ * of the tree; missing memory for its path ends the process with status 1 after a message. A null
+ * node takes a place and leaves the record there as it is.
  * @return the index of the node; -1 when a node has more than 192 links (or a list of links that
  *         loops), after standard error has named it, and the array then holds a part of the
  *         tree. */

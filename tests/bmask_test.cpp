@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <bitset>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace {
 

@@ -1,5 +1,6 @@
-// The library beneath the utility: the registry, enumeration, the dump and main tree loading, as
-// the device's other programs call them.
+// The library beneath the utility: enumeration, the dump and main tree loading, as the device's
+// other programs call them.
+#include "atnode/relations.h"
 #include "atnode/walk.h"
 #include "cmd_gen/dump.h"
 #include "cmd_gen/enumeration.h"
@@ -28,85 +29,6 @@ using grammar::parameter;
 using harness::in_child;
 using harness::LoadedTree;
 using harness::Outcome;
-
-TEST(Registry, RefusesWhatIsTakenOrNameless) {
-    const Outcome outcome = in_child([] {
-        const auto enter = [](uint32_t id, const char *name, int32_t size) {
-            return param_register(id, name, size, nullptr, nullptr, nullptr);
-        };
-        EXPECT_EQ(enter(1, "STRING", 0), 0);
-        EXPECT_EQ(enter(2, "string", 4) + enter(1, "other", 4), -2);
-        EXPECT_EQ(enter(32, nullptr, 4) + enter(32, "", 4), -2);
-        for (const int32_t size : {1, 1024, 1025, -5}) {
-            const uint32_t id = pinfo_reg_tbl.count + 100;
-            EXPECT_EQ(enter(id, std::to_string(size).c_str(), size), 0);
-            EXPECT_EQ(param_reg_info_get(id)->size, size == 1 || size == 1024 ? size : 0);
-        }
-        for (uint32_t i = pinfo_reg_tbl.count; i < 64; ++i)
-            EXPECT_EQ(enter(1000 + i, std::to_string(i).append(40, 'x').c_str(), 0), 0);
-        EXPECT_EQ(strlen(param_reg_name_get(1063)), 31U);
-        EXPECT_EQ(enter(64, "one too many", 0), -1);
-        init_pinfo_reg_table();
-        EXPECT_EQ(param_reg_info_get(1), nullptr);
-        return testing::Test::HasFailure();
-    });
-    EXPECT_EQ(outcome.status, 0);
-}
-
-TEST(Registry, HoldsTheBuiltInTypesOnce) {
-    const Outcome outcome = in_child([] {
-        init_params();
-        printf("%u %s, %s, %x %x %d %d", pinfo_reg_tbl.count, param_reg_name_get(0x40300002),
-               param_reg_name_get(0x40B00001), param_reg_index_get(0x40100002),
-               param_reg_index_get(0x40100003), param_reg_info_get(0x40400004)->size,
-               param_reg_info_get(0x40200002)->size);
-        return init_params();
-    });
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.out, "37 WWN, Pseudo Intf, 40100002 0 0 528"
-                           "\nParam Name : STRING, id 1 : Registration failed...");
-}
-
-TEST(Registry, ChecksTheTypesOfACombination) {
-    const Outcome outcome = in_child([] {
-        const auto accept = [](const parameter_info_t *) { return 1; };
-        const auto refuse = [](const parameter_info_t *) { return 0; };
-        param_register(0x40104001, "refuses", 4, nullptr, refuse, nullptr);
-        param_register(0x40104002, "silent", 4, nullptr, nullptr, nullptr);
-        param_register(0x40104004, "accepts", 4, nullptr, accept, nullptr);
-        param_register(0x00004000, "fourteen", 4, nullptr, accept, nullptr);
-        const auto check = [](uint32_t mask) {
-            parameter_info_t param{};
-            param.type_mask = mask;
-            const param_reg_info_t *type = param_reg_info_check_get_combn(&param);
-            return type == nullptr ? "none" : type->name;
-        };
-        for (const uint32_t mask : {0x7F104007U, 0x4010400CU})
-            EXPECT_STREQ(check(mask), "accepts") << mask;
-        for (const uint32_t mask : {0x40104003U, 0x40104009U, 0x40104000U})
-            EXPECT_STREQ(check(mask), "none") << mask;
-        EXPECT_STREQ(check(0x00004000), "fourteen");
-        tsh_logfp = stdout;
-        tsh_debug_filter = TSH_TRACE_PARAMS | TSH_TRACE_FUNCTIONS | TSH_TRACE_STARTUP;
-        check(0x4010400D);
-        check(0x4010400A);
-        param_register(1, "ACCEPTS", 0, nullptr, nullptr, nullptr);
-        return testing::Test::HasFailure();
-    });
-    EXPECT_EQ(outcome.status, 0) << outcome.out;
-    EXPECT_EQ(harness::without_times(outcome.out),
-              "@ Func Trace: <<< param_reg_info_check_get_combn >>>\n"
-              "@Checking for all param types in the mask ...\n"
-              "@Searching Pmask : 40104001\n@, Matched..."
-              "@Searching Pmask : 40104004\n@, Matched..."
-              "@Param type 40104004  matched\n"
-              "@ Func Trace: <<< param_reg_info_check_get_combn >>>\n"
-              "@Checking for all param types in the mask ...\n"
-              "@Searching Pmask : 40104002\n@, Matched..."
-              "@Searching Pmask : 40104008\n@Param reg table search failed...\n"
-              "@Param type in the combn not registered\n"
-              "@Setting size to 0 \n@Param id/name already registered...\n");
-}
 
 grammar::Word two_commands() {
     return grammar::structural("R")

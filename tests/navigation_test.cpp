@@ -5,15 +5,22 @@
 #include "tests/support/harness.h"
 #include "tests/support/loaded_tree.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <string>
+#include <vector>
 
 namespace {
 
 using grammar::keyword;
-using grammar::parameter;
-using harness::in_child;
 using harness::LoadedTree;
 using harness::traced;
+using Names = std::vector<std::string>;
 
 // root: A (A1, A2 optional with A2x), O optional (C1, C2 optional; D), S optional submode (S1
 // optional)
@@ -34,189 +41,356 @@ grammar::Word small_tree() {
             keyword("s1").named("S1").optional()));
 }
 
-std::string visited; // names and arguments, by note
+std::string name_of(const tree_node_t *node) {
+    return node == nullptr ? "none" : node->name;
+}
+
+Names visited; // with arguments that are not the walk's
 
 int32_t note(const tree_node_t *node, int32_t argument) {
-    visited += node->name + std::string(argument == 7 ? " " : "? ");
+    visited.push_back(node->name + std::string(argument == 7 ? "" : "?"));
     return -1;
 }
 
-std::string noted(const std::function<void()> &walk) {
+Names noted(const std::function<void()> &walk) {
     visited.clear();
     walk();
     return visited;
 }
 
-// The names of some nodes, "-" for none.
-std::string names(const std::vector<const tree_node_t *> &nodes) {
-    std::string text;
-    for (const tree_node_t *node : nodes)
-        text += (node == nullptr ? "-" : node->name) + std::string(" ");
-    return text;
+std::string reported(const std::function<void()> &code) {
+    testing::internal::CaptureStderr();
+    code();
+    return testing::internal::GetCapturedStderr();
 }
 
-TEST(TraversalStack, BeginsWithOneNullEntryAndEmptiesOnReset) {
-    const LoadedTree tree(small_tree());
-    const tree_node_t *a = tree.node("A");
-    const harness::Outcome outcome = in_child([&] {
-        printf("%d %d ", atnode_stack_get_height(), atnode_depth(a));
-        atnode_stack_reset();
-        printf("%d ", atnode_stack_get_height());
-        const tree_node_t *underflow = atnode_stack_pop();
-        atnode_stack_push(g_atn);
-        atnode_stack_push(a);
-        puts(names({underflow, atnode_parent(a), atnode_parent(tree.node("O")),
-                    atnode_stack_peek(ATN_STACK_BOTTOM), atnode_stack_peek(ATN_STACK_TOP),
-                    atnode_stack_peek(5), atnode_stack_peek(256)})
-                 .c_str());
-        atnode_save_top();
-        atnode_stack_push(tree.node("O"));
-        atnode_restore_top();
-        const tree_node_t *popped = atnode_stack_pop();
-        const tree_node_t *vacated = atnode_stack_peek(1);
-        atnode_stack_reset();
-        atnode_stack_push(a);
-        puts(names({popped, vacated, atnode_parent(a)}).c_str());
-        return 0;
-    });
-    EXPECT_EQ(outcome.out, "1 2 0 - R A R A - - \nA - - \n");
-    EXPECT_EQ(outcome.err, "atn stack: pop: underflow\n"
-                           "atn stack: peek: no element at position 256\n"
-                           "atn stack: peek: no element at position -1\n");
+// The state of the process is as at its start, and the small tree is loaded.
+class Navigation : public testing::Test {
+protected:
+    Navigation() : tree_(small_tree()) {
+        stack = {};
+        atnode_root_depth = 0;
+        r = tree_.node("R");
+        a = tree_.node("A");
+        o = tree_.node("O");
+        s = tree_.node("S");
+        // What unused links hold means nothing.
+        for (const tree_node_t *node = r; node <= tree_.node("S1"); ++node)
+            std::fill(const_cast<uint16_t *>(node->children) + node->child_count,
+                      const_cast<uint16_t *>(std::end(node->children)),
+                      static_cast<uint16_t>(s - r));
+    }
+
+    LoadedTree tree_;
+    const tree_node_t *r, *a, *o, *s;
+};
+
+TEST_F(Navigation, TheStackBeginsWithOneNullEntryAndEmptiesOnReset) {
+    EXPECT_EQ(atnode_stack_get_height(), 1);
+    EXPECT_EQ(atnode_stack_peek(ATN_STACK_BOTTOM), nullptr);
+    EXPECT_EQ(atnode_depth(a), 2);
+    atnode_stack_reset();
+    EXPECT_EQ(atnode_stack_get_height(), 0);
+    EXPECT_EQ(atnode_stack_peek(ATN_STACK_TOP), nullptr);
+    EXPECT_EQ(atnode_stack_peek(ATN_STACK_BOTTOM), nullptr);
+    EXPECT_EQ(reported([] { EXPECT_EQ(atnode_stack_pop(), nullptr); }),
+              "atn stack: pop: underflow\n");
+    EXPECT_EQ(atnode_stack_get_height(), 0);
+
+    atnode_stack_push(a);
+    EXPECT_EQ(reported([&] { EXPECT_EQ(atnode_parent(a), nullptr); }),
+              "atn stack: peek: no element at position -1\n");
+    atnode_stack_push(o);
+    EXPECT_EQ(atnode_parent(o), a);
+    EXPECT_EQ(atnode_parent(s), o);
+    EXPECT_EQ(atnode_stack_peek(ATN_STACK_BOTTOM), a);
+    EXPECT_EQ(atnode_stack_peek(ATN_STACK_TOP), o);
+    EXPECT_EQ(atnode_stack_peek(1), o);
+    EXPECT_EQ(atnode_stack_peek(255), nullptr);
+    EXPECT_EQ(reported([] { EXPECT_EQ(atnode_stack_peek(256), nullptr); }),
+              "atn stack: peek: no element at position 256\n");
+    atnode_save_top();
+    atnode_stack_push(s);
+    atnode_restore_top();
+    EXPECT_EQ(atnode_stack_pop(), o);
+    EXPECT_EQ(atnode_stack_peek(1), nullptr) << "vacated";
+    EXPECT_EQ(atnode_stack_get_height(), 1);
 }
 
-TEST(TraversalStack, CountsWhatItCannotHold) {
-    const LoadedTree tree(small_tree());
-    const harness::Outcome outcome = in_child([&] {
-        for (int i = 0; i < 258; ++i) // the null entry takes the first slot
-            atnode_stack_push(g_atn + i % 5);
-        printf("%d ", atnode_stack_get_height());
-        puts(names({atnode_stack_peek(ATN_STACK_TOP), atnode_parent(tree.node("A")),
-                    atnode_stack_pop(), atnode_stack_pop(), atnode_stack_pop()})
-                 .c_str());
-        return atnode_stack_pop() == g_atn + 254 % 5 ? 0 : 1;
-    });
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.out, "259 - - - - - \n");
-    EXPECT_EQ(outcome.err, "atn stack: push: overflow\natn stack: push: overflow\n"
-                           "atn stack: push: overflow\n");
+TEST_F(Navigation, TheStackCountsWhatItCannotHold) {
+    const std::string overflow = "atn stack: push: overflow\n";
+    EXPECT_EQ(reported([&] {
+                  for (int i = 0; i < 257; ++i) // the null entry takes the first slot
+                      atnode_stack_push(g_atn + i % 5);
+              }),
+              overflow + overflow);
+    EXPECT_EQ(atnode_stack_get_height(), 258);
+    EXPECT_EQ(atnode_stack_peek(ATN_STACK_TOP), nullptr);
+    EXPECT_EQ(atnode_parent(a), nullptr);
+    EXPECT_EQ(atnode_stack_pop(), nullptr);
+    EXPECT_EQ(atnode_stack_pop(), nullptr);
+    EXPECT_EQ(atnode_stack_pop(), g_atn + 254 % 5);
+    EXPECT_EQ(atnode_stack_get_height(), 255);
 }
 
-TEST(Relations, ComeFromTheNodeAndTheStack) {
-    const LoadedTree tree(small_tree());
-    const harness::Outcome outcome = in_child([&] {
-        atnode_stack_reset();
-        atnode_stack_push(g_atn);
-        const tree_node_t *o = tree.node("O");
-        const tree_node_t *s = tree.node("S");
-        puts(names({atnode_first_child(g_atn), atnode_nth_child(g_atn, 2),
-                    atnode_nth_child(g_atn, 3), atnode_nth_child(g_atn, -1),
-                    atnode_first_child(tree.node("D1")), atnode_next_sibling(o),
-                    atnode_next_sibling(s), atnode_next_sibling(g_atn),
-                    atnode_next_sibling(tree.node("D")), atnode_first_sibling(o),
-                    atnode_first_sibling(g_atn), atnode_parent(nullptr),
-                    atnode_first_sibling(nullptr), atnode_next_sibling(nullptr)})
-                 .c_str());
-        atnode_root_depth = 10;
-        for (const tree_node_t *node : {o, tree.node("D"), g_atn})
-            printf("%d %d ", atnode_child_position(node), atnode_depth(node));
-        printf("%d %d", atnode_child_position(nullptr), atnode_depth(nullptr));
-        return 0;
-    });
-    EXPECT_EQ(outcome.out, "A S - - - S - - - A R - - - \n1 12 -1 12 -1 1 -1 0");
-    EXPECT_EQ(outcome.err, "problem:sibling traversal: parent not on top of stack\n");
+TEST_F(Navigation, RelationsComeFromTheNodeAndTheStack) {
+    atnode_stack_reset();
+    EXPECT_EQ(atnode_first_sibling(o), nullptr) << "no parent yet";
+    atnode_stack_push(r);
+    EXPECT_EQ(atnode_first_child(r), a);
+    EXPECT_EQ(atnode_first_child(tree_.node("D1")), nullptr);
+    EXPECT_EQ(atnode_nth_child(r, 0), a);
+    EXPECT_EQ(atnode_nth_child(r, 2), s);
+    EXPECT_EQ(atnode_nth_child(r, 3), nullptr);
+    EXPECT_EQ(atnode_nth_child(r, -1), nullptr);
+    EXPECT_EQ(atnode_first_sibling(o), a);
+    EXPECT_EQ(atnode_first_sibling(r), r);
+    EXPECT_EQ(atnode_next_sibling(o), s);
+    EXPECT_EQ(atnode_next_sibling(s), nullptr);
+    EXPECT_EQ(atnode_next_sibling(r), nullptr);
+    EXPECT_EQ(atnode_child_position(a), 0);
+    EXPECT_EQ(atnode_child_position(s), 2);
+    EXPECT_EQ(atnode_child_position(r), -1);
+    EXPECT_EQ(atnode_child_position(tree_.node("D")), -1);
+    const std::string stray = "problem:sibling traversal: parent not on top of stack\n";
+    EXPECT_EQ(reported([&] { EXPECT_EQ(atnode_next_sibling(tree_.node("D")), nullptr); }), stray);
+
+    atnode_root_depth = 10;
+    EXPECT_EQ(atnode_depth(r), 1);
+    EXPECT_EQ(atnode_depth(o), 12);
+    atnode_stack_push(o);
+    EXPECT_EQ(atnode_depth(o), 12) << "on top itself";
+    EXPECT_EQ(atnode_next_sibling(o), s);
+    EXPECT_EQ(atnode_child_position(o), 1);
+    EXPECT_EQ(atnode_child_position(s), -1);
+    EXPECT_EQ(atnode_parent(r), nullptr);
+    atnode_stack_push(tree_.node("D1"));
+    EXPECT_EQ(atnode_first_sibling(o), nullptr) << "below a node without children";
+    EXPECT_EQ(reported([&] { EXPECT_EQ(atnode_next_sibling(o), nullptr); }), stray);
 }
 
-TEST(Walks, VisitInTheirOrderAndLeaveTheStack) {
-    const LoadedTree tree(small_tree());
-    const auto around = [&](const char *parent, const std::function<void()> &walk) {
-        atnode_stack_push(tree.node(parent));
-        std::string names = noted(walk);
-        EXPECT_EQ(atnode_stack_pop(), tree.node(parent));
+TEST_F(Navigation, NullNodesHaveNoRelations) {
+    atnode_stack_push(o);
+    EXPECT_EQ(atnode_first_child(nullptr), nullptr);
+    EXPECT_EQ(atnode_nth_child(nullptr, 0), nullptr);
+    EXPECT_EQ(atnode_parent(nullptr), nullptr);
+    EXPECT_EQ(atnode_first_sibling(nullptr), nullptr);
+    EXPECT_EQ(atnode_next_sibling(nullptr), nullptr);
+    EXPECT_EQ(atnode_child_position(nullptr), -1);
+    EXPECT_EQ(atnode_depth(nullptr), 0);
+    EXPECT_EQ(atnode_find_token(nullptr, 1, "show"), nullptr);
+    EXPECT_EQ(node_token_cmp(nullptr, "show"), -1);
+    EXPECT_EQ(noted([] { atnode_traverse(nullptr, 1, 3, -1, note, 7); }), Names());
+    EXPECT_EQ(noted([] { atnode_sibling_foreach(nullptr, note, 7); }), Names());
+    EXPECT_EQ(noted([] { atnode_look_ahead_foreach(nullptr, note, -1, 7); }), Names());
+}
+
+TEST_F(Navigation, WalksVisitInTheirOrderAndLeaveTheStack) {
+    const auto below = [&](const char *parent, const std::function<void()> &walk) {
+        atnode_stack_push(tree_.node(parent));
+        Names names = noted(walk);
+        EXPECT_EQ(atnode_stack_pop(), tree_.node(parent));
         return names;
     };
-    EXPECT_EQ(noted([] { atnode_traverse(g_atn, 1, 3, -1, note, 7); }),
-              "R A A1 A2 A2x O C1 C2 D D1 S S1 ");
-    EXPECT_EQ(noted([] { atnode_traverse(nullptr, 1, 3, -1, note, 7); }), "");
-    EXPECT_EQ(noted([] { atnode_children_foreach(g_atn, note, 7); }), "A O S ");
-    EXPECT_EQ(noted([&] { atnode_children_foreach(tree.node("D1"), note, 7); }), "");
-    EXPECT_EQ(noted([] { atnode_sibling_foreach(g_atn, note, 7); }), "R ");
-    EXPECT_EQ(around("O", [&] { atnode_sibling_foreach(tree.node("C2"), note, 7); }), "C1 C2 D ");
+    EXPECT_EQ(noted([&] { atnode_traverse(r, 1, 3, -1, note, 7); }),
+              Names({"R", "A", "A1", "A2", "A2x", "O", "C1", "C2", "D", "D1", "S", "S1"}));
+    EXPECT_EQ(noted([&] { atnode_children_foreach(r, note, 7); }), Names({"A", "O", "S"}));
+    EXPECT_EQ(noted([&] { atnode_children_foreach(tree_.node("D1"), note, 7); }), Names());
+    EXPECT_EQ(noted([&] { atnode_sibling_foreach(r, note, 7); }), Names({"R"}));
+    EXPECT_EQ(below("O", [&] { atnode_sibling_foreach(tree_.node("C2"), note, 7); }),
+              Names({"C1", "C2", "D"}));
 
-    const auto look_ahead = [&] { atnode_look_ahead_foreach(tree.node("A"), note, -1, 7); };
-    EXPECT_EQ(around("R", look_ahead), "C1 C2 ");
-    auto *submode = const_cast<tree_node_t *>(tree.node("S"));
-    submode->optional = TREE_OPTIONAL_SUBMODE_ENTERED;
-    EXPECT_EQ(around("R", look_ahead), "C1 C2 S1 ");
-    EXPECT_EQ(around("R", [&] { atnode_look_ahead_foreach(tree.node("A"), note, 9, 7); }),
-              "O C1 C2 S S1 ");
-}
-
-TEST(Lookups, TakeTheNearestPrefixIgnoringCase) {
-    const LoadedTree tree(small_tree());
-    const auto find = [&](const char *from, int32_t depth, const char *token) {
-        const tree_node_t *found = atnode_find_token(tree.node(from), depth, token);
-        return std::string(found == nullptr ? "none" : found->name);
+    const auto look_ahead = [&](int32_t depth) {
+        return below("R", [&] { atnode_look_ahead_foreach(a, note, depth, 7); });
     };
-    EXPECT_EQ(find("R", 0, "SH") + find("R", -1, "o") + find("O", 0, "c"), "SOC1");
-    EXPECT_EQ(find("R", 1, "TW") + find("R", 1, "d") + find("R", 2, "d"), "A2DA2x");
-    for (const char *missing : {"two", "", "shows", static_cast<const char *>(nullptr)})
-        EXPECT_EQ(find("R", 0, missing) + find("D1", 9, missing), "nonenone");
-    EXPECT_EQ(atnode_find_token(nullptr, 1, "show"), nullptr);
-    EXPECT_EQ(node_token_cmp(tree.node("A"), "ALP"), 0);
-    EXPECT_NE(node_token_cmp(tree.node("A"), "alphabet"), 0);
-    EXPECT_EQ(node_token_cmp(tree.node("A"), nullptr), -1);
+    EXPECT_EQ(look_ahead(-1), Names({"C1", "C2"}));
+    const_cast<tree_node_t *>(s)->optional = TREE_OPTIONAL_SUBMODE_ENTERED;
+    EXPECT_EQ(look_ahead(-1), Names({"C1", "C2", "S1"}));
+    EXPECT_EQ(look_ahead(0), Names({"O", "C1", "C2", "S", "S1"})) << "nothing lies at depth 0";
+    EXPECT_EQ(look_ahead(4), Names({"O", "S"}));
+    EXPECT_EQ(atnode_stack_get_height(), 1);
 }
 
-TEST(NavigationTraces, ShowEveryStepInOrder) {
-    const LoadedTree tree(small_tree());
-    const harness::Outcome children = traced(TSH_TRACE_NAVIGATION | TSH_TRACE_FUNCTIONS, [&] {
-        atnode_children_foreach(tree.node("A"), note, 7);
-    });
-    EXPECT_EQ(children.out, "@ Func Trace: <<< atnode_children_foreach >>>\n"
-                            "@atn stack push parent: A\n"
-                            "@atn node A's first child is A1\n"
-                            "@   processing child A1\n"
-                            "@atn stack peek TOP: loc 1: value: A\n"
-                            "@ Func Trace: <<< atnode_next_sibling >>>\n"
-                            "@atn_next_sibling A2\n"
-                            "@   processing child A2\n"
-                            "@atn stack peek TOP: loc 1: value: A\n"
-                            "@ Func Trace: <<< atnode_next_sibling >>>\n"
-                            "@end of siblings\n"
-                            "@atn stack pop parent: A\n");
+TEST_F(Navigation, LookupsTakeTheNearestPrefixIgnoringCase) {
+    const struct {
+        const char *from;
+        int32_t depth;
+        const char *token;
+        const char *found;
+    } table[] = {
+        {"R", 0, "SH", "S"},     {"R", -1, "o", "O"},       {"O", 0, "c", "C1"},
+        {"R", 1, "TW", "A2"},    {"R", 1, "d", "D"},        {"R", 2, "d", "A2x"},
+        {"R", 0, "two", "none"}, {"R", 0, "", "none"},      {"R", 0, "shows", "none"},
+        {"R", 9, "x", "none"},   {"R", 0, nullptr, "none"}, {"D1", 9, "s", "none"},
+        {"O", 9, "s1", "none"},
+    };
+    for (const auto &row : table)
+        EXPECT_EQ(name_of(atnode_find_token(tree_.node(row.from), row.depth, row.token)), row.found)
+            << row.from << row.depth;
+    EXPECT_EQ(node_token_cmp(a, "ALP"), 0);
+    EXPECT_LT(node_token_cmp(a, "alphabet"), 0);
+    EXPECT_GT(node_token_cmp(a, "Aa"), 0);
+    EXPECT_EQ(node_token_cmp(a, nullptr), -1);
+}
 
-    const harness::Outcome others = traced(TSH_TRACE_NAVIGATION, [&] {
-        atnode_depth(tree.node("A"));
+class NavigationTraces : public Navigation {
+protected:
+    // Every operation, and every way it can end.
+    void every_step() {
+        const tree_node_t *d = tree_.node("D");
+        const tree_node_t *d1 = tree_.node("D1");
+        atnode_stack_peek(ATN_STACK_BOTTOM);
+        atnode_depth(a);
         atnode_stack_pop();
         atnode_stack_peek(ATN_STACK_TOP);
-        atnode_stack_push(g_atn);
-        atnode_child_position(tree.node("O"));
-        atnode_traverse(tree.node("D"), 1, 3, -1, note, 7);
-        atnode_find_token(tree.node("S"), 0, "x");
+        atnode_stack_peek(ATN_STACK_BOTTOM);
+        atnode_stack_push(r);
+        atnode_stack_peek(1);
+        atnode_first_child(d1);
+        atnode_nth_child(r, 0);
+        atnode_nth_child(r, 3);
+        atnode_child_position(o);
+        atnode_child_position(d);
+        atnode_children_foreach(a, note, 7);
+        atnode_sibling_foreach(s, note, 7);
+        atnode_stack_push(s);
+        atnode_look_ahead_foreach(tree_.node("S1"), note, 1, 7);
+        atnode_stack_push(tree_.node("A2"));
+        atnode_look_ahead_foreach(tree_.node("A2x"), note, -1, 7);
+        atnode_traverse(d, 1, 3, -1, note, 7);
+        atnode_find_token(s, 0, "x");
+        atnode_find_token(s, 0, "S");
+        node_token_cmp(a, "x");
+        atnode_stack_push(d1);
+        atnode_first_sibling(a);
+        atnode_child_position(a);
         atnode_stack_reset();
-    });
-    char addresses[100];
-    snprintf(addresses, sizeof addresses, "@\nRoot index: %p\n@atn child #0, index #%p, token s1\n",
-             static_cast<const void *>(tree.node("S")), static_cast<const void *>(tree.node("S1")));
-    EXPECT_EQ(others.out, "@atn stack peek TOP: loc 0: value: (null)\n"
-                          "@@atn stack height: 1\n"
-                          "atn node A depth 2\n"
-                          "@atn stack height: 1\n"
-                          "@atn stack pop parent: (null)\n"
-                          "@atn stack peek TOP: STACK EMPTY\n"
-                          "@atn stack push parent: R\n"
-                          "@atn stack peek TOP: loc 0: value: R\n"
-                          "@atn child O position is 1\n"
-                          "@atn preorder traverse subtree under node D\n"
-                          "@atn visiting node D #children 1\n"
-                          "@atn child #0 for node D\n"
-                          "@atn visiting node D1 #children 0\n" +
-                              std::string(addresses) +
-                              "@atn Depth expired, aborting"
-                              "@\nprint atn stack\n----------------\n"
-                              "@stack.atn_traverse_stack[0] = R\n"
-                              "@-x- end atn stack -x-\n\n");
+        stack.atn_stack_top = ATN_STACK_SIZE - 1;
+        atnode_stack_push(r);
+    }
+
+    // With addresses as the names of their nodes.
+    std::string with_names(std::string text) {
+        for (const tree_node_t *node : {s, tree_.node("S1")}) {
+            char address[40];
+            snprintf(address, sizeof address, "%p", static_cast<const void *>(node));
+            for (size_t at = 0; (at = text.find(address, at)) != std::string::npos;)
+                text.replace(at, strlen(address), node->name);
+        }
+        return text;
+    }
+};
+
+TEST_F(NavigationTraces, ShowEveryStepInOrder) {
+    const harness::Outcome outcome =
+        traced(TSH_TRACE_NAVIGATION | TSH_TRACE_FUNCTIONS, [&] { every_step(); });
+    EXPECT_EQ(with_names(outcome.out), R"(@atn stack peek BOTTOM: (null)
+@atn stack peek TOP: loc 0: value: (null)
+@@atn stack height: 1
+atn node A depth 2
+@atn stack height: 1
+@atn stack pop parent: (null)
+@atn stack peek TOP: STACK EMPTY
+@atn stack peek BOTTOM: STACK EMPTY
+@atn stack push parent: R
+@atn stack peek loc: 1 value: (null)
+@atn node D1 has no children
+@atn child #0 for node R is A
+@atn child #3 for node R does not exist
+@atn stack peek TOP: loc 0: value: R
+@atn child O position is 1
+@atn stack peek TOP: loc 0: value: R
+@atn no such child
+@ Func Trace: <<< atnode_children_foreach >>>
+@atn stack push parent: A
+@atn node A's first child is A1
+@   processing child A1
+@atn stack peek TOP: loc 1: value: A
+@ Func Trace: <<< atnode_next_sibling >>>
+@atn_next_sibling A2
+@   processing child A2
+@atn stack peek TOP: loc 1: value: A
+@ Func Trace: <<< atnode_next_sibling >>>
+@end of siblings
+@atn stack pop parent: A
+@atn stack peek TOP: loc 0: value: R
+@atn node S's first sibling is A
+@ Func Trace: <<< atnode_sibling_foreach >>>
+@atn sibling A foreach
+@atn stack peek TOP: loc 0: value: R
+@ Func Trace: <<< atnode_next_sibling >>>
+@atn_next_sibling O
+@atn sibling O foreach
+@atn stack peek TOP: loc 0: value: R
+@ Func Trace: <<< atnode_next_sibling >>>
+@atn_next_sibling S
+@atn sibling S foreach
+@atn stack peek TOP: loc 0: value: R
+@ Func Trace: <<< atnode_next_sibling >>>
+@end of siblings
+@atn stack push parent: S
+@ Func Trace: <<< atnode_look_ahead_foreach >>>
+@atn look ahead foreach node S1
+@atn stack peek TOP: loc 1: value: S
+@atn node S1's first sibling is S1
+@atn stack peek TOP: loc 1: value: S
+@@atn stack height: 2
+atn node S1 depth 3
+@atn stack height: 2
+@atn look ahead foreach processing node S1
+@atn stack push parent: S1
+@atn node S1 has no children
+@atn stack pop parent: S1
+@atn stack peek TOP: loc 1: value: S
+@ Func Trace: <<< atnode_next_sibling >>>
+@end of siblings
+@atn stack push parent: A2
+@ Func Trace: <<< atnode_look_ahead_foreach >>>
+@atn stack peek TOP: loc 2: value: A2
+@@atn stack height: 3
+atn node A2x depth 4
+@atn stack height: 3
+@atn look ahead foreach node A2x
+@atn stack peek TOP: loc 2: value: A2
+@atn node A2x's first sibling is A2x
+@atn stack peek TOP: loc 2: value: A2
+@ Func Trace: <<< atnode_next_sibling >>>
+@end of siblings
+@atn preorder traverse subtree under node D
+@atn visiting node D #children 1
+@atn child #0 for node D
+@atn visiting node D1 #children 0
+@
+Root index: S
+@atn child #0, index #S1, token s1
+@atn Depth expired, aborting@
+Root index: S
+@atn child #0, index #S1, token s1
+@at token found at ~depth: 0@Matching token [alpha]
+@atn stack push parent: D1
+@atn stack peek TOP: loc 3: value: D1
+@atn node A has no children
+@atn stack peek TOP: loc 3: value: D1
+@atn no such child
+@
+print atn stack
+----------------
+@stack.atn_traverse_stack[3] = D1
+@stack.atn_traverse_stack[2] = A2
+@stack.atn_traverse_stack[1] = S
+@stack.atn_traverse_stack[0] = R
+@-x- end atn stack -x-
+
+@atn stack push parent: R
+@atn stack: push:overflow 
+)");
+    EXPECT_EQ(outcome.err, "atn stack: push: overflow\n");
+}
+
+TEST_F(NavigationTraces, AreSilentWhileTheirBitsAreClear) {
+    const harness::Outcome outcome =
+        traced(~(TSH_TRACE_NAVIGATION | TSH_TRACE_FUNCTIONS), [&] { every_step(); });
+    EXPECT_EQ(outcome.out, "");
 }
 
 } // namespace

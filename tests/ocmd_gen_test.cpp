@@ -103,17 +103,43 @@ TEST_F(Utility, TakesOptionsAndNamesTheTree) {
     EXPECT_EQ(shell("TSH_PARSE_TREE=." + cut.substr(1) + "x ocmd_gen"), listing);
 }
 
-TEST_F(Utility, RefusesFilesThatAreNoTree) {
-    const std::pair<const char *, const char *> table[] = {
-        {"rm -f main.par", ""},
-        {": > main.par", "Error mapping file: Invalid argument\n"},
-        {"head -c 999 /dev/zero > main.par", "Problem with the parser file.\n"},
-        {"head -c 1001 /dev/zero > main.par", "Problem with the parser file.\n"},
-        {"rm main.par; mkdir main.par", "Problem with the parser file.\n"},
-        {"rmdir main.par; mkfifo main.par", "Error mapping file: Invalid argument\n"},
+TEST_F(Utility, RefusesFilesThatAreNoTreeAndTellsWhy) {
+    grammar::write_subtree_file(scratch_.path("sub.par"), {{sample_root(), ""}});
+    shell("gzip -dc < sub.par > plain.par");
+    const std::string problem = "Problem with the parser file.\n";
+    const std::string unmappable = "Error mapping file: Invalid argument\nmain.par: ";
+    const std::string odd_size = " bytes is not a multiple of 1000";
+    const std::string no_redirect_root =
+        "main.par: no \"tsh_redirect_root\" below the root, whose first child is not looked at";
+    const std::string not_found = "\n Error finding the tsh redirect root node ... \nstatus 1";
+    const std::string no_file = ": No such file or directory";
+    const struct {
+        const char *make;
+        std::string error;
+        std::string ending = kNotMapped;
+    } table[] = {
+        {"rm -f main.par", "main.par" + no_file + "\n"},
+        {": > main.par", unmappable + "it is empty\n"},
+        {"head -c 999 /dev/zero > main.par",
+         problem + "main.par: its size of 999" + odd_size + "\n"},
+        {"head -c 1001 /dev/zero > main.par",
+         problem + "main.par: its size of 1001" + odd_size + "\n"},
+        {"echo x | gzip -n > main.par",
+         problem + "main.par: its size of 22" + odd_size + "; it looks like a gzip file\n"},
+        {"(head -c 2 sub.par; head -c 998 /dev/zero) > main.par",
+         no_redirect_root + "; it looks like a gzip file\n", not_found},
+        {"cp plain.par main.par",
+         problem + "main.par: its size of 11025" + odd_size + "; it looks like a subtree file\n"},
+        {"tail -c +26 plain.par > main.par",
+         "main.par: node 0 \"root\": child_count is above 192; it looks like network byte order\n"},
+        {"rm main.par; mkdir main.par", problem + "main.par: it is not a regular file\n"},
+        {"rmdir main.par; mkfifo main.par", unmappable + "it is not a regular file\n"},
     };
-    for (const auto &[make, error] : table)
-        EXPECT_EQ(shell(std::string(make) + "; ocmd_gen -s main.par"), error + kNotMapped);
+    for (const auto &row : table)
+        EXPECT_EQ(shell(std::string(row.make) + "; ocmd_gen -s main.par"), row.error + row.ending);
+    const std::string cut(127, 'x');
+    EXPECT_EQ(shell("ocmd_gen -s " + cut + "x"),
+              cut + no_file + "; names are cut at 127 characters\n" + kNotMapped);
 }
 
 TEST_F(Utility, RefusesTreesThatBreakTheRecordsRules) {
@@ -195,7 +221,7 @@ TEST_F(Utility, NeedsARedirectRootBehindTheFirstChild) {
                             .child(keyword("y").named("tsh_redirect_root2"));
     for (const Word &root : {only, first, almost, grammar::structural("root")}) {
         store(root);
-        EXPECT_EQ(shell("ocmd_gen -s main.par"),
+        EXPECT_EQ(shell("ocmd_gen -s main.par 2>/dev/null"),
                   "\n Error finding the tsh redirect root node ... \nstatus 1");
     }
     store(main_root({keyword("x")}));

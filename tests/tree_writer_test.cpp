@@ -2,14 +2,19 @@
 #include "examples/grammar.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/tree_file.h"
+#include "parse_tree/tree_load.h"
+#include "platform/robust_string.h"
 #include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <utility>
 #include <zlib.h>
 
 namespace {
@@ -139,8 +144,11 @@ TEST(TreeFiles, ReadBackAsWritten) {
     for (const int32_t compressed : {0, 1}) {
         auto copy = nodes;
         with_stream(files[compressed], "wb", compressed, [&](void *file) {
-            return write_array_tree_to_file(copy.data(), 3, 1, &kPath, file, 1, compressed, 0) +
-                   write_array_tree_to_file(copy.data(), 3, 1, &kPath, file, 0, compressed, 0);
+            for (const int32_t network : {1, 0})
+                EXPECT_EQ(write_array_tree_to_file(copy.data(), 3, 1, &kPath, file, network,
+                                                   compressed, 0),
+                          0);
+            return 0;
         });
     }
     EXPECT_EQ(inflated(files[1]), harness::read_file(files[0]));
@@ -169,16 +177,37 @@ TEST(TreeFiles, ConversionStaysInsideTheArrayWhateverItsLinksSay) {
     std::vector<tree_node_t> nodes(3);
     memset(nodes.data(), 0xFE, 3000);
     nodes[1].optional = nodes[2].optional = 0x0102;
-    const int result = with_stream(scratch.path("bare"), "wb", 0, [&](void *file) {
-        return write_array_tree_to_file(nodes.data(), 2, 0, nullptr, file, 1, 0, 1) +
-               write_array_tree_to_file(nodes.data(), 0, 0, nullptr, file, 1, 0, 1) +
-               10 * write_array_tree_to_file(nodes.data(), 4294968, 0, nullptr, file, 0, 0, 1);
+    with_stream(scratch.path("bare"), "wb", 0, [&](void *file) {
+        EXPECT_EQ(write_array_tree_to_file(nodes.data(), 2, 0, nullptr, file, 1, 0, 1), 0);
+        EXPECT_EQ(write_array_tree_to_file(nodes.data(), 0, 0, nullptr, file, 1, 0, 1), 0);
+        EXPECT_EQ(write_array_tree_to_file(nodes.data(), 4294968, 0, nullptr, file, 0, 0, 1), -1)
+            << "more bytes than a header can tell";
+        return 0;
     });
-    EXPECT_EQ(result, -10) << "more bytes than a header can tell";
     const std::string bytes = harness::read_file(scratch.path("bare"));
     EXPECT_EQ(bytes.size(), 2000);
     EXPECT_EQ(bytes.substr(1328, 2), "\1\2");
     EXPECT_EQ(nodes[2].optional, 0x0102);
+}
+
+// A file may claim any number of records; indices reach 65,536 of them.
+TEST(TreeFiles, RecordsBeyondReachAreNeverTouched) {
+    const harness::ScratchDir scratch;
+    grammar::write_main_tree(scratch.path("huge"),
+                             grammar::lay_out(grammar::main_root({keyword("x")})));
+    std::filesystem::resize_file(scratch.path("huge"), 1'000'000'000);
+    const Outcome outcome = in_child([&] {
+        printf("%d ", tsh_init_redirect_root()); // no tree is loaded yet
+        robust_strncpy(tsh_parse_file, scratch.path("huge").c_str(), sizeof tsh_parse_file);
+        init_parse_tree();
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        const long megabytes = usage.ru_maxrss / 1024;
+        printf("%zu bytes, %ld MB", main_tree_map_size, megabytes);
+        return megabytes < 300 ? 0 : 1;
+    });
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    EXPECT_TRUE(outcome.out.starts_with("-1 1000000000 bytes, ")) << outcome.out;
 }
 
 // What the writer says of a tree and how many nodes it stores (0: no record).
@@ -186,7 +215,7 @@ struct Limit {
     const char *name;
     parser_node_t *root;
     size_t nodes;
-    const char *err;
+    std::string err;
     const char *out = "";
     int status = kReturned;
     static constexpr int kReturned = 7; // the writer came back
@@ -201,44 +230,67 @@ TEST(TreeWriter, HoldsItsLimits) {
     parser_node_t *written = graph.broad(1);
     write_tree("/dev/null", written);
     written->children->child->array_index = 65536;
-    constexpr auto kDeep = "Error:Cycle in parse tree or maximum depth exceeded\n";
-    constexpr auto kBroad = "Error: node \"broad\" has more than 192 child links\n";
+    parser_node_t *twice = graph.broad(2);
+    twice->children->child = twice->children->next->child;
+    parser_node_t *all_at_once =
+        graph.link(graph.link(graph.broad(1), written->children->child), twice);
+    graph.link(twice, all_at_once);
+    const std::string deep = "Error:Cycle in parse tree or maximum depth exceeded\n";
+    const std::string broad = "Error: node \"broad\" has more than 192 child links\n";
+    const std::string stale = "Error: node \"broad\" has a child placed by an earlier write\n";
     const Limit limits[] = {
         {"no tree", nullptr, 0, ""},
         {"deepest tree", graph.chain(256), 256, ""},
-        {"a level more", graph.chain(257), 257, kDeep},
-        {"longest chain", graph.chain(19998), 19998, kDeep},
+        {"a level more", graph.chain(257), 257, deep},
+        {"longest chain", graph.chain(19998), 19998, deep},
         {"a node more", graph.chain(19999), 0, "",
          "*** Maximum subtree size of 20000 nodes exceeded ***\n", 0},
-        {"a cycle", cycle, 2, kDeep},
+        {"a cycle", cycle, 2, deep},
         {"a null child", graph.link(graph.add(), nullptr), 2, ""},
         {"192 links", graph.broad(192), 193, ""},
-        {"193 links", graph.link(graph.add(), graph.broad(193)), 0, kBroad},
-        {"a list that loops", endless, 0, kBroad},
-        {"written before", written, 1,
-         "Error: node \"broad\" has a child placed by an earlier write\n"},
+        {"193 links", graph.link(graph.add(), graph.broad(193)), 0, broad},
+        {"a list that loops", endless, 0, broad},
+        {"written before", written, 1, stale},
+        {"all at once", all_at_once, 4,
+         stale + "Error: node 1 \"broad\": a child is listed twice (child 2: node 2 \"\")\n" +
+             deep},
     };
     for (const Limit &limit : limits) {
         const harness::ScratchDir scratch;
         const Outcome outcome = in_child([&] {
+            const rlimit small_stack{256 << 10, 256 << 10};
+            setrlimit(RLIMIT_STACK, &small_stack);
             write_tree(scratch.path("tree"), limit.root);
             return Limit::kReturned;
         });
         EXPECT_EQ(outcome.status, limit.status) << limit.name;
-        EXPECT_EQ(outcome.out + outcome.err, std::string(limit.out) + limit.err) << limit.name;
+        EXPECT_EQ(outcome.out + outcome.err, limit.out + limit.err) << limit.name;
         const size_t size = limit.nodes == 0 ? 0 : kHead + limit.nodes * TREE_NODE_SIZE;
         EXPECT_EQ(inflated(scratch.path("tree")).size(), size) << limit.name;
     }
 }
 
-TEST(TreeWriter, EndsWithoutScratchMemory) {
+// The scratch array, the path as it grows, and the search for cycles; then the stream's memory.
+TEST(TreeWriter, EndsWithoutMemory) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
-    const Outcome outcome = in_child([] {
-        failing_malloc::arm(1);
-        return write_tree_to_file(nullptr, 1, nullptr, nullptr), 0;
-    });
-    EXPECT_EQ(std::to_string(outcome.status) + outcome.err, "1 Error: malloc failed.");
+    Graph graph;
+    parser_node_t *root = graph.chain(5);
+    const auto write_with_failing = [&](long allocation) {
+        return in_child([&] {
+            const auto write = [&](void *file) {
+                failing_malloc::arm(allocation);
+                return write_tree_to_file(root, 7, &kPath, file), 0;
+            };
+            return with_stream("/dev/null", "wb", 1, write);
+        });
+    };
+    for (long allocation = 1; allocation <= 7; ++allocation) {
+        const Outcome outcome = write_with_failing(allocation);
+        EXPECT_EQ(outcome.status, 1) << allocation;
+        EXPECT_EQ(outcome.err, " Error: malloc failed.") << allocation;
+    }
+    EXPECT_EQ(write_with_failing(8).out, "Error in writing to main_tree file\n");
 }
 
 TEST(TreeFiles, EveryFailedWriteIsReported) {

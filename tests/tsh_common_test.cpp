@@ -14,11 +14,20 @@
 #include "tests/support/harness.h"
 #include "tests/support/loaded_tree.h"
 
+#include <algorithm>
 #include <bit>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
 #include <glib.h>
 #include <gtest/gtest.h>
 #include <random>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 // The fuzzer's properties of every line; aborts where one does not hold.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
@@ -96,6 +105,14 @@ a" => [a"]0;a""b c => [a""b c]0)",
     EXPECT_EQ(split("a0b;", "01234567890123456789012345678901;"), "[a]0[b;]2");
     EXPECT_EQ(split("a\tb\vc", " 2345678901234567890123456789"), "[a]0[b\vc]2");
     EXPECT_TRUE(split(repeated(600, "w ")).ends_with("[w]1018[w]1020"));
+    for (const size_t length : {15U, 16U, 17U, 100U}) {
+        const std::string word(length, 'w');
+        const std::string words = "[" + word + "]0[x]" + std::to_string(length + 1);
+        for (const char *delimiters : {",", "0123456789ABCDEFG,", "0123456789ABCDEFGHIJ,"}) {
+            EXPECT_EQ(split(word + ",x", delimiters), words);
+            EXPECT_EQ(tokens(word + "\vx", delimiters), words + " 00");
+        }
+    }
 }
 
 TEST(TshCommon, TokenizeKnowsQuotesEscapesAndSpecials) {
@@ -110,7 +127,8 @@ a\ => [a]0[\]1 00;a|"b|c"\|d|e\| => [a]0[|]1[b|c]3[\]7[|]8[d]9[|]10[e\|]11 00)",
         [](const std::string &line) { return tokens(line, "|\\"); });
     EXPECT_EQ(tokens("a\xFF\xFE\\\xFF"), "[a]0[\xFF]1[\xFE\\\xFF]2 00");
     EXPECT_EQ(tokens(R"(\|d|)", "|"), R"([\|d]0[|]3 00)");
-    EXPECT_EQ(tokens("a", "| ") + tokens("a", "\v"), " 00 00");
+    for (const char *never : {" ", "\"", "\t", "\n", "\v", "\f", "\r"})
+        EXPECT_EQ(tokens("a", std::string("|").append(never).c_str()), " 00") << never;
     const std::string full = repeated(511, "w ");
     EXPECT_TRUE(tokens(full + full).ends_with("[w]1018[w]1020 00"));
     EXPECT_EQ(tokens(full + "w|\"", "|"), " 00");
@@ -139,9 +157,27 @@ TEST(TshCommon, TracesTellEveryStep) {
         "@ index : 5\n@\n@Words extracted : 2\n@Nothing to split...\n"
         "@Defaulting delimter to space...\n@Line :  , Delimiter : [ \t\n\r\f\v]\n@\n@!"
         "@Words extracted : 0\n");
-    EXPECT_EQ(printed(TSH_TRACE_WORDS, [] { tokens("a|", "|"), log_mesg("%d", 1); }),
+    EXPECT_EQ(printed(TSH_TRACE_WORDS, [] { tokens("a|", "|"); }),
               "@\nString list size : 2@\nStr : a, Index : 0@\nStr : |, Index : 1");
     EXPECT_EQ(printed(TSH_TRACE_WORDS, [] { tsh_logfp = nullptr, tokens(split("a")); }), "");
+    EXPECT_EQ(printed(~TSH_TRACE_WORDS, [] { split("ab \"c\"|>d"), split(""), tokens("a"); }), "");
+    EXPECT_TRUE(printed(TSH_TRACE_WORDS, [] { split(repeated(600, "w ")); })
+                    .ends_with("@*** Oops, Too many words in string ***\n@Exiting...\n"
+                               "@Words extracted : 511\n"));
+}
+
+TEST(TshCommon, ATraceLeavesTheProcessAtOnce) {
+    const harness::ScratchDir scratch;
+    FILE *log = fopen(scratch.path("log").c_str(), "w");
+    ASSERT_NE(log, nullptr);
+    tsh_logfp = log;
+    tsh_debug_filter = TSH_TRACE_WORDS;
+    const str_list_t list{};
+    print_str_list(&list);
+    tsh_debug_filter = 0;
+    EXPECT_EQ(harness::without_times(harness::read_file(scratch.path("log"))),
+              "@\nString list size : 0");
+    fclose(log);
 }
 
 // What an operation makes with its n-th allocation failing, for each n until none fails. Whatever
@@ -169,6 +205,55 @@ TEST(TshCommon, MissingMemoryHasItsResultAndLosesNothing) {
     const str_list_t list = {2, {word, word}, {}};
     EXPECT_EQ(without_memory([&] { return str_list_join(&list); }), "null;ab ab;");
     EXPECT_EQ(without_memory([] { return hex_split("1:23", ":"); }), "null;null;null;01|23;");
+    EXPECT_EQ(without_memory([] { return tsh_strdup("a"); }), "null;a;");
+    EXPECT_EQ(without_memory([] { return tsh_strdup_with_space("a"); }), "null;a ;");
+
+    const auto failing = [](long allocation, uint32_t families) {
+        return printed(families, [=] {
+            failing_malloc::arm(allocation);
+            str_list_free(strsplit("a |>b", " "));
+            failing_malloc::disarm();
+        });
+    };
+    const std::string said = "\nErr: Malloc failed...";
+    const std::string no_copy = said + "@malloc failed while duplicating cmdline\n";
+    EXPECT_EQ(failing(1, 0x4), no_copy);
+    EXPECT_EQ(failing(1, 0x8), no_copy);
+    EXPECT_EQ(failing(1, ~TSH_TRACE_ALLOCATION), said);
+    const std::pair<long, std::string> traces[] = {
+        {2, said + "@Error mallocing for dup str |> in  case.\n@Line : a |>b, Delimiter"},
+        {3, said + "@Error mallocing str list...\n"},
+        {4, said + "@Mem alloc failed...\n"},
+    };
+    for (const auto &[allocation, trace] : traces)
+        EXPECT_NE(failing(allocation, TSH_TRACE_WORDS).find(trace), std::string::npos) << trace;
+}
+
+// Some letters that a text of 2 GB shows over and over.
+TEST(TshCommon, TextsTooLongForTheirSizesFindNoMemory) {
+    if constexpr (sizeof(size_t) < 8)
+        GTEST_SKIP() << "no room for the text";
+    constexpr size_t kPiece = 1U << 25;
+    constexpr size_t kSize = size_t{1} << 31;
+    const int letters = memfd_create("letters", 0);
+    const std::string piece(kPiece, 'x');
+    ASSERT_EQ(write(letters, piece.data(), kPiece), static_cast<ssize_t>(kPiece));
+    auto *text = static_cast<char *>(
+        mmap(nullptr, kSize + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    ASSERT_NE(text, MAP_FAILED);
+    for (size_t at = 0; at < kSize; at += kPiece)
+        ASSERT_NE(
+            mmap(text + at, kPiece, PROT_READ, MAP_SHARED | MAP_FIXED | MAP_POPULATE, letters, 0),
+            MAP_FAILED);
+    const str_list_t words = {2, {text, text}, {}};
+    const std::string no_malloc = "\nErr: Malloc failed...";
+    EXPECT_EQ(printed(TSH_TRACE_ALLOCATION, [&] { EXPECT_EQ(strsplit(text, " "), nullptr); }),
+              no_malloc + "@malloc failed while duplicating cmdline\n");
+    EXPECT_EQ(printed(0, [&] { EXPECT_EQ(tokenize(text, nullptr), nullptr); }), no_malloc);
+    EXPECT_EQ(printed(0, [&] { EXPECT_EQ(str_list_join(&words), nullptr); }),
+              "\nErr: Realloc failed...");
+    munmap(text, kSize + 1);
+    close(letters);
 }
 
 TEST(TshCommon, ListsAreJoinedPrintedAndReleased) {
@@ -176,15 +261,24 @@ TEST(TshCommon, ListsAreJoinedPrintedAndReleased) {
     char none[] = "";
     char *texts[] = {a, none, nullptr, a};
     const auto join = [](const str_list_t &list) { return shown(str_list_join(&list)); };
-    EXPECT_EQ(join({3, {a, none, a}, {}}) + join({2, {a, none}, {}}) + join({}), "a aa null");
-    EXPECT_EQ(join({2, {a}, {}}) + join({1, {none}, {}}) + join({2, {none}, {}}), "a null");
+    EXPECT_EQ(join({3, {a, none, a}, {}}), "a a");
+    EXPECT_EQ(join({2, {a, none}, {}}), "a ");
+    EXPECT_EQ(join({2, {a}, {}}), "a ");
+    EXPECT_EQ(join({1, {none}, {}}), "");
+    EXPECT_EQ(join({2, {none}, {}}), "null");
+    EXPECT_EQ(join({}), "null");
+    EXPECT_EQ(shown(str_list_join(nullptr)), "null");
     str_list_t *lists[STR_CMD_LISTS] = {tokenize("a b", ""), nullptr, strsplit("c", "")};
     str_cmd_list_free(lists);
     EXPECT_EQ(std::count(lists, lists + STR_CMD_LISTS, nullptr), STR_CMD_LISTS);
     const auto print = [&] { print_str_arr(texts), print_char("xyz", 2), print_char("xyz", 0); };
     EXPECT_EQ(printed(0, print), "\nStr : a\nStr : xy  ");
-    EXPECT_EQ(str_arr_size(texts) + str_arr_size(nullptr) + print_str_arr(nullptr), 2);
-    EXPECT_EQ(tokenize(nullptr, nullptr), strsplit(nullptr, nullptr));
+    EXPECT_EQ(str_arr_size(texts), 2);
+    EXPECT_EQ(str_arr_size(nullptr), 0);
+    EXPECT_EQ(print_str_arr(nullptr), 0);
+    EXPECT_EQ(tokenize(nullptr, nullptr), nullptr);
+    EXPECT_EQ(strsplit(nullptr, nullptr), nullptr);
+    print_str_list(nullptr);
 }
 
 TEST(TshCommon, FieldsAndNumbersAreStrict) {
@@ -192,9 +286,11 @@ TEST(TshCommon, FieldsAndNumbersAreStrict) {
           [](const std::string &text) { return shown(hex_split(text.c_str(), ":")); });
     const auto report = [](const char *, GLogLevelFlags, const char *text, void *) { puts(text); };
     g_log_set_default_handler(report, nullptr);
-    EXPECT_EQ(printed(0, [] { hex_split("", nullptr); }),
-              "file ../feature/tsh/src/tsh_common: line 245 (hex_split): "
-              "assertion `delimiter != NULL' failed.\n");
+    const std::string place = "file ../feature/tsh/src/tsh_common: line ";
+    EXPECT_EQ(printed(0, [] { EXPECT_EQ(hex_split("", nullptr), nullptr); }),
+              place + "245 (hex_split): assertion `delimiter != NULL' failed.\n");
+    EXPECT_EQ(printed(0, [] { EXPECT_EQ(hex_split(nullptr, nullptr), nullptr); }),
+              place + "244 (hex_split): assertion `string != NULL' failed.\n");
     const auto numbers = [](const std::string &text) {
         return std::to_string(get_uint16_from_str(text.c_str())) + " " +
                std::to_string(get_uint8_from_str(text.c_str())) + " " +
@@ -208,7 +304,12 @@ TEST(TshCommon, FieldsAndNumbersAreStrict) {
     EXPECT_EQ(printed(TSH_TRACE_PARAMS,
                       [&] { get_uint16_from_str(nullptr), numbers("100"), numbers("zz"); }),
               "@Error in ID format.\n@Invalid Number detected.\n@Invalid Number detected.\n");
-    check("1-5 => 1,5;-3--1 => -3,-1;5--2 => 5,-2;--5 => ,-5;5---2 => 5,,-2;a-1- => a-1,",
+    EXPECT_EQ(get_uint8_from_str(nullptr), -1);
+    EXPECT_EQ(strxtoi(nullptr), 0U);
+    EXPECT_EQ(printed(~TSH_TRACE_PARAMS, [&] { get_uint16_from_str(nullptr), numbers("zz"); }), "");
+    range_preparse_str(nullptr);
+    check("1-5 => 1,5;10-19 => 10,19;9-0 => 9,0;/-1:-2 => /-1:-2;-3--1 => -3,-1;5--2 => 5,-2;--5 "
+          "=> ,-5;5---2 => 5,,-2;a-1- => a-1,",
           [](std::string range) { return range_preparse_str(range.data()), range; });
 }
 
@@ -236,13 +337,21 @@ TEST(TshCommon, MemoryIsZeroAndSortingCountsItsPasses) {
         std::fill_n(block, size, 'x');
         tsh_free(block);
     }
-    EXPECT_EQ(shown(tsh_strdup_with_space("a")) + shown(tsh_strdup_with_space(nullptr)), "a  ");
+    EXPECT_EQ(shown(tsh_strdup("a")), "a");
+    EXPECT_EQ(printed(0, [] { EXPECT_EQ(tsh_strdup(nullptr), nullptr); }), "");
+    EXPECT_EQ(shown(tsh_strdup_with_space("a")), "a ");
+    EXPECT_EQ(shown(tsh_strdup_with_space("")), " ");
+    EXPECT_EQ(shown(tsh_strdup_with_space(nullptr)), " ");
     using Words = std::vector<uint32_t>;
     const auto sorted = [](Words words) {
         const auto by_tens = [](uint32_t a, uint32_t b) { return a / 10 > b / 10 ? 1 : 0; };
         words.push_back(bsort(words.data(), static_cast<uint32_t>(words.size()), by_tens));
         return words;
     };
+    EXPECT_EQ(sorted({}), Words({0}));
+    EXPECT_EQ(sorted({7}), Words({7, 0}));
+    EXPECT_EQ(sorted({10, 20}), Words({10, 20, 1}));
+    EXPECT_EQ(sorted({20, 10}), Words({10, 20, 2}));
     EXPECT_EQ(sorted({30, 10, 20}), Words({10, 20, 30, 2}));
     EXPECT_EQ(sorted({29, 12, 21, 11, 5}), Words({5, 12, 11, 29, 21, 5}));
 }
@@ -260,18 +369,29 @@ TEST(TshCommon, BitsBoundsSignalsAndPaths) {
         ASSERT_EQ(bit_count_get64(value), std::popcount(value));
         ASSERT_EQ(bit_count_get(static_cast<uint32_t>(value)), bit_count_get64(value << 32));
     }
-    EXPECT_EQ(bit_pos_get32(1, -2) + bit_pos_get64(1, INT32_MIN) + bit_pos_get32(1, INT32_MAX), -3);
-    EXPECT_EQ(check_uint_bounds(5, 5, 5) + check_int_bounds(-1, -5, 0), 2);
-    EXPECT_EQ(check_uint_bounds(4, 5, 9) + check_uint_bounds(-1U, -5U, 0), -2);
-    EXPECT_EQ(check_int64_bounds(-1, -2, 2) + check_uint64_bounds(1ULL << 32, 0, ~0U), 0);
+    for (const int32_t outside : {-2, INT32_MIN, INT32_MAX}) {
+        EXPECT_EQ(bit_pos_get32(1, outside), -1);
+        EXPECT_EQ(bit_pos_get64(1, outside), -1);
+    }
+    EXPECT_EQ(check_uint_bounds(5, 5, 5), 1);
+    EXPECT_EQ(check_uint_bounds(4, 5, 9), -1);
+    EXPECT_EQ(check_uint_bounds(10, 5, 9), -1);
+    EXPECT_EQ(check_uint_bounds(-1U, -5U, 0), -1);
+    EXPECT_EQ(check_int_bounds(-1, -5, 0), 1);
+    EXPECT_EQ(check_int64_bounds(-1, -2, 2), 1);
+    EXPECT_EQ(check_uint64_bounds(1ULL << 32, 0, ~0U), -1);
     int ends[2];
-    ASSERT_EQ(pipe(ends) + signal_set(SIGALRM, [](int) {}), 0);
+    ASSERT_EQ(pipe(ends), 0);
+    EXPECT_EQ(signal_set(SIGALRM, [](int) {}), 0);
+    EXPECT_EQ(signal_set(-1, [](int) {}), -1);
     for (char byte : {'a', 'b'}) {
         ualarm(20000, 0);
         EXPECT_EQ(read(ends[0], &byte, 1), -1) << "not interrupted";
     }
     char path[] = "/a/c.par";
     EXPECT_EQ(tsh_util_get_filename(path), path + 3);
+    EXPECT_EQ(tsh_util_get_filename(path + 3), path + 3);
+    EXPECT_EQ(log_mesg("%d", 1), 0);
 }
 
 } // namespace

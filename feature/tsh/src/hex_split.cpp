@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <glib.h>
+#include <memory>
 
 namespace {
 

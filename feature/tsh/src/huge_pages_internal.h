@@ -10,7 +10,9 @@
 
 namespace tsh {
 
-/// Blocks from this size on are worth asking for.
+/// Blocks from this size on are worth asking for: wherever they begin, one whole huge page of 2 MB
+/// fits. To fill a fresh block of 1 or 2 MB takes the same time either way, one of 4 MB half as
+/// long with huge pages (6.8 ms for 13.2), one of 16 MB a seventh.
 constexpr size_t kHugeBlock = size_t{4} << 20U;
 
 /// Asks for huge pages below a large block that is about to be filled: touching page after page

@@ -26,7 +26,7 @@ tsh::OwnedList tsh::new_list() {
 }
 
 bool tsh::append_word(str_list_t &list, std::string_view word, size_t offset) {
-    auto *copy = static_cast<char *>(tsh_malloc(static_cast<uint32_t>(word.size() + 1)));
+    char *copy = allocate_text(word.size() + 1);
     if (copy == nullptr)
         return false;
     word.copy(copy, word.size());
@@ -47,9 +47,9 @@ char *str_list_join(const str_list_t *list) {
     for (const char *word : all_but_last)
         if (!is_empty(word))
             length += strlen(word) + 1;
-    if ((last == nullptr && length == 0) || length >= UINT32_MAX)
+    if (last == nullptr && length == 0)
         return nullptr;
-    auto *joined = static_cast<char *>(tsh_realloc(nullptr, static_cast<uint32_t>(length + 1)));
+    char *joined = tsh::resize_text(nullptr, length + 1);
     if (joined == nullptr)
         return nullptr;
 

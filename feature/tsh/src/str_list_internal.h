@@ -2,6 +2,7 @@
 #pragma once
 
 #include "feature/tsh/src/memory.h"
+#include "feature/tsh/src/memory_internal.h"
 #include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/str_list.h"
 
@@ -15,7 +16,7 @@ using OwnedText = std::unique_ptr<char, Releaser<tsh_free>>;
 using OwnedList = std::unique_ptr<str_list_t, Releaser<str_list_free>>;
 
 /// The longest line that is split. Offsets in it, and the size of a copy with some bytes to spare,
-/// fit 31 bits; a longer line is treated as one that there is no memory for.
+/// fit 31 bits; a longer line is one that there is no memory for: malloc_failed().
 constexpr size_t kLongestLine = INT32_MAX - 16;
 
 /// A list without words, or null when there is no memory.

@@ -4,6 +4,8 @@
 #include "feature/tsh/src/char_set_internal.h"
 #include "feature/tsh/src/str_list_internal.h"
 
+#include <optional>
+
 int32_t unmatched_quote_flag = 0;
 int32_t unmatched_quote_index = 0;
 
@@ -20,6 +22,7 @@ constexpr CharSet kSeparating(kWhiteSpace);
 constexpr CharSet kNeverSpecial(kWhiteSpace, kQuote);
 constexpr CharSet kMeaningInQuotes(kQuote, kEscape);
 
+// One walk over a line. What it finds out it keeps; the process-wide state is the caller's.
 class TokenWalk {
 public:
     TokenWalk(std::string_view line, std::string_view specials, str_list_t &list)
@@ -38,16 +41,19 @@ public:
         return !out_of_memory_;
     }
 
-    [[nodiscard]] bool in_quotes() const { return in_quotes_; }
+    /// Offset of the quote that the line leaves open.
+    [[nodiscard]] std::optional<size_t> open_quote() const { return open_quote_; }
 
 private:
+    [[nodiscard]] bool in_quotes() const { return open_quote_.has_value(); }
+
     [[nodiscard]] bool goes_on() const {
         return position_ < line_.size() && list_.size < STR_LIST_ENTRIES && !out_of_memory_;
     }
 
     // Passes what has no meaning inside the word in progress, escaped characters included.
     void pass_text() {
-        const CharSet &meaning = in_quotes_ ? kMeaningInQuotes : meaning_in_word_;
+        const CharSet &meaning = in_quotes() ? kMeaningInQuotes : meaning_in_word_;
         position_ = meaning.find_in(line_, position_);
         while (at_escape())
             position_ = meaning.find_in(line_, position_ + 2);
@@ -60,10 +66,10 @@ private:
 
     void take(char c) {
         if (c == '"')
-            in_quotes_ ? close_quotes() : open_quotes();
-        else if (!in_quotes_ && specials_.holds(c))
+            in_quotes() ? close_quotes() : open_quotes();
+        else if (!in_quotes() && specials_.holds(c))
             take_special();
-        else if (!in_quotes_ && kSeparating.holds(c))
+        else if (!in_quotes() && kSeparating.holds(c))
             take_white_space();
         else
             take_text();
@@ -71,17 +77,15 @@ private:
 
     void open_quotes() {
         end_word();
-        unmatched_quote_index = static_cast<int32_t>(position_);
+        open_quote_ = position_;
         ++position_;
         begin_word();
-        in_quotes_ = true;
     }
 
     void close_quotes() {
         end_word();
-        unmatched_quote_index = 0;
+        open_quote_.reset();
         ++position_;
-        in_quotes_ = false;
     }
 
     // A special is stored even as the entry past the last word; the caller then refuses the list.
@@ -130,7 +134,7 @@ private:
     size_t position_ = 0;
     size_t word_start_ = 0;
     bool in_word_ = false;
-    bool in_quotes_ = false;
+    std::optional<size_t> open_quote_;
     bool out_of_memory_ = false;
 };
 
@@ -148,18 +152,20 @@ str_list_t *tokenize(const char *line, const char *specials) {
     if (list == nullptr || !may_be_special(special_set) || line == nullptr)
         return nullptr;
     const std::string_view text(line);
-    if (text.size() > tsh::kLongestLine)
-        return nullptr;
-
-    TokenWalk walk(text, special_set, *list);
-    if (!walk.run()) {
-        unmatched_quote_index = 0;
+    if (text.size() > tsh::kLongestLine) {
+        tsh::malloc_failed();
         return nullptr;
     }
+
+    TokenWalk walk(text, special_set, *list);
+    if (!walk.run())
+        return nullptr;
+    const auto open_quote = walk.open_quote();
+    unmatched_quote_index = static_cast<int32_t>(open_quote.value_or(0));
     if (list->size == 0)
         return nullptr;
-    if (walk.in_quotes() || list->size == STR_LIST_ENTRIES) {
-        unmatched_quote_flag = walk.in_quotes() ? 1 : 0;
+    if (open_quote || list->size == STR_LIST_ENTRIES) {
+        unmatched_quote_flag = open_quote ? 1 : 0;
         return nullptr;
     }
     print_str_list(list.get());

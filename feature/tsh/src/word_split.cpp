@@ -39,9 +39,9 @@ public:
     /// Test text() for null: without memory there is no copy.
     explicit WorkingCopy(std::string_view line) : length_(line.size()) {
         if (length_ > tsh::kLongestLine)
-            return;
-        const auto size = static_cast<uint32_t>(length_ + kSpareBytes);
-        text_.reset(static_cast<char *>(tsh_malloc(size)));
+            tsh::malloc_failed();
+        else
+            text_.reset(tsh::allocate_text(length_ + kSpareBytes));
         if (text_ != nullptr)
             line.copy(text_.get(), length_);
     }

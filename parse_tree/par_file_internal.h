@@ -1,0 +1,42 @@
+// A par file open for reading.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace tsh {
+
+/// Opened without waiting, so that a pipe in its place is refused like any other file that cannot
+/// be mapped.
+class ParFile {
+public:
+    explicit ParFile(const char *path)
+        : descriptor_(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+    ~ParFile() {
+        if (descriptor_ >= 0)
+            close(descriptor_);
+    }
+    ParFile(const ParFile &) = delete;
+    ParFile &operator=(const ParFile &) = delete;
+
+    [[nodiscard]] int descriptor() const { return descriptor_; }
+    [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
+
+    /// Size in bytes, or -1 with errno set; a file that did not open has none.
+    [[nodiscard]] off_t size() const {
+        struct stat status {};
+        return is_open() && fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+    }
+
+    [[nodiscard]] bool is_regular() const {
+        struct stat status {};
+        return fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+    }
+
+private:
+    int descriptor_;
+};
+
+} // namespace tsh

@@ -1,0 +1,211 @@
+// The check of trees: every fault told, and the walks behind it whatever the depth.
+#include "examples/grammar.h"
+#include "parse_tree/tree_check.h"
+#include "parse_tree/tree_library.h"
+#include "tests/support/failing_malloc.h"
+#include "tests/support/harness.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <string>
+#include <sys/resource.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using grammar::keyword;
+using Nodes = std::vector<tree_node_t>;
+using Faults = std::vector<tsh_tree_fault_t>;
+
+int32_t collect(const tsh_tree_fault_t *fault, void *faults) {
+    static_cast<Faults *>(faults)->push_back(*fault);
+    return 0;
+}
+
+Faults faults_of(const Nodes &nodes) {
+    Faults faults;
+    const auto count = static_cast<uint32_t>(nodes.size());
+    const uint32_t told = tsh_tree_check(nodes.data(), count, collect, &faults);
+    EXPECT_EQ(told, faults.size());
+    EXPECT_EQ(tsh_tree_check(nodes.data(), count, nullptr, nullptr), faults.size());
+    return faults;
+}
+
+std::string text_of(const Nodes &nodes, const tsh_tree_fault_t &fault) {
+    char text[TSH_TREE_FAULT_TEXT_SIZE] = "";
+    const size_t length = tsh_tree_fault_text(nodes.data(), static_cast<uint32_t>(nodes.size()),
+                                              &fault, text, sizeof text);
+    EXPECT_EQ(length, strlen(text));
+    return std::string(fault.check) + ": " + text + "\n";
+}
+
+void link(Nodes &nodes, size_t parent, uint16_t child) {
+    nodes[parent].children[nodes[parent].child_count++] = child;
+}
+
+TEST(TreeCheck, TellsEveryFaultInTheOrderOfTheRecords) {
+    Nodes nodes = grammar::lay_out(grammar::structural("root")
+                                       .child(keyword("a").child(keyword("b").child(keyword("c"))))
+                                       .child(keyword("d").child(keyword("e")))
+                                       .child(keyword("f")));
+    nodes.resize(8);
+    nodes[1].param_count = 3;
+    memset(nodes[2].help, 'x', sizeof nodes[2].help);
+    memset(nodes[2].aux_label, 'x', sizeof nodes[2].aux_label);
+    link(nodes, 3, 3);
+    link(nodes, 3, 1);
+    nodes[4].child_count = 193;
+    nodes[4].children[0] = 0;
+    strcpy(nodes[6].name, "f\"\\\n\x80");
+    for (const int child : {8, 0, 5, 0, 65535})
+        link(nodes, 6, static_cast<uint16_t>(child));
+    link(nodes, 7, 7); // a circle that nothing leads to
+    std::string told;
+    for (const tsh_tree_fault_t &fault : faults_of(nodes))
+        told += text_of(nodes, fault);
+    EXPECT_EQ(told, R"(param-count: node 1 "a": param_count is above 2
+unterminated-text: node 2 "b": help is not terminated
+unterminated-text: node 2 "b": aux_label is not terminated
+child-count: node 4 "d": child_count is above 192
+child-index: node 6 "f\x22\x5c\x0a\x80": a child index lies outside the tree (child 0: node 8)
+child-index: node 6 "f\x22\x5c\x0a\x80": a child index lies outside the tree (child 4: node 65535)
+child-twice: node 6 "f\x22\x5c\x0a\x80": a child is listed twice (child 3: node 0 "root")
+cycle: node 3 "c": a link leads back to an ancestor (child 0: node 3 "c")
+cycle: node 3 "c": a link leads back to an ancestor (child 1: node 1 "a")
+cycle: node 6 "f\x22\x5c\x0a\x80": a link leads back to an ancestor (child 1: node 0 "root")
+cycle: node 6 "f\x22\x5c\x0a\x80": a link leads back to an ancestor (child 3: node 0 "root")
+)");
+
+    std::string names;
+    for (uint32_t i = 0; tsh_tree_check_name(i) != nullptr; ++i)
+        names += tsh_tree_check_name(i) + std::string(" ");
+    EXPECT_EQ(names, "child-count param-count child-index child-twice unterminated-text cycle ");
+    int told_before_end = 0;
+    const auto end_at_second = [](const tsh_tree_fault_t *, void *count) -> int32_t {
+        return ++*static_cast<int *>(count) == 2 ? 1 : 0;
+    };
+    EXPECT_EQ(tsh_tree_check(nodes.data(), 8, end_at_second, &told_before_end), 2U);
+    EXPECT_EQ(told_before_end, 2);
+    char cut[12] = "untouched";
+    const tsh_tree_fault_t fault{"param-count", "wrong", 1, -1, 0};
+    EXPECT_EQ(tsh_tree_fault_text(nodes.data(), 8, &fault, cut, 0), strlen(R"(node 1 "a": wrong)"));
+    EXPECT_STREQ(cut, "untouched");
+    tsh_tree_fault_text(nodes.data(), 8, &fault, cut, sizeof cut);
+    EXPECT_STREQ(cut, R"(node 1 "a":)");
+}
+
+// The model: a recursive walk that knows the nodes above it.
+class CycleModel {
+public:
+    explicit CycleModel(const Nodes &nodes) : nodes_(nodes) { walk(0, {}); }
+
+    std::vector<std::pair<uint32_t, int32_t>> closing_links;
+
+private:
+    void walk(uint16_t node, std::set<uint16_t> above) {
+        above.insert(node);
+        walked_.insert(node);
+        for (int32_t i = 0; i < nodes_[node].child_count; ++i) {
+            const uint16_t child = nodes_[node].children[i];
+            if (above.contains(child))
+                closing_links.emplace_back(node, i);
+            else if (!walked_.contains(child))
+                walk(child, above);
+        }
+    }
+
+    const Nodes &nodes_;
+    std::set<uint16_t> walked_;
+};
+
+TEST(TreeCheck, FindsTheLinksThatCloseCycles) {
+    std::mt19937 random(11);
+    size_t cyclic = 0;
+    for (int round = 0; round < 3000; ++round) {
+        Nodes nodes(1 + random() % 9);
+        for (size_t parent = 0; parent < nodes.size(); ++parent)
+            for (size_t child = 0; child < nodes.size(); ++child)
+                if (random() % nodes.size() == 0 && (random() % 3 == 0 || child > parent))
+                    link(nodes, parent, static_cast<uint16_t>(child));
+        for (tree_node_t &node : nodes)
+            std::shuffle(node.children, node.children + node.child_count, random);
+        const CycleModel model(nodes);
+        std::vector<std::pair<uint32_t, int32_t>> told;
+        for (const tsh_tree_fault_t &fault : faults_of(nodes)) {
+            EXPECT_STREQ(fault.check, "cycle");
+            told.emplace_back(fault.node, fault.position);
+        }
+        ASSERT_EQ(told, model.closing_links) << "round " << round;
+        cyclic += told.empty() ? 0U : 1U;
+        EXPECT_EQ(cycle_check(nodes.data(), 0, 0), told.empty() ? 0 : 1);
+    }
+    EXPECT_GT(cyclic, 500U);
+    EXPECT_LT(cyclic, 2500U);
+}
+
+// A chain from node 0 to the last node and from there back to node 1.
+Nodes backward_chain(uint32_t levels) {
+    Nodes nodes(levels);
+    size_t parent = 0;
+    for (size_t child = levels - 1; child > 0; parent = child--)
+        link(nodes, parent, static_cast<uint16_t>(child));
+    return nodes;
+}
+
+TEST(TreeCheck, NeedsNoCallStackHoweverDeepTheTree) {
+    const Nodes deepest = backward_chain(TREE_MAX_NODES);
+    Nodes circle = deepest;
+    link(circle, 1, 0);
+    const harness::Outcome outcome = harness::in_child([&] {
+        const rlimit small_stack{256 << 10, 256 << 10};
+        setrlimit(RLIMIT_STACK, &small_stack);
+        EXPECT_EQ(faults_of(deepest).size(), 0U);
+        EXPECT_EQ(faults_of(circle).size(), 1U);
+        EXPECT_EQ(cycle_check(circle.data(), 0, 0), 1);
+        EXPECT_EQ(cycle_check(deepest.data(), 0, 0), 1);
+        EXPECT_EQ(cycle_check(backward_chain(257).data(), 0, 0), 1);
+        EXPECT_EQ(cycle_check(backward_chain(256).data(), 0, 0), 0);
+        display_array_tree(backward_chain(3).data(), 0, 0);
+        return testing::Test::HasFailure();
+    });
+    EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
+    EXPECT_EQ(outcome.out, "0:  \"\" 2\n  2:  \"\" 1\n    1:  \"\"\n");
+}
+
+TEST(TreeCheck, WithoutMemoryClearsNoTree) {
+    if (!failing_malloc::available())
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    const Nodes nodes = backward_chain(3);
+    tsh_tree_fault_t told{};
+    const auto keep = [](const tsh_tree_fault_t *fault, void *place) -> int32_t {
+        *static_cast<tsh_tree_fault_t *>(place) = *fault;
+        return 0;
+    };
+    for (const long failing : {1, 2}) {
+        failing_malloc::arm(failing);
+        const int32_t cyclic = cycle_check(nodes.data(), 0, 0);
+        failing_malloc::disarm();
+        EXPECT_EQ(cyclic, 1) << failing;
+    }
+    failing_malloc::arm(1);
+    const uint32_t faults = tsh_tree_check(nodes.data(), 3, keep, &told);
+    failing_malloc::disarm();
+    EXPECT_EQ(faults, 1U);
+    EXPECT_EQ(text_of(nodes, told), "cycle: node 0 \"\": no memory to look for cycles\n");
+    const harness::Outcome listing = harness::in_child([&] {
+        fputs("before ", stdout);
+        failing_malloc::arm(1);
+        display_array_tree(nodes.data(), 0, 0);
+        failing_malloc::disarm();
+        return 0;
+    });
+    EXPECT_EQ(listing.out, "before No memory to list the tree\n");
+}
+
+} // namespace
