@@ -3,9 +3,9 @@
 #include "tools/support/tree_input.h"
 
 #include "parse_tree/byte_order.h"
+#include "parse_tree/tree_check.h"
 #include "tools/support/file_bytes.h"
 #include "tools/support/program.h"
-#include "tools/support/tree_check_standin.h"
 #include "tools/support/tree_look.h"
 
 #include <algorithm>
