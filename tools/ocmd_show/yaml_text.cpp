@@ -89,7 +89,7 @@ std::string with_byte_codes(std::string_view bytes) {
     for (const char c : bytes) {
         if (c == '\\')
             text += "\\\\";
-        else if (c < ' ' || c > '~' || c == '<')
+        else if (c < ' ' || c > '~' || c == '<' || c == '\'')
             text += coded("\\x%02x", static_cast<uint8_t>(c));
         else
             text += c;
@@ -97,12 +97,9 @@ std::string with_byte_codes(std::string_view bytes) {
     return text;
 }
 
-// The text must be printable ASCII.
-std::string tagged_as_bytes(std::string_view text) {
-    std::string tagged = "!bytes '";
-    for (const char c : text)
-        (tagged += c == '\'' ? "'" : "") += c;
-    return tagged + '\'';
+// What has no quote and no byte beyond ASCII in it can stand in single quotes as it is.
+std::string tagged_as_bytes(const std::string &text) {
+    return "!bytes '" + text + '\'';
 }
 
 } // namespace
