@@ -35,7 +35,6 @@ using tool::Nodes;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
-using tool::TreeShape;
 
 constexpr size_t kBlockLevels = 16; // of words that are written by indentation
 constexpr size_t kLineWidth = 100;  // for words in one line
@@ -317,11 +316,24 @@ bool is_usual_redirect_root(Nodes nodes, uint16_t index) {
            memcmp(&inner, &nodes[index + size_t{1}], sizeof inner) == 0;
 }
 
+// Nodes that the root reaches by more than one link.
+std::vector<bool> shared_nodes(Nodes nodes) {
+    const tool::LinkTable links{nodes};
+    std::vector<bool> linked(nodes.size());
+    std::vector<bool> shared(nodes.size());
+    for (const uint16_t node : tool::children_first(links))
+        for (const uint16_t child : links.below(node)) {
+            shared[child] = shared[child] || linked[child];
+            linked[child] = true;
+        }
+    return shared;
+}
+
 class DocumentWriter {
 public:
     DocumentWriter(const TreeRecord &record, TextOutput &output, Losses &losses)
-        : record_(record), nodes_(record.nodes), shape_(record.nodes), output_(output),
-          losses_(losses), written_(record.nodes.size()) {}
+        : record_(record), nodes_(record.nodes), output_(output), losses_(losses),
+          written_(record.nodes.size()), shared_(shared_nodes(record.nodes)) {}
 
     // A root is a node without a word that is attached to nothing.
     void write(bool main) {
@@ -426,7 +438,7 @@ private:
             return;
         }
         note(index);
-        if (is_shared(index))
+        if (shared_[index])
             output_ << " &" << anchor_of(index);
         Entries entries;
         const Entries own = EntriesOfWord{node}.entries();
@@ -536,12 +548,6 @@ private:
             add(entries, "marked", list + "]");
     }
 
-    [[nodiscard]] bool is_shared(uint16_t index) const {
-        return std::ranges::count_if(shape_.parents_of(index), [&](uint16_t parent) {
-                   return shape_.is_reached(parent);
-               }) > 1;
-    }
-
     // Made of the node's name, so that it tells something.
     const std::string &anchor_of(uint16_t index) {
         std::string &anchor = anchors_[index];
@@ -584,11 +590,11 @@ private:
 
     const TreeRecord &record_;
     Nodes nodes_;
-    TreeShape shape_;
     TextOutput &output_;
     Losses &losses_;
     bool is_root_ = false;
     std::vector<bool> written_;
+    std::vector<bool> shared_;
     std::vector<Open> open_;
     std::unordered_map<uint16_t, std::string> anchors_;
     std::set<std::string> taken_anchors_;

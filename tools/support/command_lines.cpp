@@ -110,13 +110,6 @@ bool begins_with_root(const TreeFile &file, const TreeRecord &record) {
     return file.container() == Container::kSubtrees && !record.attach_path.empty();
 }
 
-Count count_lines(const TreeFile &file, const TreeRecord &record) {
-    const LinkTable links{record.nodes};
-    Count count = count_lines_below(links, children_first(links)).front();
-    count += static_cast<uint64_t>(begins_with_root(file, record) && links.has_line(0));
-    return count;
-}
-
 void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output) {
     const SpelledTree tree{record.nodes};
     CommandLister lister{tree, output};
