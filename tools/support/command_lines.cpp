@@ -45,7 +45,7 @@ void LineText::append(std::string_view text) {
     const size_t needed = length_ + text.size() + kCopyChunk;
     if (needed > bytes_.size())
         bytes_.resize(2 * needed);
-    memcpy(bytes_.data() + length_, text.data(), text.size());
+    text.copy(bytes_.data() + length_, text.size());
     length_ += text.size();
 }
 

@@ -36,8 +36,7 @@ public:
     TextOutput &operator<<(std::string_view text) {
         if (text.size() > kMostRoom)
             return put_long(text);
-        memcpy(room(), text.data(), text.size());
-        used_ += text.size();
+        used_ += text.copy(room(), text.size());
         return *this;
     }
     TextOutput &operator<<(char c) {
