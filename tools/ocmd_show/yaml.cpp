@@ -150,7 +150,7 @@ void add(Entries &entries, std::string key, std::string value) {
 std::string in_braces(const Entries &entries) {
     std::string text;
     for (const auto &[key, value] : entries)
-        text += (text.empty() ? "{" : ", ") + key + ": " + value;
+        text.append(text.empty() ? "{" : ", ").append(key).append(": ").append(value);
     return text.empty() ? "{}" : text + "}";
 }
 
@@ -211,16 +211,14 @@ public:
 
 private:
     void take(std::string_view key, const std::string &value) {
-        if (key == "name")
+        const bool said_by_command = key == "terminal" && node_.func_id[0] != '\0';
+        const bool said_by_submode = is_submode_ && (key == "submode_help" || key == "mode");
+        if (key == "name" || said_by_command || said_by_submode)
             return;
         if (key == "function" && ends_command_)
             add(entries_, "command", value);
-        else if (key == "terminal" && node_.func_id[0] != '\0')
-            return; // said by the command
         else if (key == "submode" && is_submode_)
             add(entries_, "submode", submode());
-        else if (is_submode_ && (key == "submode_help" || key == "mode"))
-            return; // said with the submode
         else
             add(entries_, std::string{key}, value);
     }
@@ -536,7 +534,7 @@ private:
             const tree_node_t &child = nodes_[links[i]];
             const std::string_view name = name_of(child);
             const bool by_word = words[plain_key_of(child)] == 1;
-            const bool by_name = names[name] == 1 && words.count(std::string{name}) == 0 &&
+            const bool by_name = names[name] == 1 && !words.contains(std::string{name}) &&
                                  !name.empty() && tool::is_utf8(name);
             if (by_word || by_name)
                 list += (list.empty() ? "[" : ", ") + (by_word ? key_of(child) : yaml_value(name));

@@ -76,7 +76,6 @@ private:
     TextOutput &put_number(uint64_t number);
     TextOutput &put_long(std::string_view text);
     void write_block();
-    void write_out(std::string_view text);
 
     std::unique_ptr<char[]> block_;
     size_t used_ = 0;

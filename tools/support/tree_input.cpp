@@ -47,7 +47,7 @@ struct TreeFile::Content {
     bool complete = true;
 
 private:
-    Look judge(const Insist &insist) {
+    [[nodiscard]] Look judge(const Insist &insist) const {
         const auto found = look_at(bytes.all(), insist);
         if (!found)
             fail("%s: neither a main par file nor a subtree file", name.c_str());

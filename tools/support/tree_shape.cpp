@@ -65,9 +65,9 @@ std::vector<uint16_t> children_first(const LinkTable &links) {
 std::vector<Levels> measure_levels(const LinkTable &links, std::span<const uint16_t> order) {
     std::vector<Levels> levels(links.node_count());
     levels[0] = {1, 1};
-    for (auto node = order.rbegin(); node != order.rend(); ++node) {
-        const Levels from = levels[*node];
-        for (const uint16_t child : links.below(*node)) {
+    for (size_t i = order.size(); i-- > 0;) {
+        const Levels from = levels[order[i]];
+        for (const uint16_t child : links.below(order[i])) {
             Levels &to = levels[child];
             to.least = to.least == 0 ? from.least + 1 : std::min(to.least, from.least + 1);
             to.greatest = std::max(to.greatest, from.greatest + 1);
