@@ -114,6 +114,10 @@ CommandLine parse(const Program &program, int argc, char **argv) {
     return line;
 }
 
+const char *name_in_messages() {
+    return program_name;
+}
+
 void tell(const char *format, ...) {
     va_list values;
     va_start(values, format);

@@ -58,6 +58,9 @@ struct Stop {
     Status status;
 };
 
+/// The name that messages begin with.
+const char *name_in_messages();
+
 /// Writes a line to standard error: the tool's name, a colon, the message.
 [[gnu::format(printf, 1, 2)]] void tell(const char *format, ...);
 

@@ -45,6 +45,7 @@ public:
     [[nodiscard]] Container container() const;
     [[nodiscard]] ByteOrder order() const;
     [[nodiscard]] bool compressed() const;
+    /// No record is without nodes.
     [[nodiscard]] std::span<const TreeRecord> records() const;
     /// False when something of the file was told to be missing.
     [[nodiscard]] bool complete() const;
@@ -57,8 +58,8 @@ private:
 /// Tells every fault of every record, each with file, record and node. @return how many.
 uint32_t tell_faults(const TreeFile &file);
 
-/// Opens a file for a tool that follows links: one whose trees have faults is told of and ends the
-/// run with kFaults. Returns the file with sound trees only.
+/// Opens a file for a tool that follows links: one whose trees have faults is told of, with the
+/// first of them, and ends the run with kFaults. Returns a file with sound trees only.
 TreeFile open_sound(const std::string &path, const Insist &insist = {});
 
 } // namespace tool

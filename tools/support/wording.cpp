@@ -54,6 +54,9 @@ std::string_view nearest(std::string_view word, std::span<const std::string_view
     if (word.size() > kLongestWord)
         return best;
     for (const std::string_view candidate : candidates) {
+        const auto [shorter, longer] = std::minmax(word.size(), candidate.size());
+        if (longer - shorter >= least)
+            continue;
         const size_t changes = distance(word, candidate);
         if (changes < least)
             std::tie(best, least) = std::pair{candidate, changes};

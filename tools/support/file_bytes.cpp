@@ -1,0 +1,304 @@
+// Mapping, reading and inflating whole files.
+#include "tools/support/file_bytes.h"
+
+#include "tools/support/program.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+namespace tool {
+
+namespace {
+
+class Descriptor {
+public:
+    explicit Descriptor(const std::string &path)
+        : number_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    ~Descriptor() {
+        if (number_ > STDIN_FILENO)
+            close(number_);
+    }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+
+    [[nodiscard]] int number() const { return number_; }
+
+private:
+    int number_;
+};
+
+constexpr std::array<unsigned char, 2> kGzipStart{0x1F, 0x8B};
+
+bool begins_compressed(std::span<const unsigned char> bytes) {
+    return bytes.size() >= kGzipStart.size() &&
+           std::equal(kGzipStart.begin(), kGzipStart.end(), bytes.begin());
+}
+
+// What a descriptor brings, piece after piece.
+class Input {
+public:
+    Input(int descriptor, const std::string &name) : descriptor_(descriptor), name_(name) {}
+
+    // The next piece, a full one but at the end; empty there.
+    std::span<unsigned char> next() {
+        size_t size = 0;
+        while (size < piece_.size()) {
+            const ssize_t some = read(descriptor_, piece_.data() + size, piece_.size() - size);
+            if (some == 0)
+                break;
+            if (some < 0 && errno != EINTR)
+                fail("%s: cannot be read: %s", name_.c_str(), strerror(errno));
+            size += static_cast<size_t>(std::max<ssize_t>(some, 0));
+        }
+        return {piece_.data(), size};
+    }
+
+private:
+    int descriptor_;
+    const std::string &name_;
+    std::array<unsigned char, 1 << 16> piece_;
+};
+
+// One gzip member after another, out of pieces and into whatever room there is.
+class Inflater {
+public:
+    Inflater(Input &input, std::span<unsigned char> first_piece) : input_(input) {
+        constexpr int kGzipFormat = 16;
+        if (inflateInit2(&stream_, kGzipFormat + MAX_WBITS) != Z_OK)
+            throw std::bad_alloc{};
+        take(first_piece);
+    }
+    ~Inflater() { inflateEnd(&stream_); }
+    Inflater(const Inflater &) = delete;
+    Inflater &operator=(const Inflater &) = delete;
+
+    // The number of bytes put there; 0 at the end.
+    size_t fill(std::span<unsigned char> room) {
+        const auto size = static_cast<uInt>(std::min<size_t>(room.size(), 1U << 30U));
+        stream_.next_out = room.data();
+        stream_.avail_out = size;
+        while (!ended_ && stream_.avail_out == size)
+            step();
+        return size - stream_.avail_out;
+    }
+
+    // What is wrong with the compressed bytes, or empty.
+    [[nodiscard]] const std::string &fault() const { return fault_; }
+
+private:
+    void take(std::span<unsigned char> piece) {
+        stream_.next_in = piece.data();
+        stream_.avail_in = static_cast<uInt>(piece.size());
+    }
+
+    void step() {
+        if (stream_.avail_in == 0)
+            take(input_.next());
+        if (stream_.avail_in == 0)
+            return end(in_member_ ? "the compressed data end too early" : "");
+        if (!in_member_ && *stream_.next_in != kGzipStart[0])
+            return end("what follows the compressed data is left out");
+        in_member_ = true;
+        const int result = inflate(&stream_, Z_NO_FLUSH);
+        if (result == Z_MEM_ERROR)
+            throw std::bad_alloc{};
+        if (result == Z_STREAM_END) {
+            in_member_ = false;
+            inflateReset(&stream_);
+        } else if (result != Z_OK && result != Z_BUF_ERROR) {
+            end(std::string{"the compressed data are damaged: "} +
+                (stream_.msg == nullptr ? "cannot be inflated" : stream_.msg));
+        }
+    }
+
+    void end(const std::string &fault) {
+        ended_ = true;
+        fault_ = fault;
+    }
+
+    Input &input_;
+    z_stream stream_{};
+    bool in_member_ = false;
+    bool ended_ = false;
+    std::string fault_;
+};
+
+} // namespace
+
+// A file in memory. A page that the file no longer reaches raises SIGBUS where it is read, so each
+// mapping has its message ready and is known to the handler.
+class FileBytes::Mapping {
+public:
+    Mapping(int descriptor, size_t size, const std::string &name)
+        : start_(mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0)), size_(size) {
+        if (start_ == MAP_FAILED)
+            fail("%s: cannot be mapped: %s", name.c_str(), strerror(errno));
+        message_ =
+            std::string{name_in_messages()} + ": " + name + ": became shorter while it was read\n";
+        next_ = first;
+        first = this;
+        struct sigaction action {};
+        action.sa_sigaction = end_on_cut_file;
+        action.sa_flags = SA_SIGINFO;
+        sigaction(SIGBUS, &action, nullptr);
+    }
+    ~Mapping() {
+        munmap(start_, size_);
+        Mapping **link = &first;
+        while (*link != this)
+            link = &(*link)->next_;
+        *link = next_;
+    }
+    Mapping(const Mapping &) = delete;
+    Mapping &operator=(const Mapping &) = delete;
+
+    [[nodiscard]] std::span<unsigned char> bytes() const {
+        return {static_cast<unsigned char *>(start_), size_};
+    }
+
+    void let_change() {
+        if (mprotect(start_, size_, PROT_READ | PROT_WRITE) != 0)
+            throw std::bad_alloc{};
+    }
+
+private:
+    // Only what is safe in a signal handler happens here.
+    static void end_on_cut_file(int number, siginfo_t *info, void * /*context*/) {
+        const auto *place = static_cast<const unsigned char *>(info->si_addr);
+        for (const Mapping *mapping = first; mapping != nullptr; mapping = mapping->next_) {
+            const auto bytes = mapping->bytes();
+            if (place < bytes.data() || place >= bytes.data() + bytes.size())
+                continue;
+            [[maybe_unused]] const ssize_t as_possible =
+                write(STDERR_FILENO, mapping->message_.data(), mapping->message_.size());
+            _exit(kTrouble);
+        }
+        signal(number, SIG_DFL); // not ours; it strikes again on the way back
+    }
+
+    static Mapping *first;
+
+    void *start_;
+    size_t size_;
+    std::string message_;
+    Mapping *next_ = nullptr;
+};
+
+FileBytes::Mapping *FileBytes::Mapping::first;
+
+// Bytes that come one after another, in one piece.
+class FileBytes::Buffer {
+public:
+    Buffer() = default;
+    ~Buffer() { free(start_); }
+    Buffer(const Buffer &) = delete;
+    Buffer &operator=(const Buffer &) = delete;
+
+    [[nodiscard]] std::span<unsigned char> bytes() const { return {start_, size_}; }
+
+    // Free room behind the bytes, at least so much of it.
+    std::span<unsigned char> room(size_t least) {
+        if (size_ + least > capacity_) {
+            const size_t wanted = std::max(2 * capacity_, size_ + least);
+            auto *grown = static_cast<unsigned char *>(realloc(start_, wanted));
+            if (grown == nullptr)
+                throw std::bad_alloc{};
+            start_ = grown;
+            capacity_ = wanted;
+        }
+        return {start_ + size_, capacity_ - size_};
+    }
+
+    // Takes bytes that were put there. False once they are too many; what is too much goes.
+    bool take(size_t count) {
+        size_ += count;
+        if (size_ <= kMostBytesHeld)
+            return true;
+        size_ = kMostBytesHeld;
+        return false;
+    }
+
+private:
+    unsigned char *start_ = nullptr;
+    size_t size_ = 0;
+    size_t capacity_ = 0;
+};
+
+namespace {
+
+// Files whose bytes are trees as they stand. Standard input may have been read from already.
+bool can_be_mapped(int descriptor, const struct stat &status) {
+    std::array<unsigned char, kGzipStart.size()> start{};
+    return S_ISREG(status.st_mode) && lseek(descriptor, 0, SEEK_CUR) == 0 &&
+           pread(descriptor, start.data(), start.size(), 0) >= 0 && !begins_compressed(start);
+}
+
+} // namespace
+
+FileBytes::FileBytes(const std::string &path, const std::string &name) {
+    const Descriptor file{path};
+    struct stat status {};
+    if (file.number() < 0 || fstat(file.number(), &status) != 0)
+        fail("%s: cannot be opened: %s", name.c_str(), strerror(errno));
+    if (can_be_mapped(file.number(), status))
+        map(file.number(), static_cast<uintmax_t>(status.st_size), name);
+    else
+        read_all(file.number(), name);
+}
+
+FileBytes::~FileBytes() = default;
+
+void FileBytes::map(int descriptor, uintmax_t size, const std::string &name) {
+    if (size > SIZE_MAX)
+        fail("%s: cannot be mapped: %s", name.c_str(), strerror(EFBIG));
+    if (size > 0)
+        mapping_ = std::make_unique<Mapping>(descriptor, static_cast<size_t>(size), name);
+}
+
+void FileBytes::read_all(int descriptor, const std::string &name) {
+    buffer_ = std::make_unique<Buffer>();
+    Input input{descriptor, name};
+    std::span<unsigned char> piece = input.next();
+    compressed_ = begins_compressed(piece);
+    bool has_room = true;
+    if (compressed_) {
+        Inflater inflater{input, piece};
+        size_t count = 0;
+        while (has_room && (count = inflater.fill(buffer_->room(1 << 16))) > 0)
+            has_room = buffer_->take(count);
+        cut_by_ = inflater.fault();
+    }
+    for (; !compressed_ && has_room && !piece.empty(); piece = input.next()) {
+        memcpy(buffer_->room(piece.size()).data(), piece.data(), piece.size());
+        has_room = buffer_->take(piece.size());
+    }
+    if (!has_room)
+        cut_by_ = "it brings more than " + std::to_string(kMostBytesHeld) + " bytes";
+}
+
+std::span<const unsigned char> FileBytes::all() const {
+    if (mapping_ != nullptr)
+        return mapping_->bytes();
+    return buffer_ == nullptr ? std::span<unsigned char>{} : buffer_->bytes();
+}
+
+std::span<unsigned char> FileBytes::changeable() {
+    if (mapping_ != nullptr) {
+        mapping_->let_change();
+        return mapping_->bytes();
+    }
+    return buffer_ == nullptr ? std::span<unsigned char>{} : buffer_->bytes();
+}
+
+} // namespace tool

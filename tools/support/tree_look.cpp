@@ -1,0 +1,125 @@
+// Telling trees from other bytes and byte orders from each other: counts that a record cannot hold
+// betray a wrong guess.
+#include "tools/support/tree_look.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace tool {
+
+namespace {
+
+using Bytes = std::span<const unsigned char>;
+
+constexpr ByteOrder kHostOrder =
+    std::endian::native == std::endian::little ? ByteOrder::kLittle : ByteOrder::kBig;
+
+uint32_t integer_at(Bytes bytes, size_t offset, size_t width, ByteOrder order) {
+    uint32_t value = 0;
+    for (size_t i = 0; i < width; ++i)
+        value = value << 8U | bytes[offset + (order == ByteOrder::kBig ? i : width - 1 - i)];
+    return value;
+}
+
+// A header that could hardly be anything else: a path of its length with its terminator, nodes, and
+// nothing where nothing should be.
+bool is_clear_header(Bytes bytes, ByteOrder order) {
+    if (bytes.size() < sizeof(subtree_header_t))
+        return false;
+    const HeaderLook look{bytes, order};
+    const subtree_header_t &header = look.header;
+    const size_t path_end = sizeof header + header.path_len;
+    return look.is_readable() && header.tree_bytes > 0 && header.reserved[0] == 0 &&
+           header.reserved[1] == 0 && header.path_len > 0 &&
+           (path_end > bytes.size() || bytes[path_end - 1] == '\0');
+}
+
+bool is_possible_header(Bytes bytes, ByteOrder order) {
+    return bytes.size() >= sizeof(subtree_header_t) && HeaderLook{bytes, order}.is_readable();
+}
+
+bool counts_fit(Bytes record, ByteOrder order) {
+    const auto count_at = [&](size_t offset) { return integer_at(record, offset, 2, order); };
+    return count_at(offsetof(tree_node_t, child_count)) <= TREE_MAX_CHILDREN &&
+           count_at(offsetof(tree_node_t, param_count)) <= TREE_MAX_PARAMS;
+}
+
+// What the records of a bare node array say.
+struct RecordVotes {
+    size_t little = 0; // records whose counts fit in this order alone
+    size_t big = 0;
+    size_t neither = 0;
+    size_t all = 0;
+
+    explicit RecordVotes(Bytes bytes) {
+        constexpr size_t kClearLead = 100;
+        for (; bytes.size() >= TREE_NODE_SIZE && all < TREE_MAX_NODES;
+             bytes = bytes.subspan(TREE_NODE_SIZE)) {
+            const bool fits_little = counts_fit(bytes, ByteOrder::kLittle);
+            const bool fits_big = counts_fit(bytes, ByteOrder::kBig);
+            little += static_cast<size_t>(fits_little && !fits_big);
+            big += static_cast<size_t>(fits_big && !fits_little);
+            neither += static_cast<size_t>(!fits_little && !fits_big);
+            ++all;
+            if (std::max(little, big) > std::min(little, big) + neither + kClearLead)
+                break;
+        }
+    }
+
+    [[nodiscard]] ByteOrder order() const {
+        if (little == big)
+            return kHostOrder;
+        return little > big ? ByteOrder::kLittle : ByteOrder::kBig;
+    }
+};
+
+bool is_main_tree(Bytes bytes, const RecordVotes &votes) {
+    return votes.all > 0 && 2 * votes.neither < votes.all &&
+           memchr(bytes.data(), '\0', TREE_NAME_SIZE) != nullptr;
+}
+
+std::optional<ByteOrder> header_order(Bytes bytes, const Insist &insist,
+                                      bool (*accepts)(Bytes, ByteOrder)) {
+    for (const ByteOrder order : {ByteOrder::kBig, ByteOrder::kLittle})
+        if (insist.order.value_or(order) == order && accepts(bytes, order))
+            return order;
+    return std::nullopt;
+}
+
+} // namespace
+
+HeaderLook::HeaderLook(std::span<const unsigned char> bytes, ByteOrder order) {
+    const auto word = [&](size_t offset) { return integer_at(bytes, offset, 4, order); };
+    header.version = word(offsetof(subtree_header_t, version));
+    header.path_kind = word(offsetof(subtree_header_t, path_kind));
+    header.path_len = word(offsetof(subtree_header_t, path_len));
+    header.tree_bytes = word(offsetof(subtree_header_t, tree_bytes));
+    header.reserved[0] = word(offsetof(subtree_header_t, reserved));
+    header.reserved[1] = word(offsetof(subtree_header_t, reserved) + 4);
+}
+
+bool HeaderLook::is_readable() const {
+    return header.path_len <= SUBTREE_PATH_TEXT_SIZE && header.tree_bytes % TREE_NODE_SIZE == 0 &&
+           header.tree_bytes / TREE_NODE_SIZE <= TREE_MAX_NODES;
+}
+
+std::optional<Look> look_at(std::span<const unsigned char> bytes, const Insist &insist) {
+    const bool may_be_main = insist.container.value_or(Container::kMain) == Container::kMain;
+    const bool may_be_subtrees =
+        insist.container.value_or(Container::kSubtrees) == Container::kSubtrees;
+    if (may_be_subtrees)
+        if (const auto order = header_order(bytes, insist, is_clear_header))
+            return Look{Container::kSubtrees, *order};
+    if (may_be_main) {
+        const RecordVotes votes{bytes};
+        if (!may_be_subtrees || is_main_tree(bytes, votes))
+            return Look{Container::kMain, insist.order.value_or(votes.order())};
+    }
+    const auto order = header_order(bytes, insist, is_possible_header);
+    if (order || !may_be_main || bytes.empty()) // a file of no bytes holds no records
+        return Look{Container::kSubtrees, order.value_or(insist.order.value_or(ByteOrder::kBig))};
+    return std::nullopt;
+}
+
+} // namespace tool
