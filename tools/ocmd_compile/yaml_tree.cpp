@@ -65,7 +65,7 @@ bool has_many_directives(const SourceFile &file, Messages &messages) {
 // The parser would take a byte that is none of its characters for the end of the file.
 std::string_view readable(const SourceFile &file, TextStore &texts, Messages &messages) {
     if (has_many_directives(file, messages))
-        return {};
+        return "";
     std::string mended;
     const std::string_view bytes = file.bytes();
     for (uint32_t i = 0; i < bytes.size();) {
@@ -211,7 +211,7 @@ struct YamlReader::Parser {
         void *position = nullptr;
         while (const fy_diag_error *error = fy_diag_errors_iterate(diag.get(), &position))
             messages.fault(file, place_of(*error), error->msg);
-        if (!messages.has_faults())
+        if (position == nullptr)
             messages.fault(file, {last_end, last_end}, "cannot be read on from here");
     }
 
