@@ -50,7 +50,7 @@ std::string quoted(std::string_view text) {
 
 std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
     std::string_view best;
-    size_t least = std::max<size_t>(word.size() / 3, 1) + 1;
+    size_t least = (word.size() + 2) / 3 + 1;
     if (word.size() > kLongestWord)
         return best;
     for (const std::string_view candidate : candidates) {
