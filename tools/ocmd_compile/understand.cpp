@@ -323,7 +323,11 @@ void Understanding::go_through_words() {
         const Pair pair = list.pairs[position];
         const uint32_t link = list.first_link + static_cast<uint32_t>(position);
         out_.links[link].place = values_.key_place(pair);
-        out_.links[link].child = word_below(list, pair); // may begin a list below
+        const uint32_t parent = list.parent;
+        const uint32_t child = word_below(list, pair); // may begin a list below
+        out_.links[link].child = child;
+        if (child == kNoWord && parent != kNoWord)
+            out_.words[parent].sound = false;
     }
 }
 

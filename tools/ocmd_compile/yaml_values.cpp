@@ -28,7 +28,8 @@ void YamlValues::fault_at_key(const Pair &pair, std::string text, std::vector<No
 
 void YamlValues::unknown_key(const Pair &pair, const char *where,
                              std::span<const std::string_view> known, const std::string &hint) {
-    const std::string meant = tool::suggestion(key(pair).text, known);
+    const bool is_shown = faults_ < Messages::kMostPerFile; // what is not need not be looked for
+    const std::string meant = is_shown ? tool::suggestion(key(pair).text, known) : "";
     fault_at_key(pair, "unknown key " + quoted(key(pair).text) + " " + where +
                            (meant.empty() ? hint : meant));
 }
