@@ -384,8 +384,8 @@ words:
 words: {show: {words: {bays: show_bays}}, "on": {name: other, help: !bytes '\xff'}}
 )",
           "device.yaml");
-    EXPECT_EQ(shell("ocmd_compile -W no-no-command device.yaml && ocmd_show --yaml device.par "
-                    ">again.yaml && ocmd_compile -W no-no-command again.yaml && "
+    EXPECT_EQ(shell("ocmd_compile -W no-dead-end device.yaml && ocmd_show --yaml device.par "
+                    ">again.yaml && ocmd_compile -W no-dead-end again.yaml && "
                     "cmp device.par again.par && cat again.yaml"),
               R"(below: [exec, configure]
 version: 3
@@ -420,7 +420,7 @@ words:
         store(Scrambled(seed, 60, true).nodes());
         EXPECT_EQ(
             shell("ocmd_show --yaml main.par >main.yaml && ocmd_compile --main -W no-same-word "
-                  "-W no-bounds -W no-redirect-root -W no-no-command -W no-message-type "
+                  "-W no-bounds -W no-redirect-root -W no-dead-end -W no-message-type "
                   "-o again.par main.yaml && cmp main.par again.par"),
             "")
             << "seed " << seed;
