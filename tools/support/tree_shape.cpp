@@ -21,6 +21,8 @@ LinkTable::LinkTable(Nodes nodes) {
 }
 
 void LinkTable::keep_links_to(const std::vector<bool> &wanted) {
+    if (std::ranges::find(wanted, false) == wanted.end())
+        return;
     uint32_t kept = 0;
     for (size_t node = 0; node < node_count(); ++node) {
         const uint32_t begin = std::exchange(first_[node], kept);
