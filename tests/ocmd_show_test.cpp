@@ -4,6 +4,7 @@
 #include "examples/grammar.h"
 #include "parse_tree/byte_order.h"
 #include "tests/support/harness.h"
+#include "treelink/subtree_read.h"
 
 #include <algorithm>
 #include <cstring>
@@ -524,6 +525,13 @@ TEST_F(Show, RefusesUnsoundTreesAndTellsEveryFault) {
               faults + "sound.par: no faults in its trees\nstatus 1");
     for (const char *mode : {"", "--commands", "--nodes", "--yaml", "--json", "--dot"})
         EXPECT_EQ(shell(std::string("ocmd_show ") + mode + " main.par"), faults + "status 1");
+    std::string names = "a";
+    for (int i = 0; i < SUBTREE_ATTACH_PATHS; ++i)
+        names += ",a";
+    grammar::write_subtree_file(path("sub.par"), {{keyword("up"), names}});
+    EXPECT_EQ(shell("ocmd_show --check sub.par"),
+              "ocmd_show: sub.par: record 1: its attach path has 33 names, the most are 32\n"
+              "status 1");
     nodes.assign(100, {});
     for (size_t i = 0; i < 40; ++i)
         nodes[i].param_count = 3;
