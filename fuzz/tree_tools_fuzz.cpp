@@ -1,5 +1,6 @@
 // Any bytes as two files of trees, through everything that tools show of them. The first two bytes
 // say how long the first file is, the second one is the rest.
+#include "fuzz/memory_file.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/types.h"
@@ -9,19 +10,9 @@
 #include <fcntl.h>
 #include <optional>
 #include <string>
-#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
-
-// Makes a file in memory of the bytes, a new one under a name that stays the same.
-std::string store(int descriptor, const uint8_t *data, size_t size) {
-    const int created = memfd_create("input", 0);
-    if (dup2(created, descriptor) < 0 || write(created, data, size) != static_cast<ssize_t>(size))
-        abort();
-    close(created);
-    return "/proc/self/fd/" + std::to_string(descriptor);
-}
 
 // A file whose trees may be followed, if these bytes are one.
 std::optional<tool::TreeFile> sound_file(const std::string &path) {
