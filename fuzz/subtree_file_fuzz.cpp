@@ -1,5 +1,6 @@
 // A whole link of bytes that pose as the root file, as a subtree file and as a prebuilt tree: the
 // first byte tells how many nodes at the end are the prebuilt tree.
+#include "fuzz/memory_file.h"
 #include "parse_tree/tree_check_internal.h"
 #include "treelink/attach.h"
 
@@ -7,21 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <sys/mman.h>
 #include <unistd.h>
-
-namespace {
-
-// Makes a file in memory of the bytes, a new one under a name that stays the same.
-std::string store(int descriptor, const uint8_t *data, size_t size) {
-    const int created = memfd_create("input", 0);
-    if (dup2(created, descriptor) < 0 || write(created, data, size) != static_cast<ssize_t>(size))
-        abort();
-    close(created);
-    return "/proc/self/fd/" + std::to_string(descriptor);
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static std::string folder;

@@ -4,11 +4,14 @@
 
 #include "cmd_gen/word.h"
 
+#include <array>
+
 namespace tool {
 
 namespace {
 
 constexpr size_t kMostWord = 552; // of tsh_word_text, with its terminating zero
+constexpr size_t kUsualWord = 32;
 
 } // namespace
 
@@ -20,6 +23,7 @@ SpelledTree::SpelledTree(Nodes nodes)
     links_.keep_links_to(leads_to_line);
 
     spelled_.reserve(nodes.size());
+    words_.reserve(nodes.size() * kUsualWord + kMostWord);
     for (const tree_node_t &node : nodes)
         spell(node);
     words_.resize(words_.size() + kCopyChunk);
@@ -27,26 +31,16 @@ SpelledTree::SpelledTree(Nodes nodes)
 
 void SpelledTree::spell(const tree_node_t &node) {
     const auto index = static_cast<uint16_t>(spelled_.size());
-    const size_t place = words_.size();
-    words_.resize(place + kMostWord);
-    const size_t length = tsh_word_text(&node, &words_[place], kMostWord);
-    words_[place + length] = '\n';
-    words_.resize(place + length + 1);
-
+    std::array<char, kMostWord> word;
+    const size_t length = tsh_word_text(&node, word.data(), word.size());
+    word[length] = '\n'; // in place of the terminating zero
     const bool has_line = links_.has_line(index);
-    spelled_.push_back({.place = static_cast<uint32_t>(place),
+    spelled_.push_back({.place = static_cast<uint32_t>(words_.size()),
                         .length = static_cast<uint16_t>(length),
                         .has_line = has_line,
                         .is_submode = (node.flags & TREE_FLAG_SUBMODE) != 0,
                         .is_plain_leaf = has_line && length > 0 && children(index).empty()});
-}
-
-void LineText::append(std::string_view text) {
-    const size_t needed = length_ + text.size() + kCopyChunk;
-    if (needed > bytes_.size())
-        bytes_.resize(2 * needed);
-    memcpy(bytes_.data() + length_, text.data(), text.size());
-    length_ += text.size();
+    words_.insert(words_.end(), word.begin(), word.begin() + length + 1);
 }
 
 void CommandLister::list_below(uint16_t node, LineText &line) {
@@ -76,10 +70,20 @@ void CommandLister::visit(uint16_t node, LineText &line) {
     const LineText::Mark before = line.mark();
     line.add_word(tree_.word(node));
     if (tree_.has_line(node))
-        output_ << line.line() << '\n';
+        print(line.line());
     if (tree_.is_submode(node))
         line.enter_submode();
     enter(node, before);
+}
+
+void CommandLister::print(std::string_view line) {
+    if (line.size() >= TextOutput::kMostRoom) {
+        output_ << line << '\n';
+        return;
+    }
+    char *end = copy_in_chunks(output_.room(), line);
+    *end++ = '\n';
+    output_.take_until(end);
 }
 
 // The words below come next; after them the line is cut.
@@ -108,13 +112,6 @@ const uint16_t *CommandLister::print_leaves(const Step &step, std::string_view b
 
 bool begins_with_root(const TreeFile &file, const TreeRecord &record) {
     return file.container() == Container::kSubtrees && !record.attach_path.empty();
-}
-
-Count count_lines(const TreeFile &file, const TreeRecord &record) {
-    const LinkTable links{record.nodes};
-    Count count = count_lines_below(links, children_first(links)).front();
-    count += static_cast<uint64_t>(begins_with_root(file, record) && links.has_line(0));
-    return count;
 }
 
 void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output) {

@@ -72,7 +72,10 @@ private:
 class LineText {
 public:
     /// @param start stands before every line, such as "+ ".
-    explicit LineText(std::string_view start = {}) { append(start); }
+    explicit LineText(std::string_view start = {}) {
+        reserve(start.size());
+        length_ = start.copy(bytes_.data(), start.size());
+    }
 
     struct Mark {
         size_t length;
@@ -84,22 +87,27 @@ public:
         spaced_ = mark.spaced;
     }
 
-    /// Adds a node's word; an empty one adds nothing.
+    /// Adds a node's word, as SpelledTree gives it: readable in whole chunks. An empty one adds
+    /// nothing.
     void add_word(std::string_view word) {
         if (word.empty())
             return;
-        append(word);
-        append(" ");
+        reserve(word.size() + 1);
+        copy_in_chunks(&bytes_[length_], word);
+        length_ += word.size();
+        bytes_[length_++] = ' ';
         spaced_ = true;
     }
 
     /// What follows lies in the submode of the words so far.
     void enter_submode() {
-        append(spaced_ ? "/ " : " / ");
+        const std::string_view slash = spaced_ ? "/ " : " / ";
+        reserve(slash.size());
+        length_ += slash.copy(&bytes_[length_], slash.size());
         spaced_ = false;
     }
 
-    /// The line that ends here.
+    /// The line that ends here; readable in whole chunks.
     [[nodiscard]] std::string_view line() const {
         return {bytes_.data(), length_ - static_cast<size_t>(spaced_)};
     }
@@ -108,7 +116,11 @@ public:
     [[nodiscard]] std::string_view before() const { return {bytes_.data(), length_}; }
 
 private:
-    void append(std::string_view text);
+    // Room for more bytes and a chunk beyond them.
+    void reserve(size_t more) {
+        if (length_ + more + kCopyChunk > bytes_.size())
+            bytes_.resize(2 * (length_ + more + kCopyChunk));
+    }
 
     std::vector<char> bytes_;
     size_t length_ = 0;
@@ -138,6 +150,7 @@ private:
     void walk(LineText &line);
     void visit(uint16_t node, LineText &line);
     void enter(uint16_t node, LineText::Mark before);
+    void print(std::string_view line);
     const uint16_t *print_leaves(const Step &step, std::string_view before);
 
     const SpelledTree &tree_;
@@ -150,8 +163,7 @@ private:
 /// its attach point.
 bool begins_with_root(const TreeFile &file, const TreeRecord &record);
 
-/// The command lines of a record that is sound, as CommandLister lists them; counted, and listed.
-Count count_lines(const TreeFile &file, const TreeRecord &record);
+/// Lists the command lines of a record that is sound.
 void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output);
 
 } // namespace tool

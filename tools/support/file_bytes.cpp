@@ -1,6 +1,7 @@
 // Mapping, reading and inflating whole files.
 #include "tools/support/file_bytes.h"
 
+#include "parse_tree/tree_node.h"
 #include "tools/support/program.h"
 
 #include <algorithm>
@@ -141,7 +142,8 @@ private:
 class FileBytes::Mapping {
 public:
     Mapping(int descriptor, size_t size, const std::string &name)
-        : start_(mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0)), size_(size) {
+        : start_(mmap(nullptr, size, PROT_READ, MAP_PRIVATE | populated(size), descriptor, 0)),
+          size_(size) {
         if (start_ == MAP_FAILED)
             fail("%s: cannot be mapped: %s", name.c_str(), strerror(errno));
         message_ =
@@ -173,6 +175,13 @@ public:
     }
 
 private:
+    // Faulting page after page costs more than reading them, and a whole tree is read. A file that
+    // is longer than any tree may be mostly holes.
+    static int populated(size_t size) {
+        constexpr size_t kLargestTree = size_t{TREE_MAX_NODES} * TREE_NODE_SIZE;
+        return size <= kLargestTree ? MAP_POPULATE : 0;
+    }
+
     // Only what is safe in a signal handler happens here.
     static void end_on_cut_file(int number, siginfo_t *info, void * /*context*/) {
         const auto *place = static_cast<const unsigned char *>(info->si_addr);

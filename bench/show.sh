@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# ocmd_show as a whole process: its summary, which counts every line, beside loading alone, which is
+# its check; and its lines beside the listing of ocmd_gen to the same place, per byte:
+# show.sh BUILD [SCRATCH]. Runs take turns. Times and ratios are medians over the rounds, each ratio
+# taken within its round. Prints the tables of doc/speed.md. The scratch folder, by default in
+# memory so that no disk is measured, takes about 4 GB.
+set -euo pipefail
+build=$(realpath "$1")
+scratch=$(mktemp -d "${2:-/dev/shm}/show-XXXXXX")
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
+rounds=${ROUNDS:-9}
+
+show=$build/tools/ocmd_show/ocmd_show
+utility=$build/cmd_gen/ocmd_gen
+
+# Runs a command and adds its time in microseconds to those under a name.
+clock() {
+    local start end
+    start=${EPOCHREALTIME/./}
+    eval "$2"
+    end=${EPOCHREALTIME/./}
+    echo $((end - start)) >>"$1.times"
+}
+median() { sort -n | awk '{ value[NR] = $1 } END { printf "%.2f", value[int((NR + 1) / 2)] }'; }
+milliseconds() { awk '{ print $1 / 1000 }' "$1.times" | median | cut -d. -f1; }
+# ratio ONE OTHER [SIZE OTHER_SIZE], per unit of size where sizes are given
+ratio() {
+    paste "$1.times" "$2.times" | awk -v a="${3:-1}" -v b="${4:-1}" '{ print $1 / a / ($2 / b) }' |
+        median
+}
+
+lines=
+echo "| Tree | Loading, ms | Summary, ms | Summary / loading |"
+echo "|---|---|---|---|"
+for shape in wide deep shared; do
+    "$build/bench/make_tree" "$shape" tree.par
+    rm -f ./*.times
+    for ((round = 0; round < rounds; round++)); do
+        clock loading "$show --check tree.par >/dev/null"
+        clock summary "$show tree.par >/dev/null"
+    done
+    echo "| $shape | $(milliseconds loading) | $(milliseconds summary) | $(ratio summary loading) |"
+
+    bytes=$("$show" --commands tree.par | wc -c)
+    listed=$("$utility" -s tree.par | wc -c)
+    for place in file pipe nowhere; do
+        declare -A sinks=([file]=">out" [pipe]="| cat >/dev/null" [nowhere]=">/dev/null")
+        rm -f ./*.times
+        for ((round = 0; round < rounds; round++)); do
+            clock ours "$show --commands tree.par ${sinks[$place]}"
+            clock utility "$utility -s tree.par ${sinks[$place]}"
+        done
+        rm -f out
+        lines+="| $shape | $place | $bytes | $(milliseconds ours) | $listed |"
+        lines+=" $(milliseconds utility) | $(ratio ours utility "$bytes" "$listed") |"$'\n'
+    done
+done
+
+echo
+echo "| Tree | To | --commands, bytes | ms | ocmd_gen, bytes | ms | Ratio per byte |"
+echo "|---|---|---|---|---|---|---|"
+printf '%s' "$lines"

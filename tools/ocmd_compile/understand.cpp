@@ -1,0 +1,466 @@
+// The shape of a document: its own keys, the word or the root at its top, and the words below each
+// word. A word's own keys are read in one go; the lists of words below wait in a row of their own,
+// so that no depth of nesting is felt by the call stack. The order in which words are met is the
+// order of their records: an anchor stands before its aliases, so the first place of a shared word
+// is where it is written out.
+#include "tools/ocmd_compile/understand.h"
+
+#include "tools/ocmd_compile/values.h"
+#include "tools/ocmd_compile/word_reader.h"
+#include "tools/ocmd_compile/yaml_values.h"
+#include "tools/support/wording.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
+
+namespace compiler {
+
+using tool::quoted;
+
+namespace {
+
+constexpr size_t kMostPathBytes = SUBTREE_PATH_TEXT_SIZE - 1;
+constexpr size_t kMostAttachPoints = 32; // more spoil the record for the linker
+constexpr const char *kRedirectRoot = "tsh_redirect_root";
+constexpr std::array<std::string_view, 4> kDocumentKeys{"below", "version", "path_kind",
+                                                        "redirect_root"};
+
+class Understanding {
+public:
+    Understanding(const YamlDocument &yaml, size_t most_words, TextStore &texts, Messages &messages)
+        : yaml_(yaml), most_words_(most_words), values_(yaml, texts, messages),
+          reader_(values_, out_) {}
+
+    Document whole();
+
+private:
+    // A list of words that is being gone through.
+    struct OpenList {
+        uint32_t parent; // kNoWord at the top of a subtree
+        std::string parent_name;
+        std::vector<Pair> pairs;
+        size_t next;
+        uint32_t first_link;
+    };
+
+    // Documents
+    [[nodiscard]] bool has_below() const;
+    void take_document_key(const Pair &pair);
+    void take_below(const Pair &pair);
+    [[nodiscard]] std::string names_below(const Pair &pair);
+    void take_number(const Pair &pair, uint32_t &number);
+    void take_redirect_root(const Pair &pair);
+    void tell_unknown(const Pair &pair);
+    void begin_root(size_t faults_before);
+    void begin_subtree(const std::optional<Pair> &words);
+    void add_redirect_root();
+
+    // Words
+    uint32_t add_word(const WordKey &key, Place place);
+    void add_links(uint32_t parent, const Pair &words, const std::string &parent_name);
+    std::vector<Pair> words_in(const Pair &list);
+    void go_through_words();
+    uint32_t word_below(const OpenList &list, const Pair &pair);
+    uint32_t shared_word(const OpenList &list, const Pair &pair, const WordKey &key, uint32_t word);
+    void read_word(uint32_t word, const Pair &pair, const std::string &parent_name);
+
+    // Marked links
+    using Positions = std::map<std::string, uint32_t, std::less<>>;
+    [[nodiscard]] Positions positions_below(const Word &word) const;
+    std::string as_word(std::string_view text);
+    void take_marks(uint32_t word, const Pair &list);
+
+    const YamlDocument &yaml_;
+    size_t most_words_;
+    Document out_;
+    YamlValues values_;
+    WordReader reader_;
+    std::vector<OpenList> open_; // each below the one before
+    std::vector<std::pair<uint32_t, Pair>> marked_;
+    std::unordered_map<uint32_t, uint32_t> word_of_; // of values that have an anchor
+    std::unordered_map<uint32_t, std::pair<uint32_t, uint32_t>> links_of_; // of lists that have one
+    bool too_many_ = false;
+};
+
+// ---- Documents ----
+
+Document Understanding::whole() {
+    out_.file = yaml_.file;
+    out_.place = yaml_[0].place;
+    if (yaml_[0].kind != YamlKind::kMapping) {
+        values_.fault(out_.place, "a document is a mapping of keys such as 'below' and 'words'");
+        return std::move(out_);
+    }
+    out_.is_root = !has_below();
+    if (out_.is_root) {
+        add_word({}, out_.place);
+        reader_.begin();
+    }
+    std::optional<Pair> words;
+    const size_t faults_before = values_.faults();
+    for (const Pair &pair : values_.pairs(0)) {
+        if (std::ranges::find(kDocumentKeys, values_.key(pair).text) != kDocumentKeys.end())
+            take_document_key(pair);
+        else if (!out_.is_root && values_.key(pair).text == "words")
+            words = pair;
+        else if (!out_.is_root || !reader_.take(pair))
+            tell_unknown(pair);
+    }
+    if (out_.is_root)
+        begin_root(faults_before);
+    else
+        begin_subtree(words);
+    go_through_words();
+    for (const auto &[word, list] : marked_)
+        take_marks(word, list);
+    if (out_.is_root && out_.wants_redirect_root)
+        add_redirect_root();
+    out_.complete = !too_many_;
+    return std::move(out_);
+}
+
+// Whether the keys beside it describe a root depends on it, wherever it stands.
+bool Understanding::has_below() const {
+    for (uint32_t key = 1; key < yaml_[0].end; key = yaml_[yaml_[key].end].end)
+        if (yaml_[yaml_.resolved(key)].text == "below")
+            return true;
+    return false;
+}
+
+void Understanding::take_document_key(const Pair &pair) {
+    const std::string_view key = values_.key(pair).text;
+    if (key == "below")
+        take_below(pair);
+    else if (key == "version")
+        take_number(pair, out_.version);
+    else if (key == "path_kind")
+        take_number(pair, out_.path_kind);
+    else
+        take_redirect_root(pair);
+}
+
+void Understanding::take_below(const Pair &pair) {
+    out_.attach_place = values_.place_of(pair);
+    out_.attach_path = names_below(pair);
+    const auto commas = static_cast<size_t>(std::ranges::count(out_.attach_path, ','));
+    if (out_.attach_path.size() > kMostPathBytes)
+        values_.fault_at(pair, "attach points of " + std::to_string(out_.attach_path.size()) +
+                                   " bytes, there is room for " + std::to_string(kMostPathBytes));
+    else if (commas >= kMostAttachPoints)
+        values_.fault_at(pair, "more than " + std::to_string(kMostAttachPoints) + " attach points");
+    else if (out_.attach_path.find('\0') != std::string::npos)
+        values_.fault_at(pair, "a text with a zero byte");
+}
+
+std::string Understanding::names_below(const Pair &pair) {
+    const auto expected = [] { return std::string{"'below' takes the name of a node, or a list"}; };
+    if (values_.kind(pair) != YamlKind::kSequence)
+        return std::string{values_.text(pair, expected).value_or("")};
+    std::string path;
+    for (const Pair &item : values_.items(values_.index_of(pair))) {
+        const auto name = values_.text(item, expected);
+        if (!name)
+            continue;
+        if (name->empty() || name->size() >= TREE_NAME_SIZE ||
+            name->find(',') != std::string_view::npos)
+            values_.fault_at(item, "an attach point is a name of 1 to 63 bytes without a comma");
+        (path += path.empty() ? "" : ",") += *name;
+    }
+    return path;
+}
+
+void Understanding::take_number(const Pair &pair, uint32_t &number) {
+    const auto expected = [&] {
+        return quoted(values_.key(pair).text) + " takes a number from 0 to " +
+               std::to_string(UINT32_MAX);
+    };
+    const auto text = values_.text(pair, expected);
+    const std::optional<Bits> value = text ? read_number(*text) : std::nullopt;
+    if (value && fits(*value, 32))
+        number = static_cast<uint32_t>((*value)[0]);
+    else if (text)
+        values_.fault_at(pair, expected());
+}
+
+void Understanding::take_redirect_root(const Pair &pair) {
+    const auto expected = [] {
+        return std::string{"'redirect_root' takes yes or no, in a document without 'below'"};
+    };
+    const auto text = values_.text(pair, expected);
+    const std::optional<bool> wanted = text ? read_yes_no(*text) : std::nullopt;
+    if (text && (!wanted || !out_.is_root))
+        values_.fault_at(pair, expected());
+    out_.wants_redirect_root = wanted.value_or(true);
+}
+
+void Understanding::tell_unknown(const Pair &pair) {
+    std::vector<std::string_view> known{kDocumentKeys.begin(), kDocumentKeys.end()};
+    const std::vector<std::string_view> of_words = WordReader::word_keys();
+    const bool is_of_words = std::ranges::find(of_words, values_.key(pair).text) != of_words.end();
+    if (out_.is_root)
+        known.insert(known.end(), of_words.begin(), of_words.end());
+    else
+        known.emplace_back("words");
+    values_.unknown_key(pair, "of a document", known,
+                        is_of_words ? ", it belongs to the word at the top"
+                        : values_.kind(pair) == YamlKind::kMapping ? ", words stand under 'words'"
+                                                                   : "");
+}
+
+void Understanding::begin_root(size_t faults_before) {
+    const WordReader::Rest rest = reader_.end();
+    out_.words[0].sound = values_.faults() == faults_before;
+    if (!out_.words[0].name_given)
+        out_.words[0].name = "root";
+    if (rest.marked)
+        marked_.emplace_back(0, *rest.marked);
+    if (rest.words)
+        add_links(0, *rest.words, "");
+    else
+        out_.finished.push_back(0);
+}
+
+void Understanding::begin_subtree(const std::optional<Pair> &words) {
+    if (words)
+        add_links(kNoWord, *words, out_.attach_path.substr(0, out_.attach_path.find(',')));
+    const size_t count = open_.empty() ? 0 : open_.back().pairs.size();
+    if (count == 1)
+        return;
+    const Place place = count == 0 ? out_.place : values_.key_place(open_.back().pairs[1]);
+    values_.fault(place,
+                  "a subtree has one word at its top, this one has " + std::to_string(count));
+}
+
+// A main tree is loaded only with such a node; that it stands right is for the checks.
+void Understanding::add_redirect_root() {
+    const auto links = out_.links_of(out_.words[0]);
+    const bool named = std::ranges::any_of(
+        out_.words, [](const Word &known) { return known.name == kRedirectRoot; });
+    if (named || links.empty() || out_.words.size() + 2 > most_words_ || too_many_)
+        return;
+    const std::vector<Link> others{links.begin(), links.end()};
+    const uint32_t redirect = add_word({}, out_.place);
+    const uint32_t inner = add_word({}, out_.place);
+    out_.words[redirect].name = kRedirectRoot;
+    out_.words[inner].name = "redirect";
+    out_.words[redirect].first_link = static_cast<uint32_t>(out_.links.size());
+    out_.words[redirect].link_count = 1;
+    out_.links.push_back({inner, out_.place});
+    // Links of one word stand in a row, so those of the root move.
+    out_.words[0].first_link = static_cast<uint32_t>(out_.links.size());
+    out_.words[0].link_count = static_cast<uint32_t>(others.size()) + 1;
+    out_.links.insert(out_.links.end(), others.begin(), others.end());
+    out_.links.push_back({redirect, out_.place});
+    out_.finished.insert(out_.finished.end() - 1, {inner, redirect}); // the root stays last
+}
+
+// ---- Words ----
+
+uint32_t Understanding::add_word(const WordKey &key, Place place) {
+    const auto index = static_cast<uint32_t>(out_.words.size());
+    out_.words.push_back({.key = key, .place = place, .name = {}, .name_place = place});
+    return index;
+}
+
+// Gives a word the links to the words of a list: those it has where it is known, else new ones, to
+// be found by going through the list.
+void Understanding::add_links(uint32_t parent, const Pair &words, const std::string &parent_name) {
+    const uint32_t list = values_.index_of(words);
+    std::pair<uint32_t, uint32_t> links{out_.links.size(), 0};
+    if (const auto known = links_of_.find(list); known != links_of_.end()) {
+        links = known->second;
+        out_.finished.push_back(parent);
+    } else {
+        OpenList open{parent, parent_name, words_in(words), 0, links.first};
+        links.second = static_cast<uint32_t>(open.pairs.size());
+        if (open.pairs.size() > TREE_MAX_CHILDREN)
+            values_.fault_at_key(open.pairs[TREE_MAX_CHILDREN],
+                                 std::to_string(open.pairs.size()) +
+                                     " words below one word, there is room for " +
+                                     std::to_string(TREE_MAX_CHILDREN));
+        out_.links.resize(out_.links.size() + open.pairs.size(), {kNoWord, {}});
+        if (yaml_[list].anchored)
+            links_of_.emplace(list, links);
+        open_.push_back(std::move(open));
+    }
+    if (parent != kNoWord)
+        std::tie(out_.words[parent].first_link, out_.words[parent].link_count) = links;
+}
+
+// The words of a list in either of its two forms.
+std::vector<Pair> Understanding::words_in(const Pair &list) {
+    if (values_.kind(list) == YamlKind::kMapping)
+        return values_.pairs(values_.index_of(list));
+    std::vector<Pair> words;
+    for (const Pair &item : values_.items(values_.index_of(list))) {
+        const std::vector<Pair> pairs = values_.pairs(values_.index_of(item));
+        if (pairs.size() == 1)
+            words.push_back(pairs.front());
+        else if (values_.kind(item) != YamlKind::kBroken)
+            values_.fault_at(item, "an item of a list of words is a mapping with one word");
+    }
+    if (values_.kind(list) == YamlKind::kScalar && !values_.is_empty(list))
+        values_.fault_at(list, "'words' takes a mapping of words, or a list of such");
+    return words;
+}
+
+void Understanding::go_through_words() {
+    while (!open_.empty() && !too_many_) {
+        OpenList &list = open_.back();
+        if (list.next == list.pairs.size()) {
+            if (list.parent != kNoWord)
+                out_.finished.push_back(list.parent);
+            open_.pop_back();
+            continue;
+        }
+        const size_t position = list.next++;
+        const Pair pair = list.pairs[position];
+        const uint32_t link = list.first_link + static_cast<uint32_t>(position);
+        out_.links[link].place = values_.key_place(pair);
+        const uint32_t parent = list.parent;
+        const uint32_t child = word_below(list, pair); // may begin a list below
+        out_.links[link].child = child;
+        if (child == kNoWord && parent != kNoWord)
+            out_.words[parent].sound = false;
+    }
+}
+
+// The word of a pair in a list: a known one where the value is shared, else a new one.
+uint32_t Understanding::word_below(const OpenList &list, const Pair &pair) {
+    const uint32_t value = values_.index_of(pair);
+    const Place place = values_.key_place(pair);
+    const auto key = values_.word_key(yaml_.resolved(pair.key), place);
+    if (yaml_[value].kind == YamlKind::kBroken)
+        return kNoWord;
+    if (const auto known = word_of_.find(value); known != word_of_.end())
+        return key ? shared_word(list, pair, *key, known->second) : kNoWord;
+    if (out_.words.size() == most_words_) {
+        values_.fault_at_key(pair,
+                             "more than " + std::to_string(most_words_) + " nodes in one tree");
+        too_many_ = true;
+        return kNoWord;
+    }
+    const uint32_t word = add_word(key.value_or(WordKey{}), place);
+    out_.words[word].sound = key.has_value();
+    out_.words[word].exact_token = values_.key(pair).of_bytes;
+    if (yaml_[value].anchored)
+        word_of_.emplace(value, word);
+    read_word(word, pair, list.parent_name);
+    return word;
+}
+
+uint32_t Understanding::shared_word(const OpenList &list, const Pair &pair, const WordKey &key,
+                                    uint32_t word) {
+    const Word &shared = out_.words[word];
+    if (shared.sound && !(shared.key == key)) {
+        values_.fault_at_key(pair,
+                             "the alias is the word " +
+                                 quoted(tool::word_key(shared.key.token, shared.key.masks())) +
+                                 ", which is not what its key says",
+                             {values_.note(shared.place, "it stands here")});
+        return kNoWord;
+    }
+    const size_t before = std::min<size_t>(list.next - 1, TREE_MAX_CHILDREN);
+    for (const Link &link : std::span{out_.links}.subspan(list.first_link, before))
+        if (link.child == word)
+            values_.fault_at_key(pair, "the same node stands twice below one word",
+                                 {values_.note(link.place, "first here")});
+    return word;
+}
+
+void Understanding::read_word(uint32_t index, const Pair &pair, const std::string &parent_name) {
+    const size_t faults_before = values_.faults();
+    const WordReader::Rest rest = reader_.read(pair);
+    Word &word = out_.words[index];
+    word.sound = word.sound && values_.faults() == faults_before;
+    if (!word.name_given)
+        word.name = tool::made_name(parent_name, word.key.token, word.key.masks());
+    if (rest.marked)
+        marked_.emplace_back(index, *rest.marked);
+    if (rest.words)
+        add_links(index, *rest.words, word.name);
+    else
+        out_.finished.push_back(index);
+}
+
+// ---- Marked links ----
+
+constexpr uint32_t kSeveral = UINT32_MAX;
+
+// Where the words below a word stand, by their keys and, where these are no help, by their names.
+Understanding::Positions Understanding::positions_below(const Word &word) const {
+    Positions positions;
+    const std::span<const Link> links = out_.links_of(word);
+    const auto count = static_cast<uint32_t>(std::min<size_t>(links.size(), TREE_MAX_CHILDREN));
+    const auto child = [&](uint32_t i) {
+        return links[i].child == kNoWord ? nullptr : &out_.words[links[i].child];
+    };
+    for (uint32_t i = 0; i < count; ++i) {
+        if (child(i) == nullptr)
+            continue;
+        const WordKey &key = child(i)->key;
+        const auto [known, is_new] = positions.emplace(tool::word_key(key.token, key.masks()), i);
+        if (!is_new)
+            known->second = kSeveral;
+    }
+    for (uint32_t i = 0; i < count; ++i)
+        if (child(i) != nullptr)
+            positions.emplace(child(i)->name, i);
+    return positions;
+}
+
+// A text as the key of its word is spelled here, if it is one: types have more than one spelling.
+std::string Understanding::as_word(std::string_view text) {
+    const auto key =
+        read_word_key(text, false, values_.texts(), [](std::string_view, const std::string &) {});
+    return key ? tool::word_key(key->token, key->masks()) : std::string{text};
+}
+
+void Understanding::take_marks(uint32_t index, const Pair &list) {
+    const size_t faults_before = values_.faults();
+    const Positions positions = positions_below(out_.words[index]);
+    const auto expected = [] {
+        return std::string{
+            "'marked' takes a list of words below this one, or names of their nodes"};
+    };
+    if (values_.kind(list) != YamlKind::kSequence)
+        values_.fault_at(list, expected());
+    Marks marks{index};
+    for (const Pair &item : values_.items(values_.index_of(list))) {
+        const auto text = values_.text(item, expected);
+        if (!text)
+            continue;
+        const auto found = positions.find(as_word(*text));
+        if (found == positions.end())
+            values_.fault_at(item, "there is no " + quoted(*text) + " below this word");
+        else if (found->second == kSeveral)
+            values_.fault_at(item, "several words below are " + quoted(*text) +
+                                       ", give the name of the node");
+        else
+            marks.bits[found->second / 8] |= static_cast<uint8_t>(1U << found->second % 8);
+    }
+    out_.marks.push_back(marks);
+    out_.words[index].sound = out_.words[index].sound && values_.faults() == faults_before;
+}
+
+} // namespace
+
+Document understand(const YamlDocument &yaml, size_t most_words, TextStore &texts,
+                    Messages &messages) {
+    return Understanding{yaml, most_words, texts, messages}.whole();
+}
+
+std::vector<KeyList> known_keys() {
+    return {{"document", {kDocumentKeys.begin(), kDocumentKeys.end()}},
+            {"word", WordReader::word_keys()},
+            {"parameter", WordReader::parameter_keys()},
+            {"submode", WordReader::submode_keys()}};
+}
+
+} // namespace compiler
