@@ -1,29 +1,20 @@
-// The check of a whole tree against the rules of its records. Every tree that comes from a file
-// passes it once, before anything follows an index from it.
+// The check of whole trees as the library's own readers make it: sound, or the first fault.
 #pragma once
 
-#include "parse_tree/tree_node.h"
+#include "parse_tree/tree_check.h"
 
-#include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <span>
 
 namespace tsh {
 
-/// The first broken rule of a tree: the node that breaks it and what is wrong there.
-struct TreeFault {
-    uint32_t node;
-    const char *what;
-};
+/// The first fault that tsh_tree_check would report. Throws std::bad_alloc where that check would
+/// report that there is no memory.
+std::optional<tsh_tree_fault_t> check_tree(std::span<const tree_node_t> nodes);
 
-/// Judges every record (counts, child indices, children listed twice, texts without terminator),
-/// reachable or not, and then what can be reached from node 0 (cycles, more than 256 levels).
-/// Linear in nodes and links; neither recurses nor allocates.
-std::optional<TreeFault> check_tree(std::span<const tree_node_t> nodes);
-
-/// Writes one line about a fault: the file, the node's index and printable name, the fault.
+/// Writes one line about a fault: the file and the text of the fault.
 void report_tree_fault(FILE *stream, const char *file, std::span<const tree_node_t> nodes,
-                       const TreeFault &fault);
+                       const tsh_tree_fault_t &fault);
 
 } // namespace tsh

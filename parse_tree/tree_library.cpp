@@ -1,60 +1,67 @@
 // Small services around array trees that the device's tree library would supply.
 #include "parse_tree/tree_library.h"
 
-#include "parse_tree/tree_depth_internal.h"
+#include "parse_tree/tree_walk_internal.h"
 #include "platform/robust_string.h"
 
 #include <algorithm>
-#include <array>
-#include <bitset>
 #include <cstdio>
+#include <new>
 #include <span>
+#include <vector>
 
 namespace {
 
-std::span<const uint16_t> links_of(const tree_node_t &node) {
-    return {node.children, std::min<size_t>(node.child_count, TREE_MAX_CHILDREN)};
-}
+using tsh::TreeWalk;
+using Event = TreeWalk::Event;
 
 void display_node(const tree_node_t &node, uint16_t index, size_t level) {
     const auto indent = static_cast<int>(2 * std::min<size_t>(level, TREE_MAX_LEVELS));
     printf("%*s%u: %.*s \"%.*s\"", indent, "", index, TREE_NAME_SIZE, node.name, TREE_TOKEN_SIZE,
            node.token);
-    for (const uint16_t child : links_of(node))
+    for (const uint16_t child : tsh::links_of(node))
         printf(" %u", child);
     putchar('\n');
+}
+
+// The walk leaves a node after everything below it, so that each height is made of known ones.
+bool has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
+    TreeWalk walk{nodes};
+    std::vector<uint16_t> heights(nodes.size());
+    for (Event event = walk.next(); event != Event::kEnd; event = walk.next()) {
+        if (event == Event::kBackLink)
+            return true;
+        uint16_t &height = heights[walk.node()];
+        height = 1;
+        if (event == Event::kLeft)
+            for (const uint16_t child : tsh::links_of(nodes[walk.node()]))
+                height = std::max<uint16_t>(height, static_cast<uint16_t>(heights[child] + 1));
+        if (walk.depth() - 1 + height > TREE_MAX_LEVELS)
+            return true;
+    }
+    return false;
 }
 
 } // namespace
 
 int32_t cycle_check(const tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
-    return tsh::judge_depth({nodes, TREE_MAX_NODES}).fault == tsh::DepthFault::kNone ? 0 : 1;
+    try {
+        return has_cycle_or_is_too_deep({nodes, TREE_MAX_NODES}) ? 1 : 0;
+    } catch (const std::bad_alloc &) {
+        return 1;
+    }
 }
 
 void display_array_tree(const tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
     if (nodes == nullptr)
         return;
-    struct PathStep {
-        uint16_t node;
-        uint16_t next_link;
-    };
-    std::bitset<TREE_MAX_NODES> printed;
-    std::array<PathStep, TREE_MAX_NODES> path; // every node is entered at most once
-    size_t depth = 0;
-    const auto enter = [&](uint16_t node) {
-        printed.set(node);
-        display_node(nodes[node], node, depth);
-        path[depth++] = {node, 0};
-    };
-
-    enter(0);
-    while (depth > 0) {
-        PathStep &step = path[depth - 1];
-        const auto links = links_of(nodes[step.node]);
-        if (step.next_link == links.size())
-            --depth;
-        else if (const uint16_t child = links[step.next_link++]; !printed[child])
-            enter(child);
+    try {
+        TreeWalk walk{{nodes, TREE_MAX_NODES}};
+        for (Event event = walk.next(); event != Event::kEnd; event = walk.next())
+            if (event == Event::kEntered)
+                display_node(nodes[walk.node()], walk.node(), walk.depth() - 1);
+    } catch (const std::bad_alloc &) {
+        puts("No memory to list the tree");
     }
 }
 

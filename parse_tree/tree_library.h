@@ -7,13 +7,15 @@
 
 /** Tells whether a cycle can be reached from node 0, or a level below the 256th.
  * The two numbers are not used; callers pass 0. Child indices must lie inside the array.
- * @return 1 for a cycle or for too deep a tree, else 0. */
+ * Takes up to 320 KB of memory for the walk.
+ * @return 1 for a cycle or for too deep a tree, and where there is no memory to tell; else 0. */
 TSH_API int32_t cycle_check(const tree_node_t *nodes, uint32_t unused1, uint32_t unused2);
 
 /** Prints the tree below node 0 on standard output, one line per node: index, name, token and
  * child indices, indented by level. A node with several parents is printed where it is met first.
  * The two numbers are not used; callers pass 0. A null array prints nothing. Child indices must
- * lie inside the array. */
+ * lie inside the array. Takes up to 192 KB of memory for the walk; where there is none, one line
+ * says so instead. */
 TSH_API void display_array_tree(const tree_node_t *nodes, uint32_t unused1, uint32_t unused2);
 
 /** Sets the kind of an attach-path record and copies the text, cut to its field. */

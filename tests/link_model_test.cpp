@@ -4,6 +4,7 @@
 #include "parse_tree/tree_library.h"
 #include "tests/support/harness.h"
 #include "treelink/attach.h"
+#include "treelink/link_report.h"
 #include "treelink/sibling_order.h"
 
 #include <algorithm>
@@ -32,8 +33,9 @@ constexpr uint32_t kTypes[] = {1, 4, 0x40200001}; // only the first makes a conf
 
 class Model {
 public:
-    explicit Model(unsigned seed) : random_(seed) {
-        for (int i = pick(2, 9); i > 0; --i)
+    // Every fourth model is a tangle: many subtrees that want to hang below each other.
+    explicit Model(unsigned seed) : random_(seed), tangled_(seed % 4 == 0) {
+        for (int i = tangled_ ? 30 : pick(2, 9); i > 0; --i)
             read_.push_back(random_subtree(std::to_string(i)));
         for (Nodes &tree : prebuilt)
             tree = random_subtree("").nodes;
@@ -94,7 +96,7 @@ private:
         for (size_t i = 0; i < subtree.nodes.size(); ++i) {
             tree_node_t &node = subtree.nodes[i];
             node.name[0] = pick_letter(0);
-            node.token[0] = "\0abcde"[pick(0, 5)];
+            node.token[0] = tangled_ ? pick_letter(1) : "\0abcde"[pick(0, 5)];
             node.flags = TREE_FLAG_TERMINAL | 1U;
             node.param_count = static_cast<uint16_t>(pick(0, 1));
             node.params[0].type_mask = kTypes[pick(0, 2)];
@@ -102,7 +104,7 @@ private:
                 if (tree_node_t &parent = subtree.nodes[above]; pick(0, 2) == 0)
                     parent.children[parent.child_count++] = static_cast<uint16_t>(i);
         }
-        for (int i = pick(0, 3); i > 0; --i)
+        for (int i = tangled_ ? 3 : pick(0, 3); i > 0; --i)
             subtree.paths.emplace_back(1, pick_letter(1));
         return subtree;
     }
@@ -197,8 +199,8 @@ private:
                    say("*** Tree Linking Error *** Conflicting nodes ", array_[sibling].name,
                        " and ", child.name, " attaching below the same parent\n");
         };
-        if (std::find(parent.children, end, subtree.place) != end ||
-            std::any_of(parent.children, end, conflicts) ||
+        if (std::any_of(parent.children, end, conflicts) ||
+            std::find(parent.children, end, subtree.place) != end ||
             (leads_to(subtree.place, found->second) &&
              say("*** Tree Linking Error *** Node ", child.name, " not attached below ",
                  parent.name, ": it would close a cycle\n")))
@@ -212,6 +214,7 @@ private:
     }
 
     std::mt19937 random_;
+    bool tangled_;
     List read_;
     List list_;
     std::map<std::string, Subtree *> owners_;
@@ -236,6 +239,7 @@ TEST(LinkModel, AgreesOnRandomGrammars) {
         const std::string messages = testing::internal::GetCapturedStderr();
         const Nodes expected = model.link();
         ASSERT_EQ(messages, model.messages) << "seed " << seed;
+        ASSERT_EQ(tsh_link_warnings, std::ranges::count(messages, '\n')) << "seed " << seed;
         ASSERT_EQ(static_cast<size_t>(count), expected.size()) << "seed " << seed;
         ASSERT_EQ(memcmp(linked, expected.data(), expected.size() * TREE_NODE_SIZE), 0) << seed;
         free(linked);

@@ -96,6 +96,8 @@ TEST_F(Link, PutsAGrammarTogether) {
         "***Treelink Warning***: Unresolved path nowhere in file lost.par \n"
         "*** Treelink Warning ***: Duplicate nodename brief in version.par\n"
         "*** Tree Linking Error *** Conflicting nodes clock2 and clock1 attaching below the "
+        "same parent\n"
+        "*** Tree Linking Error *** Conflicting nodes secondary and secondary attaching below the "
         "same parent\n";
     for (const char *file : {"root.par", "version.par", "interface.par", "ip.par", "leaf.pars",
                              "clock.par", "none.par", "time.par", "lost.par", "trace.par"})
@@ -225,6 +227,8 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
     const std::string corrupted =
         "*** Treelink Warning ***: Incompatible format/Corrupted .par file x.par ignored\n";
     const std::string cut = "Treelink Error: Not able to read file x.par\n";
+    const std::string not_to_end =
+        "*** Treelink Warning ***: File x.par could not be read to its end: ";
     Nodes circle = chain(4);
     circle[2].children[circle[2].child_count++] = 0;
     struct {
@@ -246,7 +250,7 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
         {poked(kTreeBytes, 65537000), corrupted},
         {poked(kTreeBytes, 65536000), cut},
         {poked(kTreeBytes, 0), ""},
-        {stored(chain(257)), corrupted},
+        {stored(chain(1000)), "a b a b "},
         {stored(circle), corrupted},
     };
     Word root = structural("root");
@@ -262,11 +266,23 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
     };
     for (const auto &test : cases)
         check(std::string(whole).append(test.bytes) + whole, test.printed + "a b ");
-    for (const unsigned length : {0U, 1U, 23U, 24U, 27U, 28U, 500U, 1027U})
-        check(whole + whole.substr(0, length), (length < kHeader ? "" : cut) + "a b ");
+    check(whole, "a b ");
+    for (const unsigned length : {1U, 23U, 24U, 27U, 28U, 500U, 1027U})
+        check(whole + whole.substr(0, length),
+              (length < kHeader ? not_to_end + "it ends inside a header\n" : cut) + "a b ");
     harness::write_file(path("x.par"), whole);
     shell(R"(gzip x.par; printf '\37\213\10\377 is no gzip header' | cat x.par.gz - > x.par)");
-    EXPECT_EQ(shell(link), corrupted + "a b ");
+    EXPECT_EQ(shell(link), not_to_end + "its compressed data cannot be inflated\na b ");
+    // Compressed data that end anywhere at all.
+    harness::write_file(path("x.par"), whole + whole);
+    const auto gzipped = std::stoul(shell("gzip x.par; stat -c %s x.par.gz"));
+    for (unsigned long length = 2; length < gzipped; ++length) {
+        const std::string told =
+            shell("head -c " + std::to_string(length) + " x.par.gz > x.par; " + link);
+        EXPECT_TRUE(told.starts_with(cut) ||
+                    told.starts_with(not_to_end + "its compressed data end early\n"))
+            << length << ": " << told;
+    }
 }
 
 // The operations beside the link itself, as other programs call them.

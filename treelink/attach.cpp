@@ -5,6 +5,7 @@
 #include "param_reg/builtin_types.h"
 #include "treelink/attach_graph_internal.h"
 #include "treelink/attach_internal.h"
+#include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
 #include "treelink/sibling_order.h"
@@ -35,8 +36,8 @@ bool stand_for_same_word(const tree_node_t &existing, const tree_node_t &added) 
 }
 
 void refuse(const tree_node_t &child, const tree_node_t &parent, const char *reason) {
-    fprintf(stderr, "*** Tree Linking Error *** Node %s not attached below %s: %s\n", child.name,
-            parent.name, reason);
+    tsh::warn(tsh::Loss::kPart, "*** Tree Linking Error *** Node %s not attached below %s: %s\n",
+              child.name, parent.name, reason);
 }
 
 // One attach path of a subtree that was copied, and the parent it names.
@@ -78,8 +79,8 @@ public:
         tsh::AttachGraph graph{nodes_, firsts()};
         for (const Wish &wish : wishes)
             if (wish.parent)
-                graph.wish(*wish.parent, wish.subtree);
-        graph.find_circles();
+                graph.expect(*wish.parent, wish.subtree);
+        graph.find_components();
         for (const Wish &wish : wishes)
             grant(wish, graph);
         return array.release();
@@ -130,14 +131,18 @@ private:
     bool attach(const Wish &wish, uint32_t parent, tsh::AttachGraph &graph) {
         const tree_node_t &child_node = nodes_[wish.child];
         const tree_node_t &parent_node = nodes_[parent];
-        const std::span links{parent_node.children, parent_node.child_count};
-        if (std::ranges::find(links, wish.child) != links.end())
-            return false;
         if (check_conflicting_children(nodes_.data(), static_cast<int32_t>(parent), &child_node) !=
             0)
             return false;
-        if (graph.closes_cycle(parent, wish.subtree)) {
-            refuse(child_node, parent_node, "it would close a cycle");
+        const std::span links{parent_node.children, parent_node.child_count};
+        if (std::ranges::find(links, wish.child) != links.end())
+            return false; // named twice, and of a type that may stand beside itself
+        const tsh::Closes closes = graph.closes(parent, wish.subtree);
+        if (closes != tsh::Closes::kNothing) {
+            refuse(child_node, parent_node,
+                   closes == tsh::Closes::kCycle
+                       ? "it would close a cycle"
+                       : "so many paths lead in cycles that this one was not followed to its end");
             return false;
         }
         if (update_child_list(nodes_.data(), parent, wish.child) != 0)
@@ -168,10 +173,10 @@ int32_t get_parse_tree(tree_node_t **out) {
         Linker linker;
         const uint64_t total = linker.total();
         if (total > TREE_MAX_NODES) {
-            fprintf(stderr,
-                    "*** Tree Linking Error *** The linked tree would have %" PRIu64
-                    " nodes, but child indices reach only %d\n",
-                    total, TREE_MAX_NODES);
+            tsh::warn(tsh::Loss::kPart,
+                      "*** Tree Linking Error *** The linked tree would have %" PRIu64
+                      " nodes, but child indices reach only %d\n",
+                      total, TREE_MAX_NODES);
             return -1;
         }
         if (total > 0)
@@ -198,10 +203,11 @@ uint32_t add_subtree_in_main_tree(tree_node_t *array, uint32_t *next, subtree_en
 int32_t check_conflicting_node(const tree_node_t *existing, const tree_node_t *added) {
     if (!stand_for_same_word(*existing, *added))
         return 0;
-    fprintf(stderr,
-            "*** Tree Linking Error *** Conflicting nodes %s and %s attaching below the same "
-            "parent\n",
-            existing->name, added->name);
+    // A path that is named twice meets the subtree itself, and loses nothing.
+    tsh::warn(existing == added ? tsh::Loss::kNothing : tsh::Loss::kPart,
+              "*** Tree Linking Error *** Conflicting nodes %s and %s attaching below the same "
+              "parent\n",
+              existing->name, added->name);
     return 1;
 }
 

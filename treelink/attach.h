@@ -19,7 +19,7 @@ TSH_API uint32_t tsh_current_position;
  * child of the parent stands for the same word, when the parent has 192 children, and when it
  * would close a cycle. A subtree that names one parent twice is linked there once. A subtree none
  * of whose paths is linked stays in the array. In a tangle of cycles so large that searching it
- * would take seconds, the paths that are left undecided count as closing a cycle.
+ * would take seconds, paths are left out undecided, and the message says so.
  *
  * @param out the linked array, released by the caller with free; null when there is none.
  * @return the nodes of the array; 0 without a subtree from the root file; -1 after a message on
@@ -76,9 +76,9 @@ TSH_API uint32_t tsh_main_tree_max_nodes;  /**< Capacity in nodes. */
  * ASSIGN_SPACE_EXACT: a fresh array of node_count nodes; count and capacity stay as they are, and
  * the array before is the program's to release.
  * Any other mode: an array of 5 nodes if there is none, then twice the capacity until node_count
- * more than the nodes in use fit. An array whose capacity is 0 is taken to hold just the nodes in
- * use. When the array cannot grow, the process ends with status 255 after a message on standard
- * output. @return 0. */
+ * more than the nodes in use fit, their sum being taken in 32 bits. An array whose capacity is 0 is
+ * taken to hold just the nodes in use. When the array cannot grow, the process ends with status 255
+ * after a message on standard output. @return 0. */
 TSH_API int32_t assign_space(int8_t mode, uint32_t node_count);
 
 /** Adds first to every child index of nodes first .. first + count - 1, in 16 bits. */

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "treelink/attach.h"
+#include "treelink/link_report_internal.h"
 
 #include <algorithm>
 #include <span>
@@ -15,8 +16,8 @@ inline auto attach_paths_of(const subtree_entry_t &record) {
 }
 
 inline void report_unresolved_path(const char *name, const subtree_entry_t &record) {
-    fprintf(stderr, "***Treelink Warning***: Unresolved path %s in file %s \n", name,
-            record.file_name);
+    warn(Loss::kPart, "***Treelink Warning***: Unresolved path %s in file %s \n", name,
+         record.file_name);
 }
 
 } // namespace tsh

@@ -2,6 +2,7 @@
 #include "treelink/link_table.h"
 
 #include "platform/robust_string.h"
+#include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
 
@@ -9,8 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <glib.h>
-
-using tsh::GlibCall;
 
 GHashTable *treelink_table;
 
@@ -25,7 +24,7 @@ treelink_cell_t *new_cell(int32_t kind, subtree_entry_t *owner, uint32_t locatio
     return cell;
 }
 
-void release_list(subtree_entry_t *record) {
+void release_subtrees(subtree_entry_t *record) {
     while (record != nullptr) {
         subtree_entry_t *next = record->next;
         free(record->nodes);
@@ -34,10 +33,21 @@ void release_list(subtree_entry_t *record) {
     }
 }
 
+// A record without nodes was not read from a file, and is the program's.
+void release_root_subtrees(subtree_entry_t *record) {
+    while (record != nullptr) {
+        subtree_entry_t *next = record->next;
+        if (record->nodes != nullptr) {
+            free(record->nodes);
+            free(record);
+        }
+        record = next;
+    }
+}
+
 } // namespace
 
 GHashTable *tsh::new_name_table() {
-    const GlibCall call;
     return g_hash_table_new(g_str_hash, g_str_equal);
 }
 
@@ -46,14 +56,12 @@ void *tsh::find_name(GHashTable *table, const char *name) {
 }
 
 void tsh::add_name(GHashTable *table, char *name, void *value) {
-    const GlibCall call;
     g_hash_table_insert(table, name, value);
 }
 
 void tsh::release_name_table(GHashTable *table) {
     if (table == nullptr)
         return;
-    const GlibCall call;
     g_hash_table_foreach_remove(table, cleanup_link_table_entry, nullptr);
     g_hash_table_destroy(table);
 }
@@ -75,7 +83,8 @@ int32_t insert_nodes_in_hashtable(GHashTable *table, const char *file_name,
             tsh::add_name(table, name, new_cell(kind, owner, location));
             continue;
         }
-        fprintf(stderr, "*** Treelink Warning ***: Duplicate nodename %s in %s\n", name, file_name);
+        tsh::warn(tsh::Loss::kNothing, "*** Treelink Warning ***: Duplicate nodename %s in %s\n",
+                  name, file_name);
         free(name);
     }
     return 0;
@@ -103,8 +112,8 @@ int32_t cleanup_link_table_entry(void *key, void *cell, void * /*unused*/) {
 
 int32_t treelink_cleanup(subtree_entry_t **unresolved_head, subtree_entry_t **root_head,
                          GHashTable *table) {
-    release_list(*unresolved_head);
-    release_list(*root_head);
+    release_subtrees(*unresolved_head);
+    release_root_subtrees(*root_head);
     tsh::release_name_table(table);
     if (table == treelink_table)
         treelink_table = nullptr;

@@ -75,8 +75,9 @@ TSH_API int32_t main_tree_to_dl_hash(void);
 /** The same for main_tree2_dl_hash and "main_tree2.pars". */
 TSH_API int32_t main_tree2_to_dl_hash(void);
 
-/** Ends a link: releases the records of both lists with their nodes, and the table with its
- * entries. The list heads keep their value, which is of no more use. @return 0. */
+/** Ends a link: releases the records of both lists with their nodes (a record of the root list
+ * only if it has nodes), and the table with its entries. The list heads keep their value, which is
+ * of no more use. @return 0. */
 TSH_API int32_t treelink_cleanup(subtree_entry_t **unresolved_head, subtree_entry_t **root_head,
                                  GHashTable *table);
 

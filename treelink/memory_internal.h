@@ -1,5 +1,6 @@
-// Memory of the tree linker. Where there is none left the process ends with status 100, whoever
-// asked for it: the linker itself, a container of the standard library, or a GLib table.
+// Memory of the tree linker. Where there is none left the process ends with status 100, whether the
+// linker itself or a container of the standard library asked for it. Only GLib, when one of its
+// tables grows, ends the process its own way.
 #pragma once
 
 #include "feature/tsh/src/owners_internal.h"
@@ -39,14 +40,5 @@ template <typename Body> auto at_c_edge(Body body) noexcept {
         end_out_of_memory();
     }
 }
-
-/// While one lives, a GLib call that finds no memory ends the process like the linker does.
-class GlibCall {
-public:
-    GlibCall();
-    ~GlibCall();
-    GlibCall(const GlibCall &) = delete;
-    GlibCall &operator=(const GlibCall &) = delete;
-};
 
 } // namespace tsh

@@ -2,7 +2,6 @@
 #include "treelink/attach.h"
 
 #include "feature/tsh/src/trace.h"
-#include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_library.h"
 #include "treelink/memory_internal.h"
 
@@ -26,16 +25,17 @@ int32_t printed_address(const void *address) {
     return static_cast<int32_t>(reinterpret_cast<intptr_t>(address));
 }
 
-// A tree under construction may not be fit to be followed yet.
-void show_array() {
-    if (!tsh::check_tree({tsh_main_tree, tsh_main_tree_max_nodes}))
-        display_array_tree(tsh_main_tree, 0, 0);
+// An array that is going to be printed has room for every index there is: a tree under construction
+// may lead anywhere. Memory that is never touched costs nothing.
+void *allocate_nodes(uint32_t capacity) {
+    const uint32_t reach = debug_flag == 1 ? TREE_MAX_NODES : 0;
+    return calloc(std::max(capacity, reach), sizeof(tree_node_t));
 }
 
 void double_capacity(uint32_t wanted) {
     const uint32_t old_capacity = tsh_main_tree_max_nodes;
     const uint32_t capacity = 2 * old_capacity;
-    void *grown = old_capacity > UINT32_MAX / 2 ? nullptr : calloc(capacity, sizeof(tree_node_t));
+    void *grown = old_capacity > UINT32_MAX / 2 ? nullptr : allocate_nodes(capacity);
     if (grown == nullptr) {
         puts("Fatal error: Memory could not be allocated ");
         exit(kCannotGrowStatus);
@@ -46,11 +46,12 @@ void double_capacity(uint32_t wanted) {
     std::copy_n(old_array.get(), old_capacity, tsh_main_tree);
     if (debug_flag != 1)
         return;
-    printf("Old size = %u, Numnodes = %u, Allocated memory = %u \n", old_capacity, wanted,
-           capacity);
+    printf("Old size = %d, Numnodes = %d, Allocated memory = %d \n",
+           static_cast<int32_t>(old_capacity), static_cast<int32_t>(wanted),
+           static_cast<int32_t>(capacity));
     printf("Old memory was %d, new is %d \n", printed_address(old_array.get()),
            printed_address(tsh_main_tree));
-    show_array();
+    display_array_tree(tsh_main_tree, 0, 0);
 }
 
 void make_first_array() {
@@ -71,7 +72,7 @@ int32_t assign_space(int8_t mode, uint32_t node_count) {
         make_first_array();
     else if (tsh_main_tree_max_nodes == 0)
         tsh_main_tree_max_nodes = std::max(tsh_main_tree_node_count, 1U);
-    while (uint64_t{node_count} + tsh_main_tree_node_count > tsh_main_tree_max_nodes)
+    while (node_count + tsh_main_tree_node_count > tsh_main_tree_max_nodes)
         double_capacity(node_count);
     return 0;
 }

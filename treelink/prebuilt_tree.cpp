@@ -48,7 +48,7 @@ std::optional<Nodes> map_sound_tree(const char *file) {
     if (count < 1)
         return std::nullopt;
     const Nodes nodes{tree, static_cast<size_t>(count)};
-    if (const auto fault = tsh::check_tree(nodes)) {
+    if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(nodes); })) {
         tsh::report_tree_fault(stderr, path.data(), nodes, *fault);
         unmap(nodes);
         return std::nullopt;

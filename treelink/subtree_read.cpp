@@ -8,12 +8,14 @@
 #include "parse_tree/tree_file.h"
 #include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
+#include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <glib.h>
 #include <memory>
@@ -26,7 +28,13 @@ subtree_entry_t *unresolved_subtree_table;
 int32_t fresh_tree_linking = 1;
 FILE *output_stream;
 
+using tsh::Loss;
+
 namespace {
+
+// What read_parser_file has filed in the current link.
+uint32_t filed_nodes;
+uint32_t filed_subtrees;
 
 struct CloseGzip {
     void operator()(gzFile file) const { gzclose(file); }
@@ -38,9 +46,10 @@ bool is_directory(const char *path) {
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Null when the file cannot be opened. The compressed layer would open a directory and find
-// nothing in it.
+// Null with errno set when the file cannot be opened. The compressed layer would open a directory
+// and find nothing in it.
 GzipFile open_par_file(const char *path) {
+    errno = EISDIR;
     if (is_directory(path))
         return nullptr;
     errno = 0;
@@ -59,8 +68,8 @@ public:
     // The number of bytes that arrived; negative when they could not be inflated.
     int32_t read(void *buffer, uint32_t length) {
         const int32_t arrived = read_regular_or_compressed(stream_, buffer, length, compressed_);
-        if (arrived < 0)
-            end_if_out_of_memory();
+        if (arrived < 0 && inflate_error() == Z_MEM_ERROR)
+            tsh::end_out_of_memory();
         return arrived;
     }
 
@@ -69,19 +78,48 @@ public:
         return arrived >= 0 && static_cast<uint32_t>(arrived) == length;
     }
 
+    // Called where the next subtree does not begin, with the bytes that arrived in its place.
+    void tell_if_cut(int32_t arrived) const {
+        if (const char *reason = reason_of_end(arrived))
+            tsh::warn(Loss::kPart,
+                      "*** Treelink Warning ***: File %s could not be read to its end: %s\n",
+                      file_name_, reason);
+    }
+
     [[nodiscard]] int32_t refuse_as_corrupted() const {
-        fprintf(stderr,
-                "*** Treelink Warning ***: Incompatible format/Corrupted .par file %s ignored\n",
-                file_name_);
+        tsh::warn(Loss::kPart,
+                  "*** Treelink Warning ***: Incompatible format/Corrupted .par file %s ignored\n",
+                  file_name_);
+        return -1;
+    }
+
+    [[nodiscard]] int32_t refuse_as_unreadable() const {
+        tsh::warn(Loss::kPart, "Treelink Error: Not able to read file %s\n", file_name_);
         return -1;
     }
 
 private:
-    void end_if_out_of_memory() const {
+    // Null for the end of a whole file.
+    [[nodiscard]] const char *reason_of_end(int32_t arrived) const {
+        if (compressed_ == 0 && ferror(static_cast<FILE *>(stream_)) != 0)
+            return strerror(errno);
+        switch (compressed_ == 0 ? Z_OK : inflate_error()) {
+        case Z_OK:
+        case Z_STREAM_END:
+            return arrived == 0 ? nullptr : "it ends inside a header";
+        case Z_ERRNO:
+            return strerror(errno);
+        case Z_BUF_ERROR:
+            return "its compressed data end early";
+        default:
+            return "its compressed data cannot be inflated";
+        }
+    }
+
+    [[nodiscard]] int inflate_error() const {
         int error = Z_OK;
         gzerror(static_cast<gzFile>(stream_), &error);
-        if (error == Z_MEM_ERROR)
-            tsh::end_out_of_memory();
+        return error;
     }
 
     const char *file_name_;
@@ -120,6 +158,18 @@ void show_subtree(const tree_node_t *nodes) {
     putchar('\n');
 }
 
+// Names the file and the limit when the subtree would lead past it.
+bool exceeds_link(const char *file_name, uint32_t node_count) {
+    const bool fits =
+        filed_subtrees < TREELINK_MAX_SUBTREES && node_count <= TREELINK_MAX_NODES - filed_nodes;
+    if (!fits)
+        tsh::warn(Loss::kPart,
+                  "*** Treelink Warning ***: File %s leads past %u nodes or %u subtrees in one "
+                  "link, the rest of it is ignored\n",
+                  file_name, TREELINK_MAX_NODES, TREELINK_MAX_SUBTREES);
+    return !fits;
+}
+
 // What remains in the file is of no use after the first subtree that cannot be read.
 void file_all_subtrees(const char *file_name, gzFile file, subtree_entry_t **head) {
     const bool debug = debug_flag == 1;
@@ -131,6 +181,12 @@ void file_all_subtrees(const char *file_name, gzFile file, subtree_entry_t **hea
             show_link_table();
         if (read_par_tree(file_name, file, &nodes, &node_count, &path, 1, 1) < 0)
             return;
+        if (exceeds_link(file_name, node_count)) {
+            free(nodes);
+            return;
+        }
+        filed_nodes += node_count;
+        ++filed_subtrees;
         add_unresolved_subtree(head, file_name, nodes, node_count, &path, treelink_table);
         if (debug)
             show_subtree(nodes);
@@ -147,13 +203,17 @@ int32_t treelink_init(void) {
     unresolved_subtree_table = nullptr;
     tsh_root_tree_table = nullptr;
     treelink_table = tsh::new_name_table();
+    filed_nodes = filed_subtrees = 0;
+    tsh_link_warnings = tsh_link_losses = 0;
     return 0;
 }
 
 int32_t read_parser_file(const char *file_name, uint8_t kind) {
     const GzipFile file = open_par_file(file_name);
     if (file == nullptr) {
-        fprintf(stderr, "Treelink Error: Parser file %s could not be opened \n", file_name);
+        const int reason = errno;
+        tsh::warn(Loss::kPart, "Treelink Error: Parser file %s could not be opened \n", file_name);
+        errno = reason;
         return -1;
     }
     if (fresh_tree_linking != 0) {
@@ -175,9 +235,8 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
 
     subtree_header_t header;
     const int32_t arrived = input.read(&header, sizeof header);
-    if (arrived < 0)
-        return input.refuse_as_corrupted();
-    if (static_cast<size_t>(arrived) < sizeof header) {
+    if (arrived < static_cast<int32_t>(sizeof header)) {
+        input.tell_if_cut(arrived);
         if (debug)
             printf("Done reading header file %s\n", file_name);
         return -1;
@@ -204,13 +263,11 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
     // Memory that nothing arrives for is never touched, so the claim alone costs nothing.
     tsh::Block<tree_node_t> buffer = tsh::allocate<tree_node_t>(count);
     const std::span<tree_node_t> tree{buffer.get(), count};
-    if (!input.read_whole(tree.data(), header.tree_bytes)) {
-        fprintf(stderr, "Treelink Error: Not able to read file %s\n", file_name);
-        return -1;
-    }
+    if (!input.read_whole(tree.data(), header.tree_bytes))
+        return input.refuse_as_unreadable();
     if (to_host != 0)
         tsh::swap_array_order(tree);
-    if (tsh::check_tree(tree))
+    if (tsh::at_c_edge([&] { return tsh::check_tree(tree); }))
         return input.refuse_as_corrupted();
     if (debug) {
         display_array_tree(tree.data(), 0, 0);
@@ -236,7 +293,7 @@ int32_t add_unresolved_subtree(subtree_entry_t **head, const char *file_name, tr
 }
 
 int32_t extract_path(const char *text, char (*attach_paths)[TREE_NAME_SIZE]) {
-    const size_t length = strnlen(text, SUBTREE_PATH_TEXT_SIZE - 1);
+    const size_t length = text == nullptr ? 0 : strnlen(text, SUBTREE_PATH_TEXT_SIZE - 1);
     int32_t count = 0;
     for_each_name({text, length}, [&](std::string_view name) {
         if (count < SUBTREE_ATTACH_PATHS)

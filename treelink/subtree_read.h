@@ -3,8 +3,10 @@
  *
  * One link is: read_parser_file for the root file, then for each other file, then get_parse_tree
  * (treelink/attach.h), or all of it through treelink/link_driver.h. The state of a link is
- * process-wide, so one link runs at a time. Wherever the linker finds no memory, the process ends
- * with status 100. */
+ * process-wide, so one link runs at a time. Where the linker finds no memory, the process ends with
+ * status 100; where GLib finds none for a table that grows, it ends the way GLib ends.
+ *
+ * What a link tells of on standard error is counted as well (treelink/link_report.h). */
 #ifndef TSH_TREELINK_SUBTREE_READ_H
 #define TSH_TREELINK_SUBTREE_READ_H
 
@@ -16,6 +18,10 @@ typedef struct _GHashTable GHashTable; /* GLib's own; its header is not needed h
 
 #define SUBTREE_ATTACH_PATHS 32   /**< Attach paths one record has room for. */
 #define SUBTREE_FILE_NAME_SIZE 64 /**< Bytes of a file name with its terminating zero. */
+
+/** What one link files at most, which bounds its memory by some 1.5 GB whatever its files claim. */
+#define TREELINK_MAX_NODES 1048576u
+#define TREELINK_MAX_SUBTREES 131072u
 
 /** Values of subtree_entry_t.status. */
 #define SUBTREE_PENDING 10
@@ -54,25 +60,26 @@ TSH_API FILE *output_stream;
 /** Stores the stream in output_stream. */
 TSH_API void treelink_output_stream_set(FILE *stream);
 
-/** Starts a link: two empty lists and a new link table. Releases nothing, for the end of the link
- * before did. @return 0. */
+/** Starts a link: two empty lists, a new link table, counters of 0. Releases nothing, for the end
+ * of the link before did. @return 0. */
 TSH_API int32_t treelink_init(void);
 
 /** Reads every subtree of a file and files it, on tsh_root_tree_table for SUBTREE_FILE_ROOT, else
  * on unresolved_subtree_table. The first file that opens starts the link. A subtree that
- * read_par_tree refuses ends the reading of its file; those before it stay filed.
- * @return 0 once the file was opened; -1 with a message on standard error when it cannot be opened
- *         or is a directory, nothing else being changed. */
+ * read_par_tree refuses ends the reading of its file; those before it stay filed. So does one that
+ * leads past TREELINK_MAX_NODES or TREELINK_MAX_SUBTREES, which is told on standard error.
+ * @return 0 once the file was opened; -1 with errno set and a message on standard error when it
+ *         cannot be opened or is a directory, nothing else being changed. */
 TSH_API int32_t read_parser_file(const char *file_name, uint8_t kind);
 
 /** Reads the next subtree of an open file.
  * Refused as corrupted, with "*** Treelink Warning ***: Incompatible format/Corrupted .par file %s
  * ignored\n" on standard error: a size of nodes that is no multiple of 1000 or beyond 65,536
  * records, an attach path of more than 1024 bytes or 32 names, a tree that breaks the rules of its
- * records (an index outside the subtree, a cycle, more than 256 levels ...), compressed data that
- * cannot be inflated where a subtree should begin. A file that ends within the nodes is told on
- * standard error; the end of the file and a subtree of no nodes are silent. An attach path without
- * terminating zero ends where its field ends.
+ * records (an index outside the subtree, a cycle ...). A file that ends within the nodes or within
+ * a header, and compressed data that end early or cannot be inflated, are told on standard error;
+ * the end of a whole file and a subtree of no nodes are silent. An attach path without terminating
+ * zero ends where its field ends.
  * @param file_name for messages.
  * @param stream a gzFile when compressed is non-zero, else a FILE *, open for reading.
  * @param nodes receives the nodes, which the caller releases with free; null when there are none.
@@ -91,7 +98,7 @@ TSH_API int32_t add_unresolved_subtree(subtree_entry_t **head, const char *file_
                                        const subtree_path_t *path, GHashTable *table);
 
 /** Splits a comma-separated list of names, at most 1023 characters of it; empty names are left
- * out, long ones cut to 63 characters, names past the 32nd dropped.
+ * out, long ones cut to 63 characters, names past the 32nd dropped. A null text has no names.
  * @param attach_paths the member of a subtree_entry_t, whose path_count is set as well.
  * @return the number of names. */
 TSH_API int32_t extract_path(const char *text, char (*attach_paths)[TREE_NAME_SIZE]);

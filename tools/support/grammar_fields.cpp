@@ -115,21 +115,13 @@ std::string escaped(std::string_view keyword) {
     return text;
 }
 
-std::string parameter_keys(const tree_node_t &node, const char *between) {
+std::string parameter_keys(std::span<const uint32_t> type_masks, const char *between) {
     std::string text;
-    for (int i = 0; i < std::min<int>(node.param_count, TREE_MAX_PARAMS); ++i) {
-        text += i == 0 ? "" : between;
-        text.append("<").append(types_text(node.params[i].type_mask)).append(">");
+    for (const uint32_t mask : type_masks) {
+        text += text.empty() ? "" : between;
+        text.append("<").append(types_text(mask)).append(">");
     }
     return text;
-}
-
-std::string_view token_of(const tree_node_t &node) {
-    return {node.token, strnlen(node.token, sizeof node.token)};
-}
-
-bool has_no_word(const tree_node_t &node) {
-    return node.token[0] == '\0' && node.param_count == 0;
 }
 
 // FNV-1a of 64 bits.
@@ -223,18 +215,32 @@ void put_in_set(void *record, const GrammarField &field, uint32_t number) {
     put_whole_number(record, field, whole_number(record, field) | uint64_t{1} << number);
 }
 
-std::string word_key(const tree_node_t &node) {
-    if (has_no_word(node))
+std::string word_key(std::string_view token, std::span<const uint32_t> type_masks) {
+    if (token.empty() && type_masks.empty())
         return "<>";
-    return std::string{token_of(node)} + parameter_keys(node, " ");
+    return std::string{token} + parameter_keys(type_masks, " ");
 }
 
-std::string made_name(std::string_view parent_name, const tree_node_t &node) {
+std::string made_name(std::string_view parent_name, std::string_view token,
+                      std::span<const uint32_t> type_masks) {
     std::string name{parent_name};
     if (!name.empty())
         name += '.';
-    name += has_no_word(node) ? "<>" : escaped(token_of(node)) + parameter_keys(node, "");
-    return fitting(name);
+    if (token.empty() && type_masks.empty())
+        name += "<>";
+    return fitting(name + escaped(token) + parameter_keys(type_masks, ""));
+}
+
+std::string_view token_of(const tree_node_t &node) {
+    return {node.token, strnlen(node.token, sizeof node.token)};
+}
+
+std::vector<uint32_t> type_masks_of(const tree_node_t &node) {
+    std::vector<uint32_t> masks;
+    for (const parameter_info_t &param :
+         std::span{node.params}.first(std::min<size_t>(node.param_count, TREE_MAX_PARAMS)))
+        masks.push_back(param.type_mask);
+    return masks;
 }
 
 } // namespace tool

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tool {
 
@@ -52,12 +53,17 @@ void put_text(void *record, const GrammarField &field, std::string_view text);
 void put_number(void *record, const GrammarField &field, uint64_t number);
 void put_in_set(void *record, const GrammarField &field, uint32_t number);
 
-/// The key of a word: keyword and types as a grammar spells them, `pace<INTEGER>`, "<>" for a node
-/// without a word. A keyword is copied as it is. Needs register_types.
-std::string word_key(const tree_node_t &node);
+/// The key of a word as a grammar spells it, `pace<INTEGER>`; "<>" for a node without a word. The
+/// keyword is copied as it is. Needs register_types.
+std::string word_key(std::string_view token, std::span<const uint32_t> type_masks);
 
 /// The name that a node gets when its grammar gives it none. The parent's name is empty for a word
 /// below a root. At most 63 bytes. Needs register_types.
-std::string made_name(std::string_view parent_name, const tree_node_t &node);
+std::string made_name(std::string_view parent_name, std::string_view token,
+                      std::span<const uint32_t> type_masks);
+
+/// What the two above want to know of a record.
+std::string_view token_of(const tree_node_t &node);
+std::vector<uint32_t> type_masks_of(const tree_node_t &node);
 
 } // namespace tool

@@ -3,9 +3,9 @@
 #include "tools/support/tree_input.h"
 
 #include "parse_tree/byte_order.h"
+#include "parse_tree/tree_check.h"
 #include "tools/support/file_bytes.h"
 #include "tools/support/program.h"
-#include "tools/support/tree_check_standin.h"
 #include "tools/support/tree_look.h"
 
 #include <algorithm>
@@ -72,7 +72,8 @@ private:
             miss("only the first %d of %zu nodes can be reached; the others are left out",
                  TREE_MAX_NODES, size / TREE_NODE_SIZE);
         const size_t count = std::min<size_t>(size / TREE_NODE_SIZE, TREE_MAX_NODES);
-        records.push_back({nodes_at(0, count), 0, 0, {}});
+        if (count > 0)
+            records.push_back({nodes_at(0, count), 0, 0, {}});
     }
 
     void read_subtrees() {

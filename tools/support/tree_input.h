@@ -45,6 +45,7 @@ public:
     [[nodiscard]] Container container() const;
     [[nodiscard]] ByteOrder order() const;
     [[nodiscard]] bool compressed() const;
+    /// No record is without nodes.
     [[nodiscard]] std::span<const TreeRecord> records() const;
     /// False when something of the file was told to be missing.
     [[nodiscard]] bool complete() const;

@@ -1,0 +1,105 @@
+// The grammar in memory, between its text and its records: what reading makes, what checks look at,
+// what layout makes records of. It is compact: a word takes some hundred bytes where a record takes
+// a thousand.
+#pragma once
+
+#include "tools/ocmd_compile/source_file.h"
+#include "tools/support/grammar_fields.h"
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace compiler {
+
+/// A number of up to 128 bits or a set of numbers 0 to 127, the low 64 first.
+using Bits = std::array<uint64_t, 2>;
+
+/// One thing said of a word or of one of its parameters.
+struct Setting {
+    const tool::GrammarField *field;
+    uint8_t parameter; ///< 0: of the word itself; 1, 2: of that parameter.
+    Place place;       ///< Of what is said.
+    std::string_view text;
+    Bits number{};
+};
+
+/// A word as its key spells it.
+struct WordKey {
+    std::string_view token; ///< Empty at a parameter position and for a node without a word.
+    std::array<uint32_t, TREE_MAX_PARAMS> types{};
+    uint8_t parameter_count = 0;
+
+    bool operator==(const WordKey &) const = default;
+    [[nodiscard]] std::span<const uint32_t> masks() const {
+        return {types.data(), parameter_count};
+    }
+};
+
+/// A way from a word to one below it.
+struct Link {
+    uint32_t child; ///< Index of the word; kNoWord when faults kept it from being made.
+    Place place;    ///< Of the key that stands for it there.
+};
+constexpr uint32_t kNoWord = UINT32_MAX;
+
+/// One node.
+struct Word {
+    WordKey key;
+    Place place; ///< Of its key where it stands first; a root's is its document's.
+    std::string name;
+    Place name_place; ///< Of its name where that is given, else of its key.
+    bool name_given = false;
+    bool exact_token = false; ///< The key was tagged "!bytes".
+    bool sound = true;        ///< False when faults were found in it.
+    uint32_t first_setting = 0;
+    uint32_t setting_count = 0;
+    uint32_t first_link = 0;
+    uint32_t link_count = 0;
+};
+
+/// Which links of a word are marked: position i at bit i % 8 of byte i / 8, as in its record.
+struct Marks {
+    uint32_t word;
+    std::array<uint8_t, sizeof tree_node_t::child_link_bits> bits{};
+};
+
+/// One subtree, or a root. Its words stand in the order of their records: each before the words
+/// that it is the first to have below it. Links lead to words that stand later, or to shared ones
+/// that stand earlier together with all below them.
+struct Document {
+    const SourceFile *file = nullptr;
+    Place place; ///< Where it begins.
+    bool is_root = false;
+    bool wants_redirect_root = true;
+    bool complete = false; ///< False when it was given up before its end.
+    std::string attach_path;
+    Place attach_place;
+    uint32_t version = 1;
+    uint32_t path_kind = 2;
+    std::vector<Word> words;
+    std::vector<Setting> settings;
+    std::vector<Link> links;
+    std::vector<Marks> marks;
+    std::vector<uint32_t> finished; ///< Words in the order in which all below them was known.
+
+    [[nodiscard]] std::span<const Setting> settings_of(const Word &word) const {
+        return std::span{settings}.subspan(word.first_setting, word.setting_count);
+    }
+    [[nodiscard]] std::span<const Link> links_of(const Word &word) const {
+        return std::span{links}.subspan(word.first_link, word.link_count);
+    }
+};
+
+/// All documents of a run, with the files and texts that they refer to.
+struct Grammar {
+    std::deque<SourceFile> files;
+    TextStore texts;
+    std::vector<Document> documents;
+};
+
+} // namespace compiler

@@ -1,0 +1,71 @@
+// Records as the tree writer lays them out: the words stand in its order already, and what it adds
+// to interface masks is added here. It cannot be asked itself: it takes no permissions above 31 and
+// no more than 19,998 nodes.
+#include "tools/ocmd_compile/lay_out.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace compiler {
+
+namespace {
+
+using tool::FieldKind;
+
+void put(void *record, const Setting &setting) {
+    const tool::GrammarField &field = *setting.field;
+    switch (field.kind) {
+    case FieldKind::kText:
+    case FieldKind::kBytes:
+        tool::put_text(record, field, setting.text);
+        break;
+    case FieldKind::kSet:
+        for (uint32_t number = 0; number < field.size * 8U; ++number)
+            if ((setting.number[number / 64] >> number % 64 & 1U) != 0)
+                tool::put_in_set(record, field, number);
+        break;
+    case FieldKind::kFlag: // other keys may have set it
+        if (setting.number[0] != 0)
+            tool::put_number(record, field, 1);
+        break;
+    default:
+        tool::put_number(record, field, setting.number[0]);
+    }
+}
+
+template <typename Record> void add_implied_kinds(Record &record) {
+    if ((record.intf_mask & TREE_INTF_ANY) != 0)
+        record.intf_mask = record.intf_mask | TREE_INTF_IMPLIED;
+}
+
+void fill(tree_node_t &record, const Document &document, const Word &word) {
+    memcpy(record.name, word.name.data(), word.name.size());
+    memcpy(record.token, word.key.token.data(), word.key.token.size());
+    record.param_count = word.key.parameter_count;
+    for (size_t i = 0; i < word.key.parameter_count; ++i)
+        record.params[i].type_mask = word.key.types[i];
+    for (const Setting &setting : document.settings_of(word)) {
+        if (setting.parameter == 0)
+            put(&record, setting);
+        else
+            put(&record.params[setting.parameter - 1], setting);
+    }
+    add_implied_kinds(record);
+    add_implied_kinds(record.params[0]);
+    add_implied_kinds(record.params[1]);
+    for (const Link &link : document.links_of(word))
+        record.children[record.child_count++] = static_cast<uint16_t>(link.child);
+}
+
+} // namespace
+
+std::vector<tree_node_t> lay_out(const Document &document) {
+    std::vector<tree_node_t> records(document.words.size());
+    for (size_t i = 0; i < records.size(); ++i)
+        fill(records[i], document, document.words[i]);
+    for (const Marks &marks : document.marks)
+        std::ranges::copy(marks.bits, records[marks.word].child_link_bits);
+    return records;
+}
+
+} // namespace compiler

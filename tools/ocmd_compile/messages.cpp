@@ -1,0 +1,112 @@
+// Messages as the user sees them.
+#include "tools/ocmd_compile/messages.h"
+
+#include "tools/support/program.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace compiler {
+
+namespace {
+
+constexpr size_t kWindow = 96; // bytes of a long line that are shown
+constexpr size_t kLead = 32;   // of them, before the place
+
+bool inside_character(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+bool is_control(char c) {
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+}
+
+// The part of a line that is shown: without the blanks at its start, whole when it is short.
+std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
+    size_t begin = std::min(line.find_first_not_of(" \t"), column);
+    if (column - begin > kWindow - kLead)
+        begin = column - kLead;
+    size_t end = std::min(line.size(), begin + kWindow);
+    while (begin > 0 && inside_character(line[begin]))
+        --begin;
+    while (end < line.size() && inside_character(line[end]))
+        ++end;
+    return {begin, end};
+}
+
+// The line of a place, and a caret below the place with a tilde for each further character.
+void show_line(const SourceFile &file, Place place) {
+    const size_t number = file.position(place.begin).line;
+    const std::string_view line = file.line(number);
+    const size_t from = std::min<size_t>(place.begin - file.start_of_line(number), line.size());
+    const size_t to = std::clamp(from + (place.end - place.begin), from, line.size());
+    const auto [begin, end] = window_of(line, from);
+
+    std::string text;
+    std::string marks;
+    for (size_t i = begin; i < end; ++i) {
+        text += is_control(line[i]) ? ' ' : line[i];
+        if (inside_character(line[i]))
+            continue;
+        if (i <= from)
+            marks += i == from ? '^' : ' ';
+        else if (i < to)
+            marks += '~';
+    }
+    if (from >= end)
+        marks += '^';
+    const char *before = begin > 0 && line.find_first_not_of(" \t") < begin ? "..." : "";
+    const char *after = end < line.size() ? "..." : "";
+    fprintf(stderr, "    %s%s%s\n    %*s%s\n", before, text.c_str(), after, *before == '\0' ? 0 : 3,
+            "", marks.c_str());
+}
+
+void tell_place(const SourceFile &file, Place place, const char *kind, const std::string &text) {
+    const Position at = file.position(place.begin);
+    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, kind, text.c_str());
+    show_line(file, place);
+}
+
+void tell_message(const Message &message) {
+    const char *kind = message.severity == Severity::kWarning ? "warning: " : "";
+    tell_place(*message.file, message.place, kind, message.text);
+    for (const Note &note : message.notes)
+        tell_place(*note.file, note.place, "", note.text);
+}
+
+} // namespace
+
+void Messages::add(Message message) {
+    has_faults_ = has_faults_ || message.severity == Severity::kFault;
+    const auto known = std::find_if(files_.rbegin(), files_.rend(), [&](const FileMessages &file) {
+        return file.file == message.file;
+    });
+    FileMessages &of_file = known != files_.rend()
+                                ? *known
+                                : files_.emplace_back(message.file, std::vector<Message>{}, 0);
+    if (of_file.kept.size() < kMostPerFile)
+        of_file.kept.push_back(std::move(message));
+    else
+        ++of_file.others;
+}
+
+void Messages::fault(const SourceFile &file, Place place, std::string text,
+                     std::vector<Note> notes) {
+    add({Severity::kFault, &file, place, std::move(text), std::move(notes)});
+}
+
+void Messages::tell() const {
+    for (const FileMessages &of_file : files_) {
+        std::vector<const Message *> ordered;
+        for (const Message &message : of_file.kept)
+            ordered.push_back(&message);
+        std::ranges::stable_sort(ordered, {}, [](const Message *m) { return m->place.begin; });
+        std::ranges::for_each(ordered, [](const Message *m) { tell_message(*m); });
+        if (of_file.others > 0)
+            tool::tell("%s: %zu further messages are not shown", of_file.file->name().c_str(),
+                       of_file.others);
+    }
+}
+
+} // namespace compiler

@@ -1,0 +1,97 @@
+// Reading files of grammars, and lines and columns from offsets.
+#include "tools/ocmd_compile/source_file.h"
+
+#include "tools/support/program.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+#include <utility>
+
+namespace compiler {
+
+namespace {
+
+// A word takes some sixty bytes and a tree has 65,536 words at most, so this is far from any need;
+// it keeps an endless input from filling the memory.
+constexpr size_t kMostBytes = size_t{1} << 28;
+
+bool ends_line(std::string_view bytes, size_t i) {
+    return bytes[i] == '\n' ||
+           (bytes[i] == '\r' && (i + 1 == bytes.size() || bytes[i + 1] != '\n'));
+}
+
+[[noreturn]] void cannot_read(const std::string &name) {
+    tool::fail("%s: cannot be read: %s", name.c_str(), strerror(errno));
+}
+
+std::string read_whole(int descriptor, const std::string &name) {
+    constexpr size_t kStep = size_t{1} << 18;
+    std::string bytes;
+    for (;;) {
+        const size_t known = bytes.size();
+        if (known > kMostBytes)
+            tool::fail("%s: is larger than %zu bytes, too large for a grammar", name.c_str(),
+                       kMostBytes);
+        bytes.resize(known + std::max(kStep, known)); // doubled, so that copies stay few
+        const ssize_t count = read(descriptor, bytes.data() + known, bytes.size() - known);
+        bytes.resize(known + static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        if (count == 0)
+            return bytes;
+        if (count < 0 && errno != EINTR)
+            cannot_read(name);
+    }
+}
+
+} // namespace
+
+SourceFile::SourceFile(std::string name, std::string bytes)
+    : name_(std::move(name)), bytes_(std::move(bytes)), starts_{0} {
+    for (size_t i = 0; i < bytes_.size(); ++i)
+        if (ends_line(bytes_, i))
+            starts_.push_back(static_cast<uint32_t>(i + 1));
+}
+
+SourceFile SourceFile::read(const std::string &path) {
+    if (path == "-")
+        return {"standard input", read_whole(STDIN_FILENO, "standard input")};
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        cannot_read(path);
+    std::string bytes = read_whole(descriptor, path);
+    close(descriptor);
+    return {path, std::move(bytes)};
+}
+
+Position SourceFile::position(uint32_t offset) const {
+    const auto after = std::ranges::upper_bound(starts_, offset);
+    const auto line = static_cast<size_t>(after - starts_.begin());
+    const uint32_t start = starts_[line - 1];
+    const std::string_view before = bytes().substr(start, offset - start);
+    const auto characters = std::ranges::count_if(
+        before, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; });
+    return {line, static_cast<size_t>(characters) + 1};
+}
+
+uint32_t SourceFile::start_of_line(size_t line) const {
+    return line <= starts_.size() ? starts_[line - 1] : static_cast<uint32_t>(bytes_.size());
+}
+
+std::string_view SourceFile::line(size_t line) const {
+    const uint32_t start = start_of_line(line);
+    std::string_view text = bytes().substr(start, start_of_line(line + 1) - start);
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+        text.remove_suffix(1);
+    return text;
+}
+
+std::string_view TextStore::keep(std::string_view text) {
+    auto *kept = static_cast<char *>(memory_.allocate(std::max<size_t>(text.size(), 1), 1));
+    std::ranges::copy(text, kept);
+    return {kept, text.size()};
+}
+
+} // namespace compiler

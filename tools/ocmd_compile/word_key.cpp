@@ -1,0 +1,155 @@
+// Reading the key of a word from left to right: the keyword up to the first '<', then parameters.
+#include "tools/ocmd_compile/word_key.h"
+
+#include "tools/support/types.h"
+#include "tools/support/wording.h"
+
+#include <algorithm>
+#include <charconv>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace compiler {
+
+namespace {
+
+using tool::quoted;
+
+constexpr std::string_view kBlanks = " \t";
+
+std::string_view trimmed(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    text.remove_suffix(text.size() - (text.find_last_not_of(kBlanks) + 1));
+    return text;
+}
+
+// One alternative between angle brackets: a name or a mask in hexadecimal.
+std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
+    if (text.starts_with("0x") || text.starts_with("0X")) {
+        uint32_t mask = 0;
+        const auto [end, error] =
+            std::from_chars(text.data() + 2, text.data() + text.size(), mask, 16);
+        if (error == std::errc{} && end == text.data() + text.size())
+            return mask;
+        tell(text, quoted(text) + " is no type mask of 32 bits");
+        return {};
+    }
+    if (const param_reg_info_t *type = tool::find_type(text))
+        return type->id;
+    if (text.empty())
+        tell(text, "a parameter without a type");
+    else
+        tell(text,
+             "unknown parameter type " + quoted(text) + tool::suggestion(text, tool::type_names()));
+    return {};
+}
+
+// What stands between '<' and '>': types of one class, separated by '|'.
+std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) {
+    std::optional<uint32_t> mask;
+    for (;;) {
+        const size_t bar = std::min(text.find('|'), text.size());
+        const std::string_view name = trimmed(text.substr(0, bar));
+        const std::optional<uint32_t> type = read_type(name, tell);
+        if (!type)
+            return {};
+        if (mask && tool::class_bits(*mask) != tool::class_bits(*type)) {
+            tell(name, quoted(name) + " is of another class than " +
+                           quoted(tool::types_text(*mask)) + ", a parameter takes one class");
+            return {};
+        }
+        mask = mask.value_or(0) | *type;
+        if (bar == text.size())
+            return mask;
+        text.remove_prefix(bar + 1);
+    }
+}
+
+// Everything from the first '<' on.
+bool read_parameters(std::string_view text, WordKey &key, const TellPart &tell) {
+    while (!text.empty()) {
+        const size_t close = text.find('>');
+        if (text.front() != '<' || close == std::string_view::npos) {
+            tell(text, text.front() == '<' ? "a '>' is missing"
+                                           : "only parameters may stand behind a parameter");
+            return false;
+        }
+        const std::optional<uint32_t> mask = read_types(text.substr(1, close - 1), tell);
+        if (!mask)
+            return false;
+        if (key.parameter_count == TREE_MAX_PARAMS) {
+            tell(text, "more than two parameters at one position");
+            return false;
+        }
+        key.types[key.parameter_count++] = *mask;
+        text = trimmed(text.substr(close + 1));
+    }
+    return true;
+}
+
+} // namespace
+
+int digit_of(char c) {
+    const auto lower = static_cast<char>(c | 0x20);
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+std::optional<std::string> read_bytes(std::string_view text, const TellPart &tell) {
+    std::string bytes;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const std::string_view code = text.substr(i, 4);
+        if (code[0] != '\\') {
+            bytes += code[0];
+        } else if (code.starts_with("\\\\")) {
+            bytes += '\\';
+            ++i;
+        } else if (code.size() == 4 && code[1] == 'x' && digit_of(code[2]) >= 0 &&
+                   digit_of(code[3]) >= 0) {
+            bytes += static_cast<char>(digit_of(code[2]) * 16 + digit_of(code[3]));
+            i += 3;
+        } else {
+            tell(code, "in !bytes a backslash stands before x and two digits, or before another "
+                       "backslash");
+            return {};
+        }
+    }
+    return bytes;
+}
+
+std::optional<WordKey> read_word_key(std::string_view text, bool bytes, TextStore &texts,
+                                     const TellPart &tell) {
+    constexpr size_t kMostBytes = TREE_TOKEN_SIZE - 1;
+    WordKey key;
+    if (text == "<>")
+        return key;
+    const size_t bracket = std::min(text.find('<'), text.size());
+    key.token = text.substr(0, bracket);
+    if (bytes) {
+        const std::optional<std::string> token = read_bytes(key.token, tell);
+        if (!token)
+            return {};
+        key.token = texts.keep(*token);
+    }
+    if (key.token.size() > kMostBytes) {
+        tell(text.substr(0, bracket), "a keyword of " + std::to_string(key.token.size()) +
+                                          " bytes, there is room for " +
+                                          std::to_string(kMostBytes));
+        return {};
+    }
+    if (text.empty()) {
+        tell(text, "an empty key is no word; a node without a word is written <>");
+        return {};
+    }
+    if (key.token.find('\0') != std::string_view::npos) {
+        tell(text, "a keyword with a zero byte");
+        return {};
+    }
+    if (!read_parameters(text.substr(bracket), key, tell))
+        return {};
+    return key;
+}
+
+} // namespace compiler

@@ -1,0 +1,45 @@
+// Sums over the nodes in an order where all children come first.
+#include "tools/support/command_count.h"
+
+#include <algorithm>
+#include <array>
+
+namespace tool {
+
+std::string Count::text() const {
+    // The greatest value stands for more than the one before it. From there on long division by
+    // ten, over digits of base 2^32.
+    const uint64_t low = is_beyond() ? low_ - 1 : low_;
+    std::array<uint32_t, 4> digits{static_cast<uint32_t>(high_ >> 32U),
+                                   static_cast<uint32_t>(high_), static_cast<uint32_t>(low >> 32U),
+                                   static_cast<uint32_t>(low)};
+    std::string text;
+    do {
+        uint64_t rest = 0;
+        for (uint32_t &digit : digits) {
+            const uint64_t value = rest << 32U | digit;
+            digit = static_cast<uint32_t>(value / 10);
+            rest = value % 10;
+        }
+        text += static_cast<char>('0' + rest);
+    } while (std::ranges::any_of(digits, [](uint32_t digit) { return digit != 0; }));
+    std::ranges::reverse(text);
+    return is_beyond() ? "more than " + text : text;
+}
+
+std::vector<Count> count_lines_below(const LinkTable &links,
+                                     std::span<const uint16_t> children_first) {
+    std::vector<Count> below(links.node_count());
+    for (const uint16_t node : children_first) {
+        Count count;
+        uint64_t own = 0;
+        for (const uint16_t child : links.below(node)) {
+            count += below[child];
+            own += static_cast<uint64_t>(links.has_line(child));
+        }
+        below[node] = count += own;
+    }
+    return below;
+}
+
+} // namespace tool

@@ -1,0 +1,130 @@
+// A walk that keeps one line and appends, prints and cuts it. Most lines end in leaves, so runs of
+// leaves are printed without further ado.
+#include "tools/support/command_lines.h"
+
+#include "cmd_gen/word.h"
+
+namespace tool {
+
+namespace {
+
+constexpr size_t kMostWord = 552; // of tsh_word_text, with its terminating zero
+
+} // namespace
+
+SpelledTree::SpelledTree(Nodes nodes)
+    : links_(nodes), below_(count_lines_below(links_, children_first(links_))) {
+    std::vector<bool> leads_to_line(nodes.size());
+    for (uint32_t node = 0; node < nodes.size(); ++node)
+        leads_to_line[node] = links_.has_line(node) || !below_[node].is_zero();
+    links_.keep_links_to(leads_to_line);
+
+    spelled_.reserve(nodes.size());
+    for (const tree_node_t &node : nodes)
+        spell(node);
+    words_.resize(words_.size() + kCopyChunk);
+}
+
+void SpelledTree::spell(const tree_node_t &node) {
+    const auto index = static_cast<uint16_t>(spelled_.size());
+    const size_t place = words_.size();
+    words_.resize(place + kMostWord);
+    const size_t length = tsh_word_text(&node, &words_[place], kMostWord);
+    words_[place + length] = '\n';
+    words_.resize(place + length + 1);
+
+    const bool has_line = links_.has_line(index);
+    spelled_.push_back({.place = static_cast<uint32_t>(place),
+                        .length = static_cast<uint16_t>(length),
+                        .has_line = has_line,
+                        .is_submode = (node.flags & TREE_FLAG_SUBMODE) != 0,
+                        .is_plain_leaf = has_line && length > 0 && children(index).empty()});
+}
+
+void LineText::append(std::string_view text) {
+    const size_t needed = length_ + text.size() + kCopyChunk;
+    if (needed > bytes_.size())
+        bytes_.resize(2 * needed);
+    memcpy(bytes_.data() + length_, text.data(), text.size());
+    length_ += text.size();
+}
+
+void CommandLister::list_below(uint16_t node, LineText &line) {
+    enter(node, line.mark());
+    walk(line);
+}
+
+void CommandLister::list_from(uint16_t node, LineText &line) {
+    visit(node, line);
+    walk(line);
+}
+
+void CommandLister::walk(LineText &line) {
+    while (!way_.empty()) {
+        Step &step = way_.back();
+        step.next = print_leaves(step, line.before());
+        if (step.next != step.end) {
+            visit(*step.next++, line);
+        } else {
+            line.back_to(step.before);
+            way_.pop_back();
+        }
+    }
+}
+
+void CommandLister::visit(uint16_t node, LineText &line) {
+    const LineText::Mark before = line.mark();
+    line.add_word(tree_.word(node));
+    if (tree_.has_line(node))
+        output_ << line.line() << '\n';
+    if (tree_.is_submode(node))
+        line.enter_submode();
+    enter(node, before);
+}
+
+// The words below come next; after them the line is cut.
+void CommandLister::enter(uint16_t node, LineText::Mark before) {
+    const auto children = tree_.children(node);
+    way_.push_back({children.data(), children.data() + children.size(), before});
+}
+
+// Returns the first child that is more than a leaf.
+const uint16_t *CommandLister::print_leaves(const Step &step, std::string_view before) {
+    if (before.size() > TextOutput::kMostRoom - kMostWord - 1)
+        return step.next;
+    char *place = output_.room();
+    const char *full = output_.full();
+    const uint16_t *next =
+        tree_.take_leaves(step.next, step.end, [&](std::string_view word_and_newline) {
+            if (place >= full) {
+                output_.take_until(place);
+                place = output_.room();
+            }
+            place = copy_in_chunks(copy_in_chunks(place, before), word_and_newline);
+        });
+    output_.take_until(place);
+    return next;
+}
+
+bool begins_with_root(const TreeFile &file, const TreeRecord &record) {
+    return file.container() == Container::kSubtrees && !record.attach_path.empty();
+}
+
+Count count_lines(const TreeFile &file, const TreeRecord &record) {
+    const LinkTable links{record.nodes};
+    Count count = count_lines_below(links, children_first(links)).front();
+    count += static_cast<uint64_t>(begins_with_root(file, record) && links.has_line(0));
+    return count;
+}
+
+void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output) {
+    const SpelledTree tree{record.nodes};
+    CommandLister lister{tree, output};
+    LineText line;
+    if (begins_with_root(file, record))
+        lister.list_from(0, line);
+    else
+        lister.list_below(0, line);
+}
+
+} // namespace tool

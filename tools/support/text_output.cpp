@@ -1,0 +1,102 @@
+// The block behind standard output, and what is seldom put there.
+#include "tools/support/text_output.h"
+
+#include "tools/support/program.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace tool {
+
+namespace {
+
+// The number of bytes written, all unless errno tells why not.
+size_t write_all(std::string_view text) {
+    size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t some = write(STDOUT_FILENO, text.data() + done, text.size() - done);
+        if (some < 0 && errno != EINTR)
+            break;
+        done += static_cast<size_t>(std::max<ssize_t>(some, 0));
+    }
+    return done;
+}
+
+} // namespace
+
+TextOutput::TextOutput() : block_(new char[kBlockSize + kMostRoom + kCopyChunk]) {
+    fflush(stdout);
+    constexpr int kWanted = kBlockSize; // so that a reader works while the next block is made
+    const int size = fcntl(STDOUT_FILENO, F_GETPIPE_SZ);
+    if (size >= 0 && size < kWanted)
+        fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kWanted);
+}
+
+TextOutput::~TextOutput() {
+    const size_t written = write_all({block_.get(), used_});
+    // What cannot leave here is the stream's, and the end of the run sees that it failed.
+    if (written < used_)
+        fwrite(block_.get() + written, 1, used_ - written, stdout);
+}
+
+TextOutput &TextOutput::operator<<(int64_t number) {
+    char *start = room();
+    take_until(std::to_chars(start, start + kMostRoom, number).ptr);
+    return *this;
+}
+
+TextOutput &TextOutput::put_number(uint64_t number) {
+    char *start = room();
+    take_until(std::to_chars(start, start + kMostRoom, number).ptr);
+    return *this;
+}
+
+TextOutput &TextOutput::hexadecimal(uint64_t number, int digits) {
+    constexpr int kDigitBits = 4;
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    int count = digits;
+    while (count * kDigitBits < 64 && number >> (count * kDigitBits) != 0)
+        ++count;
+    while (--count >= 0)
+        *this << kDigits[number >> (count * kDigitBits) & 0xFU];
+    return *this;
+}
+
+TextOutput &TextOutput::blanks(size_t count) {
+    constexpr std::string_view kBlanks = "                                ";
+    for (; count > kBlanks.size(); count -= kBlanks.size())
+        *this << kBlanks;
+    return *this << kBlanks.substr(0, count);
+}
+
+TextOutput &TextOutput::put_long(std::string_view text) {
+    flush();
+    write_out(text);
+    return *this;
+}
+
+void TextOutput::flush() {
+    const size_t size = used_;
+    used_ = 0; // not once more, should it fail
+    write_out({block_.get(), size});
+}
+
+// Blocks leave whole, so that a file takes whole pages.
+void TextOutput::write_block() {
+    const size_t beyond = used_ - kBlockSize;
+    used_ = 0;
+    write_out({block_.get(), kBlockSize});
+    memcpy(block_.get(), block_.get() + kBlockSize, beyond);
+    used_ = beyond;
+}
+
+void TextOutput::write_out(std::string_view text) {
+    if (write_all(text) < text.size())
+        fail("standard output: cannot be written: %s", strerror(errno));
+}
+
+} // namespace tool

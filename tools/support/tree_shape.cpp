@@ -1,0 +1,101 @@
+// Orders, parents and depths of the nodes of a tree.
+#include "tools/support/tree_shape.h"
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace tool {
+
+LinkTable::LinkTable(Nodes nodes) {
+    first_.reserve(nodes.size() + 1);
+    links_.reserve(nodes.size() * TREE_MAX_CHILDREN); // memory that stays untouched costs nothing
+    lines_.reserve(nodes.size());
+    for (const tree_node_t &node : nodes) {
+        const auto links = links_of(node);
+        first_.push_back(static_cast<uint32_t>(links_.size()));
+        links_.insert(links_.end(), links.begin(), links.end());
+        lines_.push_back((node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0 ? 1 : 0);
+    }
+    first_.push_back(static_cast<uint32_t>(links_.size()));
+}
+
+void LinkTable::keep_links_to(const std::vector<bool> &wanted) {
+    uint32_t kept = 0;
+    for (size_t node = 0; node < node_count(); ++node) {
+        const uint32_t begin = std::exchange(first_[node], kept);
+        for (uint32_t link = begin; link < first_[node + 1]; ++link)
+            if (wanted[links_[link]])
+                links_[kept++] = links_[link];
+    }
+    first_.back() = kept;
+}
+
+std::vector<uint16_t> children_first(const LinkTable &links) {
+    struct Step {
+        uint16_t node;
+        uint16_t next_link;
+    };
+    std::vector<bool> met(links.node_count());
+    std::vector<Step> way;
+    std::vector<uint16_t> order;
+    order.reserve(links.node_count());
+    const auto enter = [&](uint16_t node) {
+        met[node] = true;
+        way.push_back({node, 0});
+    };
+
+    enter(0);
+    while (!way.empty()) {
+        Step &step = way.back();
+        const auto below = links.below(step.node);
+        while (step.next_link < below.size() && met[below[step.next_link]])
+            ++step.next_link;
+        if (step.next_link < below.size()) {
+            enter(below[step.next_link++]);
+        } else {
+            order.push_back(step.node);
+            way.pop_back();
+        }
+    }
+    return order;
+}
+
+TreeShape::TreeShape(Nodes nodes)
+    : links_(nodes), order_(children_first(links_)), first_parent_(nodes.size() + 1),
+      levels_(nodes.size()) {
+    gather_parents();
+    measure_levels();
+}
+
+void TreeShape::gather_parents() {
+    const auto count = static_cast<uint32_t>(links_.node_count());
+    for (uint32_t node = 0; node < count; ++node)
+        for (const uint16_t child : links_.below(node))
+            ++first_parent_[child + size_t{1}];
+    std::partial_sum(first_parent_.begin(), first_parent_.end(), first_parent_.begin());
+    parents_.resize(first_parent_.back());
+    std::vector<uint32_t> next{first_parent_.begin(), first_parent_.end() - 1};
+    for (uint32_t node = 0; node < count; ++node)
+        for (const uint16_t child : links_.below(node))
+            parents_[next[child]++] = static_cast<uint16_t>(node);
+}
+
+// In this order all ways to a node are known before it hands them on.
+void TreeShape::measure_levels() {
+    levels_[0] = {1, 1};
+    for (auto node = order_.rbegin(); node != order_.rend(); ++node) {
+        const Levels from = levels_[*node];
+        for (const uint16_t child : links_.below(*node)) {
+            Levels &to = levels_[child];
+            to.least = to.least == 0 ? from.least + 1 : std::min(to.least, from.least + 1);
+            to.greatest = std::max(to.greatest, from.greatest + 1);
+        }
+    }
+}
+
+uint32_t TreeShape::depth() const {
+    return std::ranges::max_element(levels_, {}, &Levels::greatest)->greatest;
+}
+
+} // namespace tool

@@ -1,0 +1,89 @@
+// How the nodes of a sound tree hang together: what a record does not say of itself. Nothing here
+// recurses, for a tree may be as deep as it has nodes.
+#pragma once
+
+#include "parse_tree/tree_node.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tool {
+
+using Nodes = std::span<const tree_node_t>;
+
+/// The links that a node has in use. The node is of a sound tree.
+inline std::span<const uint16_t> links_of(const tree_node_t &node) {
+    return {node.children, node.child_count};
+}
+
+/// The parameters that a node has in use.
+inline std::span<const parameter_info_t> params_of(const tree_node_t &node) {
+    return {node.params, node.param_count};
+}
+
+/// The links of a sound tree side by side, gathered in one pass over the records. Walks need little
+/// else, and a record spans a thousand bytes.
+class LinkTable {
+public:
+    explicit LinkTable(Nodes nodes);
+
+    [[nodiscard]] size_t node_count() const { return lines_.size(); }
+    [[nodiscard]] std::span<const uint16_t> below(uint32_t node) const {
+        return {links_.data() + first_[node], first_[node + 1] - first_[node]};
+    }
+
+    /// Whether a command line ends at the node: it is a terminal or enters a submode.
+    [[nodiscard]] bool has_line(uint32_t node) const { return lines_[node] != 0; }
+
+    /// Takes out all links to nodes that are not wanted, by a flag of each node.
+    void keep_links_to(const std::vector<bool> &wanted);
+
+private:
+    std::vector<uint32_t> first_; // of each node in links_, and one past the last
+    std::vector<uint16_t> links_;
+    std::vector<uint8_t> lines_;
+};
+
+/// The nodes that the root reaches, each behind all that it reaches itself.
+std::vector<uint16_t> children_first(const LinkTable &links);
+
+/// Parents and depths.
+class TreeShape {
+public:
+    explicit TreeShape(Nodes nodes);
+
+    [[nodiscard]] const LinkTable &links() const { return links_; }
+    /// As children_first gives them.
+    [[nodiscard]] std::span<const uint16_t> order() const { return order_; }
+    [[nodiscard]] bool is_reached(uint32_t node) const { return levels_[node].least != 0; }
+
+    /// Nodes with a link to this one, reached or not, in the order of the array.
+    [[nodiscard]] std::span<const uint16_t> parents_of(uint32_t node) const {
+        return {parents_.data() + first_parent_[node],
+                first_parent_[node + 1] - first_parent_[node]};
+    }
+
+    /// How many nodes lie on the shortest and on the longest way from the root, both ends counted;
+    /// 0 for a node that is not reached.
+    struct Levels {
+        uint32_t least = 0;
+        uint32_t greatest = 0;
+    };
+    [[nodiscard]] Levels levels_of(uint32_t node) const { return levels_[node]; }
+
+    /// Nodes on the longest way from the root.
+    [[nodiscard]] uint32_t depth() const;
+
+private:
+    void gather_parents();
+    void measure_levels();
+
+    LinkTable links_;
+    std::vector<uint16_t> order_;
+    std::vector<uint32_t> first_parent_; // of each node in parents_, and one past the last
+    std::vector<uint16_t> parents_;
+    std::vector<Levels> levels_;
+};
+
+} // namespace tool

@@ -1,0 +1,60 @@
+// The shapes that a character of UTF-8 may have.
+#include "tools/support/utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace tool {
+
+namespace {
+
+// Characters by their first byte: how long they are, and what their second byte may be. The bytes
+// after it are 0x80 to 0xBF.
+struct Shape {
+    unsigned char first;
+    unsigned char last;
+    size_t length;
+    unsigned char second_least;
+    unsigned char second_most;
+};
+
+constexpr std::array kShapes{
+    Shape{0x00, 0x7F, 1, 0x00, 0x00}, Shape{0xC2, 0xDF, 2, 0x80, 0xBF},
+    Shape{0xE0, 0xE0, 3, 0xA0, 0xBF}, Shape{0xE1, 0xEC, 3, 0x80, 0xBF},
+    Shape{0xED, 0xED, 3, 0x80, 0x9F}, Shape{0xEE, 0xEF, 3, 0x80, 0xBF},
+    Shape{0xF0, 0xF0, 4, 0x90, 0xBF}, Shape{0xF1, 0xF3, 4, 0x80, 0xBF},
+    Shape{0xF4, 0xF4, 4, 0x80, 0x8F},
+};
+
+bool lies_within(char c, unsigned char least, unsigned char most) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte >= least && byte <= most;
+}
+
+// Bytes of the character that the text begins with; 0 when it begins with none.
+size_t character_length(std::string_view text) {
+    const auto shape = std::ranges::find_if(
+        kShapes, [&](const Shape &s) { return lies_within(text[0], s.first, s.last); });
+    if (shape == kShapes.end() || shape->length > text.size())
+        return 0;
+    for (size_t i = 1; i < shape->length; ++i)
+        if (!lies_within(text[i], i == 1 ? shape->second_least : 0x80,
+                         i == 1 ? shape->second_most : 0xBF))
+            return 0;
+    return shape->length;
+}
+
+} // namespace
+
+bool is_utf8(std::string_view text) {
+    while (!text.empty()) {
+        const size_t length = character_length(text);
+        if (length == 0)
+            return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+} // namespace tool

@@ -1,0 +1,69 @@
+// Distance of words after Damerau and Levenshtein, in its form that changes no place twice.
+#include "tools/support/wording.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstddef>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+namespace tool {
+
+namespace {
+
+constexpr size_t kLongestWord = 64; // longer ones are nothing that was mistyped
+
+bool same(char a, char b) {
+    return std::tolower(static_cast<unsigned char>(a)) ==
+           std::tolower(static_cast<unsigned char>(b));
+}
+
+// Row i holds the distances of the first i characters of a to all beginnings of b; only the last
+// three rows are needed.
+size_t distance(std::string_view a, std::string_view b) {
+    std::array<std::vector<size_t>, 3> rows;
+    rows.fill(std::vector<size_t>(b.size() + 1));
+    for (size_t j = 0; j <= b.size(); ++j)
+        rows[0][j] = j;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        std::vector<size_t> &row = rows[i % 3];
+        const std::vector<size_t> &above = rows[(i + 2) % 3];
+        row[0] = i;
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t change = same(a[i - 1], b[j - 1]) ? 0 : 1;
+            row[j] = std::min({above[j] + 1, row[j - 1] + 1, above[j - 1] + change});
+            if (i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]))
+                row[j] = std::min(row[j], rows[(i + 1) % 3][j - 2] + 1);
+        }
+    }
+    return rows[a.size() % 3][b.size()];
+}
+
+} // namespace
+
+std::string quoted(std::string_view text) {
+    std::string result{"'"};
+    return result.append(text).append("'");
+}
+
+std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
+    std::string_view best;
+    size_t least = std::max<size_t>(word.size() / 3, 1) + 1;
+    if (word.size() > kLongestWord)
+        return best;
+    for (const std::string_view candidate : candidates) {
+        const size_t changes = distance(word, candidate);
+        if (changes < least)
+            std::tie(best, least) = std::pair{candidate, changes};
+    }
+    return best;
+}
+
+std::string suggestion(std::string_view word, std::span<const std::string_view> candidates) {
+    const std::string_view meant = nearest(word, candidates);
+    return meant.empty() ? std::string{} : ", did you mean " + quoted(meant) + "?";
+}
+
+} // namespace tool

@@ -1,0 +1,21 @@
+// Words in messages: quoting them, and finding which one a user may have meant.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+/// The text between single quotes.
+std::string quoted(std::string_view text);
+
+/// The candidate that takes the fewest changes (a character more, less or another, or two that
+/// change places) to become the word, ignoring case; empty when even that takes more than a third
+/// of the word's characters.
+std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates);
+
+/// ", did you mean 'x'?" for the nearest candidate, or nothing.
+std::string suggestion(std::string_view word, std::span<const std::string_view> candidates);
+
+} // namespace tool

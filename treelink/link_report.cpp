@@ -1,0 +1,18 @@
+// Telling of what a link meets, and counting it.
+#include "treelink/link_report_internal.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+uint32_t tsh_link_warnings;
+uint32_t tsh_link_losses;
+
+void tsh::warn(Loss loss, const char *format, ...) {
+    ++tsh_link_warnings;
+    if (loss == Loss::kPart)
+        ++tsh_link_losses;
+    va_list values;
+    va_start(values, format);
+    vfprintf(stderr, format, values);
+    va_end(values);
+}
