@@ -78,9 +78,9 @@ Extent DifferenceCount::of_step(const Pair &to) const {
     Extent extent;
     extent.only_before = static_cast<uint64_t>(ends_before && !ends_after);
     extent.only_after = static_cast<uint64_t>(ends_after && !ends_before);
-    extent.changed = static_cast<uint64_t>(to.is_of_both() &&
-                                           states_.label_of(to.before.state()) !=
-                                               states_.label_of(to.after.state()));
+    extent.changed =
+        static_cast<uint64_t>(to.is_of_both() && states_.label_of(to.before.state()) !=
+                                                     states_.label_of(to.after.state()));
     return extent;
 }
 
@@ -93,7 +93,8 @@ void DifferenceCount::remember(const Level &level) {
     const size_t most = kFreePairs + states_.automaton().size() / kSizePerPair;
     if (known_.size() >= most)
         tool::fail("the trees differ at more than %zu pairs of places, too many to count by; a "
-                   "listing has no such bound", most);
+                   "listing has no such bound",
+                   most);
     known_.emplace(level.pair, level.sum);
 }
 
@@ -103,3 +104,5 @@ void DifferenceCount::enter(const Pair &pair) {
     difference_.append_steps(pair, steps_);
     way_.push_back({key_of(pair), first, first, {}});
 }
+
+} // namespace diff

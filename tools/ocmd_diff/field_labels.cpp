@@ -19,8 +19,8 @@ using tool::FieldKind;
 using tool::GrammarField;
 
 constexpr std::array<std::string_view, 11> kWordKeys{
-    "help", "function",    "terminal",   "submode",  "submode_help", "mode",
-    "permissions", "interfaces", "token_id", "command_id",   "message_type"};
+    "help",        "function",   "terminal", "submode",    "submode_help", "mode",
+    "permissions", "interfaces", "token_id", "command_id", "message_type"};
 constexpr std::array<std::string_view, 3> kParameterKeys{"min", "max", "interfaces"};
 
 /// Names of fields with their values in text.
@@ -93,8 +93,6 @@ std::string joined(const std::set<std::string> &texts) {
 } // namespace
 
 uint32_t FieldLabels::label_of(std::span<const NodeNumber> nodes) {
-    if (nodes.empty())
-        return 0;
     Sayings sayings;
     for (const NodeNumber node : nodes)
         sayings.push_back(saying_of(node));
@@ -102,7 +100,7 @@ uint32_t FieldLabels::label_of(std::span<const NodeNumber> nodes) {
     const auto rest = std::ranges::unique(sayings);
     sayings.erase(rest.begin(), rest.end());
     const auto [place, is_new] =
-        labels_.try_emplace(std::move(sayings), static_cast<uint32_t>(sets_.size() + 1));
+        labels_.try_emplace(std::move(sayings), static_cast<uint32_t>(sets_.size()));
     if (is_new)
         sets_.push_back(&place->first);
     return place->second;
@@ -127,7 +125,7 @@ std::string FieldLabels::changes(uint32_t before, uint32_t after) const {
     std::vector<std::string> names; // in the order of the table
     std::map<std::string, Sides> fields;
     const auto gather = [&](uint32_t label, std::set<std::string> Sides::*side) {
-        for (const Saying saying : *sets_[label - 1])
+        for (const Saying saying : *sets_[label])
             for (auto &[name, value] : values_of(automaton_.node(first_with_[saying]))) {
                 const auto [place, is_new] = fields.try_emplace(name);
                 if (is_new)
@@ -142,7 +140,8 @@ std::string FieldLabels::changes(uint32_t before, uint32_t after) const {
     for (const std::string &name : names) {
         const Sides &sides = fields[name];
         if (sides.before != sides.after)
-            text += "    " + name + ": " + joined(sides.before) + " -> " + joined(sides.after) + '\n';
+            text +=
+                "    " + name + ": " + joined(sides.before) + " -> " + joined(sides.after) + '\n';
     }
     return text.empty() ? "    fields of the same values, put together in other ways\n" : text;
 }

@@ -33,8 +33,8 @@ private:
     const LineAutomaton &automaton_;
     std::unordered_map<std::string, Saying> sayings_;
     std::vector<NodeNumber> first_with_; // by saying
-    std::map<Sayings, uint32_t> labels_;
-    std::vector<const Sayings *> sets_; // by label, from 1 on
+    std::map<Sayings, uint32_t> labels_{{{}, 0}};
+    std::vector<const Sayings *> sets_{&labels_.begin()->first}; // by label
 };
 
 } // namespace diff

@@ -18,6 +18,10 @@ bool is_submode(const tree_node_t &node) {
     return (node.flags & TREE_FLAG_SUBMODE) != 0;
 }
 
+bool ends_line(const tree_node_t &node) {
+    return (node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0;
+}
+
 } // namespace
 
 LineAutomaton::LineAutomaton(std::span<const tool::TreeFile *const> files) {
@@ -137,7 +141,7 @@ void LineAutomaton::begin_line(const Record &record) {
 void LineAutomaton::end_word(NodeNumber number) {
     const tree_node_t &last = node(number);
     outlook_.nodes.push_back(number);
-    outlook_.ends = outlook_.ends || tool::has_line(last);
+    outlook_.ends = outlook_.ends || ends_line(last);
     if (!is_submode(last))
         follow_links(number, false);
     else if (last.child_count > 0)
@@ -147,7 +151,7 @@ void LineAutomaton::end_word(NodeNumber number) {
 // The node has no word, and nothing has been read before it.
 void LineAutomaton::end_no_word(NodeNumber number) {
     const tree_node_t &last = node(number);
-    if (tool::has_line(last))
+    if (ends_line(last))
         outlook_.steps.push_back({nothing_, is_submode(last) ? number : beyond(number)});
     if (!is_submode(last))
         follow_links(number, true);

@@ -115,7 +115,7 @@ private:
     const Atom slash_ = atoms_.number_of("/");
     const Atom nothing_ = atoms_.number_of("");
     std::vector<Record> records_;
-    std::vector<Word> words_; // by node
+    std::vector<Word> words_;      // by node
     std::vector<Step> long_words_; // their first step
     uint32_t wordless_count_ = 0;
     std::vector<Special> specials_;

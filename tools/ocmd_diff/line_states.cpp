@@ -49,8 +49,7 @@ Target LineStates::reach(Position start) {
         Level &level = way_.back();
         const Facts &facts = facts_[level.state];
         const size_t end = facts.first_edge + facts.edge_count;
-        while (level.next_edge < end &&
-               classes_[edges_[level.next_edge].to.state()] != kUnsettled)
+        while (level.next_edge < end && classes_[edges_[level.next_edge].to.state()] != kUnsettled)
             ++level.next_edge;
         if (level.next_edge < end) {
             open(edges_[level.next_edge++].to.state());
@@ -63,9 +62,8 @@ Target LineStates::reach(Position start) {
 }
 
 State LineStates::state_at(Position position) {
-    State &state = position < kFirstSpecial
-                       ? slot_for(node_states_, position)
-                       : slot_for(special_states_, position - kFirstSpecial);
+    State &state = position < kFirstSpecial ? slot_for(node_states_, position)
+                                            : slot_for(special_states_, position - kFirstSpecial);
     if (state == kNoState)
         state = add(nullptr, position);
     return state;
@@ -145,7 +143,8 @@ void LineStates::join_repeated() {
 // All states that follow are settled.
 void LineStates::settle(State state) {
     Facts &facts = facts_[state];
-    const uint64_t hash = keep_live_edges(facts) + mix(facts.label, static_cast<uint32_t>(facts.ends));
+    const uint64_t hash =
+        keep_live_edges(facts) + mix(facts.label, static_cast<uint32_t>(facts.ends));
     if (facts.edge_count == 0 && !facts.ends)
         classes_[state] = kNoLines;
     else

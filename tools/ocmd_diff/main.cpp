@@ -31,7 +31,8 @@ constexpr std::array kOptions{
 
 constexpr tool::Program kProgram{
     "ocmd_diff", "OLD NEW",
-    "Lists the command lines that only one of two trees accepts: \"- \" before those of OLD, \"+ \"\n"
+    "Lists the command lines that only one of two trees accepts: \"- \" before those of OLD, \"+ "
+    "\"\n"
     "before those of NEW. Files are main par files or subtree files; - is standard input. The\n"
     "status is 0 when nothing differs, 1 when something does, and 2 in case of trouble.",
     kOptions};
