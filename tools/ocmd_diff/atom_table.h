@@ -1,6 +1,9 @@
 // The texts that lines are made of, each known by a number.
 #pragma once
 
+#include "tools/ocmd_diff/sequence_table.h"
+#include "tools/support/text_output.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -13,35 +16,20 @@ using Atom = uint32_t;
 
 class AtomTable {
 public:
-    AtomTable() : slots_(kFirstSlots, kFree) {}
+    Atom number_of(std::string_view text) { return texts_.number_of(text); }
 
-    /// The number of a text; a new text gets the next one.
-    Atom number_of(std::string_view text);
-
-    [[nodiscard]] size_t size() const { return places_.size(); }
-
-    /// Readable in whole chunks (tool::kCopyChunk) until the next number_of; a newline stands
-    /// behind it.
+    /// Readable in whole chunks; a newline stands behind it.
     [[nodiscard]] std::string_view text(Atom atom) const {
-        return {bytes_.data() + places_[atom].start, places_[atom].length};
+        const auto text = texts_[atom];
+        return {text.data(), text.size()};
     }
 
+    [[nodiscard]] size_t size() const { return texts_.size(); }
+
 private:
-    static constexpr size_t kFirstSlots = 1024; // a power of two, as all sizes are
-    static constexpr uint32_t kFree = UINT32_MAX;
-
-    struct Place {
-        size_t start;
-        uint32_t length;
-        uint32_t hash;
-    };
-
-    Atom add(std::string_view text, uint32_t hash);
-    void grow();
-
-    std::vector<Place> places_;
-    std::vector<char> bytes_;
-    std::vector<Atom> slots_; // open addressing by hash
+    using Texts = SequenceTable<char, '\n'>;
+    static_assert(Texts::kReadable >= tool::kCopyChunk);
+    Texts texts_;
 };
 
 /// Values by atom that can be forgotten all at once.

@@ -12,18 +12,6 @@
 
 namespace diff {
 
-namespace {
-
-bool is_submode(const tree_node_t &node) {
-    return (node.flags & TREE_FLAG_SUBMODE) != 0;
-}
-
-bool ends_line(const tree_node_t &node) {
-    return (node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0;
-}
-
-} // namespace
-
 LineAutomaton::LineAutomaton(std::span<const tool::TreeFile *const> files) {
     for (const tool::TreeFile *file : files)
         add_file(*file);
@@ -36,11 +24,18 @@ void LineAutomaton::add_file(const tool::TreeFile &file) {
     for (const tool::TreeRecord &record : file.records()) {
         records_.push_back({static_cast<NodeNumber>(words_.size()), &record, number,
                             tool::begins_with_root(file, record)});
-        for (const tree_node_t &node : record.nodes) {
-            words_.push_back(word_of(node));
-            link_count_ += node.child_count;
-        }
+        for (const tree_node_t &node : record.nodes)
+            add_node(node, records_.back().root);
     }
+}
+
+void LineAutomaton::add_node(const tree_node_t &node, NodeNumber root) {
+    words_.push_back(word_of(node));
+    facts_.push_back({links_.size(), static_cast<uint8_t>(node.child_count),
+                      (node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0,
+                      (node.flags & TREE_FLAG_SUBMODE) != 0});
+    for (const uint16_t link : tool::links_of(node))
+        links_.push_back(root + link);
 }
 
 LineAutomaton::Word LineAutomaton::word_of(const tree_node_t &node) {
@@ -71,12 +66,9 @@ Position LineAutomaton::add_special(const Special &special) {
     return kFirstSpecial + static_cast<Position>(specials_.size() - 1);
 }
 
-const LineAutomaton::Record &LineAutomaton::record_of(NodeNumber number) const {
-    return *std::prev(std::ranges::upper_bound(records_, number, {}, &Record::root));
-}
-
 const tree_node_t &LineAutomaton::node(NodeNumber number) const {
-    const Record &record = record_of(number);
+    const Record &record =
+        *std::prev(std::ranges::upper_bound(records_, number, {}, &Record::root));
     return record.record->nodes[number - record.root];
 }
 
@@ -85,7 +77,7 @@ const tree_node_t &LineAutomaton::node(NodeNumber number) const {
 Position LineAutomaton::beyond(NodeNumber number) {
     const auto [place, is_new] = beyond_.try_emplace(number);
     if (is_new) {
-        const auto kind = is_submode(node(number)) ? Special::kSubmode : Special::kEnd;
+        const auto kind = facts_[number].is_submode ? Special::kSubmode : Special::kEnd;
         place->second = add_special({kind, number, 0});
     }
     return place->second;
@@ -139,28 +131,27 @@ void LineAutomaton::begin_line(const Record &record) {
 
 // The word of the node is the last one read.
 void LineAutomaton::end_word(NodeNumber number) {
-    const tree_node_t &last = node(number);
+    const Facts &last = facts_[number];
     outlook_.nodes.push_back(number);
-    outlook_.ends = outlook_.ends || ends_line(last);
-    if (!is_submode(last))
+    outlook_.ends = outlook_.ends || last.ends_line;
+    if (!last.is_submode)
         follow_links(number, false);
-    else if (last.child_count > 0)
+    else if (last.link_count > 0)
         outlook_.steps.push_back({slash_, beyond(number)});
 }
 
 // The node has no word, and nothing has been read before it.
 void LineAutomaton::end_no_word(NodeNumber number) {
-    const tree_node_t &last = node(number);
-    if (ends_line(last))
-        outlook_.steps.push_back({nothing_, is_submode(last) ? number : beyond(number)});
-    if (!is_submode(last))
+    const Facts &last = facts_[number];
+    if (last.ends_line)
+        outlook_.steps.push_back({nothing_, last.is_submode ? number : beyond(number)});
+    if (!last.is_submode)
         follow_links(number, true);
 }
 
 void LineAutomaton::follow_links(NodeNumber number, bool is_fresh) {
-    const Record &record = record_of(number);
-    const auto links = tool::links_of(record.record->nodes[number - record.root]);
-    way_.push_back({links.data(), links.data() + links.size(), record.root, is_fresh});
+    const NodeNumber *first = links_.data() + facts_[number].first_link;
+    way_.push_back({first, first + facts_[number].link_count, is_fresh});
 }
 
 void LineAutomaton::walk() {
@@ -169,7 +160,7 @@ void LineAutomaton::walk() {
         if (level.next == level.end)
             way_.pop_back();
         else
-            pass(level.root + *level.next++, level.is_fresh);
+            pass(*level.next++, level.is_fresh);
     }
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tools/ocmd_diff/atom_table.h"
+#include "tools/support/huge_vector.h"
 #include "tools/support/tree_input.h"
 
 #include <cstdint>
@@ -49,7 +50,7 @@ public:
     [[nodiscard]] const tree_node_t &node(NodeNumber number) const;
 
     /// Nodes, links and places within words.
-    [[nodiscard]] size_t size() const { return words_.size() + link_count_ + specials_.size(); }
+    [[nodiscard]] size_t size() const { return words_.size() + links_.size() + specials_.size(); }
 
 private:
     // The word of a node as the nodes above see it. Most have one atom.
@@ -79,6 +80,14 @@ private:
         Position next; // kWithin: after that atom
     };
 
+    // What is asked of a node again and again, while its record spans a thousand bytes.
+    struct Facts {
+        size_t first_link;
+        uint8_t link_count;
+        bool ends_line;
+        bool is_submode;
+    };
+
     struct Record {
         NodeNumber root;
         const tool::TreeRecord *record;
@@ -88,17 +97,16 @@ private:
 
     // Links that are being followed, of one node on the way.
     struct Level {
-        const uint16_t *next;
-        const uint16_t *end;
-        NodeNumber root;
+        const NodeNumber *next;
+        const NodeNumber *end;
         bool is_fresh; // no word has been read since the line or the submode began
     };
 
     void add_file(const tool::TreeFile &file);
+    void add_node(const tree_node_t &node, NodeNumber root);
     Word word_of(const tree_node_t &node);
     Word long_word(std::string_view text);
     Position add_special(const Special &special);
-    [[nodiscard]] const Record &record_of(NodeNumber number) const;
     Position beyond(NodeNumber number);
 
     void look_from(Position position);
@@ -115,13 +123,14 @@ private:
     const Atom slash_ = atoms_.number_of("/");
     const Atom nothing_ = atoms_.number_of("");
     std::vector<Record> records_;
-    std::vector<Word> words_;      // by node
+    std::vector<Word> words_;  // by node
+    std::vector<Facts> facts_; // by node
+    tool::HugeVector<NodeNumber> links_;
     std::vector<Step> long_words_; // their first step
     uint32_t wordless_count_ = 0;
     std::vector<Special> specials_;
     std::vector<Position> starts_;
     std::unordered_map<NodeNumber, Position> beyond_;
-    size_t link_count_ = 0;
 
     Outlook outlook_;
     std::vector<Level> way_;

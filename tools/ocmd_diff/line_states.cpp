@@ -29,17 +29,14 @@ State &slot_for(std::vector<State> &states, size_t place) {
 
 } // namespace
 
-size_t LineStates::PositionsHash::operator()(const Positions &positions) const {
-    uint64_t hash = 0;
-    for (const Position position : positions)
-        hash = mix(static_cast<uint32_t>(hash ^ hash >> 32U), position);
-    return static_cast<size_t>(hash);
-}
-
 LineStates::LineStates(LineAutomaton &automaton, FieldLabels *labels)
     : automaton_(automaton), labels_(labels), marks_(automaton.atoms().size()),
       left_to_spend_(kFreeSize + kMostPerSize * automaton.size()), first_of_class_{kNoState},
-      hash_of_class_{0}, slots_(kFirstSlots, kNoLines) {}
+      hash_of_class_{0}, slots_(kFirstSlots, kNoLines) {
+    facts_.reserve(automaton.size());
+    classes_.reserve(automaton.size());
+    edges_.reserve(automaton.size());
+}
 
 Target LineStates::reach(Position start) {
     const State first = state_at(start);
@@ -65,22 +62,22 @@ State LineStates::state_at(Position position) {
     State &state = position < kFirstSpecial ? slot_for(node_states_, position)
                                             : slot_for(special_states_, position - kFirstSpecial);
     if (state == kNoState)
-        state = add(nullptr, position);
+        state = add(position, false);
     return state;
 }
 
-State LineStates::state_at(Positions positions) {
-    spend(kSetSize + positions.size());
-    const auto [place, is_new] = set_states_.try_emplace(std::move(positions), kNoState);
-    if (is_new)
-        place->second = add(&place->first, 0);
-    return place->second;
+State LineStates::state_at_all(std::span<const Position> sorted) {
+    spend(kSetSize + sorted.size());
+    const uint32_t number = sets_.number_of(sorted);
+    if (number == set_states_.size())
+        set_states_.push_back(add(number, true));
+    return set_states_[number];
 }
 
-State LineStates::add(const Positions *positions, Position position) {
-    Facts facts;
-    facts.positions = positions;
-    facts.position = position;
+State LineStates::add(uint32_t origin, bool is_set) {
+    Facts facts{};
+    facts.origin = origin;
+    facts.is_set = is_set;
     facts_.push_back(facts);
     classes_.push_back(kUnsettled);
     return static_cast<State>(facts_.size() - 1);
@@ -88,9 +85,9 @@ State LineStates::add(const Positions *positions, Position position) {
 
 std::span<const Position> LineStates::positions_of(State state) const {
     const Facts &facts = facts_[state];
-    if (facts.positions == nullptr)
-        return {&facts.position, 1};
-    return *facts.positions;
+    if (facts.is_set)
+        return sets_[facts.origin];
+    return {&facts.origin, 1};
 }
 
 // Learns what follows the state; the states there are left for later.
@@ -128,15 +125,15 @@ void LineStates::join_repeated() {
     std::ranges::stable_sort(repeated_, {}, &Repeated::edge);
     for (auto one = repeated_.begin(); one != repeated_.end();) {
         Edge &edge = edges_[one->edge];
-        Positions positions{facts_[edge.to.state()].position};
         const size_t number = one->edge;
+        joined_ = {facts_[edge.to.state()].origin};
         for (; one != repeated_.end() && one->edge == number; ++one)
-            positions.push_back(one->to);
-        std::ranges::sort(positions);
-        const auto rest = std::ranges::unique(positions);
-        positions.erase(rest.begin(), rest.end());
-        if (positions.size() > 1)
-            edge.to = Target{state_at(std::move(positions))};
+            joined_.push_back(one->to);
+        std::ranges::sort(joined_);
+        const auto rest = std::ranges::unique(joined_);
+        joined_.erase(rest.begin(), rest.end());
+        if (joined_.size() > 1)
+            edge.to = Target{state_at_all(joined_)};
     }
 }
 

@@ -4,10 +4,11 @@
 
 #include "tools/ocmd_diff/field_labels.h"
 #include "tools/ocmd_diff/line_automaton.h"
+#include "tools/ocmd_diff/sequence_table.h"
+#include "tools/support/huge_vector.h"
 
 #include <cstdint>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 namespace diff {
@@ -83,17 +84,12 @@ private:
     static constexpr size_t kMostPerSize = 4;
     static constexpr size_t kSetSize = 8; // of a state of several positions, beside these
 
-    using Positions = std::vector<Position>; // sorted
-    struct PositionsHash {
-        size_t operator()(const Positions &positions) const;
-    };
-
     struct Facts {
-        const Positions *positions; // where there are several
         size_t first_edge = 0;
         uint32_t edge_count = 0;
-        Position position; // where there is one
+        uint32_t origin; // its position, or its set's number if it has several
         uint32_t label = 0;
+        bool is_set;
         bool ends = false;
     };
     struct Level {
@@ -107,8 +103,8 @@ private:
 
     [[nodiscard]] std::span<const Position> positions_of(State state) const;
     State state_at(Position position);
-    State state_at(Positions positions);
-    State add(const Positions *positions, Position position);
+    State state_at_all(std::span<const Position> sorted);
+    State add(uint32_t origin, bool is_set);
     [[nodiscard]] Target target_of(State state) const;
 
     void open(State state);
@@ -126,14 +122,16 @@ private:
     LineAutomaton &automaton_;
     FieldLabels *labels_;
     AtomMarks marks_;
-    std::vector<Facts> facts_;   // by state
-    std::vector<Class> classes_; // by state
-    std::vector<Edge> edges_;
+    tool::HugeVector<Facts> facts_;   // by state
+    tool::HugeVector<Class> classes_; // by state
+    tool::HugeVector<Edge> edges_;
     std::vector<State> node_states_;    // by position
     std::vector<State> special_states_; // by position from kFirstSpecial on
-    std::unordered_map<Positions, State, PositionsHash> set_states_;
+    SequenceTable<Position> sets_;
+    std::vector<State> set_states_; // by number of the set
     std::vector<Level> way_;
     std::vector<Repeated> repeated_;
+    std::vector<Position> joined_;
     size_t left_to_spend_;
 
     std::vector<State> first_of_class_;
