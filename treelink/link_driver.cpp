@@ -83,25 +83,12 @@ void show_tree(const tree_node_t *tree) {
 using FileReplacement =
     std::unique_ptr<tsh_file_replacement_t, tsh::Releaser<tsh_file_replacement_abandon>>;
 
-int32_t write_main_tree(tree_node_t *tree, uint32_t node_count, const char *output,
-                        int32_t network_order) {
-    FileReplacement file{tsh_file_replacement_open(output)};
-    if (file == nullptr && errno == ENOMEM)
-        tsh::end_out_of_memory();
-    if (file == nullptr) {
-        puts("Error: Could not open main par file for writing ");
-        return -1;
-    }
-    subtree_path_t no_path;
-    populate_subtree_path(&no_path, kMainTreePathKind, "");
-    if (write_array_tree_to_file(tree, node_count, kMainTreeVersion, &no_path,
-                                 tsh_file_replacement_stream(file.get()), network_order, 0, 1) != 0)
-        return -1;
-    if (tsh_file_replacement_commit(file.release()) != 0) {
-        puts("Error in writing to main_tree file");
-        return -1;
-    }
-    return 0;
+// The reason outlives the message.
+int32_t fail(const char *message) {
+    const int reason = errno;
+    puts(message);
+    errno = reason;
+    return -1;
 }
 
 } // namespace
@@ -146,7 +133,25 @@ int32_t update_main_parse_tree_file(const par_file_list_t *list, const char *roo
     if (node_count < 0)
         return -1;
     const tsh::Block<tree_node_t> tree{linked};
+    return tsh_main_tree_write(tree.get(), static_cast<uint32_t>(node_count), output,
+                               network_order);
+}
+
+int32_t tsh_main_tree_write(tree_node_t *tree, uint32_t node_count, const char *output,
+                            int32_t network_order) {
     if (verbose != 0)
-        show_tree(tree.get());
-    return write_main_tree(tree.get(), static_cast<uint32_t>(node_count), output, network_order);
+        show_tree(tree);
+    FileReplacement file{tsh_file_replacement_open(output)};
+    if (file == nullptr && errno == ENOMEM)
+        tsh::end_out_of_memory();
+    if (file == nullptr)
+        return fail("Error: Could not open main par file for writing ");
+    subtree_path_t no_path;
+    populate_subtree_path(&no_path, kMainTreePathKind, "");
+    if (write_array_tree_to_file(tree, node_count, kMainTreeVersion, &no_path,
+                                 tsh_file_replacement_stream(file.get()), network_order, 0, 1) != 0)
+        return -1;
+    if (tsh_file_replacement_commit(file.release()) != 0)
+        return fail("Error in writing to main_tree file");
+    return 0;
 }

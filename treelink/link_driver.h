@@ -36,14 +36,19 @@ typedef struct par_file_list_t {
 TSH_API int32_t get_linked_parse_tree(tree_node_t **out, const par_file_list_t *list,
                                       const char *root);
 
-/** Links the same way and writes the tree as a main par file, whole or not at all: it is written
- * beside the target, brought to the disk and then put in its place, with the target's mode. A
- * target that is no regular file is written directly; a symbolic link stays one.
- * @param network_order non-zero: most significant byte first; else the host's order, as a file to
- *        be mapped must have.
- * @return 0; -1 when linking failed, or after a message on standard output when the target could
- *         not be opened or written, the old file then being as it was. */
+/** Links the same way and writes the tree as tsh_main_tree_write does.
+ * @return 0; -1 when linking or writing failed, the old file then being as it was. */
 TSH_API int32_t update_main_parse_tree_file(const par_file_list_t *list, const char *root,
                                             const char *output, int32_t network_order);
+
+/** Writes an array tree as a main par file, which replaces the old one as a whole or not at all
+ * (treelink/file_replacement.h). While verbose is set, the tree is shown on standard output first.
+ * @param tree in host order; converted in place when network_order is set.
+ * @param network_order non-zero: most significant byte first; else the host's order, as a file to
+ *        be mapped must have.
+ * @return 0; -1 with errno set, after a message on standard output, when the target could not be
+ *         opened or written. */
+TSH_API int32_t tsh_main_tree_write(tree_node_t *tree, uint32_t node_count, const char *output,
+                                    int32_t network_order);
 
 #endif

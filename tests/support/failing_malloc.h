@@ -1,6 +1,7 @@
 // Allocations that fail on order. Counting runs from arm to disarm and covers the whole process,
 // so print something to the streams in use before arming: their buffers are allocated late.
-// Preloaded into another program, FAIL_ALLOCATION=N in its environment arms it from the start.
+// Preloaded into another program, FAIL_ALLOCATION=N in its environment arms it from the start, and
+// the number of allocations is left in the file that ALLOCATIONS_FILE names.
 #pragma once
 
 namespace failing_malloc {
