@@ -2,7 +2,7 @@
 # CMake package, a pkg-config file and the man pages.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS ocmd_gen ocmd_link RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS ocmd_gen ocmd_link ocmd_show RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS tsh EXPORT tshTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 foreach(room platform feature/tsh/src bmask parse_tree atnode param_reg treelink cmd_gen)

@@ -136,7 +136,7 @@ void same_word(const Run &run) {
     });
 }
 
-void no_command(const Run &run) {
+void dead_end(const Run &run) {
     constexpr uint32_t kEnds = TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE;
     for (const Document &document : run.grammar.documents) {
         std::unordered_set<uint32_t> behind_redirect;
@@ -232,7 +232,7 @@ void depth(const Run &run) {
     }
 }
 
-void no_help(const Run &run) {
+void missing_help(const Run &run) {
     for_each_word(run, [&](const Document &document, const Word &word) {
         const bool is_word = !word.key.token.empty() || word.key.parameter_count > 0;
         if (is_word && find_setting(document, word, "help") == nullptr)
@@ -282,16 +282,16 @@ constexpr std::array kTable{
     Row{{"redirect-root", Level::kError, kSoundWord,
          "The root lacks what a main tree is loaded by."},
         redirect_root},
-    Row{{"no-command", Level::kWarning, kSoundWord,
+    Row{{"dead-end", Level::kWarning, kSoundWord,
          "A word below which no command ends. Words with a name of their own, to which other "
          "files may attach, are passed by without --main."},
-        no_command},
+        dead_end},
     Row{{"depth", Level::kWarning, kSoundTree,
          "The tree has more than 256 levels, which the shell does not walk whole."},
         depth},
     Row{{"message-type", Level::kWarning, kSoundWord, "A message type is above 255."},
         message_type},
-    Row{{"no-help", Level::kOff, kSoundWord, "A word has no help text."}, no_help},
+    Row{{"missing-help", Level::kOff, kSoundWord, "A word has no help text."}, missing_help},
     Row{{"unknown-attach-point", Level::kOff, "", "An attach point is no node of the files given."},
         unknown_attach_point},
     Row{{"always", Level::kOff, "", "Finds every document; for trying these options."}, always},

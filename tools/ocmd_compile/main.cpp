@@ -57,17 +57,16 @@ void list_keys() {
             printf("%s\t%.*s\n", list.where, static_cast<int>(key.size()), key.data());
 }
 
-// ---- Reading and understanding ----
+// ---- Understanding ----
 
-void read(const std::string &path, size_t most_words, Grammar &grammar, Messages &messages) {
-    const SourceFile &file = grammar.files.emplace_back(SourceFile::read(path));
+void understand(const SourceFile &file, size_t most_words, Grammar &grammar, Messages &messages) {
+    const size_t documents = grammar.documents.size();
+    const size_t faults = messages.faults();
     compiler::YamlReader reader{file, grammar.texts, messages};
-    const size_t before = grammar.documents.size();
-    const bool clean = !messages.has_faults();
     for (compiler::YamlDocument yaml; reader.next(yaml);)
         grammar.documents.push_back(
             compiler::understand(yaml, most_words, grammar.texts, messages));
-    if (grammar.documents.size() == before && clean && !messages.has_faults())
+    if (grammar.documents.size() == documents && messages.faults() == faults)
         messages.fault(file, {}, "there is no document in this file");
 }
 
@@ -172,12 +171,14 @@ tool::Status compile(const CommandLine &line) {
     Grammar grammar;
     Messages messages;
     for (const char *path : line.operands())
-        read(path, main ? TREE_MAX_NODES : kMostInRecord, grammar, messages);
+        grammar.files.push_back(SourceFile::read(path));
+    for (const SourceFile &file : grammar.files)
+        understand(file, main ? TREE_MAX_NODES : kMostInRecord, grammar, messages);
     if (main)
         want_one_root(grammar, messages);
     compiler::check(grammar, main, levels, messages);
     messages.tell();
-    if (messages.has_faults())
+    if (messages.faults() > 0)
         return tool::kFaults;
 
     if (output != nullptr)

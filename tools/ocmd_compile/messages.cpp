@@ -78,7 +78,7 @@ void tell_message(const Message &message) {
 } // namespace
 
 void Messages::add(Message message) {
-    has_faults_ = has_faults_ || message.severity == Severity::kFault;
+    faults_ += message.severity == Severity::kFault ? 1 : 0;
     const auto known = std::find_if(files_.rbegin(), files_.rend(), [&](const FileMessages &file) {
         return file.file == message.file;
     });

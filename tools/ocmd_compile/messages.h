@@ -31,7 +31,8 @@ public:
     void add(Message message);
     void fault(const SourceFile &file, Place place, std::string text, std::vector<Note> notes = {});
 
-    [[nodiscard]] bool has_faults() const { return has_faults_; }
+    /// How many faults there are, those included that are not kept.
+    [[nodiscard]] size_t faults() const { return faults_; }
 
     /// Tells all messages on standard error, file by file, in the order of their places. Of one
     /// file, the first kMostPerFile are told and the others counted.
@@ -47,7 +48,7 @@ private:
     };
 
     std::vector<FileMessages> files_; // in the order in which they were first spoken of
-    bool has_faults_ = false;
+    size_t faults_ = 0;
 };
 
 } // namespace compiler

@@ -46,8 +46,26 @@ uint32_t character_length(std::string_view text) {
                                                                                 : length;
 }
 
+// Every directive is compared with all before it, and a grammar needs none: what has many of them
+// is no grammar, and would take hours.
+bool has_many_directives(const SourceFile &file, Messages &messages) {
+    constexpr size_t kMost = 100;
+    constexpr std::string_view kDirective = "\n%";
+    size_t count = 0;
+    size_t at = 0;
+    for (; count <= kMost && at != std::string_view::npos; ++count)
+        at = file.bytes().find(kDirective, at + 1);
+    if (at == std::string_view::npos)
+        return false;
+    const auto begin = static_cast<uint32_t>(at + 1);
+    messages.fault(file, {begin, begin + 1}, "more YAML directives than any grammar has");
+    return true;
+}
+
 // The parser would take a byte that is none of its characters for the end of the file.
 std::string_view readable(const SourceFile &file, TextStore &texts, Messages &messages) {
+    if (has_many_directives(file, messages))
+        return "";
     std::string mended;
     const std::string_view bytes = file.bytes();
     for (uint32_t i = 0; i < bytes.size();) {
@@ -193,7 +211,7 @@ struct YamlReader::Parser {
         void *position = nullptr;
         while (const fy_diag_error *error = fy_diag_errors_iterate(diag.get(), &position))
             messages.fault(file, place_of(*error), error->msg);
-        if (!messages.has_faults())
+        if (position == nullptr)
             messages.fault(file, {last_end, last_end}, "cannot be read on from here");
     }
 

@@ -71,9 +71,12 @@ public:
             try_word(0, 0);
         else
             reach(0, 0);
-        for (size_t next = 0; next < states_.size(); ++next)
-            for (const uint16_t child : links_.below(states_[next].first))
-                try_word(child, states_[next].second);
+        while (!states_.empty()) {
+            const auto [node, used] = states_.back();
+            states_.pop_back();
+            for (const uint16_t child : links_.below(node))
+                try_word(child, used);
+        }
         return {found_.begin(), found_.end()};
     }
 
@@ -111,7 +114,7 @@ private:
     const LinkTable &links_;
     std::string line_;
     std::set<State> met_;
-    std::vector<State> states_;
+    std::vector<State> states_; // met and not yet gone on from
     std::set<uint16_t> found_;
 };
 

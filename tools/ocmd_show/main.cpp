@@ -124,24 +124,28 @@ public:
             refuse("no file");
     }
 
-    // A file that cannot be shown does not keep the others from it.
+    // A file that cannot be opened does not keep the others from being shown.
     Status show(const char *path) {
+        std::optional<TreeFile> file;
         try {
-            return show_file(path);
+            file.emplace(path, insist_);
         } catch (const Stop &stop) {
             return stop.status;
         }
+        return show(*file);
     }
 
 private:
-    Status show_file(const char *path) {
-        const TreeFile file{path, insist_};
+    Status show(const TreeFile &file) {
+        const bool only_check = mode_.show == nullptr;
         Status status = file.complete() ? kDone : kFaults;
-        if (tell_faults(file) > 0)
-            return kFaults;
+        if (only_check ? tell_faults(file) > 0 : !is_sound(file))
+            return kFaults; // links of such trees may lead anywhere
         if (has_headings_)
             write_heading(mode_, file.name(), output_);
-        if (mode_.show != nullptr)
+        if (only_check)
+            output_ << file.name() << ": no faults in its trees\n";
+        else
             status = std::max(status, mode_.show(file, part_, output_));
         output_.flush(); // before anything is told of the next file
         return status;

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace show {
 
@@ -22,7 +23,6 @@ using tool::Container;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
-using tool::TreeShape;
 
 constexpr size_t kListSize = 1024; // of positions of 256 bits, as the library writes them
 
@@ -33,7 +33,8 @@ template <size_t Size> std::string_view text_of(const char (&field)[Size]) {
 class NodeWriter {
 public:
     NodeWriter(tool::Nodes nodes, TextOutput &output)
-        : nodes_(nodes), shape_(nodes), output_(output) {}
+        : nodes_(nodes), links_(nodes), parents_(links_),
+          levels_(tool::measure_levels(links_, tool::children_first(links_))), output_(output) {}
 
     void write(uint32_t index) {
         const tree_node_t &node = nodes_[index];
@@ -54,8 +55,8 @@ private:
         std::array<char, 552> word;
         if (tsh_word_text(&node, word.data(), word.size()) > 0)
             quoted(word.data(), row("word")) << '\n';
-        write_nodes("parents", shape_.parents_of(index));
-        const auto [least, greatest] = shape_.levels_of(index);
+        write_nodes("parents", parents_.of(index));
+        const auto [least, greatest] = levels_[index];
         row("depth");
         if (least == 0)
             output_ << "not reached from the root";
@@ -201,7 +202,9 @@ private:
     }
 
     tool::Nodes nodes_;
-    TreeShape shape_;
+    tool::LinkTable links_;
+    tool::ParentTable parents_;
+    std::vector<tool::Levels> levels_;
     TextOutput &output_;
 };
 

@@ -1,26 +1,28 @@
 // The summary: what a file is and how much of everything its trees hold.
 #include "tools/ocmd_show/modes.h"
+#include "tools/support/command_count.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
 
 #include <algorithm>
 #include <map>
+#include <span>
 #include <string_view>
+#include <vector>
 
 namespace show {
 
 namespace {
 
 using tool::Container;
+using tool::LinkTable;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
-using tool::TreeShape;
 
+// How much there is of everything that each record tells of itself.
 struct Tally {
-    uint32_t unreachable = 0;
-    uint32_t shared = 0;
     uint32_t keywords = 0;
     uint32_t optional = 0;
     uint32_t terminals = 0;
@@ -28,11 +30,8 @@ struct Tally {
     uint32_t parameters = 0;
     std::map<uint32_t, uint32_t> types; // how many parameters have each type mask
 
-    Tally(tool::Nodes nodes, const TreeShape &shape) {
-        for (uint32_t i = 0; i < nodes.size(); ++i) {
-            const tree_node_t &node = nodes[i];
-            unreachable += static_cast<uint32_t>(!shape.is_reached(i));
-            shared += static_cast<uint32_t>(shape.parents_of(i).size() > 1);
+    explicit Tally(tool::Nodes nodes) {
+        for (const tree_node_t &node : nodes) {
             keywords += static_cast<uint32_t>(node.token[0] != '\0');
             optional += static_cast<uint32_t>(node.optional != 0);
             terminals += static_cast<uint32_t>((node.flags & TREE_FLAG_TERMINAL) != 0);
@@ -44,6 +43,24 @@ struct Tally {
     }
 };
 
+uint64_t count_shared(const LinkTable &links) {
+    std::vector<uint8_t> parents(links.node_count()); // counted up to two
+    for (uint32_t node = 0; node < links.node_count(); ++node)
+        for (const uint16_t child : links.below(node))
+            parents[child] = static_cast<uint8_t>(parents[child] == 0 ? 1 : 2);
+    return static_cast<uint64_t>(std::ranges::count(parents, 2));
+}
+
+uint32_t depth_of(const LinkTable &links, std::span<const uint16_t> order) {
+    const auto levels = tool::measure_levels(links, order);
+    return std::ranges::max_element(levels, {}, &tool::Levels::greatest)->greatest;
+}
+
+tool::Count count_lines(const LinkTable &links, std::span<const uint16_t> order, bool with_root) {
+    tool::Count count = tool::count_lines_below(links, order).front();
+    return count += static_cast<uint64_t>(with_root && links.has_line(0));
+}
+
 template <typename Value> void row(TextOutput &output, std::string_view name, const Value &value) {
     constexpr size_t kWidth = 24;
     output << "  " << name << ':';
@@ -52,12 +69,13 @@ template <typename Value> void row(TextOutput &output, std::string_view name, co
 }
 
 void summarize(const TreeFile &file, const TreeRecord &record, TextOutput &output) {
-    const TreeShape shape{record.nodes};
-    const Tally tally{record.nodes, shape};
-    row(output, "nodes", static_cast<uint64_t>(record.nodes.size()));
-    row(output, "unreachable nodes", tally.unreachable);
-    row(output, "shared nodes", tally.shared);
-    row(output, "depth", shape.depth());
+    const LinkTable links{record.nodes};
+    const std::vector<uint16_t> order = tool::children_first(links);
+    const Tally tally{record.nodes};
+    row(output, "nodes", uint64_t{record.nodes.size()});
+    row(output, "unreachable nodes", uint64_t{record.nodes.size() - order.size()});
+    row(output, "shared nodes", count_shared(links));
+    row(output, "depth", depth_of(links, order));
     row(output, "keywords", tally.keywords);
     row(output, "optional words", tally.optional);
     row(output, "terminals", tally.terminals);
@@ -65,7 +83,8 @@ void summarize(const TreeFile &file, const TreeRecord &record, TextOutput &outpu
     row(output, "parameters", tally.parameters);
     for (const auto &[mask, count] : tally.types)
         row(output, "  <" + tool::types_text(mask) + ">", count);
-    row(output, "command lines", tool::count_lines(file, record).text());
+    row(output, "command lines",
+        count_lines(links, order, tool::begins_with_root(file, record)).text());
 }
 
 } // namespace
@@ -76,14 +95,14 @@ tool::Status show_summary(const TreeFile &file, const Part & /*part*/, TextOutpu
            << (file.compressed() ? ", gzip-compressed" : "")
            << (file.order() == tool::ByteOrder::kLittle ? ", little-endian" : ", big-endian");
     if (!main)
-        output << ", records: " << static_cast<uint64_t>(file.records().size());
+        output << ", records: " << uint64_t{file.records().size()};
     output << '\n';
     for (size_t i = 0; i < file.records().size(); ++i) {
         const TreeRecord &record = file.records()[i];
         if (!main)
-            output << "record " << static_cast<uint64_t>(i + 1) << ": attach path \""
-                   << record.attach_path << "\", version " << record.version << ", path kind "
-                   << record.path_kind << '\n';
+            output << "record " << uint64_t{i + 1} << ": attach path \"" << record.attach_path
+                   << "\", version " << record.version << ", path kind " << record.path_kind
+                   << '\n';
         summarize(file, record, output);
     }
     return tool::kDone;

@@ -1,6 +1,617 @@
+// The grammar of a tree, as doc/grammar.md has it. Words are written in the order in which a
+// compiler meets them, shared ones where they are met first. Nothing recurses, and from some level
+// on braces take the place of indentation, which would grow with the square of the depth.
 #include "tools/ocmd_show/modes.h"
+#include "tools/ocmd_show/strays.h"
+#include "tools/ocmd_show/yaml_text.h"
+#include "tools/support/grammar_fields.h"
+#include "tools/support/tree_shape.h"
+#include "tools/support/types.h"
+#include "tools/support/utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
 namespace show {
-tool::Status show_yaml(const tool::TreeFile &, const Part &, tool::TextOutput &) {
-    return tool::kTrouble;
+
+namespace {
+
+using tool::Container;
+using tool::FieldKind;
+using tool::GrammarField;
+using tool::Nodes;
+using tool::TextOutput;
+using tool::TreeFile;
+using tool::TreeRecord;
+
+constexpr size_t kBlockLevels = 16; // of words that are written by indentation
+constexpr size_t kLineWidth = 100;  // for words in one line
+constexpr uint32_t kUsualVersion = 1;
+constexpr uint32_t kUsualPathKind = 2;
+constexpr std::string_view kRedirectRoot = "tsh_redirect_root";
+
+std::string_view name_of(const tree_node_t &node) {
+    return {node.name, strnlen(node.name, sizeof node.name)};
 }
+
+std::string parameters_of(const tree_node_t &node) {
+    if (node.param_count == 0)
+        return node.token[0] == '\0' ? "<>" : "";
+    std::string text;
+    for (const parameter_info_t &parameter : tool::params_of(node))
+        text += (text.empty() ? "<" : " <") + tool::types_text(parameter.type_mask) + ">";
+    return text;
+}
+
+std::string key_of(const tree_node_t &node) {
+    return yaml_word(tool::token_of(node), parameters_of(node));
+}
+
+// The same as the compiler compares it.
+std::string plain_key_of(const tree_node_t &node) {
+    return tool::word_key(tool::token_of(node), tool::type_masks_of(node));
+}
+
+// ---- What is said of a word, but for the words below it ----
+
+// Keys and values as they are written, values on one line.
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+// Numbers in a list, or as a mask when the list would be long.
+std::string set_text(std::span<const uint32_t> numbers) {
+    constexpr size_t kMostListed = 12;
+    std::string text;
+    if (numbers.size() <= kMostListed) {
+        for (const uint32_t number : numbers)
+            text += (text.empty() ? "[" : ", ") + std::to_string(number);
+        return text + "]";
+    }
+    std::array<uint8_t, 32> digits{};
+    for (const uint32_t number : numbers)
+        digits[number / 4] = static_cast<uint8_t>(digits[number / 4] | 1U << number % 4);
+    for (uint32_t digit = numbers.back() / 4 + 1; digit-- > 0;)
+        text += "0123456789abcdef"[digits[digit]];
+    return "0x" + text;
+}
+
+// Bits of the flags that have keys of their own, and interface kinds that kind 0 brings along.
+bool goes_without_saying(const void *record, const GrammarField &field, uint32_t number) {
+    if (std::string_view{field.key} == "interfaces")
+        return (uint64_t{TREE_INTF_IMPLIED} >> number & 1U) != 0 &&
+               tool::set_holds(record, field, 0);
+    return std::ranges::any_of(tool::word_fields(), [&](const GrammarField &other) {
+        return other.kind == FieldKind::kFlag && other.offset == field.offset &&
+               field.size == sizeof(uint32_t) && other.bit == number;
+    });
+}
+
+std::string set_in(const void *record, const GrammarField &field) {
+    std::vector<uint32_t> numbers;
+    for (uint32_t number = 0; number < field.size * 8U; ++number)
+        if (tool::set_holds(record, field, number) && !goes_without_saying(record, field, number))
+            numbers.push_back(number);
+    return numbers.empty() ? "" : set_text(numbers);
+}
+
+std::string bytes_in(const void *record, const GrammarField &field) {
+    const auto *bytes = static_cast<const uint8_t *>(record) + field.offset;
+    size_t size = field.size;
+    while (size > 0 && bytes[size - 1] == 0)
+        --size;
+    std::string text;
+    for (size_t i = 0; i < size; ++i) {
+        std::array<char, 4> digits;
+        snprintf(digits.data(), digits.size(), "%02x", bytes[i]);
+        text += digits.data();
+    }
+    return text.empty() ? "" : '"' + text + '"';
+}
+
+// A field's value as written; empty when it is what a grammar need not say.
+std::string value_of(const void *record, const GrammarField &field) {
+    const auto number = [&] { return tool::number_in(record, field); };
+    switch (field.kind) {
+    case FieldKind::kText: {
+        const std::string_view text = tool::text_in(record, field);
+        return text.empty() ? "" : yaml_value(text);
+    }
+    case FieldKind::kNumber:
+        return number() == 0 ? "" : std::to_string(number());
+    case FieldKind::kSigned:
+        return number() == 0 ? "" : std::to_string(static_cast<int64_t>(number()));
+    case FieldKind::kFlag:
+    case FieldKind::kYesNo:
+        return number() == 0 ? "" : number() == 1 ? "yes" : std::to_string(number());
+    case FieldKind::kSet:
+        return set_in(record, field);
+    case FieldKind::kBytes:
+        return bytes_in(record, field);
+    }
+    return "";
+}
+
+void add(Entries &entries, std::string key, std::string value) {
+    if (!value.empty())
+        entries.emplace_back(std::move(key), std::move(value));
+}
+
+std::string in_braces(const Entries &entries) {
+    std::string text;
+    for (const auto &[key, value] : entries)
+        text.append(text.empty() ? "{" : ", ").append(key).append(": ").append(value);
+    return text.empty() ? "{}" : text + "}";
+}
+
+// Bounds. Those of a text are its longest length, which lies where a lowest value would.
+void add_bounds(Entries &entries, const parameter_info_t &parameter) {
+    constexpr uint32_t kFamily = 0xC0000000;
+    const int32_t min = parameter.int_min;
+    const int32_t max = parameter.int_max;
+    if ((parameter.type_mask & kFamily) == 0 && max == 0 && min >= 0 && min <= INT16_MAX) {
+        add(entries, "length", min == 0 ? "" : std::to_string(min));
+        return;
+    }
+    const bool to_the_greatest = min != 0 && max == INT32_MAX;
+    add(entries, "min", min == 0 ? "" : std::to_string(min));
+    add(entries, "max", (min == 0 && max == 0) || to_the_greatest ? "" : std::to_string(max));
+}
+
+Entries entries_of(const parameter_info_t &parameter) {
+    Entries entries;
+    add_bounds(entries, parameter);
+    for (const GrammarField &field : tool::parameter_fields())
+        if (field.kind != FieldKind::kSigned)
+            add(entries, field.key, value_of(&parameter, field));
+    return entries;
+}
+
+// The bounds of a word's only parameter stand beside the word's own keys.
+void add_parameters(Entries &entries, const tree_node_t &node) {
+    std::string list;
+    bool all_empty = true;
+    bool all_bounds = node.param_count == 1;
+    for (const parameter_info_t &parameter : tool::params_of(node)) {
+        const Entries own = entries_of(parameter);
+        Entries bounds;
+        add_bounds(bounds, parameter);
+        all_empty &= own.empty();
+        all_bounds &= own == bounds;
+        list += (list.empty() ? "[" : ", ") + in_braces(own);
+        if (all_bounds)
+            entries.insert(entries.end(), bounds.begin(), bounds.end());
+    }
+    if (!all_empty && !all_bounds)
+        add(entries, "parameters", list + "]");
+}
+
+class EntriesOfWord {
+public:
+    explicit EntriesOfWord(const tree_node_t &node) : node_(node) {
+        is_submode_ = (node.flags & TREE_FLAG_SUBMODE) != 0;
+        ends_command_ = (node.flags & TREE_FLAG_TERMINAL) != 0;
+        for (const GrammarField &field : tool::word_fields())
+            take(field.key, value_of(&node, field));
+        add_parameters(entries_, node);
+    }
+
+    // Without a name, which depends on where the word stands.
+    [[nodiscard]] Entries &entries() { return entries_; }
+
+private:
+    void take(std::string_view key, const std::string &value) {
+        const bool said_by_command = key == "terminal" && node_.func_id[0] != '\0';
+        const bool said_by_submode = is_submode_ && (key == "submode_help" || key == "mode");
+        if (key == "name" || said_by_command || said_by_submode)
+            return;
+        if (key == "function" && ends_command_)
+            add(entries_, "command", value);
+        else if (key == "submode" && is_submode_)
+            add(entries_, "submode", submode());
+        else
+            add(entries_, std::string{key}, value);
+    }
+
+    std::string submode() {
+        Entries texts;
+        const auto fields = tool::word_fields();
+        add(texts, "help", value_of(&node_, tool::field_of(fields, "submode_help")));
+        add(texts, "mode", value_of(&node_, tool::field_of(fields, "mode")));
+        return texts.empty() ? "yes" : in_braces(texts);
+    }
+
+    const tree_node_t &node_;
+    bool is_submode_;
+    bool ends_command_;
+    Entries entries_;
+};
+
+// ---- What cannot be said ----
+
+// Tells of it, but not without end.
+class Losses {
+public:
+    Losses(const TreeFile &file, TextOutput &output) : file_(file), output_(output) {}
+    ~Losses() = default;
+    Losses(const Losses &) = delete;
+    Losses &operator=(const Losses &) = delete;
+
+    void begin_record(size_t number) { record_ = number; }
+
+    [[gnu::format(printf, 2, 3)]] void tell(const char *format, ...) {
+        constexpr uint32_t kMostTold = 20;
+        if (++count_ > kMostTold)
+            return;
+        std::array<char, 512> what;
+        va_list values;
+        va_start(values, format);
+        vsnprintf(what.data(), what.size(), format, values);
+        va_end(values);
+        output_.flush();
+        if (file_.container() == Container::kMain)
+            tool::tell("%s: cannot be said in a grammar: %s", file_.name().c_str(), what.data());
+        else
+            tool::tell("%s: record %zu: cannot be said in a grammar: %s", file_.name().c_str(),
+                       record_, what.data());
+        told_ = count_;
+    }
+
+    tool::Status finish() {
+        if (count_ > told_)
+            tool::tell("%s: and %u more things that a grammar cannot say", file_.name().c_str(),
+                       count_ - told_);
+        return count_ == 0 ? tool::kDone : tool::kFaults;
+    }
+
+private:
+    const TreeFile &file_;
+    TextOutput &output_;
+    size_t record_ = 0;
+    uint32_t count_ = 0;
+    uint32_t told_ = 0;
+};
+
+bool lacks_implied_kinds(uint64_t interfaces) {
+    return (interfaces & TREE_INTF_ANY) != 0 &&
+           (interfaces & TREE_INTF_IMPLIED) != TREE_INTF_IMPLIED;
+}
+
+void tell_losses(const tree_node_t &node, uint32_t index, Losses &losses) {
+    const std::string name = yaml_value(name_of(node));
+    for (const std::string &stray : strays_of(node))
+        losses.tell("node %u %s: %s", index, name.c_str(), stray.c_str());
+    bool lacking = lacks_implied_kinds(node.intf_mask);
+    for (const parameter_info_t &parameter : tool::params_of(node))
+        lacking |= lacks_implied_kinds(parameter.intf_mask);
+    if (lacking)
+        losses.tell("node %u %s: interface kind 0 without 18 and 19", index, name.c_str());
+}
+
+// ---- Documents ----
+
+// The node that a root gets when its grammar names none, with the one below it, to the byte.
+bool is_usual_redirect_root(Nodes nodes, uint16_t index) {
+    if (index + size_t{2} != nodes.size())
+        return false;
+    tree_node_t redirect{};
+    kRedirectRoot.copy(redirect.name, kRedirectRoot.size());
+    redirect.child_count = 1;
+    redirect.children[0] = static_cast<uint16_t>(index + 1);
+    tree_node_t inner{};
+    strcpy(inner.name, "redirect");
+    return memcmp(&redirect, &nodes[index], sizeof redirect) == 0 &&
+           memcmp(&inner, &nodes[index + size_t{1}], sizeof inner) == 0;
+}
+
+// Nodes that the root reaches by more than one link.
+std::vector<bool> shared_nodes(Nodes nodes) {
+    const tool::LinkTable links{nodes};
+    std::vector<bool> linked(nodes.size());
+    std::vector<bool> shared(nodes.size());
+    for (const uint16_t node : tool::children_first(links))
+        for (const uint16_t child : links.below(node)) {
+            shared[child] = shared[child] || linked[child];
+            linked[child] = true;
+        }
+    return shared;
+}
+
+class DocumentWriter {
+public:
+    DocumentWriter(const TreeRecord &record, TextOutput &output, Losses &losses)
+        : record_(record), nodes_(record.nodes), output_(output), losses_(losses),
+          written_(record.nodes.size()), shared_(shared_nodes(record.nodes)) {}
+
+    // A root is a node without a word that is attached to nothing.
+    void write(bool main) {
+        const tree_node_t &top = nodes_[0];
+        is_root_ = record_.attach_path.empty() && top.token[0] == '\0' && top.param_count == 0;
+        Entries entries;
+        if (!is_root_)
+            entries.emplace_back("below", attach_points());
+        if (!main && record_.version != kUsualVersion)
+            entries.emplace_back("version", std::to_string(record_.version));
+        if (!main && record_.path_kind != kUsualPathKind)
+            entries.emplace_back("path_kind", std::to_string(record_.path_kind));
+        if (is_root_)
+            write_root(entries);
+        else
+            write_subtree(entries);
+        while (!open_.empty())
+            go_on();
+        tell_of_order();
+    }
+
+private:
+    // A list of words that is being written.
+    struct Open {
+        uint16_t node;
+        uint16_t next;
+        uint16_t end;
+        bool in_braces;
+        bool as_list;
+        uint32_t indent;     // of its words
+        const char *closing; // what stands behind its last word
+    };
+
+    [[nodiscard]] std::string attach_points() const {
+        const std::string &path = record_.attach_path;
+        std::string list;
+        std::string_view rest = path;
+        for (size_t comma = 0; comma != std::string_view::npos;) {
+            comma = rest.find(',');
+            const std::string_view name = rest.substr(0, comma);
+            if (name.empty() || name.size() >= TREE_NAME_SIZE)
+                return yaml_value(path); // taken as it stands
+            list += (list.empty() ? "[" : ", ") + yaml_value(name);
+            rest.remove_prefix(std::min(name.size() + 1, rest.size()));
+        }
+        return path.find(',') == std::string::npos ? yaml_value(path) : list + "]";
+    }
+
+    void write_root(Entries &entries) {
+        const tree_node_t &root = nodes_[0];
+        const auto links = tool::links_of(root);
+        note(0);
+        const Entries own = EntriesOfWord{root}.entries();
+        if (name_of(root) != "root")
+            add(entries, "name", yaml_value(name_of(root)));
+        entries.insert(entries.end(), own.begin(), own.end());
+        add_marks(entries, root);
+        auto end = static_cast<uint16_t>(links.size());
+        const auto named = std::ranges::count(nodes_, kRedirectRoot, name_of);
+        if (named == 0)
+            entries.emplace_back("redirect_root", "no");
+        else if (named == 1 && end > 1 && is_usual_redirect_root(nodes_, links.back()))
+            written_[links[--end]] = written_[nodes_.size() - 1] = true;
+        write_lines(entries, 0);
+        if (end > 0)
+            open_words(0, end, 0, false, "");
+        else if (entries.empty())
+            output_ << "{}\n";
+    }
+
+    void write_subtree(const Entries &entries) {
+        write_lines(entries, 0);
+        const std::string_view first_point =
+            std::string_view{record_.attach_path}.substr(0, record_.attach_path.find(','));
+        output_ << "words:\n";
+        write_word(0, first_point, Open{0, 0, 0, false, false, 2, ""});
+    }
+
+    void go_on() {
+        Open &list = open_.back();
+        if (list.next == list.end) {
+            output_ << list.closing;
+            open_.pop_back();
+            return;
+        }
+        if (list.in_braces)
+            output_ << (list.next == 0 ? "\n" : ",\n");
+        const uint16_t child = nodes_[list.node].children[list.next++];
+        const bool below_root = list.node == 0 && is_root_;
+        write_word(child, below_root ? std::string_view{} : name_of(nodes_[list.node]), list);
+    }
+
+    // A word with its value. The words below it are written later.
+    void write_word(uint16_t index, std::string_view parent_name, const Open list) {
+        const tree_node_t &node = nodes_[index];
+        const bool item_in_braces = list.in_braces && list.as_list;
+        output_.blanks(list.indent - (list.as_list && !list.in_braces ? 2 : 0));
+        output_ << (!list.as_list ? "" : list.in_braces ? "{" : "- ") << key_of(node) << ':';
+        const char *ending = item_in_braces ? "}" : list.in_braces ? "" : "\n";
+        if (written_[index]) {
+            output_ << " *" << anchor_of(index) << ending;
+            return;
+        }
+        note(index);
+        if (shared_[index])
+            output_ << " &" << anchor_of(index);
+        Entries entries;
+        const Entries own = EntriesOfWord{node}.entries();
+        if (name_of(node) !=
+            tool::made_name(parent_name, tool::token_of(node), tool::type_masks_of(node)))
+            entries.emplace_back("name",
+                                 name_of(node).empty() ? "\"\"" : yaml_value(name_of(node)));
+        entries.insert(entries.end(), own.begin(), own.end());
+        add_marks(entries, node);
+        if (node.child_count == 0)
+            write_leaf(key_of(node), entries, list, ending);
+        else if (list.in_braces || open_.size() >= kBlockLevels)
+            write_in_braces(index, entries, list);
+        else
+            write_block(index, entries, list);
+    }
+
+    void write_leaf(const std::string &key, const Entries &entries, const Open &list,
+                    const char *ending) {
+        if (entries.size() == 1 && entries[0].first == "command") {
+            output_ << ' ' << entries[0].second << ending;
+            return;
+        }
+        const std::string line = in_braces(entries);
+        if (list.in_braces || list.indent + key.size() + line.size() < kLineWidth) {
+            output_ << ' ' << line << ending;
+        } else {
+            output_ << '\n';
+            write_lines(entries, list.indent + 2);
+        }
+    }
+
+    void write_block(uint16_t index, const Entries &entries, const Open &list) {
+        output_ << '\n';
+        write_lines(entries, list.indent + 2);
+        open_words(index, nodes_[index].child_count, list.indent + 2, false, "");
+    }
+
+    void write_in_braces(uint16_t index, const Entries &entries, const Open &list) {
+        const bool as_list = must_be_list(index, nodes_[index].child_count);
+        output_ << " {";
+        for (const auto &[key, value] : entries)
+            output_ << key << ": " << value << ", ";
+        const bool item = list.in_braces && list.as_list;
+        const char *closing = nullptr;
+        if (!list.in_braces)
+            closing = as_list ? "]}\n" : "}}\n";
+        else if (as_list)
+            closing = item ? "]}}" : "]}";
+        else
+            closing = item ? "}}}" : "}}";
+        open_words(index, nodes_[index].child_count, list.indent + (list.in_braces ? 0 : 2), true,
+                   closing);
+    }
+
+    void write_lines(const Entries &entries, uint32_t indent) {
+        for (const auto &[key, value] : entries)
+            output_.blanks(indent) << key << ": " << value << '\n';
+    }
+
+    void open_words(uint16_t index, uint16_t end, uint32_t indent, bool in_braces,
+                    const char *closing) {
+        const bool as_list = must_be_list(index, end);
+        if (in_braces)
+            output_ << "words: " << (as_list ? '[' : '{');
+        else
+            output_.blanks(indent) << "words:\n";
+        open_.push_back({index, 0, end, in_braces, as_list, indent + (in_braces ? 0 : 2), closing});
+    }
+
+    // Keys of a mapping are unique.
+    [[nodiscard]] bool must_be_list(uint16_t index, uint16_t end) const {
+        std::set<std::string> keys;
+        return !std::ranges::all_of(tool::links_of(nodes_[index]).first(end), [&](uint16_t child) {
+            return keys.insert(key_of(nodes_[child])).second;
+        });
+    }
+
+    // Marked links, by the words they lead to, or by names where several words are alike.
+    void add_marks(Entries &entries, const tree_node_t &node) {
+        const auto links = tool::links_of(node);
+        const auto is_marked = [&](size_t i) {
+            return (node.child_link_bits[i / 8] >> i % 8 & 1U) != 0;
+        };
+        std::map<std::string, uint32_t> words;
+        std::map<std::string_view, uint32_t> names;
+        for (const uint16_t child : links) {
+            ++words[plain_key_of(nodes_[child])];
+            ++names[name_of(nodes_[child])];
+        }
+        std::string list;
+        for (size_t i = 0; i < links.size(); ++i) {
+            if (!is_marked(i))
+                continue;
+            const tree_node_t &child = nodes_[links[i]];
+            const std::string_view name = name_of(child);
+            const bool by_word = words[plain_key_of(child)] == 1;
+            const bool by_name = names[name] == 1 && !words.contains(std::string{name}) &&
+                                 !name.empty() && tool::is_utf8(name);
+            if (by_word || by_name)
+                list += (list.empty() ? "[" : ", ") + (by_word ? key_of(child) : yaml_value(name));
+            else
+                losses_.tell("node %td: a marked link to one of several words that are alike",
+                             &node - nodes_.data());
+        }
+        if (!list.empty())
+            add(entries, "marked", list + "]");
+    }
+
+    // Made of the node's name, so that it tells something.
+    const std::string &anchor_of(uint16_t index) {
+        std::string &anchor = anchors_[index];
+        if (!anchor.empty())
+            return anchor;
+        for (const char c : name_of(nodes_[index]))
+            if (isalnum(static_cast<unsigned char>(c)) != 0 || c == '-')
+                anchor += c;
+            else if (!anchor.empty() && anchor.back() != '_')
+                anchor += '_';
+        if (!anchor.empty() && anchor.back() == '_')
+            anchor.pop_back();
+        if (anchor.empty() || !taken_anchors_.insert(anchor).second) {
+            anchor += '_' + std::to_string(index);
+            taken_anchors_.insert(anchor);
+        }
+        return anchor;
+    }
+
+    // A node is written.
+    void note(uint16_t index) {
+        written_[index] = true;
+        tell_losses(nodes_[index], index, losses_);
+        if (index != next_in_order_ && first_out_of_order_ == UINT32_MAX)
+            first_out_of_order_ = index;
+        ++next_in_order_;
+    }
+
+    void tell_of_order() {
+        const auto lost = std::ranges::find(written_, false);
+        const auto index = static_cast<uint32_t>(lost - written_.begin());
+        if (lost != written_.end())
+            losses_.tell("%td nodes that the root does not reach, the first of them node %u %s",
+                         std::ranges::count(written_, false), index,
+                         yaml_value(name_of(nodes_[index])).c_str());
+        else if (first_out_of_order_ != UINT32_MAX)
+            losses_.tell("the order of the nodes: node %u does not stand where a compiler meets it",
+                         first_out_of_order_);
+    }
+
+    const TreeRecord &record_;
+    Nodes nodes_;
+    TextOutput &output_;
+    Losses &losses_;
+    bool is_root_ = false;
+    std::vector<bool> written_;
+    std::vector<bool> shared_;
+    std::vector<Open> open_;
+    std::unordered_map<uint16_t, std::string> anchors_;
+    std::set<std::string> taken_anchors_;
+    uint32_t next_in_order_ = 0;
+    uint32_t first_out_of_order_ = UINT32_MAX;
+};
+
+} // namespace
+
+tool::Status show_yaml(const TreeFile &file, const Part & /*part*/, TextOutput &output) {
+    Losses losses{file, output};
+    size_t number = 0;
+    for (const TreeRecord &record : file.records()) {
+        if (number > 0)
+            output << "---\n";
+        losses.begin_record(++number);
+        DocumentWriter{record, output, losses}.write(file.container() == Container::kMain);
+    }
+    return losses.finish();
+}
+
 } // namespace show

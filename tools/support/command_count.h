@@ -20,7 +20,7 @@ public:
     Count &operator+=(const Count &other) {
         low_ += other.low_;
         const uint64_t carry = low_ < other.low_ ? 1 : 0;
-        const bool overflows = __builtin_add_overflow(high_, other.high_, &high_) |
+        const bool overflows = __builtin_add_overflow(high_, other.high_, &high_) ||
                                __builtin_add_overflow(high_, carry, &high_);
         if (overflows)
             high_ = low_ = UINT64_MAX;

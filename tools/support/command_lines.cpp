@@ -45,7 +45,7 @@ void LineText::append(std::string_view text) {
     const size_t needed = length_ + text.size() + kCopyChunk;
     if (needed > bytes_.size())
         bytes_.resize(2 * needed);
-    memcpy(bytes_.data() + length_, text.data(), text.size());
+    text.copy(bytes_.data() + length_, text.size());
     length_ += text.size();
 }
 
@@ -108,13 +108,6 @@ const uint16_t *CommandLister::print_leaves(const Step &step, std::string_view b
 
 bool begins_with_root(const TreeFile &file, const TreeRecord &record) {
     return file.container() == Container::kSubtrees && !record.attach_path.empty();
-}
-
-Count count_lines(const TreeFile &file, const TreeRecord &record) {
-    const LinkTable links{record.nodes};
-    Count count = count_lines_below(links, children_first(links)).front();
-    count += static_cast<uint64_t>(begins_with_root(file, record) && links.has_line(0));
-    return count;
 }
 
 void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output) {

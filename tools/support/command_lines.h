@@ -150,8 +150,7 @@ private:
 /// its attach point.
 bool begins_with_root(const TreeFile &file, const TreeRecord &record);
 
-/// The command lines of a record that is sound, as CommandLister lists them; counted, and listed.
-Count count_lines(const TreeFile &file, const TreeRecord &record);
+/// Lists the command lines of a record that is sound.
 void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output);
 
 } // namespace tool

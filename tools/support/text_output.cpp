@@ -26,6 +26,11 @@ size_t write_all(std::string_view text) {
     return done;
 }
 
+void write_out(std::string_view text) {
+    if (write_all(text) < text.size())
+        fail("standard output: cannot be written: %s", strerror(errno));
+}
+
 } // namespace
 
 TextOutput::TextOutput() : block_(new char[kBlockSize + kMostRoom + kCopyChunk]) {
@@ -92,11 +97,6 @@ void TextOutput::write_block() {
     write_out({block_.get(), kBlockSize});
     memcpy(block_.get(), block_.get() + kBlockSize, beyond);
     used_ = beyond;
-}
-
-void TextOutput::write_out(std::string_view text) {
-    if (write_all(text) < text.size())
-        fail("standard output: cannot be written: %s", strerror(errno));
 }
 
 } // namespace tool

@@ -36,8 +36,7 @@ public:
     TextOutput &operator<<(std::string_view text) {
         if (text.size() > kMostRoom)
             return put_long(text);
-        memcpy(room(), text.data(), text.size());
-        used_ += text.size();
+        used_ += text.copy(room(), text.size());
         return *this;
     }
     TextOutput &operator<<(char c) {
@@ -77,7 +76,6 @@ private:
     TextOutput &put_number(uint64_t number);
     TextOutput &put_long(std::string_view text);
     void write_block();
-    void write_out(std::string_view text);
 
     std::unique_ptr<char[]> block_;
     size_t used_ = 0;

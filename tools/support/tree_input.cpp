@@ -7,6 +7,7 @@
 #include "tools/support/file_bytes.h"
 #include "tools/support/program.h"
 #include "tools/support/tree_look.h"
+#include "treelink/subtree_read.h"
 
 #include <algorithm>
 #include <bit>
@@ -46,7 +47,7 @@ struct TreeFile::Content {
     bool complete = true;
 
 private:
-    Look judge(const Insist &insist) {
+    [[nodiscard]] Look judge(const Insist &insist) const {
         const auto found = look_at(bytes.all(), insist);
         if (!found)
             fail("%s: neither a main par file nor a subtree file", name.c_str());
@@ -181,12 +182,27 @@ public:
     uint32_t check_all() {
         for (const TreeRecord &record : file_.records()) {
             record_ = &record;
+            check_attach_path();
             faults_ += tsh_tree_check(record.nodes.data(), node_count(), take, this);
         }
         return faults_;
     }
 
 private:
+    // A reader refuses a record with more names than it has room for.
+    void check_attach_path() {
+        size_t names = 0;
+        for (size_t i = 0; i < record_->attach_path.size(); ++i)
+            names += static_cast<size_t>(record_->attach_path[i] != ',' &&
+                                         (i == 0 || record_->attach_path[i - 1] == ','));
+        if (names <= SUBTREE_ATTACH_PATHS)
+            return;
+        ++faults_;
+        if (told_ < most_)
+            tell_text("its attach path has " + std::to_string(names) + " names, the most are " +
+                      std::to_string(SUBTREE_ATTACH_PATHS));
+    }
+
     static int32_t take(const tsh_tree_fault_t *fault, void *context) {
         auto &teller = *static_cast<FaultTeller *>(context);
         if (teller.told_ < teller.most_)
@@ -197,11 +213,15 @@ private:
     void tell_of(const tsh_tree_fault_t &fault) {
         char text[kMessageSize];
         tsh_tree_fault_text(record_->nodes.data(), node_count(), &fault, text, sizeof text);
+        tell_text(text);
+    }
+
+    void tell_text(const std::string &text) {
         if (file_.container() == Container::kMain)
-            tell("%s: %s", file_.name().c_str(), text);
+            tell("%s: %s", file_.name().c_str(), text.c_str());
         else
             tell("%s: record %zu: %s", file_.name().c_str(),
-                 static_cast<size_t>(record_ - file_.records().data()) + 1, text);
+                 static_cast<size_t>(record_ - file_.records().data()) + 1, text.c_str());
         ++told_;
     }
 
@@ -222,14 +242,18 @@ uint32_t tell_faults(const TreeFile &file) {
     return FaultTeller{file, UINT32_MAX}.check_all();
 }
 
-TreeFile open_sound(const std::string &path, const Insist &insist) {
+bool is_sound(const TreeFile &file) {
     constexpr uint32_t kMostTold = 10;
-    TreeFile file{path, insist};
     const uint32_t faults = FaultTeller{file, kMostTold}.check_all();
     if (faults > kMostTold)
         tell("%s: and %u faults more; ocmd_show --check tells them all", file.name().c_str(),
              faults - kMostTold);
-    if (faults > 0)
+    return faults == 0;
+}
+
+TreeFile open_sound(const std::string &path, const Insist &insist) {
+    TreeFile file{path, insist};
+    if (!is_sound(file))
         throw Stop{kFaults};
     return file;
 }

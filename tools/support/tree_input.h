@@ -58,8 +58,10 @@ private:
 /// Tells every fault of every record, each with file, record and node. @return how many.
 uint32_t tell_faults(const TreeFile &file);
 
-/// Opens a file for a tool that follows links: one whose trees have faults is told of, with the
-/// first of them, and ends the run with kFaults. Returns a file with sound trees only.
+/// Whether every tree is sound; if not, the first faults are told.
+bool is_sound(const TreeFile &file);
+
+/// Opens a file for a tool that follows links: one that is not sound ends the run with kFaults.
 TreeFile open_sound(const std::string &path, const Insist &insist = {});
 
 } // namespace tool

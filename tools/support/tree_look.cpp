@@ -22,16 +22,13 @@ uint32_t integer_at(Bytes bytes, size_t offset, size_t width, ByteOrder order) {
     return value;
 }
 
-// A header that could hardly be anything else: a path of its length with its terminator, nodes, and
-// nothing where nothing should be.
+// A header that could hardly be anything else: nodes, and a path of its length with its terminator.
 bool is_clear_header(Bytes bytes, ByteOrder order) {
     if (bytes.size() < sizeof(subtree_header_t))
         return false;
     const HeaderLook look{bytes, order};
-    const subtree_header_t &header = look.header;
-    const size_t path_end = sizeof header + header.path_len;
-    return look.is_readable() && header.tree_bytes > 0 && header.reserved[0] == 0 &&
-           header.reserved[1] == 0 && header.path_len > 0 &&
+    const size_t path_end = sizeof look.header + look.header.path_len;
+    return look.is_readable() && look.header.tree_bytes > 0 && look.header.path_len > 0 &&
            (path_end > bytes.size() || bytes[path_end - 1] == '\0');
 }
 

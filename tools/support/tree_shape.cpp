@@ -1,4 +1,4 @@
-// Orders, parents and depths of the nodes of a tree.
+// Links, orders, levels and parents of the nodes of a tree.
 #include "tools/support/tree_shape.h"
 
 #include <algorithm>
@@ -61,41 +61,32 @@ std::vector<uint16_t> children_first(const LinkTable &links) {
     return order;
 }
 
-TreeShape::TreeShape(Nodes nodes)
-    : links_(nodes), order_(children_first(links_)), first_parent_(nodes.size() + 1),
-      levels_(nodes.size()) {
-    gather_parents();
-    measure_levels();
-}
-
-void TreeShape::gather_parents() {
-    const auto count = static_cast<uint32_t>(links_.node_count());
-    for (uint32_t node = 0; node < count; ++node)
-        for (const uint16_t child : links_.below(node))
-            ++first_parent_[child + size_t{1}];
-    std::partial_sum(first_parent_.begin(), first_parent_.end(), first_parent_.begin());
-    parents_.resize(first_parent_.back());
-    std::vector<uint32_t> next{first_parent_.begin(), first_parent_.end() - 1};
-    for (uint32_t node = 0; node < count; ++node)
-        for (const uint16_t child : links_.below(node))
-            parents_[next[child]++] = static_cast<uint16_t>(node);
-}
-
-// In this order all ways to a node are known before it hands them on.
-void TreeShape::measure_levels() {
-    levels_[0] = {1, 1};
-    for (auto node = order_.rbegin(); node != order_.rend(); ++node) {
-        const Levels from = levels_[*node];
-        for (const uint16_t child : links_.below(*node)) {
-            Levels &to = levels_[child];
+// From parents to children, all ways to a node are known before it hands them on.
+std::vector<Levels> measure_levels(const LinkTable &links, std::span<const uint16_t> order) {
+    std::vector<Levels> levels(links.node_count());
+    levels[0] = {1, 1};
+    for (size_t i = order.size(); i-- > 0;) {
+        const Levels from = levels[order[i]];
+        for (const uint16_t child : links.below(order[i])) {
+            Levels &to = levels[child];
             to.least = to.least == 0 ? from.least + 1 : std::min(to.least, from.least + 1);
             to.greatest = std::max(to.greatest, from.greatest + 1);
         }
     }
+    return levels;
 }
 
-uint32_t TreeShape::depth() const {
-    return std::ranges::max_element(levels_, {}, &Levels::greatest)->greatest;
+ParentTable::ParentTable(const LinkTable &links) : first_(links.node_count() + 1) {
+    const auto count = static_cast<uint32_t>(links.node_count());
+    for (uint32_t node = 0; node < count; ++node)
+        for (const uint16_t child : links.below(node))
+            ++first_[child + size_t{1}];
+    std::partial_sum(first_.begin(), first_.end(), first_.begin());
+    parents_.resize(first_.back());
+    std::vector<uint32_t> next{first_.begin(), first_.end() - 1};
+    for (uint32_t node = 0; node < count; ++node)
+        for (const uint16_t child : links.below(node))
+            parents_[next[child]++] = static_cast<uint16_t>(node);
 }
 
 } // namespace tool

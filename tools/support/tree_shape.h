@@ -48,42 +48,29 @@ private:
 /// The nodes that the root reaches, each behind all that it reaches itself.
 std::vector<uint16_t> children_first(const LinkTable &links);
 
-/// Parents and depths.
-class TreeShape {
+/// How many nodes lie on the shortest and on the longest way from the root to a node, both ends
+/// counted; 0 for a node that is not reached.
+struct Levels {
+    uint32_t least = 0;
+    uint32_t greatest = 0;
+};
+
+/// The levels of all nodes, in the order that children_first gives.
+std::vector<Levels> measure_levels(const LinkTable &links, std::span<const uint16_t> order);
+
+/// Who has a link to whom.
+class ParentTable {
 public:
-    explicit TreeShape(Nodes nodes);
+    explicit ParentTable(const LinkTable &links);
 
-    [[nodiscard]] const LinkTable &links() const { return links_; }
-    /// As children_first gives them.
-    [[nodiscard]] std::span<const uint16_t> order() const { return order_; }
-    [[nodiscard]] bool is_reached(uint32_t node) const { return levels_[node].least != 0; }
-
-    /// Nodes with a link to this one, reached or not, in the order of the array.
-    [[nodiscard]] std::span<const uint16_t> parents_of(uint32_t node) const {
-        return {parents_.data() + first_parent_[node],
-                first_parent_[node + 1] - first_parent_[node]};
+    /// In the order of the array, whether the root reaches them or not.
+    [[nodiscard]] std::span<const uint16_t> of(uint32_t node) const {
+        return {parents_.data() + first_[node], first_[node + 1] - first_[node]};
     }
 
-    /// How many nodes lie on the shortest and on the longest way from the root, both ends counted;
-    /// 0 for a node that is not reached.
-    struct Levels {
-        uint32_t least = 0;
-        uint32_t greatest = 0;
-    };
-    [[nodiscard]] Levels levels_of(uint32_t node) const { return levels_[node]; }
-
-    /// Nodes on the longest way from the root.
-    [[nodiscard]] uint32_t depth() const;
-
 private:
-    void gather_parents();
-    void measure_levels();
-
-    LinkTable links_;
-    std::vector<uint16_t> order_;
-    std::vector<uint32_t> first_parent_; // of each node in parents_, and one past the last
+    std::vector<uint32_t> first_; // of each node in parents_, and one past the last
     std::vector<uint16_t> parents_;
-    std::vector<Levels> levels_;
 };
 
 } // namespace tool

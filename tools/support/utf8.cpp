@@ -32,17 +32,21 @@ bool lies_within(char c, unsigned char least, unsigned char most) {
     return byte >= least && byte <= most;
 }
 
+bool goes_on(std::string_view text, const Shape &shape) {
+    if (text.size() < shape.length)
+        return false;
+    if (shape.length > 1 && !lies_within(text[1], shape.second_least, shape.second_most))
+        return false;
+    return std::ranges::all_of(text.substr(1, shape.length - 1),
+                               [](char c) { return lies_within(c, 0x80, 0xBF); });
+}
+
 // Bytes of the character that the text begins with; 0 when it begins with none.
 size_t character_length(std::string_view text) {
-    const auto shape = std::ranges::find_if(
-        kShapes, [&](const Shape &s) { return lies_within(text[0], s.first, s.last); });
-    if (shape == kShapes.end() || shape->length > text.size())
-        return 0;
-    for (size_t i = 1; i < shape->length; ++i)
-        if (!lies_within(text[i], i == 1 ? shape->second_least : 0x80,
-                         i == 1 ? shape->second_most : 0xBF))
-            return 0;
-    return shape->length;
+    for (const Shape &shape : kShapes)
+        if (lies_within(text[0], shape.first, shape.last))
+            return goes_on(text, shape) ? shape.length : 0;
+    return 0;
 }
 
 } // namespace

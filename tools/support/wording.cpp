@@ -50,10 +50,13 @@ std::string quoted(std::string_view text) {
 
 std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
     std::string_view best;
-    size_t least = std::max<size_t>(word.size() / 3, 1) + 1;
+    size_t least = (word.size() + 2) / 3 + 1;
     if (word.size() > kLongestWord)
         return best;
     for (const std::string_view candidate : candidates) {
+        const auto [shorter, longer] = std::minmax(word.size(), candidate.size());
+        if (longer - shorter >= least)
+            continue;
         const size_t changes = distance(word, candidate);
         if (changes < least)
             std::tie(best, least) = std::pair{candidate, changes};

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# What a tool says of itself, its man page and the completion agree: man_test.sh SOURCE TOOL...
+# The options of --help are those under OPTIONS, in both directions, and those that completion
+# offers; the checks of --list-checks are those under CHECKS, word for word.
+set -euo pipefail
+source=$1
+shift
+
+# section PAGE NAME: its lines.
+section() {
+    sed -nE "/^\.SH $2\$/,/^\.SH/{/^\.SH/d;s/\\\\-/-/g;p}" "$1"
+}
+
+status=0
+same() { # same WHAT ONE OTHER
+    diff <(printf '%s\n' "$2") <(printf '%s\n' "$3") && return
+    echo "differs: $1"
+    status=1
+}
+
+for tool in "$@"; do
+    page=$source/doc/man/$(basename "$tool").1
+    options=$("$tool" --help | grep -oE '^ +(-., )?--[a-z-]+' | grep -oE -- '-[A-Za-z-]+' | sort)
+    same "options of $tool and $page" "$options" \
+        "$(section "$page" OPTIONS | awk 'term {print} {term = /^\.TP/}' |
+            grep -oE -- '(^|[^A-Za-z-])--?[A-Za-z][a-z-]*' | grep -oE -- '-.*' | sort)"
+    same "options of $tool and the completion" "$(grep -- -- <<<"$options")" \
+        "$(. "$source/share/bash-completion/completions/ocmd" && _ocmd "$tool" -- "$tool" &&
+            printf '%s\n' "${COMPREPLY[@]}" | sort)"
+    grep -q -- --list-checks <<<"$options" || continue
+    same "checks of $tool and $page" "$("$tool" --list-checks)" \
+        "$(section "$page" CHECKS | awk -F'"' '
+            function tell() { if (name) printf "%s\t%s\t%s\t%s\n", name, level, needs, finds }
+            /^\.TP/ { tell(); name = needs = finds = "" }
+            /^\.BR/ { split($1, words, " "); name = words[2]; level = $2; gsub(/[ ()]/, "", level) }
+            /^Needs: / { needs = substr($0, 8, length($0) - 8); next }
+            /^[^.]/ { finds = finds (finds ? " " : "") $0 }
+            END { tell() }')"
+done
+exit $status

@@ -1,0 +1,435 @@
+// Compiling grammars as an author does it: text files in, good, mistaken and hostile; tree files
+// and messages out.
+#include "examples/grammar.h"
+#include "tests/support/harness.h"
+#include "tools/support/tree_input.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace {
+
+using grammar::keyword;
+using harness::Outcome;
+using harness::read_file;
+using tool::TreeFile;
+
+std::string lines_matching(const std::string &text, const char *pattern) {
+    std::string found;
+    const std::regex wanted{pattern};
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t end = std::min(text.find('\n', begin), text.size());
+        std::string line = text.substr(begin, end - begin);
+        if (std::regex_search(line, wanted))
+            found += line + "\n";
+        begin = end + 1;
+    }
+    return found;
+}
+
+std::string numbered(const char *text, int number) {
+    return std::string{text}.append(std::to_string(number));
+}
+
+std::string repeated(const std::string &text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
+class Compile : public testing::Test {
+protected:
+    [[nodiscard]] std::string path(const std::string &name) const { return scratch_.path(name); }
+
+    void store(const std::string &file, const std::string &text) const {
+        harness::write_file(path(file), text);
+    }
+
+    // Runs a command in the scratch folder, with this build's programs.
+    Outcome shell(const std::string &command) const {
+        return harness::run({"sh", "-c", "cd '" + path("") + "' && " + command},
+                            {"PATH=" PROGRAMS ":/usr/bin:/bin"});
+    }
+
+    // What is told of a grammar: each message without its file and the lines that it shows.
+    [[nodiscard]] std::string told(const std::string &text, const std::string &options = "") const {
+        store("g.yaml", text);
+        const Outcome outcome = shell("ocmd_compile " + options + " -o g.par g.yaml");
+        const std::string messages = lines_matching(outcome.err, "^ocmd_compile: ");
+        return std::regex_replace(messages, std::regex{"ocmd_compile: (g\\.yaml:)?"}, "");
+    }
+
+    // The nodes of the only document of a grammar that must compile.
+    [[nodiscard]] std::vector<tree_node_t> nodes_of(const std::string &text) const {
+        store("g.yaml", text);
+        const Outcome outcome = shell("ocmd_compile -o g.par g.yaml");
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(outcome.status, 0);
+        const TreeFile file{path("g.par")};
+        EXPECT_EQ(file.records().size(), 1U);
+        const auto nodes = file.records().front().nodes;
+        return {nodes.begin(), nodes.end()};
+    }
+
+    harness::ScratchDir scratch_;
+};
+
+// ---- What a grammar says is what its record holds ----
+
+TEST_F(Compile, FillsEveryFieldOfARecord) {
+    const auto nodes = nodes_of(R"(
+below: here
+words:
+  !bytes k\xe9\\<INTEGER> <0x40100005>:
+    name: 'it''s'
+    help: !bytes 'Gr\xfc\xdfe'
+    command: f
+    submode: {help: sub, mode: m}
+    optional: 4
+    excluded: yes
+    flags: [31, 0]
+    permissions: [0, 31, 127]
+    interfaces: [0, 63]
+    token_id: 0xffffffff
+    command_id: 7
+    message_type: 255
+    aux_text: fifteen bytes..
+    aux_label: "label \"é\""
+    aux_value1: 1
+    aux_value2: 65535
+    parameters:
+    - {min: -5, max: 5, interfaces: 0x2, opaque1: "00 ff 10", opaque2: ab}
+    - {length: 64, interfaces: [0]}
+    words:
+    - <>: {name: a}
+    - <>: {name: b}
+    - c: {terminal: yes}
+    marked: [b, c]
+)");
+    ASSERT_EQ(nodes.size(), 4U);
+    tree_node_t expected{};
+    strcpy(expected.name, "it's");
+    strcpy(expected.token, "k\xe9\\");
+    strcpy(expected.help, "Gr\xfc\xdf"
+                          "e");
+    strcpy(expected.submode_help, "sub");
+    strcpy(expected.aux_text, "fifteen bytes..");
+    strcpy(expected.func_id, "f");
+    strcpy(expected.mode_id, "m");
+    strcpy(expected.aux_label, "label \"\xc3\xa9\"");
+    expected.optional = 4;
+    expected.cmi_msg_type = 255;
+    expected.flags = 0x8000040D;
+    expected.token_id = 0xFFFFFFFF;
+    expected.command_id = 7;
+    expected.perms_mask[0] = 0x01;
+    expected.perms_mask[3] = 0x80;
+    expected.perms_mask[15] = 0x80;
+    expected.params[0] = {0x40100001, 2, {0x00, 0xFF, 0x10}, -5, 5, {0xAB}};
+    expected.params[1] = {0x40100005, 0xC0001, {}, 64, 0, {}};
+    expected.aux_value1 = 1;
+    expected.param_count = 2;
+    expected.aux_value2 = 65535;
+    expected.child_count = 3;
+    expected.children[0] = 1;
+    expected.children[1] = 2;
+    expected.children[2] = 3;
+    expected.child_link_bits[0] = 0x06;
+    expected.intf_mask = 0x80000000000C0001;
+    EXPECT_EQ(memcmp(nodes.data(), &expected, sizeof expected), 0);
+}
+
+TEST_F(Compile, WritesTheBytesThatTheTreeWriterWrites) {
+    grammar::Word port = grammar::parameter(0x40200001).named("ports.<INTERFACE>").terminal();
+    port.func_id("port").optional().child(
+        keyword("wear").named("ports.<INTERFACE>.wear").terminal());
+    const auto list = [&](const std::string &token) { return keyword(token).child(port); };
+    grammar::write_subtree_file(
+        path("writer.par"),
+        {{keyword("show").child(list("ports")).child(list("peers")), "exec,config"},
+         {keyword("halt").terminal(), "exec"}});
+    store("g.yaml", R"(
+below: [exec, config]
+words:
+  show:
+    name: show
+    words:
+      ports: {name: ports, words: {<INTERFACE>: &p {optional: yes, command: port, words: {wear: {terminal: yes}}}}}
+      peers: {name: peers, words: {<interface>: *p}}
+---
+below: exec
+words: {halt: {name: halt, terminal: yes}}
+)");
+    EXPECT_EQ(shell("ocmd_compile g.yaml").err, "");
+    EXPECT_EQ(read_file(path("g.par")), read_file(path("writer.par")));
+}
+
+TEST_F(Compile, SharesAliasesAndWholeListsOfWords) {
+    const auto nodes = nodes_of(R"(
+below: ""
+words:
+  top:
+    words:
+      a: {words: &w {x: f, <WWN>: g}}
+      b: {words: *w, help: &h text, marked: [<wwn>]}
+      c: {help: *h, command: h}
+)");
+    ASSERT_EQ(nodes.size(), 6U);
+    EXPECT_EQ(nodes[4].children[0], 2);
+    EXPECT_EQ(nodes[4].children[1], 3);
+    EXPECT_EQ(nodes[4].child_link_bits[0], 2);
+    EXPECT_EQ(nodes[1].child_link_bits[0], 0);
+    EXPECT_STREQ(nodes[3].name, "top.a.<WWN>");
+    EXPECT_STREQ(nodes[5].help, "text");
+}
+
+TEST_F(Compile, NamesNodesByTheWordsOnTheWay) {
+    const std::string deep = "a-rather-long-word-of-30-bytes: {words: {"
+                             "another-quite-long-word-27b: {words: {";
+    const std::string rest = "last-one<INTEGER>: f}}}}";
+    const auto nodes = nodes_of("below: [exec, other]\nwords: {show.all: {words: {" + deep + rest +
+                                ", <STRING> <LINE>: g}}}");
+    const auto more = nodes_of("below: exec\nwords: {show.all: {words: {new: h, " + deep +
+                               "neighbour: h, " + rest + ", <STRING> <LINE>: g}}}");
+    EXPECT_STREQ(nodes[0].name, "exec.show%2eall");
+    EXPECT_STREQ(nodes[1].name, "exec.show%2eall.a-rather-long-word-of-30-bytes");
+    EXPECT_TRUE(std::regex_match(
+        nodes[3].name,
+        std::regex{"exec\\.show%2eall\\.a-rather-long-w.*~[0-9a-f]{12}~.*<INTEGER>"}))
+        << nodes[3].name;
+    EXPECT_STREQ(more[5].name, nodes[3].name);
+    EXPECT_STREQ(nodes[4].name, "exec.show%2eall.<STRING><LINE>");
+}
+
+TEST_F(Compile, MakesAMainTreeThatListsLikeTheLinkedOne) {
+    const std::string root = "words: {configure: {submode: yes}, show: {words: {clock: f}}}\n";
+    const std::string ward = "{help: x, words: {<INTEGER>: {min: 1, max: 9, submode: yes, "
+                             "words: {label: {words: {<LINE>: {optional: yes, command: g}}}}}}}";
+    store("root.yaml", root);
+    store("ward.yaml", "below: configure\nwords:\n  ward: " + ward + "\n");
+    store("all.yaml", "words:\n  configure: {submode: yes, words: {ward: " + ward +
+                          "}}\n  show: {words: {clock: f}}\n");
+    const Outcome linked = shell("ocmd_compile root.yaml ward.yaml && ocmd_link -o linked.par "
+                                 "root.par ward.par && ocmd_gen -s linked.par");
+    const Outcome whole =
+        shell("ocmd_compile --main -o - all.yaml >main.par && ocmd_gen -s main.par");
+    EXPECT_EQ(whole.err, "");
+    EXPECT_EQ(whole.out, "\n[     1].  configure\n[     2].    ward  <INTEGER>\n"
+                         "[     3].      label  <LINE>[o]\n[     4].  show  clock\n\n");
+    EXPECT_EQ(linked.out, whole.out) << linked.err;
+    EXPECT_EQ(std::filesystem::file_size(path("main.par")), 9000U);
+}
+
+// ---- Mistakes ----
+
+struct Mistake {
+    const char *grammar;
+    const char *told; // the messages, each with its line and column
+};
+
+class Mistakes : public Compile, public testing::WithParamInterface<Mistake> {};
+
+TEST_P(Mistakes, AreToldAtTheirPlace) {
+    EXPECT_EQ(told(GetParam().grammar), GetParam().told);
+    EXPECT_FALSE(std::filesystem::exists(path("g.par")));
+}
+
+constexpr Mistake kMistakes[] = {
+    {"", "1:1: there is no document in this file\n"},
+    {"just text", "1:1: a document is a mapping of keys such as 'below' and 'words'\n"},
+    {"a: [1\nb: 2", "2:5: flow sequence without a closing bracket\n"},
+    {"words: {a: \"b\xff\"}", "1:14: a byte that is no character of YAML; texts of any bytes are "
+                              "tagged !bytes\n"},
+    {"words: {a: {hepl: x, command: f}}", "1:13: unknown key 'hepl' of a word, did you mean "
+                                          "'help'?\n"},
+    {"words: {a: {b: {command: f}}}", "1:13: unknown key 'b' of a word, words stand under "
+                                      "'words'\n"},
+    {"below: x\nhelp: y\nwords: {a: f}", "2:1: unknown key 'help' of a document, it belongs to the "
+                                         "word at the top\n"},
+    {"below: x\nwords: {a: f, b: f}", "2:15: a subtree has one word at its top, this one has 2\n"},
+    {"below: [x, \"a,b\"]\nwords: {a: f}",
+     "1:13: an attach point is a name of 1 to 63 bytes without "
+     "a comma\n"},
+    {"version: -1\nwords: {a: f}", "1:10: 'version' takes a number from 0 to 4294967295\n"},
+    {"words: {a: {help: [x], command: f}}", "1:19: 'help' takes a text\n"},
+    {"words: {a: {optional: maybe, command: f}}",
+     "1:23: 'optional' takes yes, no or a number from 0 "
+     "to 65535\n"},
+    {"words: {a: {permissions: [3, 128], command: f}}",
+     "1:30: 'permissions' takes a list of numbers from 0 to 127, or a mask\n"},
+    {"words: {a: {aux_text: sixteen bytes..., command: f}}",
+     "1:23: a text of 16 bytes, 'aux_text' has room for 15\n"},
+    {"words: {a: {command: f, function: g}}", "1:35: 'function' is said twice\n1:22: and here\n"},
+    {"words: {a: {command: f, command: g}}",
+     "1:25: the key 'command' stands twice\n1:13: first here\n"},
+    {"words: {a: {command: f, min: 3}}", "1:25: 'min' is for a word with a parameter\n"},
+    {"words: {<WWN> <LUN>: {command: f, min: 3}}",
+     "1:35: 'min' of one of two parameters stands under 'parameters'\n"},
+    {"words: {<INTEGER>: {min: 3, max: 2, command: f}}",
+     "1:26: the lowest value is greater than the highest [bounds]\n1:34: which stands here\n"},
+    {"words: {<INTEGRE>: f}", "1:10: unknown parameter type 'INTEGRE', did you mean 'INTEGER'?\n"},
+    {"words: {<INTEGER | LUN>: f}", "1:20: 'LUN' is of another class than 'INTEGER', a parameter "
+                                    "takes one class\n"},
+    {"words: {<WWN> <WWN> <WWN>: f}", "1:21: more than two parameters at one position\n"},
+    {"words: {a-word-of-thirty-two-characters.: f}",
+     "1:9: a keyword of 32 bytes, there is room for 31\n"},
+    {"words: {show all: f}", "1:9: a keyword with a blank can never be typed; words below a word "
+                             "stand under 'words' [blank-in-word]\n"},
+    {"words: {a: &x {words: {b: *x}}}", "1:28: the alias lies inside the node that it names\n"
+                                        "1:15: which begins here\n"},
+    {"words: {a: *x}", "1:13: no anchor '&x' stands before this alias\n"},
+    {"words: {a: &x {command: f}, b: {words: {c: *x}}}",
+     "1:41: the alias is the word 'a', which is not what its key says\n1:9: it stands here\n"},
+    {"words: [{a: &x f}, {a: *x}]",
+     "1:21: the same node stands twice below one word\n1:10: first here\n"},
+    {"words: {a: f, a<INTEGER>: g}",
+     "1:15: 'a<INTEGER>' stands for the same word as 'a' beside it [same-word]\n"
+     "1:9: which stands here\n"},
+    {"words: {a: {name: x, command: f}, b: {name: x, command: f}}",
+     "1:45: the name 'x' is taken [duplicate-name]\n1:19: also defined here\n"},
+    {"words: {a: {words: {b: f}, marked: [c]}}", "1:37: there is no 'c' below this word\n"},
+    {"words: {tsh_redirect_root: {name: tsh_redirect_root}, a: f}",
+     "1:1: the root has no 'tsh_redirect_root' behind its first word, so that no tree with it can "
+     "be loaded [redirect-root]\n"},
+    {"words: {a: f}\n---\nwords: {b: {hlep: x}, c: {hlpe: x}}\n--- 7\n---\n]",
+     "3:13: unknown key 'hlep' of a word, did you mean 'help'?\n"
+     "3:27: unknown key 'hlpe' of a word, did you mean 'help'?\n"
+     "4:5: a document is a mapping of keys such as 'below' and 'words'\n"
+     "6:1: flow sequence with invalid extra closing bracket\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(All, Mistakes, testing::ValuesIn(kMistakes));
+
+TEST_F(Compile, ShowsLinesOfBothPlacesAndKeepsTheOldFile) {
+    store("a.yaml", "below: x\nwords:\n  one: {name: same, command: f}\n");
+    store("b.yaml", "below: x\nwords:\n  two: f\n---\nbelow: x\nwords:\n  zw\xc3\xb6lf:  # twelve\n"
+                    "    name: same\n    command: f\n");
+    store("a.par", "old");
+    const Outcome outcome = shell("ocmd_compile a.yaml b.yaml");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "ocmd_compile: b.yaml:8:11: the name 'same' is taken [duplicate-name]\n"
+                           "    name: same\n"
+                           "          ^~~~\n"
+                           "ocmd_compile: a.yaml:3:15: also defined here\n"
+                           "    one: {name: same, command: f}\n"
+                           "                ^~~~\n");
+    EXPECT_EQ(read_file(path("a.par")), "old");
+}
+
+TEST_F(Compile, TakesChecksAsSeriouslyAsItIsTold) {
+    const std::string dead_end = "below: x\nwords: {a: {words: {b: , c: {name: open}}}}\n";
+    const std::string warning = "1:1: warning: no command ends at 'b' or below it [dead-end]\n";
+    EXPECT_EQ(told(dead_end), "2:21: warning: no command ends at 'b' or below it [dead-end]\n");
+    EXPECT_TRUE(std::filesystem::exists(path("g.par")));
+    EXPECT_EQ(told(dead_end, "-W no-dead-end --strict"), "");
+    const std::string fault = "2:21: no command ends at 'b' or below it [dead-end]\n";
+    EXPECT_EQ(told(dead_end, "--strict"), fault);
+    EXPECT_EQ(told(dead_end, "-W no-dead-end -E dead-end"), fault);
+    EXPECT_EQ(told(dead_end, "-W no-dead-end -W always"),
+              "1:1: warning: here is a document [always]\n");
+    EXPECT_EQ(told(dead_end, "-W no-dead-end -E unknown-attach-point"),
+              "1:8: no node of these files is named 'x' [unknown-attach-point]\n");
+    EXPECT_EQ(told(dead_end, "-W dead-ende"),
+              "no check is called 'dead-ende', did you mean 'dead-end'?\n");
+    EXPECT_EQ(told("words: [{<WWN>: f}, {<WWN> <LUN>: {name: n, command: g}}]", "-W no-same-word"),
+              "");
+    EXPECT_EQ(told("words: {a b: f}", "-W no-blank-in-word"), "");
+}
+
+TEST_F(Compile, TellsTheFirstHundredMistakesOfAFile) {
+    std::string text = "words:\n";
+    for (int i = 0; i < 120; ++i)
+        text += numbered("  w", i) + ": {hepl: x, command: f}\n";
+    const std::string messages = told(text);
+    EXPECT_EQ(std::ranges::count(messages, '\n'), 101);
+    EXPECT_EQ(lines_matching(messages, "further"), " 20 further messages are not shown\n");
+}
+
+// ---- Limits ----
+
+TEST_F(Compile, HoldsAsManyNodesAsTheFilesHold) {
+    // Groups of 191 words of three nodes each, and a last one cut short.
+    const auto groups = [](int nodes) {
+        std::string text = "words:\n";
+        for (int group = 0; nodes > 0; ++group) {
+            text += numbered("  g", group) + ":\n    words:\n";
+            --nodes;
+            for (int i = 0; i < 191 && nodes > 0; ++i, nodes -= 3)
+                text += numbered("      w", i) +
+                        (nodes == 1 ? ": f\n" : ": {words: {a: {words: {b: f}}}}\n");
+        }
+        return text;
+    };
+    EXPECT_EQ(told(groups(19995)), "");
+    EXPECT_EQ(TreeFile{path("g.par")}.records()[0].nodes.size(), 19998U);
+    EXPECT_NE(told(groups(19998)).find("more than 19998 nodes in one tree"), std::string::npos);
+    EXPECT_EQ(told(groups(65533), "--main"), "");
+    EXPECT_EQ(std::filesystem::file_size(path("g.par")), 65536000U);
+    EXPECT_NE(told(groups(65536), "--main").find("more than 65536 nodes in one tree"),
+              std::string::npos);
+}
+
+TEST_F(Compile, SurvivesHostileTexts) {
+    std::string ladder = "words:\n  w0: &w0 f\n  w1: &w1 {words: {w0: *w0}}\n";
+    for (int i = 2; i < 190; ++i) {
+        const auto w = [i](int back) { return numbered("w", i - back); };
+        ladder += "  " + w(0) + ": &" + w(0) + " {words: {" + w(1) + ": *" + w(1) + ", " + w(2) +
+                  ": *" + w(2) + "}}\n";
+    }
+    const struct {
+        std::string text;
+        const char *told;
+    } cases[] = {
+        {"words: {" + repeated("a: {words: {", 65000) + "b: f" + repeated("}}", 65000) + "}",
+         "65002 levels, of which 256"},
+        {"words: {" + repeated("a: {words: {", 100000) + "b: f" + repeated("}}", 100000) + "}",
+         "more than 65536 nodes"},
+        {repeated("- ", 100000) + "a", "a document is a mapping"},
+        {repeated("? ", 100000) + "a", "a key is a text"},
+        {repeated("[", 100000), "flow sequence without"},
+        {repeated("%TAG !a! b\n", 5000) + "---\na: b", "more YAML directives"},
+        {"words: {a: !bytes \"\\\\x4\"}", "in !bytes a backslash stands before"},
+        {"words: {a: {name: \"a\\0b\", command: f}}", "a text with a zero byte"},
+        {ladder, ""},
+    };
+    for (const auto &hostile : cases) {
+        store("g.yaml", hostile.text);
+        const Outcome outcome =
+            shell("ulimit -s 512 && ulimit -v 1000000 && ocmd_compile --main -o g.par g.yaml");
+        EXPECT_LE(outcome.status, 1) << outcome.err.substr(0, 500);
+        EXPECT_NE(outcome.err.find(hostile.told), std::string::npos) << outcome.err.substr(0, 500);
+    }
+}
+
+TEST_F(Compile, RefusesWhatItCannotDo) {
+    store("a.yaml", "words: {a: f}\n");
+    store("a.yml", "words: {a: f}\n");
+    const struct {
+        const char *command;
+        int status;
+        const char *told;
+    } cases[] = {
+        {"ocmd_compile", 2, "ocmd_compile: no grammar to compile\n"},
+        {"ocmd_compile -", 2, "standard input has no name"},
+        {"ocmd_compile a.yaml a.yml", 2, "a.yml: two files would be written to a.par\n"},
+        {"ocmd_compile none.yaml", 2, "none.yaml: cannot be read: No such file or directory\n"},
+        {"ocmd_compile -o /dev/full a.yaml", 2, "/dev/full: cannot be written: No space left"},
+        {"ocmd_compile -o none/a.par a.yaml", 2, "none/a.par: cannot be written: No such file"},
+        {"ocmd_compile --main -o m.par a.yaml a.yml", 1, "a.yml:1:1: a main tree is made of one"},
+        {"cat a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
+    };
+    EXPECT_EQ(shell("ocmd_compile a.yaml").status, 0);
+    for (const auto &request : cases) {
+        const Outcome outcome = shell(request.command);
+        EXPECT_EQ(outcome.status, request.status) << request.command << "\n" << outcome.err;
+        EXPECT_NE(outcome.err.find(request.told), std::string::npos) << outcome.err;
+    }
+}
+
+} // namespace

@@ -1,0 +1,569 @@
+// Files of trees as ocmd_show tells of them: what it lists, counts, writes and draws is held
+// against the listing of ocmd_gen, against the bytes of the file, and against what ocmd_compile
+// makes of it.
+#include "examples/grammar.h"
+#include "parse_tree/byte_order.h"
+#include "tests/support/harness.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+#include <sstream>
+
+namespace {
+
+using grammar::keyword;
+using grammar::main_root;
+using grammar::parameter;
+using grammar::structural;
+using grammar::Word;
+using harness::read_file;
+
+using Nodes = std::vector<tree_node_t>;
+
+std::string bytes_of(const Nodes &nodes) {
+    return {reinterpret_cast<const char *>(nodes.data()), nodes.size() * sizeof nodes[0]};
+}
+
+// A device with a submode in a submode, shared and optional words, a keyword with a parameter, two
+// parameters at one position, nodes without a word, and words below which no line ends.
+Word device() {
+    const Word port = parameter(0x40200001).named("port").optional().terminal();
+    Word lane = keyword("lane").parameter(0x40100003).named("lane").submode();
+    lane.child(keyword("up").terminal().child(structural("gap").child(port)));
+    Word bay = parameter(1).named("bay").optional().submode();
+    return main_root({keyword("show")
+                          .child(keyword("bays").terminal().child(port))
+                          .marked_child(keyword("wear").help("\"Wear\" & <tear>").child(port)),
+                      keyword("bay").child(bay.child(lane).child(keyword("label").child(
+                          parameter(2).parameter(0x40300002).named("text").terminal()))),
+                      keyword("none").child(keyword("below"))});
+}
+
+// Records with something in every field, in the order of a compiler: any bytes in texts, or a
+// vocabulary that a listing shows without doubt.
+class Scrambled {
+public:
+    Scrambled(uint32_t seed, size_t count, bool any_bytes)
+        : random_(seed), any_bytes_(any_bytes), nodes_(count) {
+        std::vector<uint16_t> path{0};
+        for (size_t i = 1; i < count; ++i) {
+            while (path.size() > 1 && one_in(2))
+                path.pop_back();
+            const auto shared = static_cast<uint16_t>(random_() % i);
+            if (one_in(3) && std::ranges::find(path, shared) == path.end())
+                link(nodes_[path.back()], shared);
+            link(nodes_[path.back()], uint16_t(i));
+            path.push_back(uint16_t(i));
+        }
+        for (size_t i = 0; i < count; ++i)
+            fill(nodes_[i], i);
+    }
+    [[nodiscard]] const Nodes &nodes() const { return nodes_; }
+
+private:
+    bool one_in(uint32_t n) { return random_() % n == 0; }
+
+    static void link(tree_node_t &node, uint16_t child) {
+        uint16_t *const end = node.children + node.child_count;
+        if (node.child_count < TREE_MAX_CHILDREN && std::find(node.children, end, child) == end)
+            node.children[node.child_count++] = child;
+    }
+
+    template <size_t Size> void put_text(char (&field)[Size]) {
+        const char *sure[] = {"no", "8021q", "a: b", "# c", "Gr\xC3\xB6\xC3\x9F e", "\t\\\"'", "-"};
+        if (any_bytes_ && one_in(2))
+            std::generate_n(field, random_() % Size, [&] { return char(1 + random_() % 255); });
+        else if (one_in(2))
+            snprintf(field, Size, "%s", sure[random_() % (any_bytes_ ? std::size(sure) : 2)]);
+    }
+
+    uint64_t interfaces() {
+        const uint64_t any = uint64_t{random_()} << 32 | random_();
+        return one_in(2) ? 0 : (any & 1) != 0 ? any | TREE_INTF_IMPLIED : any;
+    }
+
+    void fill(tree_node_t &node, size_t index) {
+        snprintf(node.name, sizeof node.name, "n%zu", index);
+        put_text(node.help), put_text(node.submode_help), put_text(node.aux_text);
+        put_text(node.func_id), put_text(node.mode_id), put_text(node.aux_label);
+        node.optional = uint16_t(random_() % 3), node.cmi_msg_type = uint16_t(random_());
+        node.token_id = uint32_t(random_()), node.command_id = uint32_t(random_() % 2);
+        node.aux_value1 = uint16_t(random_()), node.aux_value2 = uint16_t(random_() % 2);
+        std::ranges::generate(node.perms_mask, [&] { return uint8_t(one_in(4) ? random_() : 0); });
+        node.intf_mask = interfaces();
+        if (index == 0)
+            return;
+        put_text(node.token);
+        node.param_count = uint16_t(one_in(2) ? random_() % 3 : 0);
+        for (uint16_t i = 0; i < node.param_count; ++i) {
+            const uint32_t masks[] = {1, 2, 0x40100001, 0x40100003, 0x40300004, 0x7F100001};
+            parameter_info_t &param = node.params[i];
+            param.type_mask = masks[random_() % std::size(masks)];
+            param.intf_mask = interfaces();
+            param.opaque1[random_() % 64] = param.opaque2[random_() % 16] = uint8_t(random_() % 2);
+            param.int_min = int32_t(one_in(2) ? random_() : random_() % 3);
+            param.int_max = one_in(3) ? INT32_MAX : int32_t(random_() % 3);
+        }
+        node.flags = one_in(2) ? TREE_FLAG_TERMINAL : uint32_t(random_());
+        if (!any_bytes_ && node.param_count == 0 && node.token[0] == '\0')
+            strcpy(node.token, "on"); // a blank for a missing word looks like a submode's
+    }
+
+    std::mt19937 random_;
+    bool any_bytes_;
+    Nodes nodes_;
+};
+
+// What ocmd_gen lists, spelled by lines that stand on their own.
+std::string with_submodes(const std::string &listing) {
+    std::vector<std::string> submodes;
+    std::string lines;
+    for (size_t at = 0; (at = listing.find("].", at)) != std::string::npos; ++at) {
+        std::string text = listing.substr(at + 2, listing.find('\n', at) - at - 2);
+        submodes.resize((text.find_first_not_of(' ') - 2) / 2);
+        for (size_t gap = 0; (gap = text.find("  ")) != std::string::npos;)
+            text.erase(gap, 1);
+        submodes.push_back(text.substr(1, text.find_last_not_of(' ')));
+        for (size_t i = 0; i < submodes.size(); ++i)
+            lines += (i == 0 ? "" : " / ") + submodes[i];
+        lines += '\n';
+    }
+    return lines;
+}
+
+class Show : public testing::Test {
+protected:
+    [[nodiscard]] std::string path(const std::string &name) const { return scratch_.path(name); }
+    void store(const std::string &bytes, const char *name = "main.par") const {
+        harness::write_file(path(name), bytes);
+    }
+    void store(const Nodes &nodes, const char *name = "main.par") const {
+        store(bytes_of(nodes), name);
+    }
+
+    // What a command prints, complaints included, and its status unless that is 0.
+    std::string shell(const std::string &command) {
+        const auto outcome =
+            harness::run({"sh", "-c", "exec 2>&1; cd \"$1\"; " + command, "sh", path("")},
+                         {"PATH=" SHOW ":" COMPILE ":" OCMD_GEN ":/usr/local/bin:/usr/bin:/bin"});
+        return outcome.out +
+               (outcome.status == 0 ? "" : "status " + std::to_string(outcome.status));
+    }
+    std::string last_line(const std::string &command) {
+        const std::string said = shell(command + " | tail -n 1");
+        return said.substr(said.find_last_of(' ') + 1);
+    }
+
+    harness::ScratchDir scratch_;
+};
+
+TEST_F(Show, ListsAndCountsTheLinesOfTheListing) {
+    std::vector<Nodes> trees{grammar::lay_out(device())};
+    for (uint32_t seed = 1; seed <= 20; ++seed)
+        trees.push_back(Scrambled(seed, 100, false).nodes());
+    for (Nodes &nodes : trees) {
+        nodes.resize(nodes.size() + 1); // what ocmd_gen wants of a main tree
+        strcpy(nodes.back().name, "tsh_redirect_root");
+        nodes[0].children[nodes[0].child_count++] = uint16_t(nodes.size() - 1);
+        store(nodes);
+        const std::string lines = with_submodes(shell("ocmd_gen -s main.par"));
+        EXPECT_EQ(shell("ocmd_show --commands main.par"), lines);
+        EXPECT_EQ(last_line("ocmd_show main.par"),
+                  std::to_string(std::ranges::count(lines, '\n')) + "\n");
+    }
+    store(trees[0]);
+    EXPECT_EQ(shell("ocmd_show --commands main.par"),
+              "show bays\nshow bays <INTERFACE>[o]\nshow wear <INTERFACE>[o]\nbay <STRING>[o]\n"
+              "bay <STRING>[o] / lane<INTEGERINTEGER RANGE>\n"
+              "bay <STRING>[o] / lane<INTEGERINTEGER RANGE> / up\n"
+              "bay <STRING>[o] / lane<INTEGERINTEGER RANGE> / up <INTERFACE>[o]\n"
+              "bay <STRING>[o] / label <LINE><WWN>\n");
+}
+
+// Pairs of words, each pair below both words of the one before.
+Nodes ladder(int levels, uint32_t flags) {
+    Word left = keyword("a").flags(flags);
+    Word right = keyword("b").flags(flags);
+    for (; levels > 1; --levels) {
+        const Word above = keyword("a").flags(flags).child(left).child(right);
+        right = keyword("b").flags(flags).child(left).child(right);
+        left = above;
+    }
+    return grammar::lay_out(structural("root").child(left).child(right));
+}
+
+TEST_F(Show, CountsLinesThatNobodyCouldList) {
+    const struct {
+        int levels;
+        uint32_t flags;
+        const char *count;
+    } table[] = {
+        {63, TREE_FLAG_TERMINAL, "18446744073709551614\n"},
+        {64, TREE_FLAG_SUBMODE, "36893488147419103230\n"},
+        {127, TREE_FLAG_TERMINAL, "340282366920938463463374607431768211454\n"},
+        {200, 0, "0\n"},
+    };
+    for (const auto &[levels, flags, count] : table) {
+        store(ladder(levels, flags));
+        EXPECT_EQ(last_line("ocmd_show main.par"), count);
+    }
+    EXPECT_EQ(shell("ocmd_show --commands main.par"), ""); // at once
+    store(ladder(128, TREE_FLAG_TERMINAL));
+    EXPECT_EQ(shell("ocmd_show main.par | tail -n 1 | cut -c 28-"),
+              "more than 340282366920938463463374607431768211454\n");
+}
+
+TEST_F(Show, SummarizesATree) {
+    Nodes nodes = grammar::lay_out(device());
+    nodes.resize(nodes.size() + 1);
+    store(nodes);
+    EXPECT_EQ(shell("ocmd_show main.par"), R"(main.par: main par file, little-endian
+  nodes:                   17
+  unreachable nodes:       1
+  shared nodes:            1
+  depth:                   7
+  keywords:                9
+  optional words:          2
+  terminals:               4
+  submodes:                2
+  parameters:              5
+    <STRING>:              1
+    <LINE>:                1
+    <INTEGER | INTEGER RANGE>: 1
+    <INTERFACE>:           1
+    <WWN>:                 1
+  command lines:           8
+)");
+}
+
+TEST_F(Show, KnowsAFileByItsLook) {
+    const Nodes nodes = Scrambled(7, 50, true).nodes();
+    Nodes turned = nodes;
+    tsh_swap_array_order(turned.data(), uint32_t(turned.size()));
+    store(nodes);
+    store(turned, "turned.par");
+    grammar::write_subtree_file(path("sub.par"),
+                                {{keyword("lane").child(keyword("up").terminal()), "exec,bay"},
+                                 {keyword("down").terminal(), "bay"}});
+    shell("gzip -dc <sub.par >plain.par; gzip -c main.par >packed.par");
+    std::string little = read_file(path("plain.par"));
+    for (size_t at = 0; at < little.size();) {
+        const size_t records = at + 24 + uint8_t(little[at + 11]);
+        const uint32_t count = little[records + 64] == 'l' ? 2 : 1;
+        for (size_t word = at; word < at + 24; word += 4)
+            std::reverse(&little[word], &little[word] + 4);
+        Nodes swapped(count);
+        memcpy(swapped.data(), &little[records], count * sizeof swapped[0]);
+        tsh_swap_array_order(swapped.data(), count);
+        little.replace(records, count * sizeof swapped[0], bytes_of(swapped));
+        at = records + count * sizeof swapped[0];
+    }
+    store(little, "little.par");
+
+    const struct {
+        std::string file;
+        const char *look;
+        std::string same_as;
+    } table[] = {
+        {"main.par", "main par file, little-endian\n", "main.par"},
+        {"turned.par", "main par file, big-endian\n", "main.par"},
+        {"packed.par", "main par file, gzip-compressed, little-endian\n", "main.par"},
+        {"sub.par", "subtree file, gzip-compressed, big-endian, records: 2\n", "sub.par"},
+        {"plain.par", "subtree file, big-endian, records: 2\n", "sub.par"},
+        {"little.par", "subtree file, little-endian, records: 2\n", "sub.par"},
+    };
+    for (const auto &[file, look, same_as] : table) {
+        std::string start = "f=";
+        (start += file) += "; s=";
+        (start += same_as) += "; records() { ocmd_show --json $1 | sed 1s/.*records//; }; ";
+        const std::string expected = shell(start + "records $s");
+        EXPECT_EQ(shell(start + "ocmd_show $f | head -n 1 | sed 's/[^ ]* //'"), look);
+        EXPECT_EQ(shell(start + "records $f"), expected);
+        EXPECT_EQ(shell(start + "records - <$f"), expected);
+        EXPECT_EQ(shell(start + "cat $f | records -"), expected);
+    }
+    EXPECT_EQ(shell("ocmd_show --kind=subtrees --byte-order=little main.par"),
+              "ocmd_show: main.par: record 1: without nodes, which ends the file for its readers; "
+              "left out with the 49976 bytes that follow\n"
+              "main.par: subtree file, little-endian, records: 0\nstatus 1");
+}
+
+TEST_F(Show, TellsWhatOfAFileIsMissing) {
+    const Nodes nodes = grammar::lay_out(device());
+    grammar::write_subtree_file(
+        path("sub.par"), {{keyword("up").terminal(), "bay"}, {keyword("down").terminal(), "bay"}});
+    const std::string packed = read_file(path("sub.par"));
+    shell("gzip -dc <sub.par >plain.par");
+    const std::string plain = read_file(path("plain.par"));
+    const size_t record = plain.size() / 2;
+    std::string spoiled = plain;
+    spoiled.replace(record + 8, 4, "\0\0\4\1", 4);
+    std::string reserved = plain;
+    reserved[20] = 1;
+    std::string unterminated = plain;
+    unterminated[record + 27] = 'x';
+    std::string damaged = packed;
+    damaged[packed.size() - 6] = char(damaged[packed.size() - 6] ^ 1);
+    const struct {
+        std::string bytes;
+        size_t records; // that are there all the same
+        const char *missing;
+    } table[] = {
+        {bytes_of(Nodes(7)).substr(0, 6999), 1, "the file ends inside node 6, which is left out"},
+        {bytes_of(Nodes(65540)), 1,
+         "only the first 65536 of 65540 nodes can be reached; the others are left out"},
+        {plain.substr(0, record + 9), 1, "record 2: the file ends inside its header"},
+        {plain.substr(0, plain.size() - 1), 1, "record 2: the file ends inside it; left out"},
+        {spoiled, 1,
+         "record 2: spoiled: 1025 bytes of attach path and 1000 of nodes; left out with all that "
+         "follows"},
+        {plain + std::string(24, '\0') + "rest", 2,
+         "record 3: without nodes, which ends the file for its readers; left out with the 4 bytes "
+         "that follow"},
+        {reserved, 2,
+         "record 1: the reserved words of its header hold something, which is left out"},
+        {unterminated, 2, "record 2: its attach path is not one terminated text of 4 bytes"},
+        {packed.substr(0, packed.size() - 8), 2, "the compressed data end too early"},
+        {damaged, 2, "the compressed data are damaged: incorrect data check"},
+        {packed + "tail", 2, "what follows the compressed data is left out"},
+    };
+    for (const auto &[bytes, records, missing] : table) {
+        store(bytes, "cut.par");
+        const std::string said = shell("ocmd_show --json cut.par >json; s=$?; grep -c '\"version' "
+                                       "json; exit $s");
+        EXPECT_EQ(said, std::string("ocmd_show: cut.par: ") + missing + "\n" +
+                            std::to_string(records) + "\nstatus 1");
+    }
+    store("no tree in here, and no record either");
+    EXPECT_EQ(shell("ocmd_show main.par none.par . cut.par | head -n 1"),
+              "ocmd_show: main.par: neither a main par file nor a subtree file\n"
+              "ocmd_show: none.par: cannot be opened: No such file or directory\n"
+              "ocmd_show: .: cannot be read: Is a directory\n"
+              "ocmd_show: cut.par: what follows the compressed data is left out\n"
+              "cut.par: subtree file, gzip-compressed, big-endian, records: 2\n");
+}
+
+TEST_F(Show, WritesEveryByteAsJson) {
+    Nodes nodes = Scrambled(3, 80, true).nodes();
+    nodes[5].help[63] = 0, nodes[5].help[62] = 'x';             // behind the text's end
+    nodes[6].children[191] = 7, nodes[7].params[1].int_max = 1; // past the counts
+    nodes[6].child_count = nodes[7].param_count = 0;
+    nodes[8].reserved[3] = 1, nodes[8].intf_mask = UINT64_MAX;
+    store(nodes);
+    grammar::write_subtree_file(path("sub.par"), {{device(), "exec,bay"}, {keyword("up"), ""}});
+    EXPECT_EQ(shell("ocmd_show --json main.par | python3 " PYTHON_READER " | cmp - main.par; "
+                    "gzip -dc <sub.par >plain.par; "
+                    "ocmd_show --json sub.par | python3 " PYTHON_READER " | cmp - plain.par"),
+              "");
+    EXPECT_EQ(shell("ocmd_show --json main.par | grep -o '\"intf_mask\":\"0xf*\",\"reserved.*'"),
+              "\"intf_mask\":\"0xffffffffffffffff\",\"reserved\":\"00000001\"},\n");
+}
+
+// Two files, one made of the other, are the same to the byte.
+TEST_F(Show, WritesGrammarsThatCompileToTheSameBytes) {
+    store(R"(below: [exec, configure]
+version: 3
+words:
+  bay:
+    help: "A bay: yes, one"
+    words:
+      <INTEGER | INTEGER RANGE>: &one
+        min: 1
+        max: 9
+        submode: {help: Bay, mode: bay}
+        interfaces: [0, 5]
+        words:
+          label: {words: {<LINE> <WWN>: {parameters: [{length: 9}, {opaque1: 01ff}]}}}
+          no: stop
+          lane<HEX>: &lane {optional: 4, terminal: yes, flags: [5, 30], permissions: [0, 127]}
+      all: {words: {<INTEGER | INTEGER RANGE>: *one, lane<HEX>: *lane}, marked: [lane<HEX>]}
+---
+words: {show: {words: {bays: show_bays}}, "on": {name: other, help: !bytes '\xff'}}
+)",
+          "device.yaml");
+    EXPECT_EQ(shell("ocmd_compile -W no-no-command device.yaml && ocmd_show --yaml device.par "
+                    ">again.yaml && ocmd_compile -W no-no-command again.yaml && "
+                    "cmp device.par again.par && cat again.yaml"),
+              R"(below: [exec, configure]
+version: 3
+words:
+  bay:
+    help: "A bay: yes, one"
+    words:
+      <INTEGER | INTEGER RANGE>: &exec_bay_INTEGER_INTEGER_RANGE
+        submode: {help: Bay, mode: bay}
+        interfaces: [0, 5]
+        min: 1
+        max: 9
+        words:
+          label:
+            words:
+              <LINE> <WWN>: {parameters: [{length: 9}, {opaque1: "01ff"}]}
+          no: stop
+          lane<HEX>: &exec_bay_INTEGER_INTEGER_RANGE_lane_HEX {terminal: yes, optional: 4, flags: [5, 30], permissions: [0, 127]}
+      all:
+        marked: [lane<HEX>]
+        words:
+          <INTEGER | INTEGER RANGE>: *exec_bay_INTEGER_INTEGER_RANGE
+          lane<HEX>: *exec_bay_INTEGER_INTEGER_RANGE_lane_HEX
+---
+words:
+  show:
+    words:
+      bays: show_bays
+  on: {name: other, help: !bytes '\xff'}
+)");
+    for (uint32_t seed = 1; seed <= 40; ++seed) {
+        store(Scrambled(seed, 60, true).nodes());
+        EXPECT_EQ(
+            shell("ocmd_show --yaml main.par >main.yaml && ocmd_compile --main -W no-same-word "
+                  "-W no-bounds -W no-redirect-root -W no-no-command -W no-message-type "
+                  "-o again.par main.yaml && cmp main.par again.par"),
+            "")
+            << "seed " << seed;
+    }
+}
+
+TEST_F(Show, TellsWhatAGrammarCannotSay) {
+    const Nodes sound = grammar::lay_out(main_root(
+        {keyword("a").terminal(), keyword("b").child(keyword("c").parameter(1).terminal())}));
+    const struct {
+        const char *loss;
+        std::function<void(Nodes &)> spoil;
+    } table[] = {
+        {"node 1 a: bytes behind the end of token", [](Nodes &n) { n[1].token[9] = 'x'; }},
+        {"node 1 a: a parameter past param_count", [](Nodes &n) { n[1].params[0].int_min = 1; }},
+        {"node 1 a: child indices past child_count", [](Nodes &n) { n[1].children[0] = 2; }},
+        {"node 1 a: marks of links past child_count",
+         [](Nodes &n) { n[1].child_link_bits[0] = 1; }},
+        {"node 1 a: reserved bytes", [](Nodes &n) { n[1].reserved[7] = 1; }},
+        {"node 3 c: interface kind 0 without 18 and 19",
+         [](Nodes &n) { n[3].params[0].intf_mask = 1; }},
+        {"1 nodes that the root does not reach, the first of them node 6 \"\"",
+         [](Nodes &n) { n.resize(7); }},
+        {"the order of the nodes: node 2 does not stand where a compiler meets it",
+         [](Nodes &n) { std::swap(n[0].children[0], n[0].children[1]); }},
+    };
+    for (const auto &[loss, spoil] : table) {
+        Nodes nodes = sound;
+        spoil(nodes);
+        store(nodes);
+        EXPECT_EQ(shell("ocmd_show --yaml main.par >main.yaml"),
+                  "ocmd_show: main.par: cannot be said in a grammar: " + std::string(loss) +
+                      "\nstatus 1");
+    }
+}
+
+TEST_F(Show, TellsAllThatANodeHolds) {
+    Word lane = parameter(0x40100003).named("la\nne").optional(4).submode().help("One lane");
+    lane.node().params[0].int_min = -1;
+    store(grammar::lay_out(structural("root")
+                               .child(keyword("lane").marked_child(lane))
+                               .child(keyword("all").child(keyword("more").child(lane)))));
+    EXPECT_EQ(shell("ocmd_show --nodes main.par | sed '/^node 2/,/^node 3/!d'"),
+              "node 2: \"la\\x0ane\"\n"
+              "  word: \"<INTEGERINTEGER RANGE>[o]\"\n"
+              "  parents: 1 \"lane\", 4 \"more\"\n"
+              "  depth: 3 to 4\n"
+              "  help: \"One lane\"\n"
+              "  flags: 0x8, submode\n"
+              "  optional: 4\n"
+              "  parameter: 1, <INTEGER | INTEGER RANGE>, type_mask 0x40100003\n"
+              "    int_min: -1\n"
+              "node 3: \"all\"\n");
+}
+
+TEST_F(Show, DrawsAPartOfATree) {
+    store(grammar::lay_out(device()));
+    EXPECT_EQ(shell("ocmd_show --dot --levels=1 main.par | grep -v //"), R"(digraph "main.par" {
+  rankdir=LR;
+  node [shape=box];
+  n0 [label="root",shape=diamond];
+  n0 -> n1;
+  n0 -> n5;
+  n0 -> n12;
+  n0 -> n14;
+  n1 [label="show\n+2"];
+  n5 [label="bay\n+1"];
+  n12 [label="none\n+1"];
+  n14 [label="tsh_redirect_root\n+1",shape=diamond];
+}
+)");
+    const std::string wear = R"(digraph "main.par" {
+  rankdir=LR;
+  node [shape=box];
+  n4 [label="wear",tooltip="\"Wear\" &amp; <tear>"];
+  n4 -> n3;
+  n3 [label="<INTERFACE>[o]",shape=ellipse,style="bold,dashed,filled"];
+}
+)";
+    EXPECT_EQ(shell("ocmd_show --dot --below '  show wear' main.par | grep -v //"), wear);
+    for (const std::string line :
+         {"bay <STRING>[o] / lane<INTEGERINTEGER RANGE> / up <INTERFACE>[o]",
+          "bay <STRING> lane<INTEGERINTEGER RANGE> up <INTERFACE>"})
+        EXPECT_EQ(shell("ocmd_show --dot --below '" + line + "' main.par | grep -c ' n3 .label'"),
+                  "1\n");
+    EXPECT_EQ(shell("ocmd_show --dot --below 'show bay' main.par"),
+              "ocmd_show: main.par: no command line begins with \"show bay\"\nstatus 1");
+}
+
+TEST_F(Show, RefusesUnsoundTreesAndTellsEveryFault) {
+    Nodes nodes = grammar::lay_out(device());
+    store(nodes, "sound.par");
+    nodes[2].child_count = 1, nodes[2].children[0] = 1;
+    std::ranges::fill(nodes[3].token, 'x');
+    store(nodes);
+    const std::string faults =
+        "ocmd_show: main.par: node 3 \"port\": token is not terminated\n"
+        "ocmd_show: main.par: node 2 \"bays\": a link leads back to an ancestor (child 0: node 1 "
+        "\"show\")\n";
+    EXPECT_EQ(shell("ocmd_show --check main.par sound.par"),
+              faults + "sound.par: no faults in its trees\nstatus 1");
+    for (const char *mode : {"", "--commands", "--nodes", "--yaml", "--json", "--dot"})
+        EXPECT_EQ(shell(std::string("ocmd_show ") + mode + " main.par"), faults + "status 1");
+    nodes.assign(100, {});
+    for (size_t i = 0; i < 40; ++i)
+        nodes[i].param_count = 3;
+    store(nodes);
+    EXPECT_EQ(shell("ocmd_show main.par 2>&1 | grep -c 'param_count is above 2'"), "10\n");
+    EXPECT_EQ(shell("ocmd_show --check main.par 2>&1 | grep -c 'param_count is above 2'"), "40\n");
+}
+
+TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {
+    store(grammar::lay_out(structural("root").child(keyword("up").terminal())));
+    store("", "empty.par");
+    EXPECT_EQ(shell("ocmd_show --commands main.par empty.par"), "main.par:\nup\nempty.par:\n");
+    EXPECT_EQ(shell("ocmd_show --yaml empty.par main.par"),
+              "# empty.par\n# main.par\nredirect_root: no\nwords:\n  up: {terminal: yes}\n");
+    for (const char *wrong : {"", "--dot --json main.par", "--levels=1 main.par",
+                              "--dot --levels=-1 main.par", "--kind=tree main.par"})
+        EXPECT_EQ(
+            shell("ocmd_show " + std::string(wrong) + " >said 2>&1; s=$?; tail -n 1 said; exit $s"),
+            "Try 'ocmd_show --help'.\nstatus 2");
+}
+
+TEST_F(Show, IsNotImpressedByDepthOrBadDays) {
+    Nodes chain(TREE_MAX_NODES);
+    for (size_t i = 0; i < chain.size(); ++i) {
+        chain[i].name[0] = chain[i].token[0] = 'a';
+        chain[i].flags = TREE_FLAG_TERMINAL;
+        chain[i].child_count = i + 1 < chain.size() ? 1 : 0;
+        chain[i].children[0] = i + 1 < chain.size() ? uint16_t(i + 1) : 0;
+    }
+    chain[0].token[0] = '\0';
+    store(chain);
+    EXPECT_EQ(shell("ulimit -s 1024; for mode in check nodes json yaml dot; do "
+                    "ocmd_show --$mode main.par >out || echo $mode; done; "
+                    "ocmd_show main.par | tail -n 1; ocmd_show --commands main.par | head -n 3"),
+              "  command lines:           65535\na\na a\na a a\n");
+    EXPECT_EQ(shell("ocmd_show --json main.par >/dev/full"),
+              "ocmd_show: standard output: cannot be written: No space left on device\nstatus 2");
+    EXPECT_EQ(shell("{ ocmd_show --json main.par; echo \"status $?\" >&2; } | "
+                    "{ head -c 9 >head; truncate -s 0 main.par; cat >rest; }"),
+              "ocmd_show: main.par: became shorter while it was read\nstatus 2\n");
+}
+
+} // namespace

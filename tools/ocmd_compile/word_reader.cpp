@@ -1,0 +1,361 @@
+// Keys of words. Most are fields of the record and are read by the table of fields; the others are
+// short for several fields, or speak of the parameters.
+#include "tools/ocmd_compile/word_reader.h"
+
+#include "tools/ocmd_compile/values.h"
+#include "tools/support/wording.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace compiler {
+
+using tool::FieldKind;
+using tool::GrammarField;
+using tool::quoted;
+
+namespace {
+
+// A bound that lies where `min` lies, under the name that suits a text.
+constexpr int32_t kMostLength = INT16_MAX;
+constexpr GrammarField kLength{"length", FieldKind::kSigned, offsetof(parameter_info_t, int_min),
+                               sizeof(parameter_info_t::int_min)};
+
+const GrammarField &word_field(std::string_view key) {
+    return tool::field_of(tool::word_fields(), key);
+}
+
+const GrammarField &parameter_field(std::string_view key) {
+    return tool::field_of(tool::parameter_fields(), key);
+}
+
+unsigned bits_of(const GrammarField &field) {
+    return field.size * 8U;
+}
+
+std::string expected_of(const GrammarField &field) {
+    const std::string takes = quoted(field.key) + " takes ";
+    const std::string number =
+        "a number from 0 to " + std::to_string((uint64_t{1} << bits_of(field) % 64) - 1);
+    switch (field.kind) {
+    case FieldKind::kText:
+        return takes + "a text";
+    case FieldKind::kNumber:
+        return takes + number;
+    case FieldKind::kYesNo:
+        return takes + "yes, no or " + number;
+    case FieldKind::kSigned:
+        return takes + "a number from " + std::to_string(INT32_MIN) + " to " +
+               std::to_string(INT32_MAX);
+    case FieldKind::kFlag:
+        return takes + "yes or no";
+    case FieldKind::kSet:
+        return takes + "a list of numbers from 0 to " + std::to_string(bits_of(field) - 1) +
+               ", or a mask";
+    case FieldKind::kBytes:
+        break;
+    }
+    return takes + "up to " + std::to_string(field.size) + " bytes in hexadecimal";
+}
+
+// The number that a text stands for in a field of that kind.
+std::optional<Bits> number_for(const GrammarField &field, std::string_view text) {
+    if (field.kind == FieldKind::kFlag || field.kind == FieldKind::kYesNo)
+        if (const std::optional<bool> answer = read_yes_no(text))
+            return Bits{*answer ? 1U : 0U, 0};
+    if (field.kind == FieldKind::kFlag)
+        return {};
+    if (field.kind == FieldKind::kSigned) {
+        const std::optional<int32_t> number = read_signed(text);
+        return number ? std::optional{Bits{static_cast<uint32_t>(*number), 0}} : std::nullopt;
+    }
+    const std::optional<Bits> number = read_number(text);
+    return number && fits(*number, bits_of(field)) ? number : std::nullopt;
+}
+
+// Whether two settings speak of the same thing. A set may name what has a key of its own as well.
+bool same_thing(const GrammarField &a, const GrammarField &b) {
+    return a.offset == b.offset && a.bit == b.bit &&
+           (a.kind == FieldKind::kSet) == (b.kind == FieldKind::kSet);
+}
+
+} // namespace
+
+// ---- Rules of the mappings ----
+
+WordReader::Rules WordReader::with_fields(Rules rules, std::span<const GrammarField> fields) {
+    for (const GrammarField &field : fields)
+        if (std::ranges::find(rules, field.key, &Rule::key) == rules.end())
+            rules.push_back({field.key, nullptr, &field});
+    return rules;
+}
+
+const WordReader::Rules &WordReader::word_rules() {
+    static const Rules rules = with_fields({{"name", &WordReader::take_name, nullptr},
+                                            {"command", &WordReader::take_command, nullptr},
+                                            {"submode", &WordReader::take_submode, nullptr},
+                                            {"min", &WordReader::take_bound, nullptr},
+                                            {"max", &WordReader::take_bound, nullptr},
+                                            {"length", &WordReader::take_bound, nullptr},
+                                            {"parameters", &WordReader::take_parameters, nullptr},
+                                            {"words", &WordReader::take_words, nullptr},
+                                            {"marked", &WordReader::take_marked, nullptr}},
+                                           tool::word_fields());
+    return rules;
+}
+
+const WordReader::Rules &WordReader::parameter_rules() {
+    static const Rules rules =
+        with_fields({{"length", &WordReader::take_length, nullptr}}, tool::parameter_fields());
+    return rules;
+}
+
+const WordReader::Rules &WordReader::submode_rules() {
+    static const Rules rules{{"help", &WordReader::take_submode_help, nullptr},
+                             {"mode", &WordReader::take_mode, nullptr}};
+    return rules;
+}
+
+namespace {
+
+template <typename Rules> std::vector<std::string_view> keys_of(const Rules &rules) {
+    std::vector<std::string_view> keys;
+    for (const auto &rule : rules)
+        keys.push_back(rule.key);
+    return keys;
+}
+
+} // namespace
+
+std::vector<std::string_view> WordReader::word_keys() {
+    return keys_of(word_rules());
+}
+
+std::vector<std::string_view> WordReader::parameter_keys() {
+    return keys_of(parameter_rules());
+}
+
+std::vector<std::string_view> WordReader::submode_keys() {
+    return keys_of(submode_rules());
+}
+
+// ---- A word ----
+
+WordReader::Rest WordReader::read(const Pair &pair) {
+    begin();
+    if (values_.kind(pair) == YamlKind::kMapping)
+        take_all(word_rules(), pair, "of a word");
+    else if (values_.kind(pair) == YamlKind::kSequence)
+        values_.fault_at(pair, "a word takes a mapping of keys, or the function of its command");
+    else if (!values_.is_empty(pair))
+        take_command(pair);
+    return end();
+}
+
+void WordReader::begin() {
+    word().first_setting = static_cast<uint32_t>(document_.settings.size());
+    rest_ = {};
+}
+
+bool WordReader::take(const Pair &pair) {
+    return take_by(word_rules(), pair);
+}
+
+WordReader::Rest WordReader::end() {
+    add_missing_bounds();
+    word().setting_count = static_cast<uint32_t>(document_.settings.size()) - word().first_setting;
+    return rest_;
+}
+
+bool WordReader::take_by(const Rules &rules, const Pair &pair) {
+    const auto rule = std::ranges::find(rules, values_.key(pair).text, &Rule::key);
+    if (rule == rules.end())
+        return false;
+    if (rule->field != nullptr)
+        take_field(pair, *rule->field);
+    else
+        (this->*rule->take)(pair);
+    return true;
+}
+
+void WordReader::take_all(const Rules &rules, const Pair &mapping, const char *where) {
+    for (const Pair &pair : values_.pairs(values_.index_of(mapping))) {
+        if (take_by(rules, pair))
+            continue;
+        const bool looks_like_word =
+            &rules == &word_rules() && values_.kind(pair) == YamlKind::kMapping;
+        values_.unknown_key(pair, where, keys_of(rules),
+                            looks_like_word ? ", words stand under 'words'" : "");
+    }
+}
+
+// A lowest value alone means that there is no highest.
+void WordReader::add_missing_bounds() {
+    const GrammarField &min = parameter_field("min");
+    const GrammarField &max = parameter_field("max");
+    for (uint8_t i = 1; i <= word().key.parameter_count; ++i) {
+        const auto settings = std::span{document_.settings}.subspan(word().first_setting);
+        const auto find = [&](const GrammarField &field) {
+            return std::ranges::find_if(settings, [&](const Setting &setting) {
+                return setting.field == &field && setting.parameter == i;
+            });
+        };
+        if (find(min) != settings.end() && find(max) == settings.end())
+            document_.settings.push_back({&max, i, find(min)->place, {}, {INT32_MAX, 0}});
+    }
+}
+
+// ---- Fields ----
+
+void WordReader::take_field(const Pair &pair, const GrammarField &field) {
+    if (field.kind == FieldKind::kSet && values_.kind(pair) == YamlKind::kSequence) {
+        take_set(pair, field);
+        return;
+    }
+    const auto text = values_.text(pair, [&] { return expected_of(field); });
+    if (!text)
+        return;
+    if (field.kind == FieldKind::kText) {
+        take_text(pair, field, *text);
+    } else if (field.kind == FieldKind::kBytes) {
+        const std::optional<std::string> bytes = read_hex_bytes(*text);
+        if (bytes && bytes->size() <= field.size)
+            add(pair, field, values_.texts().keep(*bytes), {});
+        else
+            values_.fault_at(pair, expected_of(field));
+    } else if (const std::optional<Bits> number = number_for(field, *text)) {
+        add(pair, field, {}, *number);
+    } else {
+        values_.fault_at(pair, expected_of(field));
+    }
+}
+
+void WordReader::take_text(const Pair &pair, const GrammarField &field, std::string_view text) {
+    if (text.size() >= field.size)
+        values_.fault_at(pair, "a text of " + std::to_string(text.size()) + " bytes, " +
+                                   quoted(field.key) + " has room for " +
+                                   std::to_string(field.size - 1));
+    else if (text.find('\0') != std::string_view::npos)
+        values_.fault_at(pair, "a text with a zero byte");
+    else
+        add(pair, field, text, {});
+}
+
+void WordReader::take_set(const Pair &pair, const GrammarField &field) {
+    Bits set{};
+    for (const Pair &item : values_.items(values_.index_of(pair))) {
+        const auto text = values_.text(item, [&] { return expected_of(field); });
+        const std::optional<Bits> number = text ? read_number(*text) : std::nullopt;
+        if (number && (*number)[1] == 0 && (*number)[0] < bits_of(field))
+            set[(*number)[0] / 64] |= uint64_t{1} << (*number)[0] % 64;
+        else if (text)
+            values_.fault_at(item, expected_of(field));
+    }
+    add(pair, field, {}, set);
+}
+
+void WordReader::add(const Pair &pair, const GrammarField &field, std::string_view text,
+                     Bits number) {
+    for (const Setting &known : std::span{document_.settings}.subspan(word().first_setting)) {
+        if (known.parameter != parameter_ || !same_thing(*known.field, field))
+            continue;
+        if (field.kind != FieldKind::kFlag || known.number != number)
+            values_.fault_at(pair, quoted(field.key) + " is said twice",
+                             {values_.note(known.place, "and here")});
+        return;
+    }
+    document_.settings.push_back({&field, parameter_, values_.place_of(pair), text, number});
+}
+
+// ---- Keys that are no fields ----
+
+// Kept apart from the settings, since words without one have a name as well.
+void WordReader::take_name(const Pair &pair) {
+    const size_t before = document_.settings.size();
+    take_field(pair, word_field("name"));
+    if (document_.settings.size() == before)
+        return;
+    word().name = document_.settings.back().text;
+    word().name_place = document_.settings.back().place;
+    word().name_given = true;
+    document_.settings.pop_back();
+}
+
+void WordReader::take_command(const Pair &pair) {
+    const YamlNode &value = values_.value(pair);
+    if (value.kind == YamlKind::kScalar && value.text.empty()) {
+        values_.fault_at(pair,
+                         "a command without a function; 'terminal: yes' ends one that has none");
+        return;
+    }
+    take_field(pair, word_field("function"));
+    add(pair, word_field("terminal"), {}, {1, 0});
+}
+
+void WordReader::take_submode(const Pair &pair) {
+    if (values_.kind(pair) != YamlKind::kMapping) {
+        take_field(pair, word_field("submode"));
+        return;
+    }
+    add(pair, word_field("submode"), {}, {1, 0});
+    take_all(submode_rules(), pair, "of a submode");
+}
+
+void WordReader::take_submode_help(const Pair &pair) {
+    take_field(pair, word_field("submode_help"));
+}
+
+void WordReader::take_mode(const Pair &pair) {
+    take_field(pair, word_field("mode"));
+}
+
+void WordReader::take_length(const Pair &pair) {
+    const auto expected = [] {
+        return "'length' takes a number from 0 to " + std::to_string(kMostLength);
+    };
+    const auto text = values_.text(pair, expected);
+    const std::optional<int32_t> length = text ? read_signed(*text) : std::nullopt;
+    if (length && *length >= 0 && *length <= kMostLength)
+        add(pair, kLength, {}, {static_cast<uint64_t>(*length), 0});
+    else if (text)
+        values_.fault_at(pair, expected());
+}
+
+// A key of a word that speaks of its only parameter.
+void WordReader::take_bound(const Pair &pair) {
+    const int count = word().key.parameter_count;
+    if (count == 1) {
+        parameter_ = 1;
+        take_by(parameter_rules(), pair);
+        parameter_ = 0;
+    } else if (word().sound) {
+        values_.fault_at_key(pair, quoted(values_.key(pair).text) +
+                                       (count == 0 ? " is for a word with a parameter"
+                                                   : " of one of two parameters stands under "
+                                                     "'parameters'"));
+    }
+}
+
+void WordReader::take_parameters(const Pair &pair) {
+    const size_t count = word().key.parameter_count;
+    const std::vector<Pair> items = values_.items(values_.index_of(pair));
+    if (values_.kind(pair) == YamlKind::kBroken || !word().sound)
+        return;
+    if (items.size() != count || count == 0) {
+        values_.fault_at_key(pair, "'parameters' takes a list of one mapping for each parameter of "
+                                   "the word, which has " +
+                                       std::to_string(count));
+        return;
+    }
+    for (const Pair &item : items) {
+        ++parameter_;
+        if (values_.kind(item) == YamlKind::kMapping)
+            take_all(parameter_rules(), item, "of a parameter");
+        else if (values_.kind(item) != YamlKind::kBroken && !values_.is_empty(item))
+            values_.fault_at(item, "a parameter is described by a mapping of keys");
+    }
+    parameter_ = 0;
+}
+
+} // namespace compiler
