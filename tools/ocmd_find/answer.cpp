@@ -77,6 +77,13 @@ std::string listed(const Words &words) {
     return text;
 }
 
+std::string in_a_row(const Words &words) {
+    std::string text;
+    for (const auto &[word, help] : words)
+        (text += text.empty() ? "" : ", ") += word;
+    return text;
+}
+
 // A field without a value is left out.
 void print_field(TextOutput &output, std::string_view name, std::string_view value) {
     if (value.empty())
@@ -137,40 +144,43 @@ void print_answer(LineFinder &finder, const TypedLine &line, const Resolution &r
         print_following("commands of the submode", forest, *submode, output);
 }
 
-Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution,
-                   bool names_nearest) {
+Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
     if (resolution.is_read)
         return {"the command is not complete", line.text().size(), 0};
     const TypedWord &word = line.words()[resolution.word];
     const Reading &reading = resolution.reading;
     Refusal refusal{tool::quoted(printable(word.text)), word.place, word.text.size()};
     if (!reading.ambiguous.empty()) {
-        refusal.what += " is ambiguous: ";
-        for (const auto &[word_meant, help] : words_of(forest, reading.ambiguous))
-            refusal.what += (refusal.what.ends_with(' ') ? "" : ", ") + word_meant;
-        return refusal;
-    }
-    if (resolution.end->candidates().empty()) {
+        refusal.what += " is ambiguous: " + in_a_row(words_of(forest, reading.ambiguous));
+    } else if (resolution.end->candidates().empty()) {
         refusal.what += " is too much: nothing can follow here";
-        return refusal;
-    }
-    if (reading.value != nullptr)
-        refusal.what += " is no " + word_of(forest, *reading.value) + ": " + reading.value_fault;
-    else
+    } else if (reading.value != nullptr) {
+        refusal.what +=
+            " is no " + printable(word_of(forest, *reading.value)) + ": " + reading.value_fault;
+        refusal.is_unknown = true;
+    } else {
         refusal.what += " is unknown here";
-    if (names_nearest) {
-        std::vector<std::string_view> keywords;
-        for (const Candidate &candidate : resolution.end->candidates())
-            if (!candidate.keyword.empty())
-                keywords.push_back(candidate.keyword);
-        refusal.what += tool::suggestion(word.text, keywords);
+        refusal.is_unknown = true;
     }
     return refusal;
 }
 
+std::string suggestion_for(std::string_view word, std::span<const JunctionPtr> junctions) {
+    std::vector<std::string_view> keywords;
+    for (const JunctionPtr &junction : junctions)
+        for (const Candidate &candidate : junction->candidates())
+            if (!candidate.keyword.empty())
+                keywords.push_back(candidate.keyword);
+    return tool::suggestion(word, keywords);
+}
+
 void tell_refusal(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
-    const Refusal refusal = refusal_of(forest, line, resolution, true);
-    tool::tell("%s", refusal.what.c_str());
+    const Refusal refusal = refusal_of(forest, line, resolution);
+    const std::string suggestion =
+        refusal.is_unknown
+            ? suggestion_for(line.words()[resolution.word].text, {&resolution.end, 1})
+            : "";
+    tool::tell("%s%s", refusal.what.c_str(), suggestion.c_str());
     const std::string text = printable(line.text());
     const std::string marks(shown_width(text.substr(refusal.place, refusal.length)), '^');
     const Words words = resolution.reading.ambiguous.empty()

@@ -5,7 +5,9 @@
 #include "tools/support/text_output.h"
 
 #include <cstddef>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace find {
 
@@ -19,11 +21,15 @@ struct Refusal {
     std::string what;
     size_t place;
     size_t length;
+    bool is_unknown = false; ///< They are no word of the tree.
 };
 
-/// The line must not be complete. Naming a word that resembles an unknown one takes some time.
-Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution,
-                   bool names_nearest);
+/// The line must not be complete.
+Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution);
+
+/// ", did you mean 'x'?" for the keyword that comes closest to a word at any of these junctions, or
+/// nothing.
+std::string suggestion_for(std::string_view word, std::span<const JunctionPtr> junctions);
 
 /// Writes the refusal to standard error, the line with a caret under what is to blame, and what
 /// may stand there.

@@ -47,6 +47,15 @@ private:
     size_t size_ = 0;
 };
 
+// Of lines that are no command, the one that more is known of tells the fault best.
+bool is_closer(const Resolution &one, const Resolution &other) {
+    const auto closeness = [](const Resolution &resolution) {
+        const Reading &reading = resolution.reading;
+        return std::pair{resolution.word, !reading.ambiguous.empty() || reading.value != nullptr};
+    };
+    return closeness(one) > closeness(other);
+}
+
 bool is_comment(const std::string &text) {
     const size_t first = text.find_first_not_of(" \t\r\f\v");
     return first == std::string::npos || text[first] == '!' || text[first] == '#';
@@ -81,7 +90,6 @@ bool ConfigCheck::check_line(std::string text) {
     return line.words().empty() || enter_command(line);
 }
 
-// Of a line that is known nowhere, the fault is told where most of its words are.
 bool ConfigCheck::enter_command(const TypedLine &line) {
     std::optional<Resolution> best;
     for (size_t level = levels_.size(); level-- > 0;) {
@@ -90,14 +98,25 @@ bool ConfigCheck::enter_command(const TypedLine &line) {
             levels_.resize(level + 1);
             return open_submode(*resolution.end);
         }
-        if (!best || resolution.word > best->word)
+        if (!best || is_closer(resolution, *best))
             best = std::move(resolution);
     }
-    const bool names_nearest = nearest_left_ > 0;
-    nearest_left_ -= names_nearest ? 1 : 0;
-    const Refusal refusal = refusal_of(finder_.forest(), line, *best, names_nearest);
-    tell(refusal.place, refusal.what);
+    tell_refused(line, *best);
     return false;
+}
+
+void ConfigCheck::tell_refused(const TypedLine &line, const Resolution &closest) {
+    const Refusal refusal = refusal_of(finder_.forest(), line, closest);
+    // The first word might have been meant for any submode, the others for one only.
+    std::vector<JunctionPtr> places = levels_;
+    if (closest.word > 0)
+        places = {closest.end};
+    std::string suggestion;
+    if (nearest_left_ > 0 && refusal.is_unknown) {
+        --nearest_left_;
+        suggestion = suggestion_for(line.words()[closest.word].text, places);
+    }
+    tell(refusal.place, refusal.what + suggestion);
 }
 
 bool ConfigCheck::open_submode(const Junction &end) {

@@ -24,6 +24,7 @@ private:
     bool check_line(std::string text);
     bool enter_command(const TypedLine &line);
     bool open_submode(const Junction &end);
+    void tell_refused(const TypedLine &line, const Resolution &closest);
     void tell(size_t place, const std::string &what);
 
     LineFinder &finder_;

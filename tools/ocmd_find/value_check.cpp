@@ -143,8 +143,10 @@ private:
         if (number.magnitude == 0)
             number.is_negative = false;
         if (error != std::errc{} || number < least_ || greatest_ < number)
-            return std::string{"not from "}.append(least_.text()).append(" to ").append(
-                greatest_.text());
+            return std::string{"not from "}
+                .append(least_.text())
+                .append(" to ")
+                .append(greatest_.text());
         return std::nullopt;
     }
 
