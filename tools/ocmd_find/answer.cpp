@@ -1,0 +1,194 @@
+// Answers are lines of a name, a colon and a value; words that may follow are lines of their own.
+#include "tools/ocmd_find/answer.h"
+
+#include "tools/ocmd_find/trail.h"
+#include "tools/support/program.h"
+#include "tools/support/wording.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace find {
+
+namespace {
+
+using tool::TextOutput;
+
+// Words with their help, each once.
+using Words = std::vector<std::pair<std::string, std::string>>;
+
+constexpr size_t kNameWidth = 12;
+constexpr size_t kWidestWord = 32; // that is lined up with others
+
+std::string printable(std::string_view text) {
+    std::string result{text};
+    for (char &c : result)
+        if (static_cast<unsigned char>(c) < ' ' || c == '\x7F')
+            c = c == '\t' ? ' ' : '?';
+    return result;
+}
+
+// Characters of UTF-8, whose bytes but for the first begin with the bits 10.
+size_t shown_width(std::string_view text) {
+    return static_cast<size_t>(std::ranges::count_if(
+        text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+template <size_t N> std::string text_in(const char (&field)[N]) {
+    return printable({field, strnlen(field, N)});
+}
+
+void add_word(Words &words, std::pair<std::string, std::string> word) {
+    if (std::ranges::find(words, word) == words.end())
+        words.push_back(std::move(word));
+}
+
+Words words_after(const Forest &forest, const Junction &junction) {
+    Words words;
+    for (const Candidate &candidate : junction.candidates())
+        add_word(words, {printable(word_of(forest, candidate)),
+                         text_in(forest.node(candidate.way.node).help)});
+    return words;
+}
+
+Words words_of(const Forest &forest, const std::vector<Match> &matches) {
+    Words words;
+    for (const Match &match : matches)
+        add_word(words, {printable(word_of(forest, *match.candidate)),
+                         text_in(forest.node(match.candidate->way.node).help)});
+    return words;
+}
+
+std::string listed(const Words &words) {
+    size_t width = 0;
+    for (const auto &[word, help] : words)
+        width = std::max(width, std::min(word.size(), kWidestWord));
+    std::string text;
+    for (const auto &[word, help] : words) {
+        text.append("  ").append(word);
+        if (!help.empty())
+            text.append(width - std::min(width, word.size()) + 2, ' ').append(help);
+        text += '\n';
+    }
+    return text;
+}
+
+std::string in_a_row(const Words &words) {
+    std::string text;
+    for (const auto &[word, help] : words)
+        (text += text.empty() ? "" : ", ") += word;
+    return text;
+}
+
+// A field without a value is left out.
+void print_field(TextOutput &output, std::string_view name, std::string_view value) {
+    if (value.empty())
+        return;
+    output << name << ':';
+    output.blanks(kNameWidth - name.size());
+    output << value << '\n';
+}
+
+void print_node(const Forest &forest, const Trail &trail, const Way &way, bool is_complete,
+                TextOutput &output) {
+    const tree_node_t &node = forest.node(way.node);
+    const bool is_submode = (node.flags & TREE_FLAG_SUBMODE) != 0;
+    print_field(output, "command", printable(trail.command));
+    print_field(output, "line", printable(trail.line));
+    print_field(output, "complete", is_complete ? "yes" : "no");
+    print_field(output, "node",
+                text_in(node.name) + " (" + std::to_string(forest.index_of(way.node)) + ")");
+    print_field(output, "help", text_in(node.help));
+    print_field(output, "function", text_in(node.func_id));
+    print_field(output, "mode", text_in(node.mode_id));
+    if (is_complete && is_submode)
+        print_field(output, "submode",
+                    node.submode_help[0] == '\0' ? "yes" : text_in(node.submode_help));
+}
+
+void print_following(std::string_view heading, const Forest &forest, const Junction &junction,
+                     TextOutput &output) {
+    if (!junction.candidates().empty())
+        output << heading << ":\n" << listed(words_after(forest, junction));
+}
+
+// Where a line stands that may not end yet.
+std::vector<Way> unfinished(const Junction &junction) {
+    std::vector<Way> ways;
+    for (uint32_t i = 0; i < junction.places().size(); ++i)
+        ways.push_back({junction.places()[i].node, i});
+    return ways;
+}
+
+} // namespace
+
+void print_answer(LineFinder &finder, const TypedLine &line, const Resolution &resolution,
+                  TextOutput &output) {
+    const Forest &forest = finder.forest();
+    const Junction &end = *resolution.end;
+    const bool is_complete = resolution.is_complete();
+    const std::vector<Way> ways = is_complete ? end.endings() : unfinished(end);
+    for (size_t i = 0; i < ways.size(); ++i) {
+        if (i > 0)
+            output << '\n';
+        if (ways[i].node != Place::kStart)
+            print_node(forest, trail_of(forest, line, resolution, ways[i]), ways[i], is_complete,
+                       output);
+    }
+    print_following("follows", forest, end, output);
+    if (const JunctionPtr submode = finder.submode_after(end))
+        print_following("commands of the submode", forest, *submode, output);
+}
+
+Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
+    if (resolution.is_read)
+        return {"the command is not complete", line.text().size(), 0};
+    const TypedWord &word = line.words()[resolution.word];
+    const Reading &reading = resolution.reading;
+    Refusal refusal{tool::quoted(printable(word.text)), word.place, word.text.size()};
+    if (!reading.ambiguous.empty()) {
+        refusal.what += " is ambiguous: " + in_a_row(words_of(forest, reading.ambiguous));
+    } else if (resolution.end->candidates().empty()) {
+        refusal.what += " is too much: nothing can follow here";
+    } else if (reading.value != nullptr) {
+        refusal.what +=
+            " is no " + printable(word_of(forest, *reading.value)) + ": " + reading.value_fault;
+        refusal.is_unknown = true;
+    } else {
+        refusal.what += " is unknown here";
+        refusal.is_unknown = true;
+    }
+    return refusal;
+}
+
+std::string suggestion_for(std::string_view word, std::span<const JunctionPtr> junctions) {
+    std::vector<std::string_view> keywords;
+    for (const JunctionPtr &junction : junctions)
+        for (const Candidate &candidate : junction->candidates())
+            if (!candidate.keyword.empty())
+                keywords.push_back(candidate.keyword);
+    return tool::suggestion(word, keywords);
+}
+
+void tell_refusal(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
+    const Refusal refusal = refusal_of(forest, line, resolution);
+    const std::string suggestion =
+        refusal.is_unknown
+            ? suggestion_for(line.words()[resolution.word].text, {&resolution.end, 1})
+            : "";
+    tool::tell("%s%s", refusal.what.c_str(), suggestion.c_str());
+    const std::string text = printable(line.text());
+    const std::string marks(shown_width(text.substr(refusal.place, refusal.length)), '^');
+    const Words words = resolution.reading.ambiguous.empty()
+                            ? words_after(forest, *resolution.end)
+                            : words_of(forest, resolution.reading.ambiguous);
+    fprintf(stderr, "  %s\n  %s%s\n%s", text.c_str(),
+            std::string(shown_width(text.substr(0, refusal.place)), ' ').c_str(), marks.c_str(),
+            listed(words).c_str());
+}
+
+} // namespace find

@@ -1,0 +1,138 @@
+// ocmd_find: which command of a tree a line is, and whether a saved configuration is made of such.
+#include "tools/ocmd_find/answer.h"
+#include "tools/ocmd_find/forest.h"
+#include "tools/ocmd_find/line_finder.h"
+#include "tools/ocmd_find/saved_config.h"
+#include "tools/support/program.h"
+#include "tools/support/text_output.h"
+#include "tools/support/tree_input.h"
+#include "tools/support/types.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace find {
+
+namespace {
+
+using tool::CommandLine;
+using tool::fail;
+using tool::Option;
+using tool::refuse;
+using tool::Status;
+using tool::Stop;
+using tool::TextOutput;
+using tool::TreeFile;
+
+constexpr std::array kOptions{
+    Option{0, "config", "SAVED", "Check every line of a saved configuration; may be repeated."},
+};
+
+constexpr tool::Program kProgram{
+    "ocmd_find", "FILE [WORD...]",
+    "Resolves an abbreviated line as the shell does and tells all about the command: \"/\" enters "
+    "a\n"
+    "submode. With --config, tells every line of a saved configuration that the tree does not\n"
+    "accept. FILE is a main par file or a subtree file. The status is 0 when every line is known,\n"
+    "1 when one is not, and 2 in case of trouble.",
+    kOptions};
+
+constexpr Status kKnown = tool::kDone;
+constexpr Status kUnknown = tool::kFaults;
+
+// A tree with faults answers nothing.
+TreeFile open_whole(const char *path) {
+    try {
+        TreeFile file = tool::open_sound(path);
+        if (!file.complete())
+            throw Stop{tool::kTrouble};
+        return file;
+    } catch (const Stop &) {
+        throw Stop{tool::kTrouble};
+    }
+}
+
+Status answer(LineFinder &finder, std::span<char *const> words) {
+    std::string text;
+    for (const char *word : words)
+        (text += text.empty() ? "" : " ") += word;
+    const TypedLine line{text};
+    if (line.words().empty())
+        refuse("no words to look up");
+    if (line.fault())
+        fail("%s", line.fault()->what.c_str());
+    const Resolution resolution = finder.resolve(finder.start(), line, true);
+    if (!resolution.is_read) {
+        tell_refusal(finder.forest(), line, resolution);
+        return kUnknown;
+    }
+    TextOutput output;
+    print_answer(finder, line, resolution, output);
+    return kKnown;
+}
+
+// A file that cannot be read does not keep the others from being checked.
+Status check_config(LineFinder &finder, const char *path, TextOutput &output) {
+    const bool is_input = strcmp(path, "-") == 0;
+    struct Close {
+        void operator()(FILE *stream) const { fclose(stream); }
+    };
+    std::unique_ptr<FILE, Close> opened{is_input ? nullptr : fopen(path, "r")};
+    if (!is_input && opened == nullptr) {
+        tool::tell("%s: cannot be opened: %s", path, strerror(errno));
+        return tool::kTrouble;
+    }
+    try {
+        ConfigCheck config{finder, output};
+        const bool is_known =
+            is_input ? config.check(stdin, "standard input") : config.check(opened.get(), path);
+        output.flush();
+        return is_known ? kKnown : kUnknown;
+    } catch (const Stop &stop) {
+        return stop.status;
+    }
+}
+
+Status check_configs(LineFinder &finder, const CommandLine &line) {
+    TextOutput output;
+    Status status = kKnown;
+    for (const CommandLine::Given &given : line.given())
+        if (given.name == "config")
+            status = std::max(status, check_config(finder, given.value, output));
+    return status;
+}
+
+bool takes_standard_input(const CommandLine &line) {
+    return std::ranges::any_of(line.given(), [](const CommandLine::Given &given) {
+        return given.name == "config" && strcmp(given.value, "-") == 0;
+    });
+}
+
+Status find_lines(const CommandLine &line) {
+    const auto operands = line.operands();
+    if (operands.empty())
+        refuse("no file");
+    if (line.has("config") == (operands.size() > 1))
+        refuse(line.has("config") ? "either words or --config, not both" : "no words to look up");
+    if (strcmp(operands[0], "-") == 0 && takes_standard_input(line))
+        refuse("standard input cannot be both the tree and a configuration");
+    const TreeFile file = open_whole(operands[0]);
+    tool::register_types();
+    const Forest forest{file};
+    LineFinder finder{forest};
+    return line.has("config") ? check_configs(finder, line) : answer(finder, operands.subspan(1));
+}
+
+} // namespace
+
+} // namespace find
+
+int main(int argc, char **argv) {
+    return tool::run(find::kProgram, argc, argv, find::find_lines);
+}

@@ -1,0 +1,139 @@
+// A line is tried in the submode that was opened last, then in those around it; the first that
+// knows it closes those inside.
+#include "tools/ocmd_find/saved_config.h"
+
+#include "tools/ocmd_find/answer.h"
+#include "tools/support/program.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace find {
+
+namespace {
+
+// Unknown words for which the nearest known one is looked for, at up to a millisecond each.
+constexpr uint32_t kMostNearest = 200;
+
+// No shell is deeper inside: its stack of ancestors holds no more.
+constexpr size_t kMostLevels = TREE_MAX_LEVELS;
+
+// The stream's next line, without its newline.
+class LineReader {
+public:
+    explicit LineReader(FILE *stream) : stream_(stream) {}
+    ~LineReader() { free(bytes_); }
+    LineReader(const LineReader &) = delete;
+    LineReader &operator=(const LineReader &) = delete;
+
+    std::optional<std::string> next() {
+        errno = 0;
+        const ssize_t length = getline(&bytes_, &size_, stream_);
+        if (length < 0)
+            return std::nullopt;
+        std::string line{bytes_, static_cast<size_t>(length)};
+        if (line.ends_with('\n'))
+            line.pop_back();
+        return line;
+    }
+
+private:
+    FILE *stream_;
+    char *bytes_ = nullptr;
+    size_t size_ = 0;
+};
+
+// Of lines that are no command, the one that more is known of tells the fault best.
+bool is_closer(const Resolution &one, const Resolution &other) {
+    const auto closeness = [](const Resolution &resolution) {
+        const Reading &reading = resolution.reading;
+        return std::pair{resolution.word, !reading.ambiguous.empty() || reading.value != nullptr};
+    };
+    return closeness(one) > closeness(other);
+}
+
+bool is_comment(const std::string &text) {
+    const size_t first = text.find_first_not_of(" \t\r\f\v");
+    return first == std::string::npos || text[first] == '!' || text[first] == '#';
+}
+
+} // namespace
+
+bool ConfigCheck::check(FILE *stream, const std::string &name) {
+    levels_ = {finder_.start()};
+    name_ = name;
+    line_number_ = 0;
+    nearest_left_ = kMostNearest;
+    bool are_all_known = true;
+    LineReader lines{stream};
+    while (std::optional<std::string> line = lines.next()) {
+        ++line_number_;
+        are_all_known = check_line(std::move(*line)) && are_all_known;
+    }
+    if (ferror(stream) != 0 || errno == ENOMEM)
+        tool::fail("%s: cannot be read: %s", name.c_str(), strerror(errno));
+    return are_all_known;
+}
+
+bool ConfigCheck::check_line(std::string text) {
+    if (is_comment(text))
+        return true;
+    const TypedLine line{std::move(text)};
+    if (line.fault()) {
+        tell(line.fault()->place, line.fault()->what);
+        return false;
+    }
+    return line.words().empty() || enter_command(line);
+}
+
+bool ConfigCheck::enter_command(const TypedLine &line) {
+    std::optional<Resolution> best;
+    for (size_t level = levels_.size(); level-- > 0;) {
+        Resolution resolution = finder_.resolve(levels_[level], line, false);
+        if (resolution.is_complete()) {
+            levels_.resize(level + 1);
+            return open_submode(*resolution.end);
+        }
+        if (!best || is_closer(resolution, *best))
+            best = std::move(resolution);
+    }
+    tell_refused(line, *best);
+    return false;
+}
+
+void ConfigCheck::tell_refused(const TypedLine &line, const Resolution &closest) {
+    const Refusal refusal = refusal_of(finder_.forest(), line, closest);
+    // The first word might have been meant for any submode, the others for one only.
+    std::vector<JunctionPtr> places = levels_;
+    if (closest.word > 0)
+        places = {closest.end};
+    std::string suggestion;
+    if (nearest_left_ > 0 && refusal.is_unknown) {
+        --nearest_left_;
+        suggestion = suggestion_for(line.words()[closest.word].text, places);
+    }
+    tell(refusal.place, refusal.what + suggestion);
+}
+
+bool ConfigCheck::open_submode(const Junction &end) {
+    JunctionPtr submode = finder_.submode_after(end);
+    if (submode == nullptr)
+        return true;
+    if (levels_.size() == kMostLevels) {
+        tell(0, "more than " + std::to_string(kMostLevels - 1) + " submodes inside one another");
+        return false;
+    }
+    levels_.push_back(std::move(submode));
+    return true;
+}
+
+void ConfigCheck::tell(size_t place, const std::string &what) {
+    output_ << name_ << ':' << line_number_ << ':' << static_cast<uint64_t>(place + 1) << ": "
+            << what << '\n';
+}
+
+} // namespace find

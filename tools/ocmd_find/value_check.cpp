@@ -1,0 +1,193 @@
+// Values by the table of types that can be judged.
+#include "tools/ocmd_find/value_check.h"
+
+#include "feature/tsh/src/bits.h"
+#include "tools/support/types.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <cstring>
+
+namespace find {
+
+namespace {
+
+enum class Form : uint8_t {
+    kText,   // has a greatest length
+    kLine,   // likewise, and goes on to the end of the line
+    kNumber, // one number
+    kRange,  // a number, or two with '-' between them
+    kRanges, // ranges with ',' between them
+};
+
+// A number of 64 bits and a sign.
+struct Number {
+    uint64_t magnitude = 0;
+    bool is_negative = false;
+
+    static Number from(int64_t value) {
+        const auto bits = static_cast<uint64_t>(value);
+        return value < 0 ? Number{0 - bits, true} : Number{bits};
+    }
+    [[nodiscard]] std::string text() const {
+        return std::string{is_negative ? "-" : ""}.append(std::to_string(magnitude));
+    }
+    friend bool operator<(const Number &a, const Number &b) {
+        if (a.is_negative != b.is_negative)
+            return a.is_negative;
+        return a.is_negative ? b.magnitude < a.magnitude : a.magnitude < b.magnitude;
+    }
+};
+
+constexpr Number kLeast32{uint64_t{1} << 31U, true};
+constexpr Number kGreatest32{INT32_MAX};
+constexpr Number kGreatestUnsigned32{UINT32_MAX};
+constexpr Number kLeast64{uint64_t{1} << 63U, true};
+constexpr Number kGreatest64{INT64_MAX};
+constexpr Number kGreatestUnsigned64{UINT64_MAX};
+
+} // namespace
+
+struct ValueType {
+    const char *name;
+    Form form;
+    int base;
+    Number least; // that the type can hold
+    Number greatest;
+};
+
+namespace {
+
+constexpr std::array kTypes{
+    ValueType{"STRING", Form::kText, 0, {}, {}},
+    ValueType{"LINE", Form::kLine, 0, {}, {}},
+    ValueType{"URI", Form::kText, 0, {}, {}},
+    ValueType{"DNS Name", Form::kText, 0, {}, {}},
+    ValueType{"user@host", Form::kText, 0, {}, {}},
+    ValueType{"INTEGER", Form::kNumber, 10, kLeast32, kGreatest32},
+    ValueType{"INTEGER RANGE", Form::kRange, 10, kLeast32, kGreatest32},
+    ValueType{"INT MULTI RANGE", Form::kRanges, 10, kLeast32, kGreatest32},
+    ValueType{"HEX", Form::kNumber, 16, {}, kGreatestUnsigned32},
+    ValueType{"HEX RANGE", Form::kRange, 16, {}, kGreatestUnsigned32},
+    ValueType{"Hex Multi Range", Form::kRanges, 16, {}, kGreatestUnsigned32},
+    ValueType{"Unsigned Int", Form::kNumber, 10, {}, kGreatestUnsigned32},
+    ValueType{"Uint Range", Form::kRange, 10, {}, kGreatestUnsigned32},
+    ValueType{"INT64", Form::kNumber, 10, kLeast64, kGreatest64},
+    ValueType{"UINT64", Form::kNumber, 10, {}, kGreatestUnsigned64},
+    ValueType{"HEX64", Form::kNumber, 16, {}, kGreatestUnsigned64},
+};
+
+using Fault = std::optional<std::string>;
+
+const ValueType *type_of(const char *name) {
+    const auto *found = std::ranges::find_if(
+        kTypes, [&](const ValueType &type) { return strcmp(type.name, name) == 0; });
+    return found == kTypes.end() ? nullptr : found;
+}
+
+bool is_text(const ValueType &type) {
+    return type.form == Form::kText || type.form == Form::kLine;
+}
+
+bool is_prefixed_hex(std::string_view text) {
+    return text.starts_with("0x") || text.starts_with("0X");
+}
+
+// Judges numbers against one type and the bounds of a parameter.
+class NumberCheck {
+public:
+    NumberCheck(const ValueType &type, int32_t int_min, int32_t int_max) : type_(type) {
+        if (int_min == 0 && int_max == 0)
+            return;
+        // Types without a sign have bounds without one.
+        const bool has_sign = type.least.is_negative;
+        least_ = has_sign ? Number::from(int_min) : Number{static_cast<uint32_t>(int_min)};
+        greatest_ = has_sign ? Number::from(int_max) : Number{static_cast<uint32_t>(int_max)};
+    }
+
+    [[nodiscard]] Fault fault_of(std::string_view value) const {
+        if (type_.form != Form::kRanges)
+            return fault_of_range(value);
+        for (size_t start = 0; start <= value.size();) {
+            const size_t end = std::min(value.find(',', start), value.size());
+            if (Fault fault = fault_of_range(value.substr(start, end - start)))
+                return fault;
+            start = end + 1;
+        }
+        return std::nullopt;
+    }
+
+private:
+    [[nodiscard]] Fault fault_of_range(std::string_view value) const {
+        const size_t dash =
+            type_.form == Form::kNumber ? std::string_view::npos : value.find('-', 1); // not a sign
+        if (dash == std::string_view::npos)
+            return fault_of_number(value);
+        Fault fault = fault_of_number(value.substr(0, dash));
+        return fault ? fault : fault_of_number(value.substr(dash + 1));
+    }
+
+    [[nodiscard]] Fault fault_of_number(std::string_view text) const {
+        Number number;
+        number.is_negative = type_.least.is_negative && text.starts_with('-');
+        std::string_view digits = text.substr(number.is_negative ? 1 : 0);
+        if (type_.base == 16 && is_prefixed_hex(digits))
+            digits.remove_prefix(2);
+        const char *end = digits.data() + digits.size();
+        const auto [stop, error] =
+            std::from_chars(digits.data(), end, number.magnitude, type_.base);
+        if (stop != end || error == std::errc::invalid_argument)
+            return type_.base == 16 ? "not a hexadecimal number" : "not a number";
+        if (number.magnitude == 0)
+            number.is_negative = false;
+        if (error != std::errc{} || number < least_ || greatest_ < number)
+            return std::string{"not from "}
+                .append(least_.text())
+                .append(" to ")
+                .append(greatest_.text());
+        return std::nullopt;
+    }
+
+    const ValueType &type_;
+    Number least_ = type_.least;
+    Number greatest_ = type_.greatest;
+};
+
+} // namespace
+
+ValueCheck::ValueCheck(const parameter_info_t &parameter)
+    : int_min_(parameter.int_min), int_max_(parameter.int_max) {
+    const uint32_t mask = parameter.type_mask;
+    const uint32_t bits = tool::type_bits(mask);
+    for (int32_t bit = bit_pos_get32(bits, -1); bit >= 0; bit = bit_pos_get32(bits, bit)) {
+        const char *name = param_reg_name_get((1U << bit) | tool::class_bits(mask));
+        const ValueType *type = name == nullptr ? nullptr : type_of(name);
+        if (type == nullptr) { // takes any word, whatever the others take
+            types_.clear();
+            return;
+        }
+        takes_rest_ = takes_rest_ || type->form == Form::kLine;
+        types_.push_back(type);
+    }
+}
+
+std::optional<std::string> ValueCheck::fault_of(std::string_view value) const {
+    Fault fault;
+    for (const ValueType *type : types_) {
+        if (is_text(*type)) {
+            const auto longest = static_cast<int16_t>(static_cast<uint32_t>(int_min_) & 0xFFFFU);
+            if (longest < 1 || value.size() <= static_cast<size_t>(longest))
+                return std::nullopt;
+            fault = std::string{"longer than "}.append(std::to_string(longest)).append(" bytes");
+        } else {
+            fault = NumberCheck{*type, int_min_, int_max_}.fault_of(value);
+            if (!fault)
+                return std::nullopt;
+        }
+    }
+    return fault;
+}
+
+} // namespace find
