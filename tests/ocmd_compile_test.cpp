@@ -52,10 +52,7 @@ protected:
     }
 
     // Runs a command in the scratch folder, with this build's programs.
-    Outcome shell(const std::string &command) const {
-        return harness::run({"sh", "-c", "cd '" + path("") + "' && " + command},
-                            {"PATH=" PROGRAMS ":/usr/bin:/bin"});
-    }
+    Outcome shell(const std::string &command) const { return scratch_.shell(command); }
 
     // What is told of a grammar: each message without its file and the lines that it shows.
     [[nodiscard]] std::string told(const std::string &text, const std::string &options = "") const {
@@ -406,8 +403,7 @@ TEST_F(Compile, SurvivesHostileTexts) {
     };
     for (const auto &hostile : cases) {
         store("g.yaml", hostile.text);
-        const Outcome outcome =
-            shell(kLimits + "ocmd_compile --main -o g.par g.yaml");
+        const Outcome outcome = shell(kLimits + "ocmd_compile --main -o g.par g.yaml");
         EXPECT_LE(outcome.status, 1) << outcome.err.substr(0, 500);
         EXPECT_NE(outcome.err.find(hostile.told), std::string::npos) << outcome.err.substr(0, 500);
     }

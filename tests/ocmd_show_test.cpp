@@ -147,9 +147,7 @@ protected:
 
     // What a command prints, complaints included, and its status unless that is 0.
     std::string shell(const std::string &command) {
-        const auto outcome =
-            harness::run({"sh", "-c", "exec 2>&1; cd \"$1\"; " + command, "sh", path("")},
-                         {"PATH=" SHOW ":" COMPILE ":" OCMD_GEN ":/usr/local/bin:/usr/bin:/bin"});
+        const auto outcome = scratch_.shell("exec 2>&1; " + command);
         return outcome.out +
                (outcome.status == 0 ? "" : "status " + std::to_string(outcome.status));
     }
