@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Start-up on the sample tree beside an empty C program linked to the same libraries:
+# Start-up on the main tree of the example beside an empty C program linked to the same libraries:
 # startup.sh BUILD. Runs take turns; the fastest of each counts.
 set -euo pipefail
 build=$(realpath "$1")
@@ -19,7 +19,7 @@ fastest() {
 ours=0
 empty=0
 for ((round = 0; round < 300; round++)); do
-    ours=$(fastest $ours "$build/cmd_gen/ocmd_gen" -s "$build/examples/sample.par")
+    ours=$(fastest $ours "$build/cmd_gen/ocmd_gen" -s "$build/examples/switch/main.par")
     empty=$(fastest $empty "$scratch/empty")
 done
 awk -v a="$ours" -v b="$empty" \

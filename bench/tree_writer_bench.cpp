@@ -1,6 +1,6 @@
 // The tree writer against bare zlib: the same bytes at the same level into the same kind of file.
 #include "bench/ratio_report.h"
-#include "examples/grammar.h"
+#include "tests/support/grammar.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -36,4 +36,4 @@ foreach(program ${TSH_PROGRAMS}) # bash looks for the program's name; one file c
   install(FILES ${completions}/${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endforeach()
-install(DIRECTORY examples/ DESTINATION ${examples_dir} FILES_MATCHING PATTERN "*.yaml")
+install(DIRECTORY examples/switch DESTINATION ${examples_dir} USE_SOURCE_PERMISSIONS)

@@ -1,6 +1,6 @@
 // Where tree_tools_fuzz starts from: small files by the library's own writer, alone and in pairs.
 // tree_tools_seeds FOLDER
-#include "examples/grammar.h"
+#include "tests/support/grammar.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Installs what the build needs, builds, and lists the commands of the sample tree.
+# Installs what the build needs, builds, and lists the commands of the example, the main tree of a switch.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build
 cmake --preset sample
 cmake --build --preset sample
-build/sample/cmd_gen/ocmd_gen -s build/sample/examples/sample.par
+build/sample/cmd_gen/ocmd_gen -s build/sample/examples/switch/main.par

@@ -43,6 +43,7 @@ cmake -S "$scratch/outside" -B "$scratch/outside/build" -DCMAKE_PREFIX_PATH="$sc
     -DCMAKE_C_FLAGS="${2:-}" -DCMAKE_CXX_FLAGS="${2:-}" >"$scratch/log" &&
     cmake --build "$scratch/outside/build" >>"$scratch/log" || { cat "$scratch/log" && exit 1; }
 for language in c cpp; do
-    "$scratch/outside/build/resolve_$language" "$1/examples/sample.par" 'WARD' |
-        diff - <(printf 'ward\n    <STRING>\n')
+    "$scratch/outside/build/resolve_$language" "$1/examples/switch/main.par" 'BENCH TOOLS' |
+        diff - <(printf 'tools  What the bench is equipped with\n    lamp  %s\n    loop  %s\n    peek  %s\n' \
+            'Let the lamp of a bay blink' 'Send what a bay says back to it' 'Read a register')
 done

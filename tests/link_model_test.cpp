@@ -1,7 +1,7 @@
 // The linker against a plain model of what it promises: passes over a list, walks over every path,
 // a search for a cycle before each link. Random subtrees over few names make every rule meet.
-#include "examples/grammar.h"
 #include "parse_tree/tree_library.h"
+#include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 #include "treelink/attach.h"
 #include "treelink/link_report.h"

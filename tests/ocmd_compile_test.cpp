@@ -1,6 +1,6 @@
 // Compiling grammars as an author does it: text files in, good, mistaken and hostile; tree files
 // and messages out.
-#include "examples/grammar.h"
+#include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 #include "tools/support/tree_input.h"
 
@@ -230,13 +230,6 @@ struct Mistake {
     const char *told; // the messages, each with its line and column
 };
 
-class Mistakes : public Compile, public testing::WithParamInterface<Mistake> {};
-
-TEST_P(Mistakes, AreToldAtTheirPlace) {
-    EXPECT_EQ(told(GetParam().grammar), GetParam().told);
-    EXPECT_FALSE(std::filesystem::exists(path("g.par")));
-}
-
 constexpr Mistake kMistakes[] = {
     {"", "1:1: there is no document in this file\n"},
     {"just text", "1:1: a document is a mapping of keys such as 'below' and 'words'\n"},
@@ -301,7 +294,12 @@ constexpr Mistake kMistakes[] = {
      "6:1: flow sequence with invalid extra closing bracket\n"},
 };
 
-INSTANTIATE_TEST_SUITE_P(All, Mistakes, testing::ValuesIn(kMistakes));
+TEST_F(Compile, TellsMistakesAtTheirPlace) {
+    for (const Mistake &mistake : kMistakes) {
+        EXPECT_EQ(told(mistake.grammar), mistake.told) << mistake.grammar;
+        EXPECT_FALSE(std::filesystem::exists(path("g.par"))) << mistake.grammar;
+    }
+}
 
 TEST_F(Compile, ShowsLinesOfBothPlacesAndKeepsTheOldFile) {
     store("a.yaml", "below: x\nwords:\n  one: {name: same, command: f}\n");

@@ -1,7 +1,7 @@
 // The utility as a user runs it: options, listings, dumps, refused files and bad days.
-#include "examples/grammar.h"
 #include "parse_tree/byte_order.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
 #include <functional>

@@ -1,8 +1,8 @@
 // Files of trees as ocmd_show tells of them: what it lists, counts, writes and draws is held
 // against the listing of ocmd_gen, against the bytes of the file, and against what ocmd_compile
 // makes of it.
-#include "examples/grammar.h"
 #include "parse_tree/byte_order.h"
+#include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 #include "treelink/subtree_read.h"
 

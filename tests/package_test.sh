@@ -20,7 +20,8 @@ for program in "$root"/usr/bin/*; do
     name=${program##*/}
     if [ "$name" != ocmd_gen ]; then "$program" --version | grep "^$name "; fi
 done
-"$root/usr/bin/ocmd_gen" -s "$1/examples/sample.par" | grep '  pace  <INTEGER>'
+PATH=$root/usr/bin:$PATH "$root"/usr/share/doc/ocmd_gen/examples/switch/make.sh "$scratch/switch"
+"$root/usr/bin/ocmd_gen" -s "$scratch/switch/main.par" | grep '  leave$'
 [ -e "$root/usr/share/man/man1/ocmd_gen.1" ]
 dpkg-deb -x "$scratch"/libtsh-dev_*.deb "$root"
 PKG_CONFIG_PATH=$root/usr/lib/pkgconfig pkg-config --cflags --libs tsh

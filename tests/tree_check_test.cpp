@@ -1,8 +1,8 @@
 // The check of trees: every fault told, and the walks behind it whatever the depth.
-#include "examples/grammar.h"
 #include "parse_tree/tree_check.h"
 #include "parse_tree/tree_library.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 // Tree files from the compiler's nodes to the bytes that other programs see.
-#include "examples/grammar.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/tree_file.h"
 #include "parse_tree/tree_load.h"
 #include "platform/robust_string.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
 #include <cstdio>

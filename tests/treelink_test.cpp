@@ -1,11 +1,11 @@
 // Linking as a user does it: subtree files in, good, damaged and hostile; a main par file and
 // messages out.
-#include "examples/grammar.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_load.h"
 #include "tests/support/failing_calls.h"
 #include "tests/support/failing_malloc.h"
+#include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 #include "treelink/file_replacement.h"
 #include "treelink/link_driver.h"
@@ -305,10 +305,11 @@ TEST_F(Link, ReplacesAllOrNothing) {
     EXPECT_EQ(shell("ocmd_link -o - root.par > /dev/full"), full + not_written("-", no_space));
     EXPECT_EQ(shell("ocmd_link -v -o there root.par > /dev/full"),
               not_written("standard output", no_space));
-    // Killed at any time.
+    // Ended at any time.
     for (int i = 0; i < 40; ++i) {
-        const std::string now = shell("echo old > there; ocmd_link -o there root.par & sleep 0.00" +
-                                      std::to_string(i % 10) + "; kill -9 $! 2>&-; cat there");
+        const std::string now =
+            shell("echo old > there; ocmd_link -o there root.par & sleep 0.00" +
+                  std::to_string(i % 10) + "; kill $! 2>&-; wait 2>&-; cat there");
         EXPECT_TRUE(now == "old\n" || now.size() == 5000) << now.size();
     }
     EXPECT_EQ(shell("ls -A"), "err\nmain.par\nnet\nroot.par\nthere\n");

@@ -1,8 +1,8 @@
 // A grammar as the process's main tree, for tests of navigation and enumeration.
 #pragma once
 
-#include "examples/grammar.h"
 #include "parse_tree/tree_load.h"
+#include "tests/support/grammar.h"
 
 #include <stdexcept>
 #include <string>

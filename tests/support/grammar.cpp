@@ -1,5 +1,5 @@
 // The grammar vocabulary: owns the texts and links of the nodes it hands to the tree writer.
-#include "examples/grammar.h"
+#include "tests/support/grammar.h"
 
 #include "parse_tree/tree_library.h"
 
