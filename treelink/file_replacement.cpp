@@ -285,8 +285,8 @@ template <typename Make> bool tsh_file_replacement_t::find_free_name(Make make) 
 // another file.
 bool tsh_file_replacement_t::takes_the_place_of(const struct stat &old) const {
     struct stat there {};
-    return fstatat(folder_.number(), name_.c_str(), &there, 0) == 0 &&
-           there.st_dev == old.st_dev && there.st_ino == old.st_ino;
+    return fstatat(folder_.number(), name_.c_str(), &there, 0) == 0 && there.st_dev == old.st_dev &&
+           there.st_ino == old.st_ino;
 }
 
 // Nothing is allocated from here on, and nothing can fail once the new file is in place.

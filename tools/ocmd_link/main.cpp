@@ -9,7 +9,6 @@
 #include "treelink/link_driver.h"
 #include "treelink/link_report.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -88,9 +87,12 @@ std::string file_of(std::string name) {
 
 // Files that a pattern such as "*.par" would name and that are no subtrees to be linked.
 bool is_passed_over(const std::string &file, const Request &request) {
-    const std::string_view known[] = {"tsh_root.par", "main_tree.par", request.root,
-                                      request.output};
-    return file != kStream && std::ranges::find(known, file) != std::end(known);
+    if (file == kStream)
+        return false;
+    std::error_code not_there;
+    return file == "tsh_root.par" || file == "main_tree.par" ||
+           fs::equivalent(file, request.root, not_there) ||
+           fs::equivalent(file, request.output, not_there);
 }
 
 // Counts a loss that the tool tells of itself beside those of the library.
