@@ -6,7 +6,7 @@
 # Blocks that build come first and build in this clone, so the tests cannot run them from within:
 #     readme_test.sh            runs these alone, as .ci/run does before all else;
 #     readme_test.sh BUILD      runs all others, with BUILD as what these have built.
-# All others share a folder in which the clone's files and sample.par stand. What they install goes
+# All others share a folder in which the clone's files stand. What they install goes
 # below a scratch folder by DESTDIR; for the real place, which needs root, the environment stands
 # in: search paths for programs and pkg-config, and one for libraries instead of ldconfig's cache.
 set -euo pipefail
@@ -36,7 +36,6 @@ for file in "$clone"/*; do
     [ "$file" = "$clone/build" ] || ln -s "$file" "$folder"
 done
 ln -s "$1" "$folder/build/default"
-ln -s "$1/examples/sample.par" "$folder"
 cd "$folder"
 export DESTDIR=$scratch/root
 export PKG_CONFIG_PATH=$DESTDIR/usr/local/lib/pkgconfig LD_LIBRARY_PATH=$DESTDIR/usr/local/lib
