@@ -31,22 +31,18 @@ constexpr std::array kOptions{
 
 constexpr tool::Program kProgram{
     "ocmd_diff", "OLD NEW",
-    "Lists the command lines that only one of two trees accepts: \"- \" before those of OLD, \"+ "
-    "\"\n"
-    "before those of NEW. Files are main par files or subtree files; - is standard input. The\n"
-    "status is 0 when nothing differs, 1 when something does, and 2 in case of trouble.",
+    "Lists the command lines that only one of two trees accepts: \"- \" before those of OLD,\n"
+    "\"+ \" before those of NEW. Files are main par files or subtree files; - is standard input.\n"
+    "The status is 0 when nothing differs, 1 when something does, and 2 in case of trouble.",
     kOptions};
 
 constexpr Status kSame = tool::kDone;
 constexpr Status kDiffer = tool::kFaults;
 
 // A file that does not hold what it should is never called equal to another.
-TreeFile open_whole(const char *path) {
+TreeFile open_file(const char *path) {
     try {
-        TreeFile file = tool::open_sound(path);
-        if (!file.complete())
-            throw Stop{tool::kTrouble};
-        return file;
+        return tool::open_sound(path);
     } catch (const Stop &) {
         throw Stop{tool::kTrouble};
     }
@@ -64,8 +60,8 @@ Status compare(const CommandLine &line) {
         refuse("two files are needed, OLD and NEW");
     if (strcmp(operands[0], "-") == 0 && strcmp(operands[1], "-") == 0)
         refuse("standard input cannot be both files");
-    const TreeFile old_file = open_whole(operands[0]);
-    const TreeFile new_file = open_whole(operands[1]);
+    const TreeFile old_file = open_file(operands[0]);
+    const TreeFile new_file = open_file(operands[1]);
     tool::register_types();
 
     LineAutomaton automaton{std::array{&old_file, &new_file}};

@@ -36,27 +36,14 @@ constexpr std::array kOptions{
 
 constexpr tool::Program kProgram{
     "ocmd_find", "FILE [WORD...]",
-    "Resolves an abbreviated line as the shell does and tells all about the command: \"/\" enters "
-    "a\n"
-    "submode. With --config, tells every line of a saved configuration that the tree does not\n"
+    "Resolves an abbreviated line as the shell does and tells all about the command: \"/\" enters\n"
+    "a submode. With --config, tells every line of a saved configuration that the tree does not\n"
     "accept. FILE is a main par file or a subtree file. The status is 0 when every line is known,\n"
-    "1 when one is not, and 2 in case of trouble.",
+    "1 when one is not or the tree has faults, and 2 in case of trouble.",
     kOptions};
 
 constexpr Status kKnown = tool::kDone;
 constexpr Status kUnknown = tool::kFaults;
-
-// A tree with faults answers nothing.
-TreeFile open_whole(const char *path) {
-    try {
-        TreeFile file = tool::open_sound(path);
-        if (!file.complete())
-            throw Stop{tool::kTrouble};
-        return file;
-    } catch (const Stop &) {
-        throw Stop{tool::kTrouble};
-    }
-}
 
 Status answer(LineFinder &finder, std::span<char *const> words) {
     std::string text;
@@ -122,7 +109,7 @@ Status find_lines(const CommandLine &line) {
         refuse(line.has("config") ? "either words or --config, not both" : "no words to look up");
     if (strcmp(operands[0], "-") == 0 && takes_standard_input(line))
         refuse("standard input cannot be both the tree and a configuration");
-    const TreeFile file = open_whole(operands[0]);
+    const TreeFile file = tool::open_sound(operands[0]);
     tool::register_types();
     const Forest forest{file};
     LineFinder finder{forest};

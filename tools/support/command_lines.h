@@ -1,7 +1,7 @@
 // The command lines of a tree, spelled for people and for tools that sort and compare lines: words
 // as the listing spells them with one blank between them, and before them the words of every
 // submode that the line lies in, each followed by " / ":
-//     interface <INTERFACE> / description <LINE>
+//     bay <INTERFACE> / label <LINE>
 #pragma once
 
 #include "tools/support/command_count.h"

@@ -251,9 +251,9 @@ bool is_sound(const TreeFile &file) {
     return faults == 0;
 }
 
-TreeFile open_sound(const std::string &path, const Insist &insist) {
-    TreeFile file{path, insist};
-    if (!is_sound(file))
+TreeFile open_sound(const std::string &path) {
+    TreeFile file{path};
+    if (!is_sound(file) || !file.complete())
         throw Stop{kFaults};
     return file;
 }

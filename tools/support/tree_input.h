@@ -61,7 +61,8 @@ uint32_t tell_faults(const TreeFile &file);
 /// Whether every tree is sound; if not, the first faults are told.
 bool is_sound(const TreeFile &file);
 
-/// Opens a file for a tool that follows links: one that is not sound ends the run with kFaults.
-TreeFile open_sound(const std::string &path, const Insist &insist = {});
+/// Opens a file for a tool that answers for all of it and follows links: one that is not sound or
+/// not complete ends the run with kFaults.
+TreeFile open_sound(const std::string &path);
 
 } // namespace tool
