@@ -1,0 +1,266 @@
+// Comparing trees as an auditor does it: what is told is held against sorted lists of all lines of
+// both trees, wherever these can be made.
+#include "tests/support/grammar.h"
+#include "tests/support/harness.h"
+
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using grammar::keyword;
+using grammar::main_root;
+using grammar::parameter;
+using grammar::structural;
+using grammar::Word;
+using harness::Outcome;
+using Nodes = std::vector<tree_node_t>;
+
+constexpr uint32_t kInteger = 0x40100001;
+constexpr uint32_t kString = 1;
+
+// A small tree of few words, so that siblings and whole lines are often spelled alike.
+Nodes random_tree(std::mt19937 &random) {
+    const auto one_in = [&](uint32_t n) { return random() % n == 0; };
+    Nodes nodes(3 + random() % 10);
+    for (size_t i = 0; i < nodes.size(); ++i) {
+        tree_node_t &node = nodes[i];
+        snprintf(node.name, sizeof node.name, "n%zu", i);
+        if (i == 0)
+            continue;
+        const char *words[] = {"a", "b", "b c", "c", "/"};
+        if (!one_in(4))
+            snprintf(node.token, sizeof node.token, "%s", words[random() % std::size(words)]);
+        if (one_in(5)) {
+            node.param_count = 1;
+            node.params[0].type_mask = one_in(2) ? kInteger : kString;
+        }
+        node.optional = one_in(6) ? 1 : 0;
+        node.flags = (one_in(2) ? TREE_FLAG_TERMINAL : 0) | (one_in(4) ? TREE_FLAG_SUBMODE : 0);
+        tree_node_t &parent = nodes[random() % i];
+        parent.children[parent.child_count++] = static_cast<uint16_t>(i);
+        tree_node_t &other = nodes[random() % i]; // shares it
+        if (&other != &parent && one_in(2))
+            other.children[other.child_count++] = static_cast<uint16_t>(i);
+    }
+    return nodes;
+}
+
+// What a later version of a grammar might be.
+Nodes changed(Nodes nodes, std::mt19937 &random) {
+    for (auto changes = random() % 3; changes > 0; --changes) {
+        tree_node_t &node = nodes[1 + random() % (nodes.size() - 1)];
+        if (random() % 2 == 0)
+            node.flags ^= TREE_FLAG_TERMINAL;
+        else
+            snprintf(node.token, sizeof node.token, "%s", random() % 2 == 0 ? "c" : "d");
+    }
+    return nodes;
+}
+
+class Diff : public testing::Test {
+protected:
+    void store(const char *name, const Nodes &nodes) const {
+        harness::write_file(scratch_.path(name), {reinterpret_cast<const char *>(nodes.data()),
+                                                  nodes.size() * sizeof nodes[0]});
+    }
+    void store(const char *name, const Word &root) const { store(name, grammar::lay_out(root)); }
+
+    [[nodiscard]] Outcome shell(const std::string &command) const {
+        return scratch_.shell(command);
+    }
+
+    // What is told of two trees.
+    [[nodiscard]] std::string diff(const Word &before, const Word &after,
+                                   const std::string &options = "") const {
+        store("old.par", before);
+        store("new.par", after);
+        const Outcome outcome = shell("ocmd_diff " + options + " old.par new.par");
+        EXPECT_EQ(outcome.status, outcome.out.empty() ? 0 : 1) << outcome.err;
+        return outcome.out;
+    }
+
+private:
+    harness::ScratchDir scratch_;
+};
+
+// ---- Lines ----
+
+TEST_F(Diff, TellsExactlyTheLinesOfOneTree) {
+    std::mt19937 random(20);
+    for (int round = 0; round < 60; ++round) {
+        const Nodes before = random_tree(random);
+        store("old.par", before);
+        store("new.par", round % 3 == 0 ? random_tree(random) : changed(before, random));
+        const Outcome outcome = shell(R"(
+            export LC_ALL=C
+            for tree in old new; do ocmd_show --commands $tree.par | sort -u >$tree; done
+            comm -23 old new | sed 's/^/- /' >wanted
+            comm -13 old new | sed 's/^/+ /' >>wanted
+            ocmd_diff old.par new.par >told
+            [ $? = $([ -s wanted ]; echo $((1 - $?))) ] || echo "status"
+            sort wanted >sorted
+            sort told | diff sorted -
+            ocmd_diff --stat old.par new.par >counted
+            printf '%s %s\n' - $(grep -c '^-' wanted) + $(grep -c '^+' wanted) |
+                if [ -s wanted ]; then diff - counted; else diff /dev/null counted; fi)");
+        EXPECT_EQ(outcome.out + outcome.err, "") << "round " << round;
+    }
+}
+
+TEST_F(Diff, KeepsLinesOfOneParentTogetherInTheOrderOfTheirTree) {
+    Word bay = parameter(kInteger).named("number").submode();
+    bay.child(keyword("wake").terminal()).child(keyword("rest").terminal());
+    Word other_bay = parameter(kInteger).named("number").submode();
+    other_bay.child(keyword("stir").terminal()).child(keyword("rest").terminal());
+    other_bay.child(keyword("home").child(parameter(kString).terminal()));
+    const Word show = keyword("show").child(keyword("lamps").terminal());
+    const Word other_show = keyword("show").child(
+        keyword("lamps").terminal().child(keyword("lit").terminal().optional()));
+    EXPECT_EQ(diff(main_root({keyword("quit").terminal(), keyword("bay").child(bay), show}),
+                   main_root({other_show, keyword("bay").child(other_bay)})),
+              "- quit\n"
+              "- bay <INTEGER> / wake\n"
+              "+ bay <INTEGER> / stir\n"
+              "+ bay <INTEGER> / home <STRING>\n"
+              "+ show lamps lit[o]\n");
+}
+
+TEST_F(Diff, ComparesLinesAndNotNodes) {
+    const Word end = keyword("end").terminal();
+    const Word shared = main_root({keyword("a").child(end), keyword("b").child(end)});
+    const Word copied = main_root({keyword("b").child(keyword("end").terminal()),
+                                   keyword("a").named("a1").child(keyword("end").terminal()),
+                                   keyword("a").named("a2").child(structural("gap").child(
+                                       keyword("end").named("end2").terminal()))});
+    EXPECT_EQ(diff(shared, copied), "");
+    EXPECT_EQ(diff(shared, copied, "--stat"), "");
+}
+
+// ---- Fields ----
+
+TEST_F(Diff, TellsWhatWordsOfBothTreesStandFor) {
+    Word before = parameter(kInteger).named("n").func_id("set_lamp").help("Lamp").terminal();
+    before.node().params[0].int_max = 8;
+    Word after = parameter(kInteger).named("renamed").func_id("set_lamp").help("Lamp").terminal();
+    after.node().params[0].int_max = 12;
+    const Word lamp = keyword("lamp").help("One \"lamp\"").child(before);
+    const Word other = keyword("lamp").help("A lamp").child(after);
+    const Word rest = keyword("rest").terminal();
+    EXPECT_EQ(diff(main_root({lamp, rest}), main_root({other, rest}), "--fields"),
+              "~ lamp ...\n"
+              "    help: \"One \\\"lamp\\\"\" -> \"A lamp\"\n"
+              "~ lamp <INTEGER>\n"
+              "    parameter max: 8 -> 12\n");
+    EXPECT_EQ(diff(main_root({lamp}), main_root({other}), "--fields --stat"), "- 0\n+ 0\n~ 2\n");
+    EXPECT_EQ(diff(main_root({lamp}), main_root({other})), "");
+}
+
+TEST_F(Diff, KnowsEveryFieldThatCounts) {
+    const auto told = [&](const std::function<void(tree_node_t &)> &change) {
+        Nodes nodes = grammar::lay_out(main_root({parameter(kInteger).named("n").terminal()}));
+        store("old.par", nodes);
+        change(nodes[1]);
+        store("new.par", nodes);
+        const std::string text = shell("ocmd_diff --fields old.par new.par").out;
+        return text.substr(0, text.rfind(' '));
+    };
+    const std::string line = "~ <INTEGER>\n    ";
+    EXPECT_EQ(told([](tree_node_t &node) { node.func_id[0] = 'f'; }), line + "function: \"\" ->");
+    EXPECT_EQ(told([](tree_node_t &node) { node.mode_id[0] = 'm'; }), line + "mode: \"\" ->");
+    EXPECT_EQ(told([](tree_node_t &node) { node.token_id = 7; }), line + "token_id: 0 ->");
+    EXPECT_EQ(told([](tree_node_t &node) { node.command_id = 7; }), line + "command_id: 0 ->");
+    EXPECT_EQ(told([](tree_node_t &node) { node.intf_mask = 2; }), line + "interfaces: [] ->");
+    EXPECT_EQ(told([](tree_node_t &node) { node.perms_mask[0] = 1; }), line + "permissions: [] ->");
+    EXPECT_EQ(told([](tree_node_t &node) { node.params[0].int_min = -5; }),
+              line + "parameter min: 0 ->");
+    EXPECT_EQ(told([](tree_node_t &node) { node.submode_help[0] = 's'; }),
+              line + "submode_help: \"\" ->");
+}
+
+// ---- Files ----
+
+TEST_F(Diff, ReadsFilesOfEveryKind) {
+    const Word before = keyword("lamp").child(keyword("dark").terminal());
+    const Word after = keyword("lamp").child(keyword("unlit").terminal());
+    grammar::write_subtree_file(shell("printf $PWD/old.sub").out, {{before, "root"}});
+    store("new.par", main_root({after}));
+    const std::string told = "- lamp dark\n+ lamp unlit\n";
+    EXPECT_EQ(shell("ocmd_diff old.sub new.par"), (Outcome{1, told, ""}));
+    EXPECT_EQ(shell("ocmd_diff - new.par <old.sub"), (Outcome{1, told, ""}));
+    EXPECT_EQ(shell("ocmd_diff -q old.sub new.par"), (Outcome{1, "", ""}));
+    EXPECT_EQ(shell("ocmd_diff old.sub old.sub"), (Outcome{0, "", ""}));
+}
+
+TEST_F(Diff, CallsNothingEqualThatItCannotRead) {
+    Nodes nodes = grammar::lay_out(main_root({keyword("lamp").terminal()}));
+    store("good.par", nodes);
+    nodes[1].children[nodes[1].child_count++] = 0;
+    store("cycle.par", nodes);
+    EXPECT_EQ(shell("ocmd_diff cycle.par cycle.par 2>&1").status, 2);
+    EXPECT_EQ(shell("head -c 1500 good.par >cut.par; ocmd_diff cut.par cut.par 2>&1").status, 2);
+    EXPECT_EQ(
+        shell("ocmd_diff good.par none.par"),
+        (Outcome{2, "", "ocmd_diff: none.par: cannot be opened: No such file or directory\n"}));
+    EXPECT_EQ(shell("ocmd_diff good.par").status, 2);
+    EXPECT_EQ(shell("ocmd_diff - - </dev/null").status, 2);
+    store("other.par", main_root({keyword("other").terminal()}));
+    EXPECT_EQ(shell("ocmd_diff good.par other.par >/dev/full"),
+              (Outcome{2, "",
+                       "ocmd_diff: standard output: cannot be written: No space left on "
+                       "device\n"}));
+}
+
+// ---- Size ----
+
+// A ladder of shared nodes: 2^rungs lines through its words, which end at a word of its own.
+Nodes ladder(size_t rungs, const char *last) {
+    Nodes nodes(3 * rungs + 2);
+    const auto link = [&](size_t from, size_t to) {
+        nodes[from].children[nodes[from].child_count++] = static_cast<uint16_t>(to);
+    };
+    for (size_t i = 0; i < rungs; ++i) {
+        for (size_t side = 1; side <= 2; ++side) {
+            link(3 * i, 3 * i + side);
+            link(3 * i + side, 3 * i + 3);
+            strcpy(nodes[3 * i + side].token, side == 1 ? "l" : "r");
+        }
+    }
+    strcpy(nodes.back().token, last);
+    link(3 * rungs, 3 * rungs + 1);
+    nodes.back().flags = TREE_FLAG_TERMINAL;
+    return nodes;
+}
+
+TEST_F(Diff, ComparesLinesThatNobodyCouldList) {
+    store("old.par", ladder(100, "end"));
+    store("new.par", ladder(100, "END"));
+    store("longer.par", ladder(130, "end"));
+    const std::string count = "1267650600228229401496703205376"; // 2^100
+    EXPECT_EQ(shell("ocmd_diff old.par old.par"), (Outcome{0, "", ""}));
+    EXPECT_EQ(shell("ocmd_diff --stat old.par new.par").out, "- " + count + "\n+ " + count + "\n");
+    EXPECT_EQ(shell("ocmd_diff old.par new.par | head -n 2 | tail -c 14").out, "l l l l l END\n");
+    EXPECT_EQ(shell("ocmd_diff --stat old.par longer.par").out,
+              "- " + count + "\n+ more than 340282366920938463463374607431768211454\n");
+}
+
+TEST_F(Diff, GoesAsDeepAsTreesGo) {
+    Nodes nodes(65000);
+    for (size_t i = 1; i < nodes.size(); ++i) {
+        strcpy(nodes[i].token, "w");
+        nodes[i - 1].children[0] = static_cast<uint16_t>(i);
+        nodes[i - 1].child_count = 1;
+    }
+    nodes.back().flags = TREE_FLAG_TERMINAL;
+    store("old.par", nodes);
+    strcpy(nodes.back().token, "end");
+    store("new.par", nodes);
+    const Outcome outcome = shell("ulimit -s 1024; ocmd_diff --fields old.par new.par | wc -c");
+    EXPECT_EQ(outcome.out + outcome.err, "260002\n");
+}
+
+} // namespace
