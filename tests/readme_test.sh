@@ -25,7 +25,9 @@ awk -v folder="$scratch" '
 if [ $# -eq 0 ]; then
     cd "$clone"
     while read -r n mark _; do
-        [[ $mark == sh ]] && grep -qE "$builds" "$scratch/block$n" && sh -ex "$scratch/block$n" </dev/null
+        if [ "$mark" = sh ] && grep -qE "$builds" "$scratch/block$n"; then
+            sh -ex "$scratch/block$n" </dev/null
+        fi
     done <"$scratch/index"
     exit
 fi
