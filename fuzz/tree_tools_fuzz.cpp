@@ -1,11 +1,15 @@
-// Any bytes as two files of trees, through everything that tools show of them. The first two bytes
+// Any bytes as two files of trees, through everything that tools show of them and their
+// difference. The first two bytes
 // say how long the first file is, the second one is the rest.
 #include "fuzz/memory_file.h"
+#include "tools/ocmd_diff/difference_count.h"
+#include "tools/ocmd_diff/difference_list.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/types.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <fcntl.h>
 #include <optional>
@@ -44,6 +48,22 @@ void show_all(const tool::TreeFile &file) {
         show::show_commands(file, all, output);
 }
 
+void compare(const tool::TreeFile &before, const tool::TreeFile &after) {
+    diff::LineAutomaton automaton{std::array{&before, &after}};
+    diff::FieldLabels labels{automaton};
+    diff::LineStates states{automaton, &labels};
+    const diff::Pair start{states.reach(automaton.start_of(0)),
+                           states.reach(automaton.start_of(1))};
+    diff::Difference difference{states};
+    if (!difference.is_at(start))
+        return;
+    diff::DifferenceCount{difference}.count(start);
+    tool::TextOutput output;
+    if (std::ranges::all_of(before.records(), can_be_listed) &&
+        std::ranges::all_of(after.records(), can_be_listed))
+        diff::DifferenceList{difference, labels, output}.list(start);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/) {
@@ -61,5 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         show_all(*one);
     if (other)
         show_all(*other);
+    if (one && other)
+        compare(*one, *other);
     return 0;
 }

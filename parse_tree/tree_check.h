@@ -40,7 +40,7 @@ TSH_API const char *tsh_tree_check_name(uint32_t index);
 
 /** Writes a fault of the tree as text: the node's index and name, the fault, and the link in
  * question if there is one, as in
- *     node 5 "shutdown": a link leads back to an ancestor (child 0: node 1 "show")
+ *     node 5 "label": a link leads back to an ancestor (child 0: node 1 "show")
  * Names appear as printable ASCII, a quote, a backslash and every other byte as \xNN. The text is
  * cut to capacity bytes with its terminating zero; a capacity of 0 writes nothing.
  * @return the length of the whole text, without the terminating zero. */

@@ -222,7 +222,7 @@ TEST(Enumeration, FollowsAnyRecordAndNone) {
 // Two words on each of many levels, each above both of the next: more paths than can be walked.
 std::vector<tree_node_t> ladder(uint16_t levels) {
     std::vector<tree_node_t> nodes(2 * size_t{levels} + 1);
-    for (int index = 0; index < 2 * levels - 1; ++index) {
+    for (size_t index = 0; index + 2 < nodes.size(); ++index) {
         const auto below = uint16_t((index + 1) / 2 * 2 + 1);
         nodes[index].child_count = 2;
         nodes[index].children[0] = below;

@@ -52,7 +52,9 @@ protected:
     }
 
     // Runs a command in the scratch folder, with this build's programs.
-    Outcome shell(const std::string &command) const { return scratch_.shell(command); }
+    [[nodiscard]] Outcome shell(const std::string &command) const {
+        return scratch_.shell(command);
+    }
 
     // What is told of a grammar: each message without its file and the lines that it shows.
     [[nodiscard]] std::string told(const std::string &text, const std::string &options = "") const {
@@ -395,8 +397,8 @@ TEST_F(Compile, SurvivesHostileTexts) {
         {repeated("? ", 100000) + "a", "a key is a text"},
         {repeated("[", 100000), "flow sequence without"},
         {repeated("%TAG !a! b\n", 5000) + "---\na: b", "more YAML directives"},
-        {"words: {a: !bytes \"\\\\x4\"}", "in !bytes a backslash stands before"},
-        {"words: {a: {name: \"a\\0b\", command: f}}", "a text with a zero byte"},
+        {R"(words: {a: !bytes "\\x4"})", "in !bytes a backslash stands before"},
+        {R"(words: {a: {name: "a\0b", command: f}})", "a text with a zero byte"},
         {ladder, ""},
     };
     for (const auto &hostile : cases) {

@@ -4,7 +4,6 @@
 #include "tools/ocmd_compile/lay_out.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace compiler {
 
@@ -39,8 +38,8 @@ template <typename Record> void add_implied_kinds(Record &record) {
 }
 
 void fill(tree_node_t &record, const Document &document, const Word &word) {
-    memcpy(record.name, word.name.data(), word.name.size());
-    memcpy(record.token, word.key.token.data(), word.key.token.size());
+    word.name.copy(record.name, sizeof record.name - 1);
+    word.key.token.copy(record.token, sizeof record.token - 1);
     record.param_count = word.key.parameter_count;
     for (size_t i = 0; i < word.key.parameter_count; ++i)
         record.params[i].type_mask = word.key.types[i];

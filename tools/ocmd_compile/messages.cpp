@@ -82,9 +82,8 @@ void Messages::add(Message message) {
     const auto known = std::find_if(files_.rbegin(), files_.rend(), [&](const FileMessages &file) {
         return file.file == message.file;
     });
-    FileMessages &of_file = known != files_.rend()
-                                ? *known
-                                : files_.emplace_back(message.file, std::vector<Message>{}, 0);
+    FileMessages &of_file =
+        known != files_.rend() ? *known : files_.emplace_back(FileMessages{message.file, {}, 0});
     if (of_file.kept.size() < kMostPerFile)
         of_file.kept.push_back(std::move(message));
     else

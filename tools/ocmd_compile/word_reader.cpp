@@ -120,9 +120,8 @@ const WordReader::Rules &WordReader::submode_rules() {
 namespace {
 
 template <typename Rules> std::vector<std::string_view> keys_of(const Rules &rules) {
-    std::vector<std::string_view> keys;
-    for (const auto &rule : rules)
-        keys.push_back(rule.key);
+    std::vector<std::string_view> keys(rules.size());
+    std::ranges::transform(rules, keys.begin(), [](const auto &rule) { return rule.key; });
     return keys;
 }
 

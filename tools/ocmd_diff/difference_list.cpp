@@ -2,7 +2,6 @@
 // runs of leaves are printed without further ado.
 #include "tools/ocmd_diff/difference_list.h"
 
-#include <cstring>
 
 namespace diff {
 
@@ -27,8 +26,7 @@ void Beginning::append(std::string_view atom) {
     const size_t needed = length_ + atom.size() + 1 + tool::kCopyChunk;
     if (needed > bytes_.size())
         bytes_.resize(2 * needed);
-    memcpy(bytes_.data() + length_, atom.data(), atom.size());
-    length_ += atom.size();
+    length_ += atom.copy(bytes_.data() + length_, atom.size());
     bytes_[length_++] = ' ';
 }
 

@@ -97,8 +97,7 @@ uint32_t FieldLabels::label_of(std::span<const NodeNumber> nodes) {
     for (const NodeNumber node : nodes)
         sayings.push_back(saying_of(node));
     std::ranges::sort(sayings);
-    const auto rest = std::ranges::unique(sayings);
-    sayings.erase(rest.begin(), rest.end());
+    sayings.erase(std::unique(sayings.begin(), sayings.end()), sayings.end());
     const auto [place, is_new] =
         labels_.try_emplace(std::move(sayings), static_cast<uint32_t>(sets_.size()));
     if (is_new)

@@ -130,8 +130,7 @@ void LineStates::join_repeated() {
         for (; one != repeated_.end() && one->edge == number; ++one)
             joined_.push_back(one->to);
         std::ranges::sort(joined_);
-        const auto rest = std::ranges::unique(joined_);
-        joined_.erase(rest.begin(), rest.end());
+        joined_.erase(std::unique(joined_.begin(), joined_.end()), joined_.end());
         if (joined_.size() > 1)
             edge.to = Target{state_at_all(joined_)};
     }

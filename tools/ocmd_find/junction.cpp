@@ -153,7 +153,6 @@ std::vector<NodeNumber> Junction::passed(const Way &way) const {
     std::vector<NodeNumber> nodes;
     for (uint32_t i = way.over; i != Way::kNone; i = passed_[i].before)
         nodes.push_back(passed_[i].node);
-    std::ranges::reverse(nodes);
     return nodes;
 }
 
@@ -171,12 +170,16 @@ Reading Junction::read(const TypedLine &line, size_t word) const {
     return reading;
 }
 
+std::vector<const Candidate *>::const_iterator
+Junction::first_from(std::string_view keyword) const {
+    return std::ranges::lower_bound(
+        keywords_, keyword, {},
+        [](const Candidate *candidate) -> std::string_view { return candidate->keyword; });
+}
+
 // True when the word is the beginning of a keyword, or of several.
 bool Junction::read_keyword(std::string_view folded, Reading &reading) const {
-    const auto keyword_at = [](const Candidate *candidate) -> std::string_view {
-        return candidate->keyword;
-    };
-    const auto first = std::ranges::lower_bound(keywords_, folded, {}, keyword_at);
+    const auto first = first_from(folded);
     for (auto one = first; one != keywords_.end() && (*one)->keyword.starts_with(folded); ++one) {
         if ((*first)->keyword == folded && (*one)->keyword != folded)
             break; // only the first is typed in full
@@ -194,10 +197,9 @@ void Junction::read_joined(const TypedLine &line, size_t word, std::string_view 
                            Reading &reading) const {
     for (size_t length = std::min<size_t>(folded.size(), TREE_TOKEN_SIZE) - 1;
          length > 0 && reading.matches.empty() && reading.rest_matches.empty(); --length) {
-        const auto [first, last] = std::ranges::equal_range(
-            keywords_, folded.substr(0, length), {},
-            [](const Candidate *candidate) -> std::string_view { return candidate->keyword; });
-        for (auto one = first; one != last; ++one)
+        const std::string_view keyword = folded.substr(0, length);
+        for (auto one = first_from(keyword); one != keywords_.end() && (*one)->keyword == keyword;
+             ++one)
             if ((*one)->check)
                 take_value(**one, line, word, length, reading);
     }

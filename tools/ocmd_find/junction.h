@@ -12,11 +12,11 @@
 #include "tools/ocmd_find/typed_line.h"
 #include "tools/ocmd_find/value_check.h"
 
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace find {
@@ -29,7 +29,11 @@ struct Place {
     uint16_t values = 0;      ///< Parameters of the node that have been read.
     bool is_entered = false;  ///< The submode of the node has been entered.
 
-    auto operator<=>(const Place &) const = default;
+    bool operator==(const Place &) const = default;
+    bool operator<(const Place &other) const {
+        return std::tie(node, values, is_entered) <
+               std::tie(other.node, other.values, other.is_entered);
+    }
 };
 
 /// A way from a place to a node, over nodes without a word and nodes whose word is left out.
@@ -77,7 +81,7 @@ public:
     /// Ways to nodes at which the line may end; words are left out only where there are no others.
     [[nodiscard]] const std::vector<Way> &endings() const { return endings_; }
 
-    /// The nodes that a way passes, in their order.
+    /// The nodes that a way passes, from the last one back to the first.
     [[nodiscard]] std::vector<NodeNumber> passed(const Way &way) const;
 
     /// What the junction holds, in places, candidates and so on.
@@ -96,6 +100,8 @@ private:
         uint32_t before; // in passed_
     };
 
+    [[nodiscard]] std::vector<const Candidate *>::const_iterator
+    first_from(std::string_view keyword) const;
     bool read_keyword(std::string_view folded, Reading &reading) const;
     void read_joined(const TypedLine &line, size_t word, std::string_view folded,
                      Reading &reading) const;

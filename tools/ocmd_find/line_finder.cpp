@@ -27,9 +27,8 @@ size_t LineFinder::PlacesHash::operator()(const std::vector<Place> &places) cons
 }
 
 JunctionPtr LineFinder::junction_at(std::vector<Place> places) {
-    std::ranges::sort(places);
-    const auto rest = std::ranges::unique(places);
-    places.erase(rest.begin(), rest.end());
+    std::sort(places.begin(), places.end());
+    places.erase(std::unique(places.begin(), places.end()), places.end());
     if (const auto known = junctions_.find(places); known != junctions_.end())
         return known->second;
 

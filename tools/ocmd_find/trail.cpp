@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <ranges>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -26,11 +25,11 @@ public:
         const Junction *junction = resolution_.end.get();
         Way way = ending;
         add_if_passed(*junction, way);
-        for (const Step &step : std::views::reverse(resolution_.steps)) {
+        for (auto step = resolution_.steps.rbegin(); step != resolution_.steps.rend(); ++step) {
             add_passed(*junction, way);
             const Place &place = junction->places()[way.from];
-            junction = step.from.get();
-            way = step.matches.empty() ? way_to_submode(step, place.node) : way_to(step, place);
+            junction = step->from.get();
+            way = step->matches.empty() ? way_to_submode(*step, place.node) : way_to(*step, place);
         }
         add_passed(*junction, way);
         return {joined(command_), joined(typed_)};
@@ -49,7 +48,7 @@ private:
     }
 
     void add_passed(const Junction &junction, const Way &way) {
-        for (const NodeNumber number : std::views::reverse(junction.passed(way))) {
+        for (const NodeNumber number : junction.passed(way)) {
             const tree_node_t &node = forest_.node(number);
             if ((node.flags & TREE_FLAG_SUBMODE) != 0)
                 command_.emplace_back("/");
@@ -77,8 +76,8 @@ private:
     }
 
     // The words of a step, a keyword in full.
-    std::string typed_text(const Step &step, const Candidate &candidate, const tree_node_t &node,
-                           bool has_value) const {
+    [[nodiscard]] std::string typed_text(const Step &step, const Candidate &candidate,
+                                         const tree_node_t &node, bool has_value) const {
         std::string text;
         if (step.takes_rest)
             text = line_.rest_from(step.word);
@@ -92,8 +91,8 @@ private:
 
     static std::string joined(const std::vector<std::string> &words) {
         std::string text;
-        for (const std::string &word : std::views::reverse(words))
-            (text += text.empty() ? "" : " ") += word;
+        for (auto word = words.rbegin(); word != words.rend(); ++word)
+            (text += text.empty() ? "" : " ") += *word;
         return text;
     }
 

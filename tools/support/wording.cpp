@@ -54,8 +54,8 @@ std::string_view nearest(std::string_view word, std::span<const std::string_view
     if (word.size() > kLongestWord)
         return best;
     for (const std::string_view candidate : candidates) {
-        const auto [shorter, longer] = std::minmax(word.size(), candidate.size());
-        if (longer - shorter >= least)
+        const size_t size = candidate.size();
+        if ((size < word.size() ? word.size() - size : size - word.size()) >= least)
             continue;
         const size_t changes = distance(word, candidate);
         if (changes < least)

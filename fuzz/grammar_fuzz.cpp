@@ -1,0 +1,79 @@
+// Any bytes as a file of grammars, through all of the compiler. What can be compiled makes a sound
+// tree, and shown as a grammar again it compiles to the same records.
+#include "fuzz/memory_file.h"
+#include "parse_tree/tree_check.h"
+#include "tools/ocmd_compile/grammar_checks.h"
+#include "tools/ocmd_compile/lay_out.h"
+#include "tools/ocmd_compile/understand.h"
+#include "tools/ocmd_show/modes.h"
+#include "tools/support/types.h"
+
+#include <cstdlib>
+#include <optional>
+
+namespace {
+
+std::optional<tool::CheckLevels> usual_levels;
+
+using Records = std::vector<tree_node_t>;
+
+std::string_view bytes_of(const Records &records) {
+    return {reinterpret_cast<const char *>(records.data()), records.size() * sizeof records[0]};
+}
+
+// The records of all documents; none when there is a fault.
+std::vector<Records> compile(std::string bytes, bool with_checks) {
+    compiler::Grammar grammar;
+    compiler::Messages messages;
+    grammar.files.emplace_back("grammar", std::move(bytes));
+    compiler::YamlReader reader{grammar.files.front(), grammar.texts, messages};
+    for (compiler::YamlDocument yaml; reader.next(yaml);)
+        grammar.documents.push_back(
+            compiler::understand(yaml, TREE_MAX_NODES, grammar.texts, messages));
+    if (with_checks)
+        compiler::check(grammar, false, *usual_levels, messages);
+    messages.tell();
+    std::vector<Records> all;
+    if (messages.faults() == 0)
+        for (const compiler::Document &document : grammar.documents)
+            all.push_back(compiler::lay_out(document));
+    return all;
+}
+
+// The grammar of a tree, if it can say all of it.
+std::optional<std::string> shown(const Records &records) {
+    const auto *data = reinterpret_cast<const uint8_t *>(records.data());
+    const tool::TreeFile file{
+        store(100, data, bytes_of(records).size()),
+        {.container = tool::Container::kMain, .order = tool::ByteOrder::kLittle}};
+    const CapturedOutput output;
+    tool::TextOutput text;
+    const bool says_all = show::show_yaml(file, {}, text) == tool::kDone;
+    text.flush();
+    return says_all ? std::optional{output.take()} : std::nullopt;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char ***argv) {
+    tool::register_types();
+    static constexpr tool::Program kProgram{"grammar_fuzz", "", "", {}};
+    return tool::run(kProgram, 1, *argv, [](const tool::CommandLine &line) {
+        usual_levels.emplace(compiler::grammar_checks(), line);
+        return tool::kDone;
+    });
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    for (const Records &records : compile({reinterpret_cast<const char *>(data), size}, true)) {
+        const auto count = static_cast<uint32_t>(records.size());
+        if (tsh_tree_check(records.data(), count, nullptr, nullptr) != 0)
+            abort();
+        if (const auto grammar = shown(records)) {
+            const std::vector<Records> again = compile(*grammar, false);
+            if (again.size() != 1 || bytes_of(again[0]) != bytes_of(records))
+                abort();
+        }
+    }
+    return 0;
+}
