@@ -43,9 +43,8 @@ JunctionPtr LineFinder::junction_at(std::vector<Place> places) {
 }
 
 JunctionPtr LineFinder::junction_after(const std::vector<Match> &matches) {
-    std::vector<Place> places;
-    for (const Match &match : matches)
-        places.push_back(match.to);
+    std::vector<Place> places(matches.size());
+    std::ranges::transform(matches, places.begin(), &Match::to);
     return junction_at(std::move(places));
 }
 

@@ -25,11 +25,12 @@ public:
         const Junction *junction = resolution_.end.get();
         Way way = ending;
         add_if_passed(*junction, way);
-        for (auto step = resolution_.steps.rbegin(); step != resolution_.steps.rend(); ++step) {
+        for (size_t i = resolution_.steps.size(); i-- > 0;) {
+            const Step &step = resolution_.steps[i];
             add_passed(*junction, way);
             const Place &place = junction->places()[way.from];
-            junction = step->from.get();
-            way = step->matches.empty() ? way_to_submode(*step, place.node) : way_to(*step, place);
+            junction = step.from.get();
+            way = step.matches.empty() ? way_to_submode(step, place.node) : way_to(step, place);
         }
         add_passed(*junction, way);
         return {joined(command_), joined(typed_)};
@@ -91,8 +92,8 @@ private:
 
     static std::string joined(const std::vector<std::string> &words) {
         std::string text;
-        for (auto word = words.rbegin(); word != words.rend(); ++word)
-            (text += text.empty() ? "" : " ") += *word;
+        for (size_t i = words.size(); i-- > 0;)
+            (text += text.empty() ? "" : " ") += words[i];
         return text;
     }
 
