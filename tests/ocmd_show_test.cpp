@@ -392,7 +392,7 @@ words:
   bay:
     help: "A bay: yes, one"
     words:
-      <INTEGER | INTEGER RANGE>: &exec_bay_INTEGER_INTEGER_RANGE
+      <INTEGER | INTEGER RANGE>: &desk_bay_INTEGER_INTEGER_RANGE
         submode: {help: Bay, mode: bay}
         interfaces: [0, 5]
         min: 1
@@ -402,12 +402,12 @@ words:
             words:
               <LINE> <WWN>: {parameters: [{length: 9}, {opaque1: "01ff"}]}
           no: stop
-          lane<HEX>: &exec_bay_INTEGER_INTEGER_RANGE_lane_HEX {terminal: yes, optional: 4, flags: [5, 30], permissions: [0, 127]}
+          lane<HEX>: &desk_bay_INTEGER_INTEGER_RANGE_lane_HEX {terminal: yes, optional: 4, flags: [5, 30], permissions: [0, 127]}
       all:
         marked: [lane<HEX>]
         words:
-          <INTEGER | INTEGER RANGE>: *exec_bay_INTEGER_INTEGER_RANGE
-          lane<HEX>: *exec_bay_INTEGER_INTEGER_RANGE_lane_HEX
+          <INTEGER | INTEGER RANGE>: *desk_bay_INTEGER_INTEGER_RANGE
+          lane<HEX>: *desk_bay_INTEGER_INTEGER_RANGE_lane_HEX
 ---
 words:
   show:
