@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What a tool says of itself, its man page and the completion agree: man_test.sh SOURCE TOOL...
-# The options of --help are those under OPTIONS, in both directions, and those that completion
+# What a program says of itself, its man page and the completion agree: man_test.sh SOURCE
+# PROGRAM... Each has a page and is completed. Of those that know --help, the options of --help are those under OPTIONS, in both directions, and those that completion
 # offers; the checks of --list-checks are those under CHECKS, word for word.
 set -euo pipefail
 source=$1
@@ -19,7 +19,12 @@ same() { # same WHAT ONE OTHER
 }
 
 for tool in "$@"; do
-    page=$source/doc/man/$(basename "$tool").1
+    name=${tool##*/}
+    page=$source/doc/man/$name.1
+    same "name in $page" "$name" "$(section "$page" NAME | cut -d ' ' -f 1)"
+    same "completion of $name" "complete -F _ocmd $name" \
+        "$(. "$source/share/bash-completion/completions/ocmd" && complete -p "$name")"
+    [ "$name" = ocmd_gen ] && continue
     options=$("$tool" --help | grep -oE '^ +(-., )?--[a-z-]+' | grep -oE -- '-[A-Za-z-]+' | sort)
     same "options of $tool and $page" "$options" \
         "$(section "$page" OPTIONS | awk 'term {print} {term = /^\.TP/}' |

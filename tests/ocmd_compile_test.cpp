@@ -151,10 +151,10 @@ TEST_F(Compile, WritesTheBytesThatTheTreeWriterWrites) {
     const auto list = [&](const std::string &token) { return keyword(token).child(port); };
     grammar::write_subtree_file(
         path("writer.par"),
-        {{keyword("show").child(list("ports")).child(list("peers")), "exec,config"},
-         {keyword("halt").terminal(), "exec"}});
+        {{keyword("show").child(list("ports")).child(list("peers")), "desk,arrange"},
+         {keyword("halt").terminal(), "desk"}});
     store("g.yaml", R"(
-below: [exec, config]
+below: [desk, arrange]
 words:
   show:
     name: show
@@ -162,7 +162,7 @@ words:
       ports: {name: ports, words: {<INTERFACE>: &p {optional: yes, command: port, words: {wear: {terminal: yes}}}}}
       peers: {name: peers, words: {<interface>: *p}}
 ---
-below: exec
+below: desk
 words: {halt: {name: halt, terminal: yes}}
 )");
     EXPECT_EQ(shell("ocmd_compile g.yaml").err, "");
@@ -192,34 +192,34 @@ TEST_F(Compile, NamesNodesByTheWordsOnTheWay) {
     const std::string deep = "a-rather-long-word-of-30-bytes: {words: {"
                              "another-quite-long-word-27b: {words: {";
     const std::string rest = "last-one<INTEGER>: f}}}}";
-    const auto nodes = nodes_of("below: [exec, other]\nwords: {show.all: {words: {" + deep + rest +
+    const auto nodes = nodes_of("below: [desk, other]\nwords: {show.all: {words: {" + deep + rest +
                                 ", <STRING> <LINE>: g}}}");
-    const auto more = nodes_of("below: exec\nwords: {show.all: {words: {new: h, " + deep +
+    const auto more = nodes_of("below: desk\nwords: {show.all: {words: {new: h, " + deep +
                                "neighbour: h, " + rest + ", <STRING> <LINE>: g}}}");
-    EXPECT_STREQ(nodes[0].name, "exec.show%2eall");
-    EXPECT_STREQ(nodes[1].name, "exec.show%2eall.a-rather-long-word-of-30-bytes");
+    EXPECT_STREQ(nodes[0].name, "desk.show%2eall");
+    EXPECT_STREQ(nodes[1].name, "desk.show%2eall.a-rather-long-word-of-30-bytes");
     EXPECT_TRUE(std::regex_match(
         nodes[3].name,
-        std::regex{"exec\\.show%2eall\\.a-rather-long-w.*~[0-9a-f]{12}~.*<INTEGER>"}))
+        std::regex{"desk\\.show%2eall\\.a-rather-long-w.*~[0-9a-f]{12}~.*<INTEGER>"}))
         << nodes[3].name;
     EXPECT_STREQ(more[5].name, nodes[3].name);
-    EXPECT_STREQ(nodes[4].name, "exec.show%2eall.<STRING><LINE>");
+    EXPECT_STREQ(nodes[4].name, "desk.show%2eall.<STRING><LINE>");
 }
 
 TEST_F(Compile, MakesAMainTreeThatListsLikeTheLinkedOne) {
-    const std::string root = "words: {configure: {submode: yes}, show: {words: {clock: f}}}\n";
+    const std::string root = "words: {arrange: {submode: yes}, show: {words: {clock: f}}}\n";
     const std::string ward = "{help: x, words: {<INTEGER>: {min: 1, max: 9, submode: yes, "
                              "words: {label: {words: {<LINE>: {optional: yes, command: g}}}}}}}";
     store("root.yaml", root);
-    store("ward.yaml", "below: configure\nwords:\n  ward: " + ward + "\n");
-    store("all.yaml", "words:\n  configure: {submode: yes, words: {ward: " + ward +
+    store("ward.yaml", "below: arrange\nwords:\n  ward: " + ward + "\n");
+    store("all.yaml", "words:\n  arrange: {submode: yes, words: {ward: " + ward +
                           "}}\n  show: {words: {clock: f}}\n");
     const Outcome linked = shell("ocmd_compile root.yaml ward.yaml && ocmd_link -o linked.par "
                                  "root.par ward.par && ocmd_gen -s linked.par");
     const Outcome whole =
         shell("ocmd_compile --main -o - all.yaml >main.par && ocmd_gen -s main.par");
     EXPECT_EQ(whole.err, "");
-    EXPECT_EQ(whole.out, "\n[     1].  configure\n[     2].    ward  <INTEGER>\n"
+    EXPECT_EQ(whole.out, "\n[     1].  arrange\n[     2].    ward  <INTEGER>\n"
                          "[     3].      label  <LINE>[o]\n[     4].  show  clock\n\n");
     EXPECT_EQ(linked.out, whole.out) << linked.err;
     EXPECT_EQ(std::filesystem::file_size(path("main.par")), 10000U);

@@ -245,7 +245,7 @@ TEST_F(Show, KnowsAFileByItsLook) {
     store(nodes);
     store(turned, "turned.par");
     grammar::write_subtree_file(path("sub.par"),
-                                {{keyword("lane").child(keyword("up").terminal()), "exec,bay"},
+                                {{keyword("lane").child(keyword("up").terminal()), "desk,bay"},
                                  {keyword("down").terminal(), "bay"}});
     shell("gzip -dc <sub.par >plain.par; gzip -c main.par >packed.par");
     std::string little = read_file(path("plain.par"));
@@ -352,10 +352,10 @@ TEST_F(Show, WritesEveryByteAsJson) {
     nodes[6].child_count = nodes[7].param_count = 0;
     nodes[8].reserved[3] = 1, nodes[8].intf_mask = UINT64_MAX;
     store(nodes);
-    grammar::write_subtree_file(path("sub.par"), {{device(), "exec,bay"}, {keyword("up"), ""}});
-    EXPECT_EQ(shell("ocmd_show --json main.par | python3 " PYTHON_READER " | cmp - main.par; "
+    grammar::write_subtree_file(path("sub.par"), {{device(), "desk,bay"}, {keyword("up"), ""}});
+    EXPECT_EQ(shell("ocmd_show --json main.par | python3 '" PYTHON_READER "' | cmp - main.par; "
                     "gzip -dc <sub.par >plain.par; "
-                    "ocmd_show --json sub.par | python3 " PYTHON_READER " | cmp - plain.par"),
+                    "ocmd_show --json sub.par | python3 '" PYTHON_READER "' | cmp - plain.par"),
               "");
     EXPECT_EQ(shell("ocmd_show --json main.par | grep -o '\"intf_mask\":\"0xf*\",\"reserved.*'"),
               "\"intf_mask\":\"0xffffffffffffffff\",\"reserved\":\"00000001\"},\n");
@@ -363,7 +363,7 @@ TEST_F(Show, WritesEveryByteAsJson) {
 
 // Two files, one made of the other, are the same to the byte.
 TEST_F(Show, WritesGrammarsThatCompileToTheSameBytes) {
-    store(R"(below: [exec, configure]
+    store(R"(below: [desk, arrange]
 version: 3
 words:
   bay:
@@ -386,13 +386,13 @@ words: {show: {words: {bays: show_bays}}, "on": {name: other, help: !bytes '\xff
     EXPECT_EQ(shell("ocmd_compile -W no-dead-end device.yaml && ocmd_show --yaml device.par "
                     ">again.yaml && ocmd_compile -W no-dead-end again.yaml && "
                     "cmp device.par again.par && cat again.yaml"),
-              R"(below: [exec, configure]
+              R"(below: [desk, arrange]
 version: 3
 words:
   bay:
     help: "A bay: yes, one"
     words:
-      <INTEGER | INTEGER RANGE>: &exec_bay_INTEGER_INTEGER_RANGE
+      <INTEGER | INTEGER RANGE>: &desk_bay_INTEGER_INTEGER_RANGE
         submode: {help: Bay, mode: bay}
         interfaces: [0, 5]
         min: 1
@@ -402,12 +402,12 @@ words:
             words:
               <LINE> <WWN>: {parameters: [{length: 9}, {opaque1: "01ff"}]}
           no: stop
-          lane<HEX>: &exec_bay_INTEGER_INTEGER_RANGE_lane_HEX {terminal: yes, optional: 4, flags: [5, 30], permissions: [0, 127]}
+          lane<HEX>: &desk_bay_INTEGER_INTEGER_RANGE_lane_HEX {terminal: yes, optional: 4, flags: [5, 30], permissions: [0, 127]}
       all:
         marked: [lane<HEX>]
         words:
-          <INTEGER | INTEGER RANGE>: *exec_bay_INTEGER_INTEGER_RANGE
-          lane<HEX>: *exec_bay_INTEGER_INTEGER_RANGE_lane_HEX
+          <INTEGER | INTEGER RANGE>: *desk_bay_INTEGER_INTEGER_RANGE
+          lane<HEX>: *desk_bay_INTEGER_INTEGER_RANGE_lane_HEX
 ---
 words:
   show:

@@ -32,7 +32,7 @@ using Nodes = std::vector<tree_node_t>;
 
 class Link : public testing::Test {
 protected:
-    Link() { store("root.par", {{main_root({keyword("show"), keyword("configure")}), ""}}); }
+    Link() { store("root.par", {{main_root({keyword("show"), keyword("arrange")}), ""}}); }
 
     [[nodiscard]] std::string path(const std::string &name) const { return scratch_.path(name); }
     void store(const std::string &file, const std::vector<grammar::Subtree> &subtrees) const {
@@ -74,7 +74,7 @@ TEST_F(Link, PutsAGrammarTogether) {
     store("bay.par", {{keyword("bay")
                            .child(parameter(0x40200001).named("port").submode())
                            .child(parameter(0x40200002).named("ports").terminal()),
-                       "configure"}});
+                       "arrange"}});
     const Word pace = parameter(0x40100001).parameter(0x40300002).named("size");
     store("reach.par", {{keyword("reach")
                              .child(keyword("host").child(parameter(0x40000003).named("peer")))
@@ -82,7 +82,7 @@ TEST_F(Link, PutsAGrammarTogether) {
                          "show,port"}});
     store("leaf.par", {{keyword("spare").terminal(), "peer,size,,peer"}});
     store("bell.par", {{keyword("bell").named("bell1").terminal(), "show"}});
-    store("chime.par", {{keyword("bell").named("bell2").terminal(), "show,configure"}});
+    store("chime.par", {{keyword("bell").named("bell2").terminal(), "show,arrange"}});
     store("lost.par", {{keyword("lost"), "nowhere"}, {keyword("found"), "lost"}});
     store("trace.par", {{keyword("grains").terminal(), "trace"}, {parameter(4), "show"}});
     const Word trace = keyword("trace").terminal().child(keyword("spilt"));
@@ -105,8 +105,8 @@ TEST_F(Link, PutsAGrammarTogether) {
     for (const char *file : {"root.par", "health.par", "bay.par", "reach.par", "leaf.pars",
                              "bell.par", "none.par", "chime.par", "lost.par", "trace.par"})
         progress.append("Merging file ").append(file).append("\n");
-    for (const char *name : {"show", "trace", "root", "probe", "show", "configure", "peer", "size",
-                             "show", "port", "configure", "show", "show"})
+    for (const char *name : {"show", "trace", "root", "probe", "show", "arrange", "peer", "size",
+                             "show", "port", "arrange", "show", "show"})
         progress.append("Linked subtree at attach path ").append(name).append(" \n");
     shell("cp leaf.par leaf.pars; cp root.par tsh_root.par; ocmd_link -v -p . -o main.par root.par "
           "health bay.par reach tsh_root leaf.pars tsh_root.par main_tree root.par bell.par "
@@ -120,11 +120,11 @@ TEST_F(Link, PutsAGrammarTogether) {
 [     5].  show  health  short[o]
 [     6].  show  reach  host  <IP ADDRIPv4 Address>  spare
 [     7].  show  reach  pace  <INTEGER><WWN>  spare
-[     8].  configure  bay  <INTERFACE>
+[     8].  arrange  bay  <INTERFACE>
 [     9].    reach  host  <IP ADDRIPv4 Address>  spare
 [    10].    reach  pace  <INTEGER><WWN>  spare
-[    11].  configure  bay  <INTERFACE RANGE>
-[    12].  configure  bell
+[    11].  arrange  bay  <INTERFACE RANGE>
+[    12].  arrange  bell
 
 )");
 }
@@ -526,7 +526,7 @@ TEST_F(Link, ExplainsItself) {
 
 // More files than a list holds, with longer names, and one of them keeps the reader waiting.
 TEST_F(Link, ShowsProgressOnATerminal) {
-    const char *const parents[] = {"root", "show", "configure", "tsh_redirect_root"};
+    const char *const parents[] = {"root", "show", "arrange", "tsh_redirect_root"};
     const std::string folder(200, 'f');
     std::filesystem::create_directory(path(folder));
     for (size_t i = 0; i < 600; ++i)

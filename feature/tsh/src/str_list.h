@@ -22,7 +22,7 @@ typedef struct str_list_t {
 /** The words of a list joined by single blanks; null and empty words add nothing, but a result
  * whose last word is null or empty ends in the blank before it.
  *
- *     [show] [ip] [route]    "show ip route"
+ *     [show] [lamp] [hue]    "show lamp hue"
  *     [a] [] [b]             "a b"
  *     [a] [b] []             "a b "
  *
