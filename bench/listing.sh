@@ -6,26 +6,14 @@
 # memory so that no disk is measured, takes about 4 GB.
 set -euo pipefail
 build=$(realpath "$1")
+. "$(dirname "$0")/rounds.sh"
 scratch=$(mktemp -d "${2:-/dev/shm}/listing-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-rounds=${ROUNDS:-9}
 
 utility=$build/cmd_gen/ocmd_gen
 floor=$build/bench/floor
 plain=$build/bench/plain_walk
-
-# Runs a command and adds its time in microseconds to those under a name.
-clock() {
-    local start end
-    start=${EPOCHREALTIME/./}
-    eval "$2"
-    end=${EPOCHREALTIME/./}
-    echo $((end - start)) >>"$1.times"
-}
-median() { sort -n | awk '{ value[NR] = $1 } END { printf "%.2f", value[int((NR + 1) / 2)] }'; }
-milliseconds() { awk '{ print $1 / 1000 }' "$1.times" | median | cut -d. -f1; }
-ratio() { paste "$1.times" "$2.times" | awk '{ print $1 / $2 }' | median; }
 
 row() {
     local shape=$1 work=$2 options=$3 place=$4 sink=$5 versus_written=' |  | ' versus_plain=

@@ -6,29 +6,13 @@
 # memory so that no disk is measured, takes about 4 GB.
 set -euo pipefail
 build=$(realpath "$1")
+. "$(dirname "$0")/rounds.sh"
 scratch=$(mktemp -d "${2:-/dev/shm}/show-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-rounds=${ROUNDS:-9}
 
 show=$build/tools/ocmd_show/ocmd_show
 utility=$build/cmd_gen/ocmd_gen
-
-# Runs a command and adds its time in microseconds to those under a name.
-clock() {
-    local start end
-    start=${EPOCHREALTIME/./}
-    eval "$2"
-    end=${EPOCHREALTIME/./}
-    echo $((end - start)) >>"$1.times"
-}
-median() { sort -n | awk '{ value[NR] = $1 } END { printf "%.2f", value[int((NR + 1) / 2)] }'; }
-milliseconds() { awk '{ print $1 / 1000 }' "$1.times" | median | cut -d. -f1; }
-# ratio ONE OTHER [SIZE OTHER_SIZE], per unit of size where sizes are given
-ratio() {
-    paste "$1.times" "$2.times" | awk -v a="${3:-1}" -v b="${4:-1}" '{ print $1 / a / ($2 / b) }' |
-        median
-}
 
 lines=
 echo "| Tree | Loading, ms | Summary, ms | Summary / loading |"

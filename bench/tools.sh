@@ -1,0 +1,75 @@
+#!/usr/bin/env bash
+# The compiler, comparisons and the check of configurations as whole processes beside their
+# yardsticks: tools.sh BUILD [SCRATCH]. Prints the tables of doc/speed.md. The scratch folder, by
+# default in memory so that no disk is measured, takes about 1 GB.
+set -euo pipefail
+build=$(realpath "$1")
+. "$(dirname "$0")/rounds.sh"
+scratch=$(mktemp -d "${2:-/dev/shm}/tools-XXXXXX")
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
+for tool in compile show diff find; do
+    declare "$tool=$build/tools/ocmd_$tool/ocmd_$tool"
+done
+utility=$build/cmd_gen/ocmd_gen
+
+echo "| Tree | Grammar, bytes | Compiling, ms | libfyaml's load, ms | Ratio |"
+echo "|---|---|---|---|---|"
+for shape in wide deep; do
+    "$build/bench/make_tree" "$shape" tree.par
+    "$show" --yaml tree.par >grammar.yaml
+    rm -f ./*.times
+    for ((round = 0; round < rounds; round++)); do
+        clock compile "$compile --main -W no-same-word -W no-dead-end -o made.par grammar.yaml"
+        clock load "$build/bench/yaml_load grammar.yaml"
+    done
+    echo "| $shape | $(stat -c %s grammar.yaml) | $(milliseconds compile) | $(milliseconds load) |" \
+        "$(ratio compile load) |"
+done
+
+echo
+echo "| Tree | Ten words changed, ms | Loading both, ms | Ratio |"
+echo "|---|---|---|---|"
+for shape in wide deep shared; do
+    "$build/bench/make_tree" "$shape" tree.par
+    python3 - <<'PYTHON'
+tree = bytearray(open("tree.par", "rb").read())
+for node in range(5500, 60000, 5500):
+    word = tree.find(b"word", node * 1000)
+    tree[word : word + 4] = b"wort"
+open("new.par", "wb").write(tree)
+PYTHON
+    rm -f ./*.times
+    for ((round = 0; round < rounds; round++)); do
+        clock diff "$diff --stat tree.par new.par >counted || [ \$? = 1 ]"
+        clock loading "$show --check tree.par; $show --check new.par"
+    done
+    echo "| $shape | $(milliseconds diff) | $(milliseconds loading) | $(ratio diff loading) |"
+done
+
+echo
+echo "| Trees | Lines told, bytes | ms | ocmd_gen, bytes | ms | Ratio per byte |"
+echo "|---|---|---|---|---|---|"
+"$build/bench/make_tree" wide wide.par
+"$build/bench/make_tree" deep deep.par
+told=$("$diff" wide.par deep.par | wc -c)
+listed=$(cat <("$utility" -s wide.par) <("$utility" -s deep.par) | wc -c)
+rm -f ./*.times
+for ((round = 0; round < rounds; round++)); do
+    clock diff "$diff wide.par deep.par >/dev/null || [ \$? = 1 ]"
+    clock list "$utility -s wide.par >/dev/null; $utility -s deep.par >/dev/null"
+done
+echo "| wide and deep | $told | $(milliseconds diff) | $listed | $(milliseconds list) |" \
+    "$(ratio diff list "$told" "$listed") |"
+
+echo
+echo "| Configuration | Bytes | Check of a million lines, ms | wc -w, ms | Ratio |"
+echo "|---|---|---|---|---|"
+"$show" --commands wide.par | grep -v -e / -e '<' | sed 's/\[o]//g' | head -n 1000000 >saved || true
+rm -f ./*.times
+for ((round = 0; round < rounds; round++)); do
+    clock find "$find wide.par --config=saved >complaints || [ \$? = 1 ]"
+    clock words "wc -w saved >/dev/null"
+done
+echo "| wide, $(wc -l <saved) lines, $(wc -l <complaints) told | $(stat -c %s saved) |" \
+    "$(milliseconds find) | $(milliseconds words) | $(ratio find words) |"
