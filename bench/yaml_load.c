@@ -1,4 +1,5 @@
-/* The yardstick of the compiler: libfyaml loads a file, and nothing is made of it. yaml_load FILE */
+/* The yardstick of the compiler: libfyaml loads a file, and nothing is made of it. yaml_load FILE
+ */
 #include <libfyaml.h>
 
 int main(int argc, char **argv) {

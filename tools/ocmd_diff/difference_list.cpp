@@ -2,7 +2,6 @@
 // runs of leaves are printed without further ado.
 #include "tools/ocmd_diff/difference_list.h"
 
-
 namespace diff {
 
 namespace {
