@@ -5,6 +5,7 @@
 #include "tools/ocmd_compile/yaml_tree.h"
 
 #include <algorithm>
+#include <glib.h>
 #include <libfyaml.h>
 #include <new>
 #include <optional>
@@ -25,25 +26,17 @@ constexpr uint32_t kNoLength = 0;
 
 // Length of the character that begins here, if YAML may hold it; 0 otherwise.
 uint32_t character_length(std::string_view text) {
-    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
+    const auto first = static_cast<unsigned char>(text[0]);
     if (first < 0x80)
         return first >= ' ' ? first != 0x7F : first == '\t' || first == '\n' || first == '\r';
-    const uint32_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4 || text.size() < length)
-        return kNoLength;
-    uint32_t code = first & (0xFFU >> (length + 1));
-    for (uint32_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80U)
-            return kNoLength;
-        code = code << 6U | (byte(i) & 0x3FU);
-    }
-    constexpr uint32_t kShortest[] = {0x80, 0x800, 0x10000};
-    const bool surrogate = code >= 0xD800 && code < 0xE000;
+    constexpr size_t kMostBytes = 4;
+    const gunichar code = g_utf8_get_char_validated(
+        text.data(), static_cast<gssize>(std::min(text.size(), kMostBytes)));
+    constexpr gunichar kGreatest = 0x10FFFF; // what is no character comes as a greater one
     const bool control = code < 0xA0 && code != 0x85;
-    const bool no_character = code == 0xFFFE || code == 0xFFFF || code > 0x10FFFF;
-    return code < kShortest[length - 2] || surrogate || control || no_character ? kNoLength
-                                                                                : length;
+    const bool no_character = code == 0xFFFE || code == 0xFFFF || code > kGreatest;
+    return control || no_character ? kNoLength
+                                   : static_cast<uint32_t>(g_unichar_to_utf8(code, nullptr));
 }
 
 // Every directive is compared with all before it, and a grammar needs none: what has many of them
