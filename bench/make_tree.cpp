@@ -70,6 +70,8 @@ tree_node_t make_node(uint32_t index, bool terminal) {
     node.optional = one_in(6) ? 1 : 0;
     node.flags = terminal ? TREE_FLAG_TERMINAL : one_in(20) ? TREE_FLAG_SUBMODE : 0;
     node.intf_mask = random_number();
+    if ((node.intf_mask & TREE_INTF_ANY) != 0)
+        node.intf_mask = node.intf_mask | TREE_INTF_IMPLIED;
     return node;
 }
 
