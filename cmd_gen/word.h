@@ -4,6 +4,8 @@
 
 #include "parse_tree/tree_node.h"
 
+#define TSH_WORD_SIZE 552 /**< Bytes of the longest word with its terminating zero. */
+
 /** Writes the node's word as a listing spells it, without the two blanks that a listing puts before
  * it: the token, then each parameter as the names of its types in angle brackets, at most 255
  * bytes, with "[o]" after each of these pieces when the node is optional. A type that is not
@@ -12,7 +14,7 @@
  * @param buffer takes the word, cut to capacity - 1 bytes and terminated; may be null when capacity
  *        is 0, and nothing is written then.
  * @return the length of the whole word in bytes, without its terminating zero; cut when it is not
- *         below capacity. No word is longer than 551 bytes. */
+ *         below capacity, which it always is for TSH_WORD_SIZE. */
 TSH_API size_t tsh_word_text(const tree_node_t *node, char *buffer, size_t capacity);
 
 #endif

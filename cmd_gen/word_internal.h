@@ -1,6 +1,7 @@
 // How a word is spelled, piece by piece: the token, then the parameters, each with its mark.
 #pragma once
 
+#include "cmd_gen/word.h"
 #include "feature/tsh/src/text_builder_internal.h"
 #include "parse_tree/tree_node.h"
 
@@ -19,6 +20,8 @@ constexpr size_t kLongestTypes = 255;
 /// Bytes of a word, marks included.
 constexpr size_t kLongestWord = TREE_TOKEN_SIZE + TREE_MAX_PARAMS * kLongestTypes +
                                 (1 + TREE_MAX_PARAMS) * kOptionalMark.size();
+
+static_assert(kLongestWord + 1 == TSH_WORD_SIZE);
 
 using Word = TextBuilder<kLongestWord>;
 

@@ -9,6 +9,12 @@
 
 #include "parse_tree/tree_node.h"
 
+#define PARAM_TYPE_FAMILY 0xC0000000u       /**< The family; all else depends on it. */
+#define PARAM_TYPE_CLASS_0 0x00F00000u      /**< The class in masks of family 0. */
+#define PARAM_TYPE_BITS_0 0x000FFFFFu       /**< The types in masks of family 0. */
+#define PARAM_TYPE_CLASS_1_TO_3 0x00FFC000u /**< The class in all other families. */
+#define PARAM_TYPE_BITS_1_TO_3 0x00003FFFu  /**< The types in all other families. */
+
 #define PARAM_REG_CAPACITY 64
 #define PARAM_REG_NAME_SIZE 32        /**< Bytes of a type name with its terminating zero. */
 #define PARAM_REG_MAX_VALUE_SIZE 1024 /**< Largest size of a value in bytes. */

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "feature/tsh/src/bits.h"
+#include "param_reg/param_registry.h"
 
 #include <cstdint>
 #include <optional>
@@ -12,8 +13,10 @@ namespace tsh {
 class TypeKeys {
 public:
     explicit TypeKeys(uint32_t mask)
-        : family_and_class_(mask & (kFamily | (in_family0(mask) ? 0x00F00000U : 0x00FFC000U))),
-          type_bits_(mask & (in_family0(mask) ? 0x000FFFFFU : 0x00003FFFU)) {}
+        : family_and_class_(mask &
+                            (PARAM_TYPE_FAMILY |
+                             (in_family0(mask) ? PARAM_TYPE_CLASS_0 : PARAM_TYPE_CLASS_1_TO_3))),
+          type_bits_(mask & (in_family0(mask) ? PARAM_TYPE_BITS_0 : PARAM_TYPE_BITS_1_TO_3)) {}
 
     std::optional<uint32_t> next() {
         position_ = bit_pos_get32(type_bits_, position_);
@@ -23,8 +26,7 @@ public:
     }
 
 private:
-    static constexpr uint32_t kFamily = 0xC0000000U;
-    static bool in_family0(uint32_t mask) { return (mask & kFamily) == 0; }
+    static bool in_family0(uint32_t mask) { return (mask & PARAM_TYPE_FAMILY) == 0; }
 
     uint32_t family_and_class_;
     uint32_t type_bits_;

@@ -2,6 +2,7 @@
 // is told twice, but keep no other word from being checked.
 #include "tools/ocmd_compile/grammar_checks.h"
 
+#include "param_reg/builtin_types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -121,7 +122,7 @@ void same_word(const Run &run) {
             if (word == nullptr || !word->sound)
                 continue;
             const uint32_t mask = word->key.types[0];
-            const bool may_repeat = mask == 0x00000004 || mask == 0x40200001;
+            const bool may_repeat = mask == PARAM_TYPE_URI || mask == PARAM_TYPE_INTERFACE;
             const Link *other = nullptr;
             if (!word->key.token.empty())
                 other = keywords.emplace(word->key.token, &link).first->second;

@@ -2,6 +2,8 @@
 // runs of leaves are printed without further ado.
 #include "tools/ocmd_diff/difference_list.h"
 
+#include "cmd_gen/word.h"
+
 namespace diff {
 
 namespace {
@@ -9,7 +11,7 @@ namespace {
 using tool::copy_in_chunks;
 using tool::TextOutput;
 
-constexpr size_t kMostAtom = 552; // with its newline
+constexpr size_t kMostAtom = TSH_WORD_SIZE; // with a newline in place of the zero
 constexpr char kOldMark = '-';
 constexpr char kNewMark = '+';
 constexpr char kChangedMark = '~';

@@ -6,6 +6,7 @@
 
 #include "cmd_gen/word.h"
 #include "tools/support/command_lines.h"
+#include "tools/support/tree_shape.h"
 
 #include <algorithm>
 #include <array>
@@ -31,16 +32,14 @@ void LineAutomaton::add_file(const tool::TreeFile &file) {
 
 void LineAutomaton::add_node(const tree_node_t &node, NodeNumber root) {
     words_.push_back(word_of(node));
-    facts_.push_back({links_.size(), static_cast<uint8_t>(node.child_count),
-                      (node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0,
-                      (node.flags & TREE_FLAG_SUBMODE) != 0});
+    facts_.push_back({links_.size(), static_cast<uint8_t>(node.child_count), tool::has_line(node),
+                      tool::is_submode(node)});
     for (const uint16_t link : tool::links_of(node))
         links_.push_back(root + link);
 }
 
 LineAutomaton::Word LineAutomaton::word_of(const tree_node_t &node) {
-    constexpr size_t kMostWord = 552; // with its terminating zero
-    std::array<char, kMostWord> buffer;
+    std::array<char, TSH_WORD_SIZE> buffer;
     const std::string_view text{buffer.data(), tsh_word_text(&node, buffer.data(), buffer.size())};
     if (text.empty())
         return {Word::kNoAtom, wordless_count_++};

@@ -3,6 +3,7 @@
 
 #include "tools/ocmd_find/trail.h"
 #include "tools/support/program.h"
+#include "tools/support/tree_shape.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -96,7 +97,7 @@ void print_field(TextOutput &output, std::string_view name, std::string_view val
 void print_node(const Forest &forest, const Trail &trail, const Way &way, bool is_complete,
                 TextOutput &output) {
     const tree_node_t &node = forest.node(way.node);
-    const bool is_submode = (node.flags & TREE_FLAG_SUBMODE) != 0;
+    const bool is_submode = tool::is_submode(node);
     print_field(output, "command", printable(trail.command));
     print_field(output, "line", printable(trail.line));
     print_field(output, "complete", is_complete ? "yes" : "no");

@@ -2,9 +2,11 @@
 // in their keywords.
 #include "tools/ocmd_find/junction.h"
 
+#include "tools/support/grammar_fields.h"
+#include "tools/support/tree_shape.h"
+
 #include <algorithm>
 #include <cctype>
-#include <cstring>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -12,18 +14,6 @@
 namespace find {
 
 namespace {
-
-bool is_submode(const tree_node_t &node) {
-    return (node.flags & TREE_FLAG_SUBMODE) != 0;
-}
-
-bool ends_line(const tree_node_t &node) {
-    return (node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0;
-}
-
-std::string_view keyword_of(const tree_node_t &node) {
-    return {node.token, strnlen(node.token, sizeof node.token)};
-}
 
 std::string in_lower_case(std::string_view text) {
     std::string folded{text};
@@ -71,9 +61,9 @@ private:
             add_candidate({place.node, from_}, place.values, "");
             return;
         }
-        if (!place.is_entered && ends_line(node))
+        if (!place.is_entered && tool::has_line(node))
             add_ending({place.node, from_});
-        if (place.is_entered || !is_submode(node))
+        if (place.is_entered || !tool::is_submode(node))
             walk({forest_.below(place.node)});
     }
 
@@ -90,7 +80,7 @@ private:
 
     void meet(const Way &way) {
         const tree_node_t &node = forest_.node(way.node);
-        const std::string_view keyword = keyword_of(node);
+        const std::string_view keyword = tool::token_of(node);
         const bool has_word = !keyword.empty() || node.param_count > 0;
         if (has_word)
             add_candidate(way, 0, in_lower_case(keyword));
@@ -103,9 +93,9 @@ private:
         if (way_.size() > TREE_MAX_LEVELS || !passed_.insert(way.node).second)
             return;
         way.leaves_out = way.leaves_out || leaves_out;
-        if (ends_line(node))
+        if (tool::has_line(node))
             add_ending(way);
-        if (is_submode(node) && node.optional != TREE_OPTIONAL_SUBMODE_ENTERED)
+        if (tool::is_submode(node) && node.optional != TREE_OPTIONAL_SUBMODE_ENTERED)
             return;
         junction_.passed_.push_back({way.node, way.over});
         const auto over = static_cast<uint32_t>(junction_.passed_.size() - 1);

@@ -2,6 +2,8 @@
 // again.
 #include "tools/ocmd_find/line_finder.h"
 
+#include "tools/support/tree_shape.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -51,7 +53,7 @@ JunctionPtr LineFinder::junction_after(const std::vector<Match> &matches) {
 JunctionPtr LineFinder::submode_after(const Junction &end) {
     std::vector<Place> places;
     for (const Way &way : end.endings())
-        if ((forest_.node(way.node).flags & TREE_FLAG_SUBMODE) != 0)
+        if (tool::is_submode(forest_.node(way.node)))
             places.push_back({way.node, 0, true});
     return places.empty() ? nullptr : junction_at(std::move(places));
 }

@@ -2,6 +2,7 @@
 #include "tools/ocmd_find/trail.h"
 
 #include "cmd_gen/word.h"
+#include "tools/support/tree_shape.h"
 
 #include <algorithm>
 #include <array>
@@ -12,8 +13,6 @@
 namespace find {
 
 namespace {
-
-constexpr size_t kMostWord = 552; // with its terminating zero
 
 // Collects words from the last one to the first.
 class TrailMaker {
@@ -51,7 +50,7 @@ private:
     void add_passed(const Junction &junction, const Way &way) {
         for (const NodeNumber number : junction.passed(way)) {
             const tree_node_t &node = forest_.node(number);
-            if ((node.flags & TREE_FLAG_SUBMODE) != 0)
+            if (tool::is_submode(node))
                 command_.emplace_back("/");
             add(word_of(node));
         }
@@ -112,7 +111,7 @@ Trail trail_of(const Forest &forest, const TypedLine &line, const Resolution &re
 }
 
 std::string word_of(const tree_node_t &node) {
-    std::array<char, kMostWord> buffer;
+    std::array<char, TSH_WORD_SIZE> buffer;
     return {buffer.data(), tsh_word_text(&node, buffer.data(), buffer.size())};
 }
 

@@ -34,7 +34,7 @@ constexpr std::string_view kLegend =
 constexpr std::string_view kOptionalMark = "[o]";
 
 std::string word_of(const tree_node_t &node) {
-    std::array<char, 552> word;
+    std::array<char, TSH_WORD_SIZE> word;
     return {word.data(), tsh_word_text(&node, word.data(), word.size())};
 }
 
@@ -104,7 +104,7 @@ private:
         } else if (line_[used] == ' ') {
             reach(node, used + 1);
             constexpr std::string_view kSlash = " /";
-            const bool enters = (nodes_[node].flags & TREE_FLAG_SUBMODE) != 0;
+            const bool enters = tool::is_submode(nodes_[node]);
             if (enters && line_.compare(used, kSlash.size(), kSlash) == 0)
                 take(node, used + kSlash.size());
         }
@@ -181,7 +181,7 @@ private:
         else if (node.token[0] == '\0')
             output_ << ",shape=ellipse";
         write_style(index);
-        if ((node.flags & TREE_FLAG_SUBMODE) != 0)
+        if (tool::is_submode(node))
             output_ << ",peripheries=2";
         if (node.help[0] != '\0') {
             output_ << ",tooltip=\"";

@@ -52,7 +52,7 @@ public:
 private:
     void write_place(uint32_t index) {
         const tree_node_t &node = nodes_[index];
-        std::array<char, 552> word;
+        std::array<char, TSH_WORD_SIZE> word;
         if (tsh_word_text(&node, word.data(), word.size()) > 0)
             quoted(word.data(), row("word")) << '\n';
         write_nodes("parents", parents_.of(index));

@@ -1,6 +1,7 @@
 // The grammar of a tree, as doc/grammar.md has it. Words are written in the order in which a
 // compiler meets them, shared ones where they are met first. Nothing recurses, and from some level
 // on braces take the place of indentation, which would grow with the square of the depth.
+#include "param_reg/param_registry.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/strays.h"
 #include "tools/ocmd_show/yaml_text.h"
@@ -156,10 +157,10 @@ std::string in_braces(const Entries &entries) {
 
 // Bounds. Those of a text are its longest length, which lies where a lowest value would.
 void add_bounds(Entries &entries, const parameter_info_t &parameter) {
-    constexpr uint32_t kFamily = 0xC0000000;
     const int32_t min = parameter.int_min;
     const int32_t max = parameter.int_max;
-    if ((parameter.type_mask & kFamily) == 0 && max == 0 && min >= 0 && min <= INT16_MAX) {
+    if ((parameter.type_mask & PARAM_TYPE_FAMILY) == 0 && max == 0 && min >= 0 &&
+        min <= INT16_MAX) {
         add(entries, "length", min == 0 ? "" : std::to_string(min));
         return;
     }
@@ -199,7 +200,7 @@ void add_parameters(Entries &entries, const tree_node_t &node) {
 class EntriesOfWord {
 public:
     explicit EntriesOfWord(const tree_node_t &node) : node_(node) {
-        is_submode_ = (node.flags & TREE_FLAG_SUBMODE) != 0;
+        is_submode_ = tool::is_submode(node);
         ends_command_ = (node.flags & TREE_FLAG_TERMINAL) != 0;
         for (const GrammarField &field : tool::word_fields())
             take(field.key, value_of(&node, field));

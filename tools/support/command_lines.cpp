@@ -10,7 +10,6 @@ namespace tool {
 
 namespace {
 
-constexpr size_t kMostWord = 552; // of tsh_word_text, with its terminating zero
 constexpr size_t kUsualWord = 32;
 
 } // namespace
@@ -23,7 +22,7 @@ SpelledTree::SpelledTree(Nodes nodes)
     links_.keep_links_to(leads_to_line);
 
     spelled_.reserve(nodes.size());
-    words_.reserve(nodes.size() * kUsualWord + kMostWord);
+    words_.reserve(nodes.size() * kUsualWord + TSH_WORD_SIZE);
     for (const tree_node_t &node : nodes)
         spell(node);
     words_.resize(words_.size() + kCopyChunk);
@@ -31,14 +30,14 @@ SpelledTree::SpelledTree(Nodes nodes)
 
 void SpelledTree::spell(const tree_node_t &node) {
     const auto index = static_cast<uint16_t>(spelled_.size());
-    std::array<char, kMostWord> word;
+    std::array<char, TSH_WORD_SIZE> word;
     const size_t length = tsh_word_text(&node, word.data(), word.size());
     word[length] = '\n'; // in place of the terminating zero
     const bool has_line = links_.has_line(index);
     spelled_.push_back({.place = static_cast<uint32_t>(words_.size()),
                         .length = static_cast<uint16_t>(length),
                         .has_line = has_line,
-                        .is_submode = (node.flags & TREE_FLAG_SUBMODE) != 0,
+                        .is_submode = tool::is_submode(node),
                         .is_plain_leaf = has_line && length > 0 && children(index).empty()});
     words_.insert(words_.end(), word.begin(), word.begin() + length + 1);
 }
@@ -94,7 +93,7 @@ void CommandLister::enter(uint16_t node, LineText::Mark before) {
 
 // Returns the first child that is more than a leaf.
 const uint16_t *CommandLister::print_leaves(const Step &step, std::string_view before) {
-    if (before.size() > TextOutput::kMostRoom - kMostWord - 1)
+    if (before.size() > TextOutput::kMostRoom - TSH_WORD_SIZE)
         return step.next;
     char *place = output_.room();
     const char *full = output_.full();

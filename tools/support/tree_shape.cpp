@@ -15,7 +15,7 @@ LinkTable::LinkTable(Nodes nodes) {
         const auto links = links_of(node);
         first_.push_back(static_cast<uint32_t>(links_.size()));
         links_.insert(links_.end(), links.begin(), links.end());
-        lines_.push_back((node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0 ? 1 : 0);
+        lines_.push_back(tool::has_line(node) ? 1 : 0);
     }
     first_.push_back(static_cast<uint32_t>(links_.size()));
 }

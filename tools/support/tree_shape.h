@@ -22,6 +22,16 @@ inline std::span<const parameter_info_t> params_of(const tree_node_t &node) {
     return {node.params, node.param_count};
 }
 
+/// Whether the node enters a submode.
+inline bool is_submode(const tree_node_t &node) {
+    return (node.flags & TREE_FLAG_SUBMODE) != 0;
+}
+
+/// Whether a command line ends at the node: it is a terminal or enters a submode.
+inline bool has_line(const tree_node_t &node) {
+    return (node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0;
+}
+
 /// The links of a sound tree side by side, gathered in one pass over the records. Walks need little
 /// else, and a record spans a thousand bytes.
 class LinkTable {
@@ -33,7 +43,6 @@ public:
         return {links_.data() + first_[node], first_[node + 1] - first_[node]};
     }
 
-    /// Whether a command line ends at the node: it is a terminal or enters a submode.
     [[nodiscard]] bool has_line(uint32_t node) const { return lines_[node] != 0; }
 
     /// Takes out all links to nodes that are not wanted, by a flag of each node.

@@ -13,16 +13,15 @@ namespace tool {
 
 namespace {
 
-constexpr uint32_t kFamilyBits = 0xC0000000;
-
 struct MaskLayout {
     uint32_t class_field;
     uint32_t types;
 };
 
 MaskLayout layout_of(uint32_t mask) {
-    return (mask & kFamilyBits) == 0 ? MaskLayout{0x00F00000, 0x000FFFFF}
-                                     : MaskLayout{0x00FFC000, 0x00003FFF};
+    return (mask & PARAM_TYPE_FAMILY) == 0
+               ? MaskLayout{PARAM_TYPE_CLASS_0, PARAM_TYPE_BITS_0}
+               : MaskLayout{PARAM_TYPE_CLASS_1_TO_3, PARAM_TYPE_BITS_1_TO_3};
 }
 
 std::span<param_reg_info_t *const> registered() {
@@ -46,7 +45,7 @@ uint32_t type_bits(uint32_t mask) {
 }
 
 uint32_t class_bits(uint32_t mask) {
-    return mask & (kFamilyBits | layout_of(mask).class_field);
+    return mask & (PARAM_TYPE_FAMILY | layout_of(mask).class_field);
 }
 
 const param_reg_info_t *find_type(std::string_view name) {
