@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         lines[static_cast<size_t>(i)] = lines_of(output.take());
     }
 
-    diff::LineAutomaton automaton{std::array{&files[0], &files[1]}};
+    diff::LineAutomaton automaton{std::array{&files[0], &files[1]}, true};
     const diff::FieldLabels labels{automaton};
     diff::LineStates states{automaton, nullptr};
     const diff::Pair start{states.reach(automaton.start_of(0)),

@@ -49,7 +49,7 @@ void show_all(const tool::TreeFile &file) {
 }
 
 void compare(const tool::TreeFile &before, const tool::TreeFile &after) {
-    diff::LineAutomaton automaton{std::array{&before, &after}};
+    diff::LineAutomaton automaton{std::array{&before, &after}, false};
     diff::FieldLabels labels{automaton};
     diff::LineStates states{automaton, &labels};
     const diff::Pair start{states.reach(automaton.start_of(0)),

@@ -10,12 +10,15 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 namespace diff {
 
-LineAutomaton::LineAutomaton(std::span<const tool::TreeFile *const> files) {
+LineAutomaton::LineAutomaton(std::span<const tool::TreeFile *const> files, bool by_words_alone) {
     for (const tool::TreeFile *file : files)
         add_file(*file);
+    if (by_words_alone)
+        unite_alike();
     met_.resize(2 * size_t{wordless_count_});
 }
 
@@ -31,20 +34,22 @@ void LineAutomaton::add_file(const tool::TreeFile &file) {
 }
 
 void LineAutomaton::add_node(const tree_node_t &node, NodeNumber root) {
-    words_.push_back(word_of(node));
+    std::array<char, TSH_WORD_SIZE> buffer;
+    const std::string_view text{buffer.data(), tsh_word_text(&node, buffer.data(), buffer.size())};
+    spellings_.push_back(atoms_.number_of(text));
+    words_.push_back(word_of(text));
     facts_.push_back({links_.size(), static_cast<uint8_t>(node.child_count), tool::has_line(node),
                       tool::is_submode(node)});
     for (const uint16_t link : tool::links_of(node))
         links_.push_back(root + link);
 }
 
-LineAutomaton::Word LineAutomaton::word_of(const tree_node_t &node) {
-    std::array<char, TSH_WORD_SIZE> buffer;
-    const std::string_view text{buffer.data(), tsh_word_text(&node, buffer.data(), buffer.size())};
+// The word of the next node, whose spelling is known.
+LineAutomaton::Word LineAutomaton::word_of(std::string_view text) {
     if (text.empty())
         return {Word::kNoAtom, wordless_count_++};
     if (text.find(' ') == std::string_view::npos)
-        return {Word::kOneAtom, atoms_.number_of(text)};
+        return {Word::kOneAtom, spellings_.back()};
     return long_word(text);
 }
 
@@ -58,6 +63,30 @@ LineAutomaton::Word LineAutomaton::long_word(std::string_view text) {
     }
     long_words_.push_back({atoms_.number_of(text), next});
     return {Word::kManyAtoms, static_cast<uint32_t>(long_words_.size() - 1)};
+}
+
+// Lets links lead to one node of those with the same word and the same links, so that what two
+// trees share is walked through once. Goes backwards, since most links lead forward; a link that
+// leads to a node not yet met stays as it is, which costs time alone.
+void LineAutomaton::unite_alike() {
+    std::vector<NodeNumber> first_alike(words_.size());
+    std::iota(first_alike.begin(), first_alike.end(), NodeNumber{0});
+    SequenceTable<uint32_t> looks;
+    std::vector<NodeNumber> first_with; // by look
+    std::vector<uint32_t> look;
+    for (auto node = static_cast<NodeNumber>(words_.size()); node-- > 0;) {
+        const Facts &facts = facts_[node];
+        look = {spellings_[node], static_cast<uint32_t>(facts.ends_line),
+                static_cast<uint32_t>(facts.is_submode)};
+        for (NodeNumber &link : std::span{links_}.subspan(facts.first_link, facts.link_count)) {
+            link = first_alike[link];
+            look.push_back(link);
+        }
+        const uint32_t number = looks.number_of(look);
+        if (number == first_with.size())
+            first_with.push_back(node);
+        first_alike[node] = first_with[number];
+    }
 }
 
 Position LineAutomaton::add_special(const Special &special) {

@@ -25,7 +25,9 @@ class LineAutomaton {
 public:
     /// Takes files with sound trees, which must outlive this. Words are spelled by the registry,
     /// which must be filled.
-    explicit LineAutomaton(std::span<const tool::TreeFile *const> files);
+    /// @param by_words_alone whether one node may stand for others that the same lines follow,
+    ///        whatever else their records say.
+    LineAutomaton(std::span<const tool::TreeFile *const> files, bool by_words_alone);
 
     [[nodiscard]] const AtomTable &atoms() const { return atoms_; }
 
@@ -104,8 +106,9 @@ private:
 
     void add_file(const tool::TreeFile &file);
     void add_node(const tree_node_t &node, NodeNumber root);
-    Word word_of(const tree_node_t &node);
+    Word word_of(std::string_view text);
     Word long_word(std::string_view text);
+    void unite_alike();
     Position add_special(const Special &special);
     Position beyond(NodeNumber number);
 
@@ -123,8 +126,9 @@ private:
     const Atom slash_ = atoms_.number_of("/");
     const Atom nothing_ = atoms_.number_of("");
     std::vector<Record> records_;
-    std::vector<Word> words_;  // by node
-    std::vector<Facts> facts_; // by node
+    std::vector<Word> words_;     // by node
+    std::vector<Atom> spellings_; // by node: its whole word as if it were one atom
+    std::vector<Facts> facts_;    // by node
     tool::HugeVector<NodeNumber> links_;
     std::vector<Step> long_words_; // their first step
     uint32_t wordless_count_ = 0;

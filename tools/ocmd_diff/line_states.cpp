@@ -66,9 +66,9 @@ State LineStates::state_at(Position position) {
     return state;
 }
 
-State LineStates::state_at_all(std::span<const Position> sorted) {
-    spend(kSetSize + sorted.size());
-    const uint32_t number = sets_.number_of(sorted);
+State LineStates::state_at_all(std::span<const Position> positions) {
+    spend(kSetSize + positions.size());
+    const uint32_t number = sets_.number_of(positions);
     if (number == set_states_.size())
         set_states_.push_back(add(number, true));
     return set_states_[number];
@@ -129,11 +129,26 @@ void LineStates::join_repeated() {
         joined_ = {facts_[edge.to.state()].origin};
         for (; one != repeated_.end() && one->edge == number; ++one)
             joined_.push_back(one->to);
-        std::ranges::sort(joined_);
-        joined_.erase(std::unique(joined_.begin(), joined_.end()), joined_.end());
+        drop_repeated_positions();
         if (joined_.size() > 1)
             edge.to = Target{state_at_all(joined_)};
     }
+}
+
+// What is left stays in the order of the tree.
+void LineStates::drop_repeated_positions() {
+    in_order_.clear();
+    for (const Position position : joined_)
+        in_order_.emplace_back(position, in_order_.size());
+    std::ranges::sort(in_order_);
+    const auto same = [](const auto &one, const auto &other) { return one.first == other.first; };
+    const auto end = std::unique(in_order_.begin(), in_order_.end(), same);
+    if (end == in_order_.end())
+        return;
+    in_order_.erase(end, in_order_.end());
+    std::ranges::sort(in_order_, {}, &std::pair<Position, size_t>::second);
+    std::ranges::transform(in_order_, joined_.begin(), &std::pair<Position, size_t>::first);
+    joined_.resize(in_order_.size());
 }
 
 // All states that follow are settled.

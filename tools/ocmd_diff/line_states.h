@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace diff {
@@ -103,13 +104,14 @@ private:
 
     [[nodiscard]] std::span<const Position> positions_of(State state) const;
     State state_at(Position position);
-    State state_at_all(std::span<const Position> sorted);
+    State state_at_all(std::span<const Position> positions);
     State add(uint32_t origin, bool is_set);
     [[nodiscard]] Target target_of(State state) const;
 
     void open(State state);
     void add_edges(std::span<const LineAutomaton::Step> steps);
     void join_repeated();
+    void drop_repeated_positions();
     void settle(State state);
     uint64_t keep_live_edges(Facts &facts);
     void classify(State state, uint64_t hash);
@@ -132,6 +134,7 @@ private:
     std::vector<Level> way_;
     std::vector<Repeated> repeated_;
     std::vector<Position> joined_;
+    std::vector<std::pair<Position, size_t>> in_order_; // of joined_: position and place
     size_t left_to_spend_;
 
     std::vector<State> first_of_class_;

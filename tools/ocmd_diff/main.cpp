@@ -64,9 +64,9 @@ Status compare(const CommandLine &line) {
     const TreeFile new_file = open_file(operands[1]);
     tool::register_types();
 
-    LineAutomaton automaton{std::array{&old_file, &new_file}};
-    FieldLabels labels{automaton};
     const bool has_labels = line.has("fields");
+    LineAutomaton automaton{std::array{&old_file, &new_file}, !has_labels};
+    FieldLabels labels{automaton};
     LineStates states{automaton, has_labels ? &labels : nullptr};
     const Pair start{states.reach(automaton.start_of(0)), states.reach(automaton.start_of(1))};
     Difference difference{states};
