@@ -19,7 +19,6 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
-#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -278,45 +277,6 @@ TEST(Enumeration, AppendersOwnWhatTheyTakeOver) {
         return testing::Test::HasFailure();
     });
     EXPECT_EQ(outcome.status, 0) << outcome.out;
-}
-
-// As deep as indices reach, with little call stack.
-TEST(Enumeration, TakesNoCallStackForDepth) {
-    std::vector<tree_node_t> nodes(TREE_MAX_NODES);
-    for (size_t index = 0; index + 1 < nodes.size(); ++index) {
-        nodes[index].child_count = 1;
-        nodes[index].children[0] = uint16_t(index + 1);
-        nodes[index].token[0] = index % 2 == 0 ? 'w' : '\0';
-    }
-    nodes.back().flags = TREE_FLAG_TERMINAL;
-    g_atn = nodes.data();
-    const auto with_small_stack = [](const std::function<void()> &code) {
-        return in_child([&] {
-            const rlimit small{1 << 20, 1 << 20};
-            setrlimit(RLIMIT_STACK, &small);
-            code();
-            return 0;
-        });
-    };
-    const Outcome listing = with_small_stack([] { generate_cmds(g_atn, nullptr); });
-    EXPECT_EQ(listing.status, 0);
-    EXPECT_EQ(listing.out.size(), strlen("\n[     1].") + size_t{2} * 65535 + 32767);
-    const Outcome traced = with_small_stack([] {
-        tsh_debug_filter = TSH_TRACE_WORDS;
-        generate_cmds(g_atn, nullptr);
-    });
-    EXPECT_TRUE(traced.out == listing.out) << traced.out.size() << " bytes";
-    const Outcome dump = with_small_stack([] {
-        tsh_logfp = stdout;
-        tsh_dump_tree(g_atn);
-    });
-    EXPECT_EQ(dump.status, 0);
-    EXPECT_EQ(std::count(dump.out.begin(), dump.out.end(), '\n'), TREE_MAX_NODES);
-    const Outcome walk = with_small_stack([] {
-        tsh_logfp = stdout;
-        atnode_traverse(g_atn, 1, 3, -1, print_at_node, TREE_DUMP_SHORT);
-    });
-    EXPECT_TRUE(walk.out == dump.out) << walk.out.size() << " bytes";
 }
 
 TEST(Enumeration, TracesInStepWithItsLines) {

@@ -1,7 +1,7 @@
 // Compiling grammars as an author does it: text files in, good, mistaken and hostile; tree files
 // and messages out.
 #include "tests/support/grammar.h"
-#include "tests/support/harness.h"
+#include "tests/support/scratch_test.h"
 #include "tools/support/tree_input.h"
 
 #include <algorithm>
@@ -43,19 +43,8 @@ std::string repeated(const std::string &text, int count) {
     return all;
 }
 
-class Compile : public testing::Test {
+class Compile : public harness::ScratchTest {
 protected:
-    [[nodiscard]] std::string path(const std::string &name) const { return scratch_.path(name); }
-
-    void store(const std::string &file, const std::string &text) const {
-        harness::write_file(path(file), text);
-    }
-
-    // Runs a command in the scratch folder, with this build's programs.
-    [[nodiscard]] Outcome shell(const std::string &command) const {
-        return scratch_.shell(command);
-    }
-
     // What is told of a grammar: each message without its file and the lines that it shows.
     [[nodiscard]] std::string told(const std::string &text, const std::string &options = "") const {
         store("g.yaml", text);
@@ -75,8 +64,6 @@ protected:
         const auto nodes = file.records().front().nodes;
         return {nodes.begin(), nodes.end()};
     }
-
-    harness::ScratchDir scratch_;
 };
 
 // ---- What a grammar says is what its record holds ----
@@ -142,31 +129,6 @@ words:
     expected.child_link_bits[0] = 0x06;
     expected.intf_mask = 0x80000000000C0001;
     EXPECT_EQ(memcmp(nodes.data(), &expected, sizeof expected), 0);
-}
-
-TEST_F(Compile, WritesTheBytesThatTheTreeWriterWrites) {
-    grammar::Word port = grammar::parameter(0x40200001).named("ports.<INTERFACE>").terminal();
-    port.func_id("port").optional().child(
-        keyword("wear").named("ports.<INTERFACE>.wear").terminal());
-    const auto list = [&](const std::string &token) { return keyword(token).child(port); };
-    grammar::write_subtree_file(
-        path("writer.par"),
-        {{keyword("show").child(list("ports")).child(list("peers")), "desk,arrange"},
-         {keyword("halt").terminal(), "desk"}});
-    store("g.yaml", R"(
-below: [desk, arrange]
-words:
-  show:
-    name: show
-    words:
-      ports: {name: ports, words: {<INTERFACE>: &p {optional: yes, command: port, words: {wear: {terminal: yes}}}}}
-      peers: {name: peers, words: {<interface>: *p}}
----
-below: desk
-words: {halt: {name: halt, terminal: yes}}
-)");
-    EXPECT_EQ(shell("ocmd_compile g.yaml").err, "");
-    EXPECT_EQ(read_file(path("g.par")), read_file(path("writer.par")));
 }
 
 TEST_F(Compile, SharesAliasesAndWholeListsOfWords) {

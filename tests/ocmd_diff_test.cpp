@@ -1,7 +1,7 @@
 // Comparing trees as an auditor does it: what is told is held against sorted lists of all lines of
 // both trees, wherever these can be made.
 #include "tests/support/grammar.h"
-#include "tests/support/harness.h"
+#include "tests/support/scratch_test.h"
 
 #include <cstring>
 #include <functional>
@@ -23,32 +23,7 @@ using Nodes = std::vector<tree_node_t>;
 constexpr uint32_t kInteger = 0x40100001;
 constexpr uint32_t kString = 1;
 
-// A small tree of few words, so that siblings and whole lines are often spelled alike.
-Nodes random_tree(std::mt19937 &random) {
-    const auto one_in = [&](uint32_t n) { return random() % n == 0; };
-    Nodes nodes(3 + random() % 10);
-    for (size_t i = 0; i < nodes.size(); ++i) {
-        tree_node_t &node = nodes[i];
-        snprintf(node.name, sizeof node.name, "n%zu", i);
-        if (i == 0)
-            continue;
-        const char *words[] = {"a", "b", "b c", "c", "/"};
-        if (!one_in(4))
-            snprintf(node.token, sizeof node.token, "%s", words[random() % std::size(words)]);
-        if (one_in(5)) {
-            node.param_count = 1;
-            node.params[0].type_mask = one_in(2) ? kInteger : kString;
-        }
-        node.optional = one_in(6) ? 1 : 0;
-        node.flags = (one_in(2) ? TREE_FLAG_TERMINAL : 0) | (one_in(4) ? TREE_FLAG_SUBMODE : 0);
-        tree_node_t &parent = nodes[random() % i];
-        parent.children[parent.child_count++] = static_cast<uint16_t>(i);
-        tree_node_t &other = nodes[random() % i]; // shares it
-        if (&other != &parent && one_in(2))
-            other.children[other.child_count++] = static_cast<uint16_t>(i);
-    }
-    return nodes;
-}
+constexpr const char *kWords[] = {"a", "b", "b c", "c", "/"};
 
 // What a later version of a grammar might be.
 Nodes changed(Nodes nodes, std::mt19937 &random) {
@@ -62,17 +37,10 @@ Nodes changed(Nodes nodes, std::mt19937 &random) {
     return nodes;
 }
 
-class Diff : public testing::Test {
+class Diff : public harness::ScratchTest {
 protected:
-    void store(const char *name, const Nodes &nodes) const {
-        harness::write_file(scratch_.path(name), {reinterpret_cast<const char *>(nodes.data()),
-                                                  nodes.size() * sizeof nodes[0]});
-    }
+    using ScratchTest::store;
     void store(const char *name, const Word &root) const { store(name, grammar::lay_out(root)); }
-
-    [[nodiscard]] Outcome shell(const std::string &command) const {
-        return scratch_.shell(command);
-    }
 
     // What is told of two trees.
     [[nodiscard]] std::string diff(const Word &before, const Word &after,
@@ -83,9 +51,6 @@ protected:
         EXPECT_EQ(outcome.status, outcome.out.empty() ? 0 : 1) << outcome.err;
         return outcome.out;
     }
-
-private:
-    harness::ScratchDir scratch_;
 };
 
 // ---- Lines ----
@@ -93,9 +58,10 @@ private:
 TEST_F(Diff, TellsExactlyTheLinesOfOneTree) {
     std::mt19937 random(20);
     for (int round = 0; round < 60; ++round) {
-        const Nodes before = random_tree(random);
+        const Nodes before = grammar::random_tree(random, kWords);
         store("old.par", before);
-        store("new.par", round % 3 == 0 ? random_tree(random) : changed(before, random));
+        store("new.par",
+              round % 3 == 0 ? grammar::random_tree(random, kWords) : changed(before, random));
         const Outcome outcome = shell(R"(
             export LC_ALL=C
             for tree in old new; do ocmd_show --commands $tree.par | sort -u >$tree; done

@@ -1,7 +1,7 @@
 // Resolving lines as their user and as the auditor of saved configurations does it: trees and text
 // files in, answers and complaints out.
 #include "tests/support/grammar.h"
-#include "tests/support/harness.h"
+#include "tests/support/scratch_test.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,7 +20,6 @@ using grammar::parameter;
 using grammar::structural;
 using grammar::Word;
 using harness::Outcome;
-using Nodes = std::vector<tree_node_t>;
 
 constexpr uint32_t kInteger = 0x40100001;
 constexpr uint32_t kRanges = 0x40100008;
@@ -62,19 +61,9 @@ Word device() {
          structural("gap").child(keyword("behind").terminal())});
 }
 
-class Find : public testing::Test {
+class Find : public harness::ScratchTest {
 protected:
     Find() { store("main.par", grammar::lay_out(device())); }
-
-    void store(const std::string &name, const std::string &bytes) const {
-        harness::write_file(scratch_.path(name), bytes);
-    }
-    void store(const std::string &name, const Nodes &nodes) const {
-        store(name, {reinterpret_cast<const char *>(nodes.data()), nodes.size() * sizeof nodes[0]});
-    }
-    [[nodiscard]] Outcome shell(const std::string &command) const {
-        return scratch_.shell(command);
-    }
 
     // What is told of a saved configuration, without the file's name.
     [[nodiscard]] std::string complaints(const std::string &config) const {
@@ -83,9 +72,6 @@ protected:
         EXPECT_EQ(outcome.status, outcome.out.empty() ? 0 : 1) << outcome.err;
         return std::regex_replace(outcome.out, std::regex{"(^|\n)saved:"}, "$1");
     }
-
-private:
-    harness::ScratchDir scratch_;
 };
 
 // ---- One line ----
@@ -241,31 +227,6 @@ TEST_F(Find, IsNotImpressedByBadDays) {
 
 // ---- Every line ----
 
-// A small tree of few words with submodes, shared nodes, and words that begin others.
-Nodes random_tree(std::mt19937 &random) {
-    const auto one_in = [&](uint32_t n) { return random() % n == 0; };
-    Nodes nodes(4 + random() % 20);
-    for (size_t i = 1; i < nodes.size(); ++i) {
-        tree_node_t &node = nodes[i];
-        const char *words[] = {"a", "ab", "abc", "b", "c-1", "D"};
-        if (!one_in(4))
-            snprintf(node.token, sizeof node.token, "%s", words[random() % std::size(words)]);
-        if (one_in(4)) {
-            node.param_count = 1;
-            node.params[0].type_mask = kInteger;
-        }
-        node.optional = one_in(6) ? 1 : 0;
-        node.flags = (one_in(2) ? TREE_FLAG_TERMINAL : 0) | (one_in(4) ? TREE_FLAG_SUBMODE : 0);
-        for (size_t links = 1 + random() % 2; links > 0; --links) {
-            tree_node_t &parent = nodes[random() % i];
-            uint16_t *const end = parent.children + parent.child_count;
-            if (std::find(parent.children, end, i) == end)
-                parent.children[parent.child_count++] = static_cast<uint16_t>(i);
-        }
-    }
-    return nodes;
-}
-
 // A line of ocmd_show --commands as lines of a configuration, parameters given values.
 std::string typed(std::string line) {
     line = std::regex_replace(line, std::regex{R"(\[o\])"}, "");
@@ -274,9 +235,10 @@ std::string typed(std::string line) {
 }
 
 TEST_F(Find, AcceptsEveryLineOfTheListingAndPointsIntoEveryBrokenOne) {
+    constexpr const char *kWords[] = {"a", "ab", "abc", "b", "c-1", "D"};
     std::mt19937 random(7);
     for (int round = 0; round < 40; ++round) {
-        store("main.par", random_tree(random));
+        store("main.par", grammar::random_tree(random, kWords));
         std::istringstream listing{shell("ocmd_show --commands main.par | head -n 60").out};
         std::string check = "ocmd_find main.par";
         std::string broken_check = check;

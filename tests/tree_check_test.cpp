@@ -1,7 +1,6 @@
 // The check of trees: every fault told, and the walks behind it whatever the depth.
 #include "parse_tree/tree_check.h"
 #include "parse_tree/tree_library.h"
-#include "tests/support/failing_malloc.h"
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
@@ -176,36 +175,6 @@ TEST(TreeCheck, NeedsNoCallStackHoweverDeepTheTree) {
     });
     EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
     EXPECT_EQ(outcome.out, "0:  \"\" 2\n  2:  \"\" 1\n    1:  \"\"\n");
-}
-
-TEST(TreeCheck, WithoutMemoryClearsNoTree) {
-    if (!failing_malloc::available())
-        GTEST_SKIP() << "a sanitizer owns malloc";
-    const Nodes nodes = backward_chain(3);
-    tsh_tree_fault_t told{};
-    const auto keep = [](const tsh_tree_fault_t *fault, void *place) -> int32_t {
-        *static_cast<tsh_tree_fault_t *>(place) = *fault;
-        return 0;
-    };
-    for (const long failing : {1, 2}) {
-        failing_malloc::arm(failing);
-        const int32_t cyclic = cycle_check(nodes.data(), 0, 0);
-        failing_malloc::disarm();
-        EXPECT_EQ(cyclic, 1) << failing;
-    }
-    failing_malloc::arm(1);
-    const uint32_t faults = tsh_tree_check(nodes.data(), 3, keep, &told);
-    failing_malloc::disarm();
-    EXPECT_EQ(faults, 1U);
-    EXPECT_EQ(text_of(nodes, told), "cycle: node 0 \"\": no memory to look for cycles\n");
-    const harness::Outcome listing = harness::in_child([&] {
-        fputs("before ", stdout);
-        failing_malloc::arm(1);
-        display_array_tree(nodes.data(), 0, 0);
-        failing_malloc::disarm();
-        return 0;
-    });
-    EXPECT_EQ(listing.out, "before No memory to list the tree\n");
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "parse_tree/tree_file.h"
 #include "parse_tree/tree_load.h"
 #include "platform/robust_string.h"
-#include "tests/support/failing_malloc.h"
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
@@ -268,29 +267,6 @@ TEST(TreeWriter, HoldsItsLimits) {
         const size_t size = limit.nodes == 0 ? 0 : kHead + limit.nodes * TREE_NODE_SIZE;
         EXPECT_EQ(inflated(scratch.path("tree")).size(), size) << limit.name;
     }
-}
-
-// The scratch array, the path as it grows, and the search for cycles; then the stream's memory.
-TEST(TreeWriter, EndsWithoutMemory) {
-    if (!failing_malloc::available())
-        GTEST_SKIP() << "a sanitizer owns malloc";
-    Graph graph;
-    parser_node_t *root = graph.chain(5);
-    const auto write_with_failing = [&](long allocation) {
-        return in_child([&] {
-            const auto write = [&](void *file) {
-                failing_malloc::arm(allocation);
-                return write_tree_to_file(root, 7, &kPath, file), 0;
-            };
-            return with_stream("/dev/null", "wb", 1, write);
-        });
-    };
-    for (long allocation = 1; allocation <= 7; ++allocation) {
-        const Outcome outcome = write_with_failing(allocation);
-        EXPECT_EQ(outcome.status, 1) << allocation;
-        EXPECT_EQ(outcome.err, " Error: malloc failed.") << allocation;
-    }
-    EXPECT_EQ(write_with_failing(8).out, "Error in writing to main_tree file\n");
 }
 
 TEST(TreeFiles, EveryFailedWriteIsReported) {
