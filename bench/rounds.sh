@@ -17,3 +17,36 @@ ratio() {
     paste "$1.times" "$2.times" | awk -v a="${3:-1}" -v b="${4:-1}" '{ print $1 / a / ($2 / b) }' |
         median
 }
+
+# grammar AREAS SHORT: a grammar of 1,531 words in each area, with a line for a word or for a key. No
+# words are shared, for each of which libfyaml's documents search through all anchors.
+grammar() {
+    awk -v areas="$1" -v short="$2" 'BEGIN {
+        print "words:"
+        for (a = 1; a <= areas; a++) {
+            printf "  area%d:\n    help: Area %d\n    words:\n", a, a
+            for (b = 1; b <= 30; b++) {
+                printf "      part%d:\n        help: Part %d of area %d\n        words:\n", b, b, a
+                for (c = 1; c <= 50; c++)
+                    if (short)
+                        printf "          item%d: {help: Item %d, function: set_%d_%d, terminal: yes}\n",
+                            c, c, a, c
+                    else
+                        printf "          item%d:\n            help: Item %d\n" \
+                            "            function: set_%d_%d\n            terminal: yes\n", c, c, a, c
+            }
+        }
+    }'
+}
+
+# change_ten_words OLD NEW, in a tree that make_tree made
+change_ten_words() {
+    python3 - "$1" "$2" <<'PYTHON'
+import sys
+tree = bytearray(open(sys.argv[1], "rb").read())
+for node in range(5500, 60000, 5500):
+    word = tree.find(b"word", node * 1000)
+    tree[word : word + 4] = b"wort"
+open(sys.argv[2], "wb").write(tree)
+PYTHON
+}

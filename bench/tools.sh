@@ -13,30 +13,10 @@ for tool in compile show diff find; do
 done
 utility=$build/cmd_gen/ocmd_gen
 
-# 60,000 words without shared ones, for which libfyaml's documents search through all anchors.
-grammar() {
-    awk -v short="$1" 'BEGIN {
-        print "words:"
-        for (a = 1; a <= 40; a++) {
-            printf "  area%d:\n    help: Area %d\n    words:\n", a, a
-            for (b = 1; b <= 30; b++) {
-                printf "      part%d:\n        help: Part %d of area %d\n        words:\n", b, b, a
-                for (c = 1; c <= 50; c++)
-                    if (short)
-                        printf "          item%d: {help: Item %d, function: set_%d_%d, terminal: yes}\n",
-                            c, c, a, c
-                    else
-                        printf "          item%d:\n            help: Item %d\n" \
-                            "            function: set_%d_%d\n            terminal: yes\n", c, c, a, c
-            }
-        }
-    }'
-}
-
 echo "| Grammar | Bytes | Compiling, ms | libfyaml's load, ms | Ratio |"
 echo "|---|---|---|---|---|"
 for style in "a line a word" "a line a key"; do
-    grammar "$([[ $style == *word ]] && echo 1 || echo 0)" >grammar.yaml
+    grammar 40 "$([[ $style == *word ]] && echo 1 || echo 0)" >grammar.yaml
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
         clock compile "$compile --main -o made.par grammar.yaml"
@@ -51,13 +31,7 @@ echo "| Tree | Ten words changed, ms | Loading both, ms | Ratio |"
 echo "|---|---|---|---|"
 for shape in wide deep shared; do
     "$build/bench/make_tree" "$shape" tree.par
-    python3 - <<'PYTHON'
-tree = bytearray(open("tree.par", "rb").read())
-for node in range(5500, 60000, 5500):
-    word = tree.find(b"word", node * 1000)
-    tree[word : word + 4] = b"wort"
-open("new.par", "wb").write(tree)
-PYTHON
+    change_ten_words tree.par new.par
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
         clock diff "$diff --stat tree.par new.par >counted || [ \$? = 1 ]"

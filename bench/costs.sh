@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# What work costs in instructions, which do not depend on the machine's mood: costs.sh BUILD [KEPT].
+# Prints a table by what the work is done for. With the file of kept costs, bench/costs.txt, it ends
+# with status 1 when one has grown by more than 5 %. They are renewed by
+#   bench/costs.sh build/bench >bench/costs.txt
+# Another compiler makes other instructions, so those of one are never held against another's.
+set -euo pipefail
+build=$(realpath "$1")
+kept=${2:+$(realpath "$2")}
+. "$(dirname "$0")/rounds.sh"
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch"
+for tool in compile show diff link; do
+    declare "$tool=$build/tools/ocmd_$tool/ocmd_$tool"
+done
+utility=$build/cmd_gen/ocmd_gen
+
+# The C library's functions for any processor, instead of those that suit this one.
+export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-AVX,-ERMS,-FSRM,-SSSE3,-SSE4_1,-SSE4_2,-BMI2,-MOVBE
+
+# cost WHAT COUNT COMMAND...: instructions of a run for each of what it works on. Status 1 of a
+# comparison says no more than that the trees differ.
+cost() {
+    local what=$1 count=$2
+    shift 2
+    valgrind --tool=callgrind --callgrind-out-file=profile "$@" >out 2>errors || [ $? = 1 ]
+    awk -v what="$what" -v count="$count" \
+        '/^(summary|totals):/ { printf "%-28s%12.2f\n", what, $2 / count; exit }' profile
+}
+
+measure() {
+    echo "# $(${CXX:-c++} --version | head -n 1)"
+    "$build/bench/make_tree" wide wide.par
+    "$build/bench/make_tree" shared shared.par
+    change_ten_words shared.par new.par
+    cost "line listed" "$("$show" wide.par | awk '/command lines/ { print $NF }')" \
+        "$utility" -s wide.par
+    cost "record dumped" 60000 "$utility" -gs wide.par
+    cost "node checked" 600000 "$show" --check wide.par{,,,,,,,,,}
+    cost "pair of nodes compared" 60000 "$diff" --stat shared.par new.par
+    grammar 4 1 >main.yaml
+    cost "node compiled" 6124 "$compile" --main main.yaml
+    seq 40 | awk 'BEGIN { print "words:" } { printf "  main%d: {name: main%d}\n", $1, $1 }' \
+        >root.yaml
+    for ((i = 1; i <= 40; i++)); do
+        grammar 1 1 | sed "1s/^/below: main$i\n/; s/area1/area$i/" >"sub$i.yaml"
+    done
+    "$compile" -W no-dead-end root.yaml sub*.yaml
+    cost "node linked" 61283 "$link" -o linked.par root.par sub*.par
+}
+
+measure | tee measured
+[ -n "$kept" ] || exit 0
+if [ "$(head -n 1 "$kept")" != "$(head -n 1 measured)" ]; then
+    echo "not compared: kept are those of another compiler" >&2
+    exit 0
+fi
+paste "$kept" measured | awk -F '\t' '
+    NR > 1 {
+        before = substr($1, 29) + 0
+        after = substr($2, 29) + 0
+        if (after > 1.05 * before) {
+            printf "costs: more than 5 %% above %s: %s\n", before, $2
+            grown = 1
+        }
+    }
+    END { exit grown }' >&2
