@@ -1,5 +1,6 @@
 // The automaton of lines made deterministic: one state for every set of positions that some
-// beginning of a line leads to, and equal classes for states that the same lines follow.
+// beginning of a line leads to, in the order in which the tree has them, and equal classes for
+// states that the same lines follow.
 #pragma once
 
 #include "tools/ocmd_diff/field_labels.h"
