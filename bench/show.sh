@@ -32,7 +32,9 @@ for shape in wide deep shared; do
         declare -A sinks=([file]=">out" [pipe]="| cat >/dev/null" [nowhere]=">/dev/null")
         rm -f ./*.times
         for ((round = 0; round < rounds; round++)); do
+            rm -f out
             clock ours "$show --commands tree.par ${sinks[$place]}"
+            rm -f out
             clock utility "$utility -s tree.par ${sinks[$place]}"
         done
         rm -f out
