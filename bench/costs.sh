@@ -11,9 +11,10 @@ kept=${2:+$(realpath "$2")}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-for tool in compile show diff link; do
+for tool in compile show diff; do
     declare "$tool=$build/tools/ocmd_$tool/ocmd_$tool"
 done
+link=$build/tools/ocmd_link
 utility=$build/cmd_gen/ocmd_gen
 
 # The C library's functions for any processor, instead of those that suit this one.
