@@ -2,12 +2,12 @@
 // counted once, however many ways lead there.
 #pragma once
 
+#include "tools/support/huge_vector.h"
 #include "tools/support/tree_shape.h"
 
 #include <cstdint>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace tool {
 
@@ -43,7 +43,7 @@ private:
 
 /// The number of command lines below each node of a sound tree, its own line not counted; 0 for
 /// nodes that the root does not reach.
-std::vector<Count> count_lines_below(const LinkTable &links,
-                                     std::span<const uint16_t> children_first);
+HugeVector<Count> count_lines_below(const LinkTable &links,
+                                    std::span<const uint16_t> children_first);
 
 } // namespace tool

@@ -63,9 +63,9 @@ private:
     void spell(const tree_node_t &node);
 
     LinkTable links_;
-    std::vector<Count> below_;
+    HugeVector<Count> below_;
     std::vector<Spelled> spelled_;
-    std::vector<char> words_; // each with a newline behind it
+    HugeVector<char> words_; // each with a newline behind it
 };
 
 /// The line in hand of a walk: words are added on the way down and taken off on the way back.

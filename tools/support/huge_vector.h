@@ -1,4 +1,4 @@
-// Vectors of many megabytes on huge pages, which are quicker to come by than many small ones.
+// Large vectors on huge pages, which are quicker to come by than many small ones.
 #pragma once
 
 #include <cstddef>
@@ -18,9 +18,9 @@ public:
     template <typename Other> explicit HugePages(const HugePages<Other> & /*other*/) {}
 
     Item *allocate(size_t count) {
-        const size_t size = count * sizeof(Item);
-        if (size < kHugePage)
-            return static_cast<Item *>(::operator new(size));
+        if (count * sizeof(Item) < kLarge)
+            return static_cast<Item *>(::operator new(count * sizeof(Item)));
+        const size_t size = (count * sizeof(Item) + kHugePage - 1) / kHugePage * kHugePage;
         void *block = ::operator new (size, std::align_val_t{kHugePage});
 #ifdef MADV_HUGEPAGE
         madvise(block, size, MADV_HUGEPAGE); // a wish
@@ -29,8 +29,7 @@ public:
     }
 
     void deallocate(Item *block, size_t count) {
-        const size_t size = count * sizeof(Item);
-        if (size < kHugePage)
+        if (count * sizeof(Item) < kLarge)
             ::operator delete(block);
         else
             ::operator delete (block, std::align_val_t{kHugePage});
@@ -42,6 +41,7 @@ public:
 
 private:
     static constexpr size_t kHugePage = size_t{1} << 21U;
+    static constexpr size_t kLarge = kHugePage / 4; // bytes that are worth a page
 };
 
 template <typename Item> using HugeVector = std::vector<Item, HugePages<Item>>;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "parse_tree/tree_node.h"
+#include "tools/support/huge_vector.h"
 
 #include <cstdint>
 #include <span>
@@ -50,7 +51,7 @@ public:
 
 private:
     std::vector<uint32_t> first_; // of each node in links_, and one past the last
-    std::vector<uint16_t> links_;
+    HugeVector<uint16_t> links_;
     std::vector<uint8_t> lines_;
 };
 
