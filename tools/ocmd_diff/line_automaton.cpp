@@ -15,11 +15,22 @@
 namespace diff {
 
 LineAutomaton::LineAutomaton(std::span<const tool::TreeFile *const> files, bool by_words_alone) {
+    reserve_nodes(files);
     for (const tool::TreeFile *file : files)
         add_file(*file);
     if (by_words_alone)
         unite_alike();
     met_.resize(2 * size_t{wordless_count_});
+}
+
+void LineAutomaton::reserve_nodes(std::span<const tool::TreeFile *const> files) {
+    size_t count = 0;
+    for (const tool::TreeFile *file : files)
+        for (const tool::TreeRecord &record : file->records())
+            count += record.nodes.size();
+    words_.reserve(count);
+    spellings_.reserve(count);
+    facts_.reserve(count);
 }
 
 void LineAutomaton::add_file(const tool::TreeFile &file) {

@@ -104,6 +104,7 @@ private:
         bool is_fresh; // no word has been read since the line or the submode began
     };
 
+    void reserve_nodes(std::span<const tool::TreeFile *const> files);
     void add_file(const tool::TreeFile &file);
     void add_node(const tree_node_t &node, NodeNumber root);
     Word word_of(std::string_view text);
@@ -126,9 +127,9 @@ private:
     const Atom slash_ = atoms_.number_of("/");
     const Atom nothing_ = atoms_.number_of("");
     std::vector<Record> records_;
-    std::vector<Word> words_;     // by node
-    std::vector<Atom> spellings_; // by node: its whole word as if it were one atom
-    std::vector<Facts> facts_;    // by node
+    tool::HugeVector<Word> words_;     // by node
+    tool::HugeVector<Atom> spellings_; // by node: its whole word as if it were one atom
+    tool::HugeVector<Facts> facts_;    // by node
     tool::HugeVector<NodeNumber> links_;
     std::vector<Step> long_words_; // their first step
     uint32_t wordless_count_ = 0;
