@@ -11,32 +11,20 @@
 #include <string>
 #include <unistd.h>
 
-namespace {
-
-// Removed when the fuzzer ends, unless it crashes.
-struct Folder {
-    std::string path;
-    ~Folder() {
-        if (!path.empty())
-            std::filesystem::remove_all(path);
-    }
-};
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static Folder folder;
+    static std::string folder;
     if (size == 0)
         return 0;
     const size_t most_nodes = (size - 1) / TREE_NODE_SIZE;
     const size_t tree_bytes = TREE_NODE_SIZE * std::min(size_t{data[0]}, most_nodes);
     const std::string subtrees = store(100, data + 1, size - 1 - tree_bytes);
     const std::string prebuilt = store(101, data + size - tree_bytes, tree_bytes);
-    if (folder.path.empty()) {
-        folder.path = "/tmp/subtree-fuzz-XXXXXX";
-        prebuilt_main_tree_path = mkdtemp(folder.path.data());
-        if (symlink(prebuilt.c_str(), (folder.path + "/main_tree.pars").c_str()) != 0)
+    if (folder.empty()) {
+        folder = "/tmp/subtree-fuzz-XXXXXX";
+        prebuilt_main_tree_path = mkdtemp(folder.data());
+        if (symlink(prebuilt.c_str(), (folder + "/main_tree.pars").c_str()) != 0)
             abort();
+        atexit([] { std::filesystem::remove_all(prebuilt_main_tree_path); });
     }
 
     read_parser_file(subtrees.c_str(), SUBTREE_FILE_ROOT);

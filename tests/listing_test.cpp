@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 namespace {
@@ -277,6 +278,26 @@ TEST(Enumeration, AppendersOwnWhatTheyTakeOver) {
         return testing::Test::HasFailure();
     });
     EXPECT_EQ(outcome.status, 0) << outcome.out;
+}
+
+TEST(Enumeration, TakesNoCallStackForDepth) {
+    std::vector<tree_node_t> nodes(TREE_MAX_NODES);
+    for (size_t index = 0; index + 1 < nodes.size(); ++index) {
+        nodes[index].child_count = 1;
+        nodes[index].children[0] = uint16_t(index + 1);
+    }
+    nodes.back().flags = TREE_FLAG_TERMINAL;
+    g_atn = nodes.data();
+    const Outcome outcome = in_child([] {
+        const rlimit small_stack{1 << 20, 1 << 20};
+        setrlimit(RLIMIT_STACK, &small_stack);
+        tsh_logfp = stdout;
+        atnode_traverse(g_atn, 1, 3, -1, print_at_node, TREE_DUMP_SHORT);
+        tsh_debug_filter = TSH_TRACE_WORDS; // the other way to list
+        return generate_cmds(g_atn, nullptr);
+    });
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), TREE_MAX_NODES + 1);
 }
 
 TEST(Enumeration, TracesInStepWithItsLines) {

@@ -1,6 +1,7 @@
 // The check of trees: every fault told, and the walks behind it whatever the depth.
 #include "parse_tree/tree_check.h"
 #include "parse_tree/tree_library.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
@@ -175,6 +176,22 @@ TEST(TreeCheck, NeedsNoCallStackHoweverDeepTheTree) {
     });
     EXPECT_EQ(outcome.status, 0) << outcome.out << outcome.err;
     EXPECT_EQ(outcome.out, "0:  \"\" 2\n  2:  \"\" 1\n    1:  \"\"\n");
+}
+
+TEST(TreeCheck, WithoutMemoryClearsNoTree) {
+    if (!failing_malloc::available())
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    const Nodes nodes = backward_chain(3);
+    for (const long failing : {1, 2}) {
+        failing_malloc::arm(failing);
+        const int32_t cyclic = cycle_check(nodes.data(), 0, 0);
+        failing_malloc::disarm();
+        EXPECT_EQ(cyclic, 1) << failing;
+    }
+    failing_malloc::arm(1);
+    const uint32_t faults = tsh_tree_check(nodes.data(), 3, nullptr, nullptr);
+    failing_malloc::disarm();
+    EXPECT_EQ(faults, 1U);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "parse_tree/tree_file.h"
 #include "parse_tree/tree_load.h"
 #include "platform/robust_string.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
@@ -266,6 +267,22 @@ TEST(TreeWriter, HoldsItsLimits) {
         EXPECT_EQ(outcome.out + outcome.err, limit.out + limit.err) << limit.name;
         const size_t size = limit.nodes == 0 ? 0 : kHead + limit.nodes * TREE_NODE_SIZE;
         EXPECT_EQ(inflated(scratch.path("tree")).size(), size) << limit.name;
+    }
+}
+
+TEST(TreeWriter, EndsWithoutMemory) {
+    if (!failing_malloc::available())
+        GTEST_SKIP() << "a sanitizer owns malloc";
+    Graph graph;
+    parser_node_t *root = graph.chain(5);
+    for (long allocation = 1; allocation <= 7; ++allocation) {
+        const auto write = [&](void *file) {
+            failing_malloc::arm(allocation);
+            return write_tree_to_file(root, 7, &kPath, file), 0;
+        };
+        const Outcome outcome = in_child([&] { return with_stream("/dev/null", "wb", 1, write); });
+        EXPECT_EQ(outcome.status, 1) << allocation;
+        EXPECT_EQ(outcome.err, " Error: malloc failed.") << allocation;
     }
 }
 
