@@ -1,6 +1,7 @@
 // Comparing trees as an auditor does it: what is told is held against sorted lists of all lines of
 // both trees, wherever these can be made.
 #include "tests/support/grammar.h"
+#include "tests/support/random_tree.h"
 #include "tests/support/scratch_test.h"
 
 #include <cstring>
@@ -24,6 +25,7 @@ constexpr uint32_t kInteger = 0x40100001;
 constexpr uint32_t kString = 1;
 
 constexpr const char *kWords[] = {"a", "b", "b c", "c", "/"};
+constexpr uint32_t kTypes[] = {kInteger, kString};
 
 // What a later version of a grammar might be.
 Nodes changed(Nodes nodes, std::mt19937 &random) {
@@ -58,10 +60,10 @@ protected:
 TEST_F(Diff, TellsExactlyTheLinesOfOneTree) {
     std::mt19937 random(20);
     for (int round = 0; round < 60; ++round) {
-        const Nodes before = grammar::random_tree(random, kWords);
+        const Nodes before = grammar::random_tree(random, kWords, kTypes);
         store("old.par", before);
-        store("new.par",
-              round % 3 == 0 ? grammar::random_tree(random, kWords) : changed(before, random));
+        store("new.par", round % 3 == 0 ? grammar::random_tree(random, kWords, kTypes)
+                                        : changed(before, random));
         const Outcome outcome = shell(R"(
             export LC_ALL=C
             for tree in old new; do ocmd_show --commands $tree.par | sort -u >$tree; done

@@ -1,6 +1,7 @@
 // Resolving lines as their user and as the auditor of saved configurations does it: trees and text
 // files in, answers and complaints out.
 #include "tests/support/grammar.h"
+#include "tests/support/random_tree.h"
 #include "tests/support/scratch_test.h"
 
 #include <algorithm>
@@ -238,7 +239,7 @@ TEST_F(Find, AcceptsEveryLineOfTheListingAndPointsIntoEveryBrokenOne) {
     constexpr const char *kWords[] = {"a", "ab", "abc", "b", "c-1", "D"};
     std::mt19937 random(7);
     for (int round = 0; round < 40; ++round) {
-        store("main.par", grammar::random_tree(random, kWords));
+        store("main.par", grammar::random_tree(random, kWords, {&kInteger, 1}));
         std::istringstream listing{shell("ocmd_show --commands main.par | head -n 60").out};
         std::string check = "ocmd_find main.par";
         std::string broken_check = check;

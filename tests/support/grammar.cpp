@@ -3,7 +3,6 @@
 
 #include "parse_tree/tree_library.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -166,30 +165,6 @@ void write_main_tree(const std::string &path, std::vector<tree_node_t> nodes) {
         nodes.data(), static_cast<uint32_t>(nodes.size()), 0, &no_path, file, 0, 0, 1);
     if (fclose(file) != 0 || result != 0)
         cannot_write(path);
-}
-
-std::vector<tree_node_t> random_tree(std::mt19937 &random, std::span<const char *const> words) {
-    const auto one_in = [&](uint32_t n) { return random() % n == 0; };
-    std::vector<tree_node_t> nodes(4 + random() % 16);
-    for (size_t i = 1; i < nodes.size(); ++i) {
-        tree_node_t &node = nodes[i];
-        snprintf(node.name, sizeof node.name, "n%zu", i);
-        if (!one_in(4))
-            snprintf(node.token, sizeof node.token, "%s", words[random() % words.size()]);
-        if (one_in(4)) {
-            node.param_count = 1;
-            node.params[0].type_mask = 0x40100001;
-        }
-        node.optional = one_in(6) ? 1 : 0;
-        node.flags = (one_in(2) ? TREE_FLAG_TERMINAL : 0) | (one_in(4) ? TREE_FLAG_SUBMODE : 0);
-        for (size_t links = 1 + random() % 2; links > 0; --links) {
-            tree_node_t &parent = nodes[random() % i];
-            uint16_t *const end = parent.children + parent.child_count;
-            if (std::find(parent.children, end, i) == end)
-                parent.children[parent.child_count++] = static_cast<uint16_t>(i);
-        }
-    }
-    return nodes;
 }
 
 void write_subtree_file(const std::string &path, const std::vector<Subtree> &subtrees) {

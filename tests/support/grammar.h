@@ -7,8 +7,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <random>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -53,10 +51,6 @@ Word main_root(const std::vector<Word> &words);
 // The grammar as an array tree in host order, as the tree writer lays it out; throws
 // std::runtime_error for a word that has more words below it than a record holds.
 std::vector<tree_node_t> lay_out(const Word &root);
-
-// A small tree of few words, without cycles: with submodes, shared nodes, optional words, nodes
-// without a word, and siblings and whole lines that are spelled alike.
-std::vector<tree_node_t> random_tree(std::mt19937 &random, std::span<const char *const> words);
 
 // Stores records as a main par file; throws std::runtime_error when that fails.
 void write_main_tree(const std::string &path, std::vector<tree_node_t> nodes);
