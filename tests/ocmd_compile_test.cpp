@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -189,80 +191,50 @@ TEST_F(Compile, MakesAMainTreeThatListsLikeTheLinkedOne) {
 
 // ---- Mistakes ----
 
-struct Mistake {
-    const char *grammar;
-    const char *told; // the messages, each with its line and column
-};
-
-constexpr Mistake kMistakes[] = {
-    {"", "1:1: there is no document in this file\n"},
-    {"just text", "1:1: a document is a mapping of keys such as 'below' and 'words'\n"},
-    {"a: [1\nb: 2", "2:5: flow sequence without a closing bracket\n"},
-    {"words: {a: \"b\xff\"}", "1:14: a byte that is no character of YAML; texts of any bytes are "
-                              "tagged !bytes\n"},
-    {"words: {a: {hepl: x, command: f}}", "1:13: unknown key 'hepl' of a word, did you mean "
-                                          "'help'?\n"},
-    {"words: {a: {b: {command: f}}}", "1:13: unknown key 'b' of a word, words stand under "
-                                      "'words'\n"},
-    {"below: x\nhelp: y\nwords: {a: f}", "2:1: unknown key 'help' of a document, it belongs to the "
-                                         "word at the top\n"},
-    {"below: x\nwords: {a: f, b: f}", "2:15: a subtree has one word at its top, this one has 2\n"},
-    {"below: [x, \"a,b\"]\nwords: {a: f}",
-     "1:13: an attach point is a name of 1 to 63 bytes without "
-     "a comma\n"},
-    {"version: -1\nwords: {a: f}", "1:10: 'version' takes a number from 0 to 4294967295\n"},
-    {"words: {a: {help: [x], command: f}}", "1:19: 'help' takes a text\n"},
-    {"words: {a: {optional: maybe, command: f}}",
-     "1:23: 'optional' takes yes, no or a number from 0 "
-     "to 65535\n"},
-    {"words: {a: {permissions: [3, 128], command: f}}",
-     "1:30: 'permissions' takes a list of numbers from 0 to 127, or a mask\n"},
-    {"words: {a: {aux_text: sixteen bytes..., command: f}}",
-     "1:23: a text of 16 bytes, 'aux_text' has room for 15\n"},
-    {"words: {a: {command: f, function: g}}", "1:35: 'function' is said twice\n1:22: and here\n"},
-    {"words: {a: {command: f, command: g}}",
-     "1:25: the key 'command' stands twice\n1:13: first here\n"},
-    {"words: {a: {command: f, min: 3}}", "1:25: 'min' is for a word with a parameter\n"},
-    {"words: {<WWN> <LUN>: {command: f, min: 3}}",
-     "1:35: 'min' of one of two parameters stands under 'parameters'\n"},
-    {"words: {<INTEGER>: {min: 3, max: 2, command: f}}",
-     "1:26: the lowest value is greater than the highest [bounds]\n1:34: which stands here\n"},
-    {"words: {<INTEGRE>: f}", "1:10: unknown parameter type 'INTEGRE', did you mean 'INTEGER'?\n"},
-    {"words: {<INTEGER | LUN>: f}", "1:20: 'LUN' is of another class than 'INTEGER', a parameter "
-                                    "takes one class\n"},
-    {"words: {<WWN> <WWN> <WWN>: f}", "1:21: more than two parameters at one position\n"},
-    {"words: {a-word-of-thirty-two-characters.: f}",
-     "1:9: a keyword of 32 bytes, there is room for 31\n"},
-    {"words: {show all: f}", "1:9: a keyword with a blank can never be typed; words below a word "
-                             "stand under 'words' [blank-in-word]\n"},
-    {"words: {a: &x {words: {b: *x}}}", "1:28: the alias lies inside the node that it names\n"
-                                        "1:15: which begins here\n"},
-    {"words: {a: *x}", "1:13: no anchor '&x' stands before this alias\n"},
-    {"words: {a: &x {command: f}, b: {words: {c: *x}}}",
-     "1:41: the alias is the word 'a', which is not what its key says\n1:9: it stands here\n"},
-    {"words: [{a: &x f}, {a: *x}]",
-     "1:21: the same node stands twice below one word\n1:10: first here\n"},
-    {"words: {a: f, a<INTEGER>: g}",
-     "1:15: 'a<INTEGER>' stands for the same word as 'a' beside it [same-word]\n"
-     "1:9: which stands here\n"},
-    {"words: {a: {name: x, command: f}, b: {name: x, command: f}}",
-     "1:45: the name 'x' is taken [duplicate-name]\n1:19: also defined here\n"},
-    {"words: {a: {words: {b: f}, marked: [c]}}", "1:37: there is no 'c' below this word\n"},
-    {"words: {tsh_redirect_root: {name: tsh_redirect_root}, a: f}",
-     "1:1: the root has no 'tsh_redirect_root' behind its first word, so that no tree with it can "
-     "be loaded [redirect-root]\n"},
-    {"words: {a: f}\n---\nwords: {b: {hlep: x}, c: {hlpe: x}}\n--- 7\n---\n]",
-     "3:13: unknown key 'hlep' of a word, did you mean 'help'?\n"
-     "3:27: unknown key 'hlpe' of a word, did you mean 'help'?\n"
-     "4:5: a document is a mapping of keys such as 'below' and 'words'\n"
-     "6:1: flow sequence with invalid extra closing bracket\n"},
-};
+// What a grammar says will be told of it: below a line, "#! COLUMN: MESSAGE" for each message.
+std::multiset<std::string> announced(const std::string &grammar) {
+    std::multiset<std::string> messages;
+    std::istringstream lines{grammar};
+    int number = 0;
+    int line = 0;
+    for (std::string text; std::getline(lines, text);) {
+        ++number;
+        const size_t mark = text.find("#! ");
+        if (mark == std::string::npos)
+            line = number;
+        else
+            messages.insert(std::to_string(line) + ":" + text.substr(mark + 3));
+    }
+    return messages;
+}
 
 TEST_F(Compile, TellsMistakesAtTheirPlace) {
-    for (const Mistake &mistake : kMistakes) {
-        EXPECT_EQ(told(mistake.grammar), mistake.told) << mistake.grammar;
-        EXPECT_FALSE(std::filesystem::exists(path("g.par"))) << mistake.grammar;
+    for (const char *name : {"mistaken_documents.yaml", "mistaken_words.yaml"}) {
+        const std::string grammar = read_file(TEST_GRAMMARS "/" + std::string{name});
+        std::istringstream messages{told(grammar)};
+        std::multiset<std::string> all;
+        for (std::string message; std::getline(messages, message);)
+            all.insert(message);
+        EXPECT_EQ(all, announced(grammar)) << name;
+        EXPECT_FALSE(std::filesystem::exists(path("g.par"))) << name;
     }
+}
+
+TEST_F(Compile, TellsWhereAFileStopsToBeAGrammar) {
+    const struct {
+        const char *text;
+        const char *told;
+    } cases[] = {
+        {"", "1:1: there is no document in this file\n"},
+        {"a: [1\nb: 2", "2:5: flow sequence without a closing bracket\n"},
+        {"words: {a: \"b\xff\"}", "1:14: a byte that is no character of YAML; texts of any bytes "
+                                  "are tagged !bytes\n"},
+        {"words: {a: f}\n---\nwords: {b: {hlep: x}}\n---\n]",
+         "3:13: unknown key 'hlep' of a word, did you mean 'help'?\n"
+         "5:1: flow sequence with invalid extra closing bracket\n"},
+    };
+    for (const auto &[text, expected] : cases)
+        EXPECT_EQ(told(text), expected) << text;
 }
 
 TEST_F(Compile, ShowsLinesOfBothPlacesAndKeepsTheOldFile) {

@@ -363,58 +363,14 @@ TEST_F(Show, WritesEveryByteAsJson) {
 
 // Two files, one made of the other, are the same to the byte.
 TEST_F(Show, WritesGrammarsThatCompileToTheSameBytes) {
-    store(R"(below: [desk, arrange]
-version: 3
-words:
-  bay:
-    help: "A bay: yes, one"
-    words:
-      <INTEGER | INTEGER RANGE>: &one
-        min: 1
-        max: 9
-        submode: {help: Bay, mode: bay}
-        interfaces: [0, 5]
-        words:
-          label: {words: {<LINE> <WWN>: {parameters: [{length: 9}, {opaque1: 01ff}]}}}
-          no: stop
-          lane<HEX>: &lane {optional: 4, terminal: yes, flags: [5, 30], permissions: [0, 127]}
-      all: {words: {<INTEGER | INTEGER RANGE>: *one, lane<HEX>: *lane}, marked: [lane<HEX>]}
----
-words: {show: {words: {bays: show_bays}}, "on": {name: other, help: !bytes '\xff'}}
-)",
-          "device.yaml");
-    EXPECT_EQ(shell("ocmd_compile -W no-dead-end device.yaml && ocmd_show --yaml device.par "
-                    ">again.yaml && ocmd_compile -W no-dead-end again.yaml && "
-                    "cmp device.par again.par && cat again.yaml"),
-              R"(below: [desk, arrange]
-version: 3
-words:
-  bay:
-    help: "A bay: yes, one"
-    words:
-      <INTEGER | INTEGER RANGE>: &desk_bay_INTEGER_INTEGER_RANGE
-        submode: {help: Bay, mode: bay}
-        interfaces: [0, 5]
-        min: 1
-        max: 9
-        words:
-          label:
-            words:
-              <LINE> <WWN>: {parameters: [{length: 9}, {opaque1: "01ff"}]}
-          no: stop
-          lane<HEX>: &desk_bay_INTEGER_INTEGER_RANGE_lane_HEX {terminal: yes, optional: 4, flags: [5, 30], permissions: [0, 127]}
-      all:
-        marked: [lane<HEX>]
-        words:
-          <INTEGER | INTEGER RANGE>: *desk_bay_INTEGER_INTEGER_RANGE
-          lane<HEX>: *desk_bay_INTEGER_INTEGER_RANGE_lane_HEX
----
-words:
-  show:
-    words:
-      bays: show_bays
-  on: {name: other, help: !bytes '\xff'}
-)");
+    for (const std::string name : {"canonical", "odd_texts"}) {
+        store(read_file(TEST_GRAMMARS "/" + name + ".yaml"), "as.yaml");
+        EXPECT_EQ(
+            shell("ocmd_compile -W no-dead-end -W no-same-word -W no-redirect-root as.yaml && "
+                  "ocmd_show --yaml as.par | diff as.yaml -"),
+            "")
+            << name;
+    }
     for (uint32_t seed = 1; seed <= 40; ++seed) {
         store(Scrambled(seed, 60, true).nodes());
         EXPECT_EQ(
@@ -473,6 +429,14 @@ TEST_F(Show, TellsAllThatANodeHolds) {
               "  parameter: 1, <INTEGER | INTEGER RANGE>, type_mask 0x40100003\n"
               "    int_min: -1\n"
               "node 3: \"all\"\n");
+}
+
+TEST_F(Show, SpellsTextsOfAnyBytes) {
+    store(read_file(TEST_GRAMMARS "/odd_texts.yaml"), "odd_texts.yaml");
+    shell("ocmd_compile -W no-dead-end odd_texts.yaml");
+    for (const std::string mode : {"nodes", "dot"})
+        EXPECT_EQ(shell("ocmd_show --" + mode + " odd_texts.par"),
+                  read_file(TEST_GRAMMARS "/odd_texts." + mode));
 }
 
 TEST_F(Show, DrawsAPartOfATree) {
