@@ -10,7 +10,9 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,6 +55,29 @@ void write_file(const std::string &path, const std::string &bytes) {
     std::ofstream file(path, std::ios::binary);
     if (!file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
         throw std::runtime_error("cannot write " + path);
+}
+
+std::vector<std::string> lines_of(const std::string &text) {
+    std::vector<std::string> lines;
+    std::istringstream stream{text};
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+std::vector<std::string> announced(const std::string &text) {
+    constexpr std::string_view kMark = "#! ";
+    std::vector<std::string> messages;
+    const std::vector<std::string> lines = lines_of(text);
+    size_t number = 0;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const size_t mark = lines[i].find(kMark);
+        if (mark == std::string::npos)
+            number = i + 1;
+        else
+            messages.push_back(std::to_string(number) + ":" + lines[i].substr(mark + kMark.size()));
+    }
+    return messages;
 }
 
 Outcome in_child(const std::function<int()> &code) {

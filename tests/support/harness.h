@@ -47,6 +47,12 @@ private:
 std::string read_file(const std::string &path);
 void write_file(const std::string &path, const std::string &bytes);
 
+std::vector<std::string> lines_of(const std::string &text);
+
+// The messages that a text announces of itself: below a line, "#! COLUMN: MESSAGE" for each. They
+// come as "LINE:COLUMN: MESSAGE".
+std::vector<std::string> announced(const std::string &text);
+
 // Runs code in a child process, so that exits, process-wide state and output stay there. The
 // result of the code is the exit status. An assertion that fails in the child fails the test, with
 // what the child printed.
