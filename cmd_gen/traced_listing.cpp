@@ -11,11 +11,12 @@ namespace {
 class TracedListing {
 public:
     [[nodiscard]] bool list(const tree_node_t *node, std::string_view prefix) {
-        if (!line_.grow(SPC_STR_SIZE + prefix.size()))
+        if (!line_.grow(SPC_STR_SIZE + prefix.size()) || !levels_.grow(1))
             return false;
         line_.begin();
         line_.append(prefix);
-        bool has_memory = enter(node, false, line_.mark());
+        enter(node, false, line_.mark());
+        bool has_memory = true;
         while (depth_ > 0 && has_memory && ferror(stdout) == 0)
             has_memory = list_child();
         while (depth_ > 0)
@@ -49,9 +50,11 @@ private:
         return true;
     }
 
+    // Takes all memory before it enters anything, so that only whole steps are there to be undone.
     bool enter_child(const tree_node_t *child, std::string_view word) {
         const tsh::CommandLine::Mark outer = line_.mark();
-        if (!line_.grow(SPC_STR_SIZE + tsh::kWordGap.size() + word.size()))
+        if (!line_.grow(SPC_STR_SIZE + tsh::kWordGap.size() + word.size()) ||
+            !levels_.grow(depth_ + 1))
             return false;
         if (tsh::is_submode(*child)) {
             ++submode_depth;
@@ -60,15 +63,14 @@ private:
             line_.append(tsh::kWordGap);
             line_.append(word);
         }
-        return enter(child, tsh::is_submode(*child), outer);
+        enter(child, tsh::is_submode(*child), outer);
+        return true;
     }
 
-    bool enter(const tree_node_t *node, bool in_submode, tsh::CommandLine::Mark outer) {
-        if (!levels_.grow(depth_ + 1))
-            return false;
+    // For a level that there is room for.
+    void enter(const tree_node_t *node, bool in_submode, tsh::CommandLine::Mark outer) {
         atnode_stack_push(node);
         levels_[depth_++] = {atnode_first_child(node), in_submode, outer};
-        return true;
     }
 
     void leave() {
