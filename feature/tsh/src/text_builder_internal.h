@@ -9,26 +9,26 @@
 
 namespace tsh {
 
-/// Holds up to Capacity bytes; what does not fit is cut.
+/// Holds up to Capacity bytes; what does not fit is cut, and a number left out whole.
 template <size_t Capacity> class TextBuilder {
 public:
     TextBuilder &operator<<(std::string_view text) {
         const size_t length = std::min(text.size(), Capacity - used_);
-        memcpy(&bytes_[used_], text.data(), length);
+        memcpy(end(), text.data(), length);
         used_ += length;
         return *this;
     }
 
     template <typename Integer> TextBuilder &number(Integer value, int base = 10) {
-        const auto end = std::to_chars(&bytes_[used_], bytes_.data() + Capacity, value, base);
-        if (end.ec == std::errc{})
-            used_ = static_cast<size_t>(end.ptr - bytes_.data());
+        const auto written = std::to_chars(end(), bytes_.data() + Capacity, value, base);
+        if (written.ec == std::errc{})
+            used_ = static_cast<size_t>(written.ptr - bytes_.data());
         return *this;
     }
 
     TextBuilder &blanks(size_t count) {
         const size_t length = std::min(count, Capacity - used_);
-        memset(&bytes_[used_], ' ', length);
+        memset(end(), ' ', length);
         used_ += length;
         return *this;
     }
@@ -37,6 +37,8 @@ public:
     void clear() { used_ = 0; }
 
 private:
+    char *end() { return bytes_.data() + used_; }
+
     std::array<char, Capacity> bytes_;
     size_t used_ = 0;
 };
