@@ -1,6 +1,7 @@
 // Main trees: finding, mapping and reading main par files, and the state of the loaded tree.
 #include "parse_tree/tree_load.h"
 
+#include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/trace_internal.h"
 #include "parse_tree/load_report_internal.h"
 #include "parse_tree/par_file_internal.h"
@@ -12,7 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <span>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -163,12 +163,11 @@ int32_t verify_and_read_parse_tree(const char *path, tree_node_t **out) {
 
     errno = 0; // a short read sets none
     const auto bytes = static_cast<size_t>(size);
-    const auto release = [](void *block) { free(block); };
-    std::unique_ptr<void, decltype(release)> buffer{malloc(std::max<size_t>(bytes, 1)), release};
-    if (buffer == nullptr ||
-        !read_whole(file.descriptor(), static_cast<char *>(buffer.get()), bytes))
+    tsh::Block<tree_node_t> nodes{static_cast<tree_node_t *>(malloc(std::max<size_t>(bytes, 1)))};
+    if (nodes == nullptr ||
+        !read_whole(file.descriptor(), reinterpret_cast<char *>(nodes.get()), bytes))
         return fail_with_reason("Error reading file");
-    *out = static_cast<tree_node_t *>(buffer.release());
+    *out = nodes.release();
     return static_cast<int32_t>(size / TREE_NODE_SIZE);
 }
 

@@ -36,10 +36,7 @@ namespace {
 uint32_t filed_nodes;
 uint32_t filed_subtrees;
 
-struct CloseGzip {
-    void operator()(gzFile file) const { gzclose(file); }
-};
-using GzipFile = std::unique_ptr<gzFile_s, CloseGzip>;
+using GzipFile = std::unique_ptr<gzFile_s, tsh::Releaser<gzclose>>;
 
 bool is_directory(const char *path) {
     struct stat status {};
