@@ -5,6 +5,7 @@
 #include "cmd_gen/listing_internal.h"
 #include "cmd_gen/word_internal.h"
 #include "feature/tsh/src/memory.h"
+#include "feature/tsh/src/memory_internal.h"
 #include "feature/tsh/src/trace_internal.h"
 
 #include <cstdio>
@@ -25,15 +26,12 @@ void report_no_memory() {
 // Takes over a line and grows it by a piece of a word.
 char *append(char *line, std::string_view piece) {
     const size_t length = strlen(line);
-    // A line too long for the sizes of the allocation helpers is out of memory like any other.
-    const size_t size = length + piece.size() + 1;
-    void *resized = size > UINT32_MAX ? nullptr : tsh_realloc(line, static_cast<uint32_t>(size));
-    if (resized == nullptr) {
+    char *grown = tsh::resize_text(line, uint64_t{length} + piece.size() + 1);
+    if (grown == nullptr) {
         report_no_memory();
         tsh_free(line);
         return nullptr;
     }
-    char *grown = static_cast<char *>(resized);
     grown[length + piece.copy(grown + length, piece.size())] = '\0';
     return grown;
 }
