@@ -1,6 +1,6 @@
 /* Sets of the numbers 0 to 127 and 0 to 255 as fixed-width bitmasks: sets, search, and text and
- * byte-array forms. Every operation exists for both widths under one contract; below, N is 128 or
- * 256 and B, the bytes of the bitmap, 16 or 32.
+ * byte-array forms. Every operation but the last exists for both widths under one contract; below,
+ * N is 128 or 256 and B, the bytes of the bitmap, 16 or 32.
  *
  * Bit n lies in byte n / 8 at 0x80 >> (n mod 8): bit 0 is the most significant bit of the first
  * byte. Only new and init write nbytes; everything else works on the bitmap alone. Operands may be
@@ -221,7 +221,8 @@ TSH_API int32_t bmask256_nth_free_bit(const bmask256_t *mask, int32_t k);
  *     bmask_range_t run = {1, 0};
  *     while (bmask128_next_range(mask, &run) == 0)
  *         use(run.first, run.last);
- * {1, 0} starts the iteration; any other value continues behind its last.
+ * {1, 0} starts the iteration; any other value continues behind its last. The bit after that is
+ * taken to end the run and is not looked at.
  * @return 0 with the run stored; -1 when there is none. */
 TSH_API int32_t bmask128_next_range(const bmask128_t *mask, bmask_range_t *range);
 TSH_API int32_t bmask256_next_range(const bmask256_t *mask, bmask_range_t *range);
@@ -255,7 +256,8 @@ TSH_API int32_t bmask256_sprintf(char *buffer, const bmask256_t *mask);
  * is written in pieces: restart is 1 in the first call and 0 in the others, until done is set. No
  * piece begins with a comma. A capacity of 0 writes nothing.
  * @param done set to 1 when the list is complete, else to 0.
- * @return the number of characters; 0 with done 0 when not even one item fits. */
+ * @return the number of characters; 0 with done 0 when not even one item fits. A first call that
+ *         ends so is followed by another first call: bit 0 is taken as written by any later one. */
 TSH_API int32_t bmask128_snprintf(char *buffer, uint32_t capacity, const bmask128_t *mask,
                                   uint8_t restart, uint8_t *done);
 TSH_API int32_t bmask256_snprintf(char *buffer, uint32_t capacity, const bmask256_t *mask,
