@@ -8,7 +8,7 @@ install(TARGETS tsh EXPORT tshTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
-foreach(room platform feature/tsh/src bmask parse_tree atnode param_reg treelink cmd_gen)
+foreach(room ${TSH_ROOMS})
   file(GLOB headers CONFIGURE_DEPENDS ${room}/*.h)
   list(FILTER headers EXCLUDE REGEX "_internal\\.h$")
   install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tsh/${room})
