@@ -1,6 +1,6 @@
 /* Lookups by keyword in the tree at g_atn. A token matches a node when it is a prefix of the node's
- * token, compared without regard to case; a parameter node, whose token is empty, matches no token
- * that is not. The tree is trusted as by the walks. */
+ * token, compared without regard to case. So a parameter node, whose token is empty, is matched by
+ * the empty token alone. The tree is trusted as by the walks. */
 #ifndef TSH_ATNODE_LOOKUP_H
 #define TSH_ATNODE_LOOKUP_H
 

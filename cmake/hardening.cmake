@@ -1,6 +1,6 @@
-# Optimised builds check the buffers and return addresses that the compiler knows, and resolve what
-# they call before they run, so that nothing writes to the tables of it later. Sanitizers do more,
-# and the checks of the C library need optimisation. Flags of whoever packs it come first.
+# Optimised builds check the buffers and return addresses that the compiler knows, and resolve all
+# calls into libraries at the start, so that their tables are read-only from then on. Sanitizers do
+# more, and the checks of the C library need optimisation. Flags of whoever packs it come first.
 if(NOT CMAKE_CXX_FLAGS MATCHES "sanitize")
   set(optimised "$<CONFIG:Release,RelWithDebInfo,MinSizeRel>")
   if(NOT CMAKE_CXX_FLAGS MATCHES "_FORTIFY_SOURCE")

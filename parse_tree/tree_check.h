@@ -23,8 +23,8 @@ typedef int32_t (*tsh_tree_fault_fn)(const tsh_tree_fault_t *fault, void *contex
  * cannot be judged without it: the links of a node with too many are not followed, nor is one
  * that leads outside the tree. Of each cycle the node is reported whose link closes it in a walk
  * in the order of the child lists. Any depth is sound.
- * Linear in nodes and links, without recursion. Only a tree with a link to an earlier record takes
- * memory, 4 bytes a node; where there is none, check "cycle" reports that of node 0.
+ * Linear in nodes and links, without recursion. Only a tree with a link that leads to no later
+ * record takes memory, 4 bytes a node; where there is none, check "cycle" reports that of node 0.
  * @param report may be null where the number is all that is asked for.
  * @return the number of faults reported, one that ended the check included; 0 for a sound tree. */
 TSH_API uint32_t tsh_tree_check(const tree_node_t *nodes, uint32_t node_count,

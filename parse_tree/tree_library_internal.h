@@ -7,8 +7,8 @@
 
 namespace tsh {
 
-/// What cycle_check tells, of a tree whose links may lead outside; those are passed by. Of the
-/// nodes at most TREE_MAX_NODES. Throws std::bad_alloc.
+/// What cycle_check tells, of a tree of at most TREE_MAX_NODES nodes. Links that lead outside it
+/// are passed by. Throws std::bad_alloc.
 bool has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes);
 
 } // namespace tsh

@@ -12,11 +12,9 @@
 #define TREE_MAX_CHILDREN 192 /**< Links one record has room for. */
 #define TREE_MAX_PARAMS 2     /**< Parameters one record has room for. */
 #define TREE_MAX_NODES 65536  /**< Nodes that 16-bit child indices can name. */
-#define TREE_MAX_LEVELS                                                                            \
-    256                             /**< Levels below and including the root; the traversal        \
-                                         stack holds no more. */
-#define TREE_NAME_SIZE 64           /**< Bytes of a node name with its terminating zero. */
-#define TREE_TOKEN_SIZE 32          /**< Bytes of a token with its terminating zero. */
+#define TREE_MAX_LEVELS 256   /**< Levels, the root's included, that the traversal stack holds. */
+#define TREE_NAME_SIZE 64     /**< Bytes of a node name with its terminating zero. */
+#define TREE_TOKEN_SIZE 32    /**< Bytes of a token with its terminating zero. */
 #define SUBTREE_PATH_TEXT_SIZE 1024 /**< Bytes of an attach path with its terminating zero. */
 
 /** Bits of tree_node_t.flags; all others are carried unchanged. */

@@ -39,9 +39,9 @@ constexpr uint32_t kNone = SubtreeEdges::kNone;
 
 // Pairs of steps that all searches of one link may take: some 3 s, at 50 ns for a pair where the
 // edges have outgrown the cache. Measured with random attach paths, the worst tangles there were:
-// 10,000 subtrees of 32 paths each take 60 million, of which a quarter of this limit would leave
-// half the paths undecided; 60,000 subtrees of 4 paths each do not come to an end with four times
-// the limit either, in 13 s.
+// 10,000 subtrees of 32 paths each take 60 million pairs, and a quarter of this limit would leave
+// half of their paths undecided; 60,000 subtrees of 4 paths each do not come to an end with four
+// times the limit either, in 13 s.
 constexpr uint64_t kMostSteps = uint64_t{1} << 26U;
 
 // The strongly connected components of the graph, each told by one of its members: Tarjan's

@@ -16,12 +16,13 @@ typedef struct tsh_file_replacement_t tsh_file_replacement_t;
  * points to is replaced, not the link.
  *
  * The new file is made in the folder of the old one, without a name, so that nothing stays behind
- * when the process ends before the commit, in whatever way. Only a file system that knows no such
- * files gets one by the name ".tsh-", process number, "-", number; it stays when the process is
- * ended by a signal. Every file has such a name for the moment of the commit, in which signals
- * wait; only SIGKILL does not. Access rights pass from the old file to the new one, owner and group
- * as far as the process may set them; access lists and other attributes do not. A file that did not
- * exist gets the rights that any new file gets there.
+ * when the process ends before the commit, in whatever way. Only where the file system knows no
+ * such files, or there is no /proc to name them by, it is called ".tsh-", process number, "-",
+ * number; it stays when the process is ended by a signal. One that takes the place of another has
+ * such a name for the moment of the commit, in which signals wait; only SIGKILL does not. Access
+ * rights pass from the old file to the new one, owner and group as far as the process may set them;
+ * access lists and other attributes do not. A file that did not exist gets the rights that any new
+ * file gets there.
  *
  * A folder in which nothing can be created keeps the old file itself: what is written is held in
  * memory until the commit. A target that is no regular file (a device, a pipe) is written to

@@ -1,4 +1,4 @@
-// What the rooms of the linker share of its tables.
+// What the files of the linker share of its tables.
 #pragma once
 
 #include "treelink/link_table.h"
