@@ -52,10 +52,12 @@ int32_t fail_with_reason(const char *what) {
     return -1;
 }
 
-// read() may hand a large file over in several pieces.
+// read() may hand a large file over in several pieces, with signals in between.
 bool read_whole(int descriptor, char *buffer, size_t size) {
     for (size_t done = 0; done < size;) {
         const ssize_t piece = read(descriptor, buffer + done, size - done);
+        if (piece < 0 && errno == EINTR)
+            continue;
         if (piece <= 0)
             return false;
         done += static_cast<size_t>(piece);
