@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks format and lint of everything, with clang-format and clang-tidy.
+# Checks the format of everything in C++ with clang-format and all of it but the fuzzers, which this
+# build knows nothing of, with clang-tidy.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build tests lint

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the build needs, builds, and lists the commands of the example, the main tree of a switch.
+# Installs what the build needs, builds, and lists the commands of the example, a switch.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build
