@@ -14,7 +14,8 @@ TSH_API char tsh_parse_file[TSH_PARSE_FILE_SIZE]; /**< Name of the main par file
 TSH_API const tree_node_t *g_atn;                 /**< Node 0 of the tree: child i is g_atn + i. */
 TSH_API const tree_node_t *atnode_root;           /**< The root, equal to g_atn once loaded. */
 TSH_API const tree_node_t *atnode_redirect_root;  /**< First child of "tsh_redirect_root". */
-TSH_API size_t main_tree_map_size;                /**< Bytes of the last mapping made. */
+TSH_API size_t main_tree_map_size;                /**< Bytes of the last file to be mapped, also of
+                                                       one that was then refused. */
 
 /** Loads the main tree of the process: names the file (tsh_parse_file when not empty, else the
  * environment's TSH_PARSE_TREE, else the default), maps it, checks every record and link of it,
@@ -40,7 +41,8 @@ TSH_API int32_t verify_and_mmap_parse_tree(const char *path, const tree_node_t *
 /** The same, with a message on standard error for every failure. */
 TSH_API int32_t mmap_main_parse_tree(const char *path, const tree_node_t **out);
 
-/** Unmaps main_tree_map_size bytes at the address, so only the last mapping made.
+/** Unmaps main_tree_map_size bytes at the address, so only the last mapping made, and none after a
+ * file was refused.
  * @return 0, or -1 with a message on standard error. */
 TSH_API int32_t munmap_main_parse_tree(const void *address);
 
