@@ -5,7 +5,6 @@
 #include "tests/support/scratch_test.h"
 
 #include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
@@ -111,43 +110,16 @@ TEST_F(Diff, ComparesLinesAndNotNodes) {
 
 // ---- Fields ----
 
-TEST_F(Diff, TellsWhatWordsOfBothTreesStandFor) {
-    Word before = parameter(kInteger).named("n").func_id("set_lamp").help("Lamp").terminal();
-    before.node().params[0].int_max = 8;
-    Word after = parameter(kInteger).named("renamed").func_id("set_lamp").help("Lamp").terminal();
-    after.node().params[0].int_max = 12;
-    const Word lamp = keyword("lamp").help("One \"lamp\"").child(before);
-    const Word other = keyword("lamp").help("A lamp").child(after);
-    const Word rest = keyword("rest").terminal();
-    EXPECT_EQ(diff(main_root({lamp, rest}), main_root({other, rest}), "--fields"),
-              "~ lamp ...\n"
-              "    help: \"One \\\"lamp\\\"\" -> \"A lamp\"\n"
-              "~ lamp <INTEGER>\n"
-              "    parameter max: 8 -> 12\n");
-    EXPECT_EQ(diff(main_root({lamp}), main_root({other}), "--fields --stat"), "- 0\n+ 0\n~ 2\n");
-    EXPECT_EQ(diff(main_root({lamp}), main_root({other})), "");
-}
-
-TEST_F(Diff, KnowsEveryFieldThatCounts) {
-    const auto told = [&](const std::function<void(tree_node_t &)> &change) {
-        Nodes nodes = grammar::lay_out(main_root({parameter(kInteger).named("n").terminal()}));
-        store("old.par", nodes);
-        change(nodes[1]);
-        store("new.par", nodes);
-        const std::string text = shell("ocmd_diff --fields old.par new.par").out;
-        return text.substr(0, text.rfind(' '));
-    };
-    const std::string line = "~ <INTEGER>\n    ";
-    EXPECT_EQ(told([](tree_node_t &node) { node.func_id[0] = 'f'; }), line + "function: \"\" ->");
-    EXPECT_EQ(told([](tree_node_t &node) { node.mode_id[0] = 'm'; }), line + "mode: \"\" ->");
-    EXPECT_EQ(told([](tree_node_t &node) { node.token_id = 7; }), line + "token_id: 0 ->");
-    EXPECT_EQ(told([](tree_node_t &node) { node.command_id = 7; }), line + "command_id: 0 ->");
-    EXPECT_EQ(told([](tree_node_t &node) { node.intf_mask = 2; }), line + "interfaces: [] ->");
-    EXPECT_EQ(told([](tree_node_t &node) { node.perms_mask[0] = 1; }), line + "permissions: [] ->");
-    EXPECT_EQ(told([](tree_node_t &node) { node.params[0].int_min = -5; }),
-              line + "parameter min: 0 ->");
-    EXPECT_EQ(told([](tree_node_t &node) { node.submode_help[0] = 's'; }),
-              line + "submode_help: \"\" ->");
+TEST_F(Diff, TellsEveryFieldThatCounts) {
+    for (const std::string name : {"fields_before", "fields_after"}) {
+        store(name + ".yaml", harness::read_file(TEST_GRAMMARS "/" + name + ".yaml"));
+        EXPECT_EQ(shell("ocmd_compile --main -W no-same-word " + name + ".yaml").err, "");
+    }
+    const std::string trees = " fields_before.par fields_after.par";
+    EXPECT_EQ(shell("ocmd_diff --fields" + trees),
+              (Outcome{1, harness::read_file(TEST_GRAMMARS "/fields.diff"), ""}));
+    EXPECT_EQ(shell("ocmd_diff --fields --stat" + trees).out, "- 0\n+ 0\n~ 11\n");
+    EXPECT_EQ(shell("ocmd_diff" + trees).out, "");
 }
 
 // ---- Files ----
