@@ -21,8 +21,6 @@ namespace tool {
 
 namespace {
 
-constexpr size_t kMessageSize = 512;
-
 bool is_host_order(ByteOrder order) {
     return (order == ByteOrder::kLittle) == (std::endian::native == std::endian::little);
 }
@@ -56,7 +54,7 @@ private:
 
     // Tells what of the file is missing.
     [[gnu::format(printf, 2, 3)]] void miss(const char *format, ...) {
-        char what[kMessageSize];
+        char what[256]; // all that is told here is shorter
         va_list values;
         va_start(values, format);
         vsnprintf(what, sizeof what, format, values);
@@ -211,7 +209,7 @@ private:
     }
 
     void tell_of(const tsh_tree_fault_t &fault) {
-        char text[kMessageSize];
+        char text[TSH_TREE_FAULT_TEXT_SIZE];
         tsh_tree_fault_text(record_->nodes.data(), node_count(), &fault, text, sizeof text);
         tell_text(text);
     }
