@@ -242,7 +242,9 @@ void Understanding::add_redirect_root() {
     const auto links = out_.links_of(out_.words[0]);
     const bool named = std::ranges::any_of(
         out_.words, [](const Word &known) { return known.name == kRedirectRoot; });
-    if (named || links.empty() || out_.words.size() + 2 > most_words_ || too_many_)
+    const bool has_room =
+        links.size() < TREE_MAX_CHILDREN && out_.words.size() + 2 <= most_words_ && !too_many_;
+    if (named || links.empty() || !has_room)
         return;
     const std::vector<Link> others{links.begin(), links.end()};
     const uint32_t redirect = add_word({}, out_.place);
