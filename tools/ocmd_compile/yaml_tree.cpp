@@ -5,6 +5,7 @@
 #include "tools/ocmd_compile/yaml_tree.h"
 
 #include <algorithm>
+#include <array>
 #include <glib.h>
 #include <libfyaml.h>
 #include <new>
@@ -39,20 +40,27 @@ uint32_t character_length(std::string_view text) {
                                    : static_cast<uint32_t>(g_unichar_to_utf8(code, nullptr));
 }
 
+// Whether a line begins behind the text, in any version of YAML.
+bool ends_with_line_break(std::string_view text) {
+    constexpr std::array<std::string_view, 5> kBreaks{"\n", "\r", "\xC2\x85", "\xE2\x80\xA8",
+                                                      "\xE2\x80\xA9"};
+    return std::ranges::any_of(
+        kBreaks, [&](std::string_view line_break) { return text.ends_with(line_break); });
+}
+
 // Every directive is compared with all before it, and a grammar needs none: what has many of them
 // is no grammar, and would take hours.
 bool has_many_directives(const SourceFile &file, Messages &messages) {
     constexpr size_t kMost = 100;
-    constexpr std::string_view kDirective = "\n%";
     size_t count = 0;
-    size_t at = 0;
-    for (; count <= kMost && at != std::string_view::npos; ++count)
-        at = file.bytes().find(kDirective, at + 1);
-    if (at == std::string_view::npos)
-        return false;
-    const auto begin = static_cast<uint32_t>(at + 1);
-    messages.fault(file, {begin, begin + 1}, "more YAML directives than any grammar has");
-    return true;
+    for (size_t at = 0; (at = file.bytes().find('%', at)) != std::string_view::npos; ++at) {
+        if (!ends_with_line_break(file.bytes().substr(0, at)) || ++count <= kMost)
+            continue;
+        const auto begin = static_cast<uint32_t>(at);
+        messages.fault(file, {begin, begin + 1}, "more YAML directives than any grammar has");
+        return true;
+    }
+    return false;
 }
 
 // The parser would take a byte that is none of its characters for the end of the file.
