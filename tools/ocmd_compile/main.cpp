@@ -87,8 +87,10 @@ void want_one_root(const Grammar &grammar, Messages &messages) {
 std::string output_for(const std::string &input) {
     std::string_view stem = input;
     for (const std::string_view suffix : {".yaml", ".yml"})
-        if (stem.ends_with(suffix))
+        if (stem.ends_with(suffix)) {
             stem.remove_suffix(suffix.size());
+            break;
+        }
     return std::string{stem} + ".par";
 }
 
