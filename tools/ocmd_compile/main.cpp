@@ -20,6 +20,7 @@
 #include <string>
 #include <string_view>
 #include <unistd.h>
+#include <unordered_set>
 #include <vector>
 #include <zlib.h>
 
@@ -143,16 +144,18 @@ std::vector<const Document *> documents_of(const Grammar &grammar, const SourceF
 
 // Without a name for the output each file gives one; that must not hit another file of the run.
 void check_outputs(const CommandLine &line) {
-    std::vector<std::string> outputs;
+    const std::unordered_set<std::string_view> inputs{line.operands().begin(),
+                                                      line.operands().end()};
+    std::unordered_set<std::string> outputs;
     for (const char *input : line.operands()) {
         if (std::string_view{input} == "-")
             tool::refuse("standard input has no name to make the output's from: -o is missing");
         const std::string output = output_for(input);
-        if (output == input)
-            tool::refuse("%s: would be replaced by what is made of it: -o is missing", input);
-        if (std::ranges::find(outputs, output) != outputs.end())
+        if (inputs.contains(output))
+            tool::refuse("%s: would be replaced by what is made of %s: -o is missing",
+                         output.c_str(), input);
+        if (!outputs.insert(output).second)
             tool::refuse("%s: two files would be written to %s", input, output.c_str());
-        outputs.push_back(output);
     }
 }
 
