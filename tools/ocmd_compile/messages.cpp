@@ -2,6 +2,7 @@
 #include "tools/ocmd_compile/messages.h"
 
 #include "tools/support/program.h"
+#include "tools/support/utf8.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,12 +12,10 @@ namespace compiler {
 
 namespace {
 
+using tool::is_inside_character;
+
 constexpr size_t kWindow = 96; // bytes of a long line that are shown
 constexpr size_t kLead = 32;   // of them, before the place
-
-bool inside_character(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
-}
 
 bool is_control(char c) {
     return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
@@ -28,9 +27,9 @@ std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
     if (column - begin > kWindow - kLead)
         begin = column - kLead;
     size_t end = std::min(line.size(), begin + kWindow);
-    while (begin > 0 && inside_character(line[begin]))
+    while (begin > 0 && is_inside_character(line[begin]))
         --begin;
-    while (end < line.size() && inside_character(line[end]))
+    while (end < line.size() && is_inside_character(line[end]))
         ++end;
     return {begin, end};
 }
@@ -47,7 +46,7 @@ void show_line(const SourceFile &file, Place place) {
     std::string marks;
     for (size_t i = begin; i < end; ++i) {
         text += is_control(line[i]) ? ' ' : line[i];
-        if (inside_character(line[i]))
+        if (is_inside_character(line[i]))
             continue;
         if (i <= from)
             marks += i == from ? '^' : ' ';

@@ -2,6 +2,7 @@
 #include "tools/ocmd_compile/source_file.h"
 
 #include "tools/support/program.h"
+#include "tools/support/utf8.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -70,10 +71,7 @@ Position SourceFile::position(uint32_t offset) const {
     const auto after = std::ranges::upper_bound(starts_, offset);
     const auto line = static_cast<size_t>(after - starts_.begin());
     const uint32_t start = starts_[line - 1];
-    const std::string_view before = bytes().substr(start, offset - start);
-    const auto characters = std::ranges::count_if(
-        before, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; });
-    return {line, static_cast<size_t>(characters) + 1};
+    return {line, tool::count_characters(bytes().substr(start, offset - start)) + 1};
 }
 
 uint32_t SourceFile::start_of_line(size_t line) const {

@@ -4,6 +4,7 @@
 #include "tools/ocmd_find/trail.h"
 #include "tools/support/program.h"
 #include "tools/support/tree_shape.h"
+#include "tools/support/utf8.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -31,12 +32,6 @@ std::string printable(std::string_view text) {
         if (static_cast<unsigned char>(c) < ' ' || c == '\x7F')
             c = c == '\t' ? ' ' : '?';
     return result;
-}
-
-// Characters of UTF-8, whose bytes but for the first begin with the bits 10.
-size_t shown_width(std::string_view text) {
-    return static_cast<size_t>(std::ranges::count_if(
-        text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
 }
 
 template <size_t N> std::string text_in(const char (&field)[N]) {
@@ -183,13 +178,14 @@ void tell_refusal(const Forest &forest, const TypedLine &line, const Resolution 
             : "";
     tool::tell("%s%s", refusal.what.c_str(), suggestion.c_str());
     const std::string text = printable(line.text());
-    const std::string marks(shown_width(text.substr(refusal.place, refusal.length)), '^');
+    const std::string marks(tool::count_characters(text.substr(refusal.place, refusal.length)),
+                            '^');
     const Words words = resolution.reading.ambiguous.empty()
                             ? words_after(forest, *resolution.end)
                             : words_of(forest, resolution.reading.ambiguous);
     fprintf(stderr, "  %s\n  %s%s\n%s", text.c_str(),
-            std::string(shown_width(text.substr(0, refusal.place)), ' ').c_str(), marks.c_str(),
-            listed(words).c_str());
+            std::string(tool::count_characters(text.substr(0, refusal.place)), ' ').c_str(),
+            marks.c_str(), listed(words).c_str());
 }
 
 } // namespace find

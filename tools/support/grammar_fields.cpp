@@ -2,6 +2,7 @@
 #include "tools/support/grammar_fields.h"
 
 #include "tools/support/types.h"
+#include "tools/support/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -132,10 +133,6 @@ uint64_t hash_of(std::string_view text) {
     return hash;
 }
 
-bool inside_character(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
-}
-
 // A name within its field. Cuts fall between characters of UTF-8.
 std::string fitting(const std::string &name) {
     constexpr size_t kMostBytes = TREE_NAME_SIZE - 1;
@@ -144,10 +141,10 @@ std::string fitting(const std::string &name) {
     if (name.size() <= kMostBytes)
         return name;
     size_t head = kHead;
-    while (head > 0 && inside_character(name[head]))
+    while (head > 0 && is_inside_character(name[head]))
         --head;
     size_t tail = name.size() - kTail;
-    while (tail < name.size() && inside_character(name[tail]))
+    while (tail < name.size() && is_inside_character(name[tail]))
         ++tail;
     constexpr uint64_t kTwelveDigits = 0xFFFFFFFFFFFF;
     char digits[16];

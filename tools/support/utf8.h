@@ -3,6 +3,8 @@
 
 #include <glib.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 namespace tool {
@@ -11,6 +13,16 @@ namespace tool {
 /// zero bytes.
 inline bool is_utf8(std::string_view text) {
     return text.empty() || g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
+}
+
+/// Whether a byte belongs to a character of UTF-8 that began before it.
+inline bool is_inside_character(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+/// How many characters of UTF-8 begin in the text.
+inline size_t count_characters(std::string_view text) {
+    return text.size() - static_cast<size_t>(std::ranges::count_if(text, is_inside_character));
 }
 
 } // namespace tool
