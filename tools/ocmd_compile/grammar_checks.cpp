@@ -3,6 +3,7 @@
 #include "tools/ocmd_compile/grammar_checks.h"
 
 #include "param_reg/builtin_types.h"
+#include "tools/support/utf8.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -159,9 +160,8 @@ void dead_end(const Run &run) {
 
 void blank_in_word(const Run &run) {
     for_each_word(run, [&](const Document &document, const Word &word) {
-        const bool blank = std::ranges::any_of(word.key.token, [](char c) {
-            return static_cast<unsigned char>(c) <= ' ' || c == '\x7F';
-        });
+        const bool blank = std::ranges::any_of(
+            word.key.token, [](char c) { return c == ' ' || tool::is_control(c); });
         if (blank && !word.exact_token)
             run.tell(document, word.place,
                      "a keyword with a blank can never be typed; words below a word stand under "

@@ -17,10 +17,6 @@ using tool::is_inside_character;
 constexpr size_t kWindow = 96; // bytes of a long line that are shown
 constexpr size_t kLead = 32;   // of them, before the place
 
-bool is_control(char c) {
-    return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
-}
-
 // The part of a line that is shown: without the blanks at its start, whole when it is short.
 std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
     size_t begin = std::min(line.find_first_not_of(" \t"), column);
@@ -45,7 +41,7 @@ void show_line(const SourceFile &file, Place place) {
     std::string text;
     std::string marks;
     for (size_t i = begin; i < end; ++i) {
-        text += is_control(line[i]) ? ' ' : line[i];
+        text += tool::is_control(line[i]) ? ' ' : line[i];
         if (is_inside_character(line[i]))
             continue;
         if (i <= from)

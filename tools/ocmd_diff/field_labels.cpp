@@ -3,6 +3,7 @@
 
 #include "tools/support/grammar_fields.h"
 #include "tools/support/types.h"
+#include "tools/support/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -29,10 +30,9 @@ using Values = std::vector<std::pair<std::string, std::string>>;
 std::string quoted(std::string_view text) {
     std::string result = "\"";
     for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < ' ' || byte == 0x7F) {
+        if (tool::is_control(c)) {
             char code[5];
-            snprintf(code, sizeof code, "\\x%02x", byte);
+            snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(c));
             result += code;
         } else {
             result.append(c == '"' || c == '\\' ? "\\" : "") += c;

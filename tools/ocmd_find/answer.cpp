@@ -29,7 +29,7 @@ constexpr size_t kWidestWord = 32; // that is lined up with others
 std::string printable(std::string_view text) {
     std::string result{text};
     for (char &c : result)
-        if (static_cast<unsigned char>(c) < ' ' || c == '\x7F')
+        if (tool::is_control(c))
             c = c == '\t' ? ' ' : '?';
     return result;
 }

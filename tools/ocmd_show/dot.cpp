@@ -124,7 +124,7 @@ void write_escaped(std::string_view text, TextOutput &output) {
     const bool utf8 = tool::is_utf8(text);
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte < ' ' || byte == 0x7F || (byte > 0x7F && !utf8)) {
+        if (tool::is_control(c) || (byte > 0x7F && !utf8)) {
             output << "\\\\x";
             output.hexadecimal(byte, 2);
         } else if (c == '&') {

@@ -189,7 +189,7 @@ private:
         output << '"';
         for (const char c : text) {
             const auto byte = static_cast<unsigned char>(c);
-            if (byte < ' ' || byte == 0x7F || (byte > 0x7F && !utf8)) {
+            if (tool::is_control(c) || (byte > 0x7F && !utf8)) {
                 output << "\\x";
                 output.hexadecimal(byte, 2);
             } else {

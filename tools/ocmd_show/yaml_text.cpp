@@ -74,7 +74,7 @@ std::string double_quoted(std::string_view text) {
         size_t length = 1;
         if (is_unprintable(text))
             quoted += coded("\\u%04X", code_of(text, length));
-        else if (static_cast<uint8_t>(c) < ' ' || c == 0x7F)
+        else if (tool::is_control(c))
             quoted += coded("\\x%02X", static_cast<uint8_t>(c));
         else
             (quoted += c == '"' || c == '\\' ? "\\" : "") += c;
@@ -113,7 +113,7 @@ std::string yaml_value(std::string_view text) {
 
 std::string yaml_word(std::string_view keyword, std::string_view parameters) {
     const bool needs_codes = !tool::is_utf8(keyword) || std::ranges::any_of(keyword, [](char c) {
-        return static_cast<uint8_t>(c) <= ' ' || c == 0x7F || c == '<';
+        return tool::is_control(c) || c == ' ' || c == '<';
     });
     if (needs_codes)
         return tagged_as_bytes(with_byte_codes(keyword).append(parameters));

@@ -97,20 +97,19 @@ bool is_bit_array(const GrammarField &field) {
 }
 
 // What would make names ambiguous, break attach paths or spoil a line of output.
-bool needs_escape(unsigned char byte) {
-    return byte <= ' ' || byte == 0x7F || strchr(".,%<", byte) != nullptr;
+bool needs_escape(char c) {
+    return is_control(c) || strchr(" .,%<", c) != nullptr;
 }
 
 std::string escaped(std::string_view keyword) {
     std::string text;
     for (const char c : keyword) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (!needs_escape(byte)) {
+        if (!needs_escape(c)) {
             text += c;
             continue;
         }
         char code[4];
-        snprintf(code, sizeof code, "%%%02x", byte);
+        snprintf(code, sizeof code, "%%%02x", static_cast<unsigned char>(c));
         text += code;
     }
     return text;

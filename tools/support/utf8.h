@@ -15,6 +15,11 @@ inline bool is_utf8(std::string_view text) {
     return text.empty() || g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
 }
 
+/// Whether a byte is a control character of ASCII: it may end a line or upset a terminal.
+inline bool is_control(char c) {
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+}
+
 /// Whether a byte belongs to a character of UTF-8 that began before it.
 inline bool is_inside_character(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
