@@ -17,15 +17,23 @@ using tool::is_inside_character;
 constexpr size_t kWindow = 96; // bytes of a long line that are shown
 constexpr size_t kLead = 32;   // of them, before the place
 
-// The part of a line that is shown: without the blanks at its start, whole when it is short.
+constexpr size_t kMostInside = 3; // bytes of a character behind its first
+
+// Whether a cut there would split a character.
+bool is_inside(std::string_view line, size_t place) {
+    return place < line.size() && is_inside_character(line[place]);
+}
+
+// The part of a line that is shown: without the blanks at its start, whole when it is short. Bytes
+// that are no UTF-8 may look like one character without end.
 std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
     size_t begin = std::min(line.find_first_not_of(" \t"), column);
     if (column - begin > kWindow - kLead)
         begin = column - kLead;
     size_t end = std::min(line.size(), begin + kWindow);
-    while (begin > 0 && is_inside_character(line[begin]))
+    for (size_t left = kMostInside; left > 0 && begin > 0 && is_inside(line, begin); --left)
         --begin;
-    while (end < line.size() && is_inside_character(line[end]))
+    for (size_t left = kMostInside; left > 0 && is_inside(line, end); --left)
         ++end;
     return {begin, end};
 }
