@@ -62,10 +62,20 @@ bool YamlValues::is_empty(const Pair &pair) const {
     return node.kind == YamlKind::kScalar && node.plain && node.text.empty();
 }
 
-std::vector<Pair> YamlValues::items(uint32_t sequence) const {
+// Aliases let a short text stand for an endless one. Each node is read once where it stands, and
+// the largest tree may repeat a list of 128 permissions for every word.
+bool YamlValues::may_read(uint32_t item) {
+    constexpr size_t kMostRepeated = size_t{1} << 24U;
+    const size_t most = yaml_.nodes.size() + kMostRepeated;
+    if (read_ == most)
+        fault(yaml_[item].place, "aliases repeat more than any grammar says");
+    return read_++ < most;
+}
+
+std::vector<Pair> YamlValues::items(uint32_t sequence) {
     std::vector<Pair> items;
     if (yaml_[sequence].kind == YamlKind::kSequence)
-        for (uint32_t i = sequence + 1; i < yaml_[sequence].end; i = yaml_[i].end)
+        for (uint32_t i = sequence + 1; i < yaml_[sequence].end && may_read(i); i = yaml_[i].end)
             items.push_back({i, i});
     return items;
 }
@@ -74,7 +84,7 @@ std::vector<Pair> YamlValues::pairs(uint32_t mapping) {
     std::vector<Pair> pairs;
     if (yaml_[mapping].kind != YamlKind::kMapping)
         return pairs;
-    for (uint32_t i = mapping + 1; i < yaml_[mapping].end;) {
+    for (uint32_t i = mapping + 1; i < yaml_[mapping].end && may_read(i);) {
         const Pair pair{i, yaml_[i].end};
         i = yaml_[pair.value].end;
         if (key(pair).kind == YamlKind::kScalar)

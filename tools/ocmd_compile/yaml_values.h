@@ -55,7 +55,7 @@ public:
     [[nodiscard]] bool is_empty(const Pair &pair) const;
 
     /// Items of a sequence; none for another node.
-    [[nodiscard]] std::vector<Pair> items(uint32_t sequence) const;
+    std::vector<Pair> items(uint32_t sequence);
     /// Pairs of a mapping, none for another node. Keys that are no texts, and those that stand
     /// there a second time, are told of and left out.
     std::vector<Pair> pairs(uint32_t mapping);
@@ -77,6 +77,7 @@ public:
     TextStore &texts() { return texts_; }
 
 private:
+    bool may_read(uint32_t item);
     std::optional<std::string_view> scalar_text(const Pair &pair);
     TellPart tell_parts_at(Place whole);
     std::vector<Pair> without_repeats(const std::vector<Pair> &pairs);
@@ -85,6 +86,7 @@ private:
     TextStore &texts_;
     Messages &messages_;
     size_t faults_ = 0;
+    size_t read_ = 0; // items and pairs so far
 };
 
 } // namespace compiler
