@@ -302,8 +302,8 @@ void tell_losses(const tree_node_t &node, uint32_t index, Losses &losses) {
 // ---- Documents ----
 
 // The node that a root gets when its grammar names none, with the one below it, to the byte.
-bool is_usual_redirect_root(Nodes nodes, uint16_t index) {
-    if (index + size_t{2} != nodes.size())
+bool is_usual_redirect_root(Nodes nodes, const std::vector<bool> &shared, uint16_t index) {
+    if (index + size_t{2} != nodes.size() || shared[index] || shared[index + size_t{1}])
         return false;
     tree_node_t redirect{};
     kRedirectRoot.copy(redirect.name, kRedirectRoot.size());
@@ -394,7 +394,7 @@ private:
         const auto named = std::ranges::count(nodes_, kRedirectRoot, name_of);
         if (named == 0)
             entries.emplace_back("redirect_root", "no");
-        else if (named == 1 && end > 1 && is_usual_redirect_root(nodes_, links.back()))
+        else if (named == 1 && end > 1 && is_usual_redirect_root(nodes_, shared_, links.back()))
             written_[links[--end]] = written_[nodes_.size() - 1] = true;
         write_lines(entries, 0);
         if (end > 0)
@@ -559,10 +559,8 @@ private:
                 anchor += '_';
         if (!anchor.empty() && anchor.back() == '_')
             anchor.pop_back();
-        if (anchor.empty() || !taken_anchors_.insert(anchor).second) {
+        while (anchor.empty() || !taken_anchors_.insert(anchor).second)
             anchor += '_' + std::to_string(index);
-            taken_anchors_.insert(anchor);
-        }
         return anchor;
     }
 
