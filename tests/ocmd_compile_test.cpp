@@ -295,7 +295,7 @@ const std::string kLimits = "ulimit -s 512 && ulimit -v 1000000 && ";
 
 TEST_F(Compile, SurvivesHostileTexts) {
     std::string ladder = "words:\n  w0: &w0 f\n  w1: &w1 {words: {w0: *w0}}\n";
-    for (int i = 2; i < 190; ++i) {
+    for (int i = 2; i < 192; ++i) {
         const auto w = [i](int back) { return numbered("w", i - back); };
         ladder += "  " + w(0) + ": &" + w(0) + " {words: {" + w(1) + ": *" + w(1) + ", " + w(2) +
                   ": *" + w(2) + "}}\n";
@@ -311,10 +311,13 @@ TEST_F(Compile, SurvivesHostileTexts) {
         {repeated("- ", 100000) + "a", "a document is a mapping"},
         {repeated("? ", 100000) + "a", "a key is a text"},
         {repeated("[", 100000), "flow sequence without"},
-        {repeated("%TAG !a! b\n", 5000) + "---\na: b", "more YAML directives"},
+        {repeated("%TAG !a! b\r", 5000) + "---\na: b", "more YAML directives"},
+        {"words: [{a: {flags: &n [" + repeated("1, ", 10000) + "], command: f}}, " +
+             repeated("{a: {flags: *n}}, ", 2000) + "]",
+         "aliases repeat more"},
         {R"(words: {a: !bytes "\\x4"})", "in !bytes a backslash stands before"},
         {R"(words: {a: {name: "a\0b", command: f}})", "a text with a zero byte"},
-        {ladder, ""},
+        {ladder, "the root has no 'tsh_redirect_root'"}, // for which 192 words leave no room
     };
     for (const auto &hostile : cases) {
         store("g.yaml", hostile.text);
@@ -335,6 +338,7 @@ TEST_F(Compile, RefusesWhatItCannotDo) {
         {"ocmd_compile", 2, "ocmd_compile: no grammar to compile\n"},
         {"ocmd_compile -", 2, "standard input has no name"},
         {"ocmd_compile a.yaml a.yml", 2, "a.yml: two files would be written to a.par\n"},
+        {"ocmd_compile a.yaml a.par", 2, "a.par: would be replaced by what is made of a.yaml"},
         {"ocmd_compile none.yaml", 2, "none.yaml: cannot be read: No such file or directory\n"},
         {"ocmd_compile -o /dev/full a.yaml", 2, "/dev/full: cannot be written: No space left"},
         {"ocmd_compile -o none/a.par a.yaml", 2, "none/a.par: cannot be written: No such file"},
