@@ -98,16 +98,17 @@ private:
                 take(node, used + spelling.size());
     }
 
+    // The word of the node ends there, and so does every slash behind a submode.
     void take(uint16_t node, size_t used) {
-        if (used == line_.size()) {
-            found_.insert(node);
-        } else if (line_[used] == ' ') {
+        constexpr std::string_view kSlash = " /";
+        for (; used < line_.size(); used += kSlash.size()) {
+            if (line_[used] != ' ')
+                return;
             reach(node, used + 1);
-            constexpr std::string_view kSlash = " /";
-            const bool enters = tool::is_submode(nodes_[node]);
-            if (enters && line_.compare(used, kSlash.size(), kSlash) == 0)
-                take(node, used + kSlash.size());
+            if (!tool::is_submode(nodes_[node]) || line_.compare(used, kSlash.size(), kSlash) != 0)
+                return;
         }
+        found_.insert(node);
     }
 
     Nodes nodes_;
