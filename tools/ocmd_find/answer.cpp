@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -38,25 +39,29 @@ template <size_t N> std::string text_in(const char (&field)[N]) {
     return printable({field, strnlen(field, N)});
 }
 
-void add_word(Words &words, std::pair<std::string, std::string> word) {
-    if (std::ranges::find(words, word) == words.end())
-        words.push_back(std::move(word));
+Words words_of(const Forest &forest, std::span<const Candidate *const> candidates) {
+    Words words;
+    std::set<Words::value_type> known;
+    for (const Candidate *candidate : candidates) {
+        Words::value_type word{printable(word_of(forest, *candidate)),
+                               text_in(forest.node(candidate->way.node).help)};
+        if (known.insert(word).second)
+            words.push_back(std::move(word));
+    }
+    return words;
 }
 
 Words words_after(const Forest &forest, const Junction &junction) {
-    Words words;
-    for (const Candidate &candidate : junction.candidates())
-        add_word(words, {printable(word_of(forest, candidate)),
-                         text_in(forest.node(candidate.way.node).help)});
-    return words;
+    std::vector<const Candidate *> candidates(junction.candidates().size());
+    std::ranges::transform(junction.candidates(), candidates.begin(),
+                           [](const Candidate &candidate) { return &candidate; });
+    return words_of(forest, candidates);
 }
 
 Words words_of(const Forest &forest, const std::vector<Match> &matches) {
-    Words words;
-    for (const Match &match : matches)
-        add_word(words, {printable(word_of(forest, *match.candidate)),
-                         text_in(forest.node(match.candidate->way.node).help)});
-    return words;
+    std::vector<const Candidate *> candidates(matches.size());
+    std::ranges::transform(matches, candidates.begin(), &Match::candidate);
+    return words_of(forest, candidates);
 }
 
 std::string listed(const Words &words) {
