@@ -79,6 +79,7 @@ Status compare(const CommandLine &line) {
         print(DifferenceCount{difference}.count(start), has_labels, output);
     else
         DifferenceList{difference, labels, output}.list(start);
+    output.flush();
     return kDiffer;
 }
 

@@ -61,6 +61,7 @@ Status answer(LineFinder &finder, std::span<char *const> words) {
     }
     TextOutput output;
     print_answer(finder, line, resolution, output);
+    output.flush();
     return kKnown;
 }
 
