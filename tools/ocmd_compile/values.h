@@ -13,7 +13,7 @@ namespace compiler {
 /// Decimal below 2^64, or hexadecimal below 2^128 behind "0x".
 std::optional<Bits> read_number(std::string_view text);
 
-/// Decimal, with a sign or without, or hexadecimal.
+/// Decimal, with a minus or without, or hexadecimal below 2^31.
 std::optional<int32_t> read_signed(std::string_view text);
 
 /// yes or true, no or false.
