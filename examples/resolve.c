@@ -9,7 +9,7 @@
 #include <stdio.h>
 
 static void show_word(const tree_node_t *node) {
-    char word[552]; /* the longest word */
+    char word[TSH_WORD_SIZE];
     tsh_word_text(node, word, sizeof word);
     printf("%s%s%s\n", word, node->help[0] != '\0' ? "  " : "", node->help);
 }
