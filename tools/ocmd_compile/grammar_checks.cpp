@@ -18,10 +18,10 @@ namespace compiler {
 
 namespace {
 
+using tool::kRedirectRoot;
 using tool::Level;
 using tool::quoted;
 
-constexpr std::string_view kRedirectRoot = "tsh_redirect_root";
 constexpr const char *kSoundWord = "the word is understood";
 constexpr const char *kSoundTree = "the document is understood";
 

@@ -9,6 +9,7 @@
 #include "tools/ocmd_compile/word_reader.h"
 #include "tools/ocmd_compile/yaml_values.h"
 #include "tools/support/wording.h"
+#include "treelink/subtree_read.h"
 
 #include <algorithm>
 #include <array>
@@ -26,8 +27,7 @@ using tool::quoted;
 namespace {
 
 constexpr size_t kMostPathBytes = SUBTREE_PATH_TEXT_SIZE - 1;
-constexpr size_t kMostAttachPoints = 32; // more spoil the record for the linker
-constexpr const char *kRedirectRoot = "tsh_redirect_root";
+constexpr size_t kMostAttachPoints = SUBTREE_ATTACH_PATHS; // more spoil the record for its readers
 constexpr std::array<std::string_view, 4> kDocumentKeys{"below", "version", "path_kind",
                                                         "redirect_root"};
 
@@ -241,7 +241,7 @@ void Understanding::begin_subtree(const std::optional<Pair> &words) {
 void Understanding::add_redirect_root() {
     const auto links = out_.links_of(out_.words[0]);
     const bool named = std::ranges::any_of(
-        out_.words, [](const Word &known) { return known.name == kRedirectRoot; });
+        out_.words, [](const Word &known) { return known.name == tool::kRedirectRoot; });
     const bool has_room =
         links.size() < TREE_MAX_CHILDREN && out_.words.size() + 2 <= most_words_ && !too_many_;
     if (named || links.empty() || !has_room)
@@ -249,8 +249,8 @@ void Understanding::add_redirect_root() {
     const std::vector<Link> others{links.begin(), links.end()};
     const uint32_t redirect = add_word({}, out_.place);
     const uint32_t inner = add_word({}, out_.place);
-    out_.words[redirect].name = kRedirectRoot;
-    out_.words[inner].name = "redirect";
+    out_.words[redirect].name = tool::kRedirectRoot;
+    out_.words[inner].name = tool::kBelowRedirectRoot;
     out_.words[redirect].first_link = static_cast<uint32_t>(out_.links.size());
     out_.words[redirect].link_count = 1;
     out_.links.push_back({inner, out_.place});

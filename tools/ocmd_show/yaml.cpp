@@ -32,6 +32,7 @@ namespace {
 using tool::Container;
 using tool::FieldKind;
 using tool::GrammarField;
+using tool::kRedirectRoot;
 using tool::Nodes;
 using tool::TextOutput;
 using tool::TreeFile;
@@ -41,7 +42,6 @@ constexpr size_t kBlockLevels = 16; // of words that are written by indentation
 constexpr size_t kLineWidth = 100;  // for words in one line
 constexpr uint32_t kUsualVersion = 1;
 constexpr uint32_t kUsualPathKind = 2;
-constexpr std::string_view kRedirectRoot = "tsh_redirect_root";
 
 std::string_view name_of(const tree_node_t &node) {
     return {node.name, strnlen(node.name, sizeof node.name)};
@@ -310,7 +310,7 @@ bool is_usual_redirect_root(Nodes nodes, const std::vector<bool> &shared, uint16
     redirect.child_count = 1;
     redirect.children[0] = static_cast<uint16_t>(index + 1);
     tree_node_t inner{};
-    strcpy(inner.name, "redirect");
+    tool::kBelowRedirectRoot.copy(inner.name, tool::kBelowRedirectRoot.size());
     return memcmp(&redirect, &nodes[index], sizeof redirect) == 0 &&
            memcmp(&inner, &nodes[index + size_t{1}], sizeof inner) == 0;
 }

@@ -53,6 +53,11 @@ void put_text(void *record, const GrammarField &field, std::string_view text);
 void put_number(void *record, const GrammarField &field, uint64_t number);
 void put_in_set(void *record, const GrammarField &field, uint32_t number);
 
+/// The node that a main tree is loaded by, and the one below it where a grammar leaves both to the
+/// compiler.
+inline constexpr std::string_view kRedirectRoot = "tsh_redirect_root";
+inline constexpr std::string_view kBelowRedirectRoot = "redirect";
+
 /// The key of a word as a grammar spells it, `pace<INTEGER>`; "<>" for a node without a word. The
 /// keyword is copied as it is. Needs register_types.
 std::string word_key(std::string_view token, std::span<const uint32_t> type_masks);
