@@ -1,11 +1,10 @@
 // Steps lead from a match back to the place that its candidate was seen from.
 #include "tools/ocmd_find/trail.h"
 
-#include "cmd_gen/word.h"
+#include "tools/support/command_lines.h"
 #include "tools/support/tree_shape.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -44,7 +43,7 @@ private:
     // The line ends at a node whose word is left out, or that has none.
     void add_if_passed(const Junction &junction, const Way &way) {
         if (junction.places()[way.from].node != way.node)
-            add(word_of(forest_.node(way.node)));
+            add(tool::word_of(forest_.node(way.node)));
     }
 
     void add_passed(const Junction &junction, const Way &way) {
@@ -52,7 +51,7 @@ private:
             const tree_node_t &node = forest_.node(number);
             if (tool::is_submode(node))
                 command_.emplace_back("/");
-            add(word_of(node));
+            add(tool::word_of(node));
         }
     }
 
@@ -71,7 +70,7 @@ private:
         typed_.push_back(typed_text(step, candidate, node, place.values > candidate.value));
         const Place &before = step.from->places()[candidate.way.from];
         if (before.is_entered || before.node != place.node) // else a further value of the node
-            add(word_of(node));
+            add(tool::word_of(node));
         return candidate.way;
     }
 
@@ -110,20 +109,15 @@ Trail trail_of(const Forest &forest, const TypedLine &line, const Resolution &re
     return TrailMaker{forest, line, resolution}.make(ending);
 }
 
-std::string word_of(const tree_node_t &node) {
-    std::array<char, TSH_WORD_SIZE> buffer;
-    return {buffer.data(), tsh_word_text(&node, buffer.data(), buffer.size())};
-}
-
 std::string word_of(const Forest &forest, const Candidate &candidate) {
     const tree_node_t &node = forest.node(candidate.way.node);
     if (candidate.value == 0 && (!candidate.keyword.empty() || node.token[0] == '\0'))
-        return word_of(node);
+        return tool::word_of(node);
     tree_node_t value = node;
     value.token[0] = '\0';
     value.params[0] = node.params[candidate.value];
     value.param_count = 1;
-    return word_of(value);
+    return tool::word_of(value);
 }
 
 } // namespace find

@@ -17,10 +17,8 @@ struct Trail {
 Trail trail_of(const Forest &forest, const TypedLine &line, const Resolution &resolution,
                const Way &ending);
 
-/// The word of a node as the listing spells it.
-std::string word_of(const tree_node_t &node);
-
-/// The same for a candidate; of a node that has been read in part, the value that comes next.
+/// The word of a candidate as the listing spells it; of a node that has been read in part, the
+/// value that comes next.
 std::string word_of(const Forest &forest, const Candidate &candidate);
 
 } // namespace find

@@ -1,14 +1,11 @@
 // A tree or a part of it as a graph for Graphviz. What the looks mean stands at the head of every
 // graph.
-#include "cmd_gen/word.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/utf8.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <set>
 #include <string>
 #include <string_view>
@@ -24,6 +21,7 @@ using tool::Nodes;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
+using tool::word_of;
 
 constexpr std::string_view kLegend =
     "  // box: keyword; ellipse: parameter; diamond: node without a word, by its name\n"
@@ -32,11 +30,6 @@ constexpr std::string_view kLegend =
     "  // +N: N words below are not drawn\n";
 
 constexpr std::string_view kOptionalMark = "[o]";
-
-std::string word_of(const tree_node_t &node) {
-    std::array<char, TSH_WORD_SIZE> word;
-    return {word.data(), tsh_word_text(&node, word.data(), word.size())};
-}
 
 std::string without_marks(std::string word) {
     for (size_t mark = 0; (mark = word.find(kOptionalMark, mark)) != std::string::npos;)

@@ -1,9 +1,9 @@
 // Nodes one by one, with what their records do not say: parents, true depth, names of types.
 // Fields that hold nothing are left out.
 #include "bmask/bmask.h"
-#include "cmd_gen/word.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/strays.h"
+#include "tools/support/command_lines.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
@@ -52,9 +52,7 @@ public:
 private:
     void write_place(uint32_t index) {
         const tree_node_t &node = nodes_[index];
-        std::array<char, TSH_WORD_SIZE> word;
-        if (tsh_word_text(&node, word.data(), word.size()) > 0)
-            quoted(word.data(), row("word")) << '\n';
+        text("word", tool::word_of(node));
         write_nodes("parents", parents_.of(index));
         const auto [least, greatest] = levels_[index];
         row("depth");

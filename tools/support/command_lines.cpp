@@ -14,6 +14,11 @@ constexpr size_t kUsualWord = 32;
 
 } // namespace
 
+std::string word_of(const tree_node_t &node) {
+    std::array<char, TSH_WORD_SIZE> word;
+    return {word.data(), tsh_word_text(&node, word.data(), word.size())};
+}
+
 SpelledTree::SpelledTree(Nodes nodes)
     : links_(nodes), below_(count_lines_below(links_, children_first(links_))) {
     std::vector<bool> leads_to_line(nodes.size());

@@ -11,10 +11,15 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace tool {
+
+/// The word of a node as the listing spells it; empty for one that adds nothing to a line. Needs
+/// register_types.
+std::string word_of(const tree_node_t &node);
 
 /// The nodes of a sound tree as lines need them, in few bytes that lie together: a shared node is
 /// met thousands of times, and its record spans a thousand bytes. Type names come from the
