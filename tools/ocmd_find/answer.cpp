@@ -2,6 +2,7 @@
 #include "tools/ocmd_find/answer.h"
 
 #include "tools/ocmd_find/trail.h"
+#include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/utf8.h"
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -36,7 +36,7 @@ std::string printable(std::string_view text) {
 }
 
 template <size_t N> std::string text_in(const char (&field)[N]) {
-    return printable({field, strnlen(field, N)});
+    return printable(tool::text_of(field));
 }
 
 Words words_of(const Forest &forest, std::span<const Candidate *const> candidates) {

@@ -80,7 +80,7 @@ private:
 
     void meet(const Way &way) {
         const tree_node_t &node = forest_.node(way.node);
-        const std::string_view keyword = tool::token_of(node);
+        const std::string_view keyword = tool::text_of(node.token);
         const bool has_word = !keyword.empty() || node.param_count > 0;
         if (has_word)
             add_candidate(way, 0, in_lower_case(keyword));

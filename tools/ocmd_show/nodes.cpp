@@ -4,13 +4,13 @@
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/strays.h"
 #include "tools/support/command_lines.h"
+#include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
 
 #include <array>
 #include <bit>
-#include <cstring>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -20,15 +20,12 @@ namespace show {
 namespace {
 
 using tool::Container;
+using tool::text_of;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
 
 constexpr size_t kListSize = 1024; // of positions of 256 bits, as the library writes them
-
-template <size_t Size> std::string_view text_of(const char (&field)[Size]) {
-    return {field, strnlen(field, Size)};
-}
 
 class NodeWriter {
 public:

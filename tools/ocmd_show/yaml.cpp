@@ -44,7 +44,7 @@ constexpr uint32_t kUsualVersion = 1;
 constexpr uint32_t kUsualPathKind = 2;
 
 std::string_view name_of(const tree_node_t &node) {
-    return {node.name, strnlen(node.name, sizeof node.name)};
+    return tool::text_of(node.name);
 }
 
 std::string parameters_of(const tree_node_t &node) {
@@ -57,12 +57,12 @@ std::string parameters_of(const tree_node_t &node) {
 }
 
 std::string key_of(const tree_node_t &node) {
-    return yaml_word(tool::token_of(node), parameters_of(node));
+    return yaml_word(tool::text_of(node.token), parameters_of(node));
 }
 
 // The same as the compiler compares it.
 std::string plain_key_of(const tree_node_t &node) {
-    return tool::word_key(tool::token_of(node), tool::type_masks_of(node));
+    return tool::word_key(tool::text_of(node.token), tool::type_masks_of(node));
 }
 
 // ---- What is said of a word, but for the words below it ----
@@ -442,7 +442,7 @@ private:
         Entries entries;
         const Entries own = EntriesOfWord{node}.entries();
         if (name_of(node) !=
-            tool::made_name(parent_name, tool::token_of(node), tool::type_masks_of(node)))
+            tool::made_name(parent_name, tool::text_of(node.token), tool::type_masks_of(node)))
             entries.emplace_back("name",
                                  name_of(node).empty() ? "\"\"" : yaml_value(name_of(node)));
         entries.insert(entries.end(), own.begin(), own.end());

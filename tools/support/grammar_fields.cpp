@@ -227,10 +227,6 @@ std::string made_name(std::string_view parent_name, std::string_view token,
     return fitting(name + escaped(token) + parameter_keys(type_masks, ""));
 }
 
-std::string_view token_of(const tree_node_t &node) {
-    return {node.token, strnlen(node.token, sizeof node.token)};
-}
-
 std::vector<uint32_t> type_masks_of(const tree_node_t &node) {
     std::vector<uint32_t> masks;
     for (const parameter_info_t &param :

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -67,8 +68,12 @@ std::string word_key(std::string_view token, std::span<const uint32_t> type_mask
 std::string made_name(std::string_view parent_name, std::string_view token,
                       std::span<const uint32_t> type_masks);
 
-/// What the two above want to know of a record.
-std::string_view token_of(const tree_node_t &node);
+/// A text of a record, which ends at its zero or its field's end.
+template <size_t Size> std::string_view text_of(const char (&field)[Size]) {
+    return {field, strnlen(field, Size)};
+}
+
+/// The type masks of a record's parameters.
 std::vector<uint32_t> type_masks_of(const tree_node_t &node);
 
 } // namespace tool
