@@ -172,7 +172,7 @@ std::string suggestion_for(std::string_view word, std::span<const JunctionPtr> j
         for (const Candidate &candidate : junction->candidates())
             if (!candidate.keyword.empty())
                 keywords.push_back(candidate.keyword);
-    return tool::suggestion(word, keywords);
+    return printable(tool::suggestion(word, keywords));
 }
 
 void tell_refusal(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
