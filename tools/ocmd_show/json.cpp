@@ -2,6 +2,7 @@
 // than 53 bits would lose digits in many readers, so masks of 64 bits are texts and bit arrays are
 // lists of positions.
 #include "tools/ocmd_show/modes.h"
+#include "tools/ocmd_show/record_bytes.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/utf8.h"
 
@@ -18,12 +19,6 @@ using tool::Container;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
-
-std::span<const uint8_t> without_zeros_at_end(std::span<const uint8_t> bytes) {
-    while (!bytes.empty() && bytes.back() == 0)
-        bytes = bytes.first(bytes.size() - 1);
-    return bytes;
-}
 
 template <typename Value> std::span<const uint8_t> bytes_of(const Value &value) {
     return {reinterpret_cast<const uint8_t *>(&value), sizeof value};

@@ -2,6 +2,7 @@
 // Fields that hold nothing are left out.
 #include "bmask/bmask.h"
 #include "tools/ocmd_show/modes.h"
+#include "tools/ocmd_show/record_bytes.h"
 #include "tools/ocmd_show/strays.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/grammar_fields.h"
@@ -165,14 +166,12 @@ private:
     }
 
     template <size_t Size> void bytes(std::string_view name, const uint8_t (&value)[Size]) {
-        size_t size = Size;
-        while (size > 0 && value[size - 1] == 0)
-            --size;
-        if (size == 0)
+        const auto held = without_zeros_at_end(value);
+        if (held.empty())
             return;
         row(name);
-        for (size_t i = 0; i < size; ++i)
-            output_.hexadecimal(value[i], 2);
+        for (const uint8_t byte : held)
+            output_.hexadecimal(byte, 2);
         output_ << '\n';
     }
 

@@ -3,6 +3,7 @@
 // on braces take the place of indentation, which would grow with the square of the depth.
 #include "param_reg/param_registry.h"
 #include "tools/ocmd_show/modes.h"
+#include "tools/ocmd_show/record_bytes.h"
 #include "tools/ocmd_show/strays.h"
 #include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
@@ -108,13 +109,10 @@ std::string set_in(const void *record, const GrammarField &field) {
 
 std::string bytes_in(const void *record, const GrammarField &field) {
     const auto *bytes = static_cast<const uint8_t *>(record) + field.offset;
-    size_t size = field.size;
-    while (size > 0 && bytes[size - 1] == 0)
-        --size;
     std::string text;
-    for (size_t i = 0; i < size; ++i) {
+    for (const uint8_t byte : without_zeros_at_end({bytes, field.size})) {
         std::array<char, 4> digits;
-        snprintf(digits.data(), digits.size(), "%02x", bytes[i]);
+        snprintf(digits.data(), digits.size(), "%02x", byte);
         text += digits.data();
     }
     return text.empty() ? "" : '"' + text + '"';
