@@ -1,7 +1,6 @@
 // Values by the table of types that can be judged.
 #include "tools/ocmd_find/value_check.h"
 
-#include "feature/tsh/src/bits.h"
 #include "tools/support/types.h"
 
 #include <algorithm>
@@ -159,11 +158,8 @@ private:
 
 ValueCheck::ValueCheck(const parameter_info_t &parameter)
     : int_min_(parameter.int_min), int_max_(parameter.int_max) {
-    const uint32_t mask = parameter.type_mask;
-    const uint32_t bits = tool::type_bits(mask);
-    for (int32_t bit = bit_pos_get32(bits, -1); bit >= 0; bit = bit_pos_get32(bits, bit)) {
-        const char *name = param_reg_name_get((1U << bit) | tool::class_bits(mask));
-        const ValueType *type = name == nullptr ? nullptr : type_of(name);
+    for (const param_reg_info_t *registered : tool::types_of(parameter.type_mask)) {
+        const ValueType *type = registered == nullptr ? nullptr : type_of(registered->name);
         if (type == nullptr) { // takes any word, whatever the others take
             types_.clear();
             return;

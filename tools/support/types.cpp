@@ -24,6 +24,10 @@ MaskLayout layout_of(uint32_t mask) {
                : MaskLayout{PARAM_TYPE_CLASS_1_TO_3, PARAM_TYPE_BITS_1_TO_3};
 }
 
+uint32_t type_bits(uint32_t mask) {
+    return mask & layout_of(mask).types;
+}
+
 std::span<param_reg_info_t *const> registered() {
     return {pinfo_reg_tbl.entries, pinfo_reg_tbl.count};
 }
@@ -40,10 +44,6 @@ void register_types() {
         init_params();
 }
 
-uint32_t type_bits(uint32_t mask) {
-    return mask & layout_of(mask).types;
-}
-
 uint32_t class_bits(uint32_t mask) {
     return mask & (PARAM_TYPE_FAMILY | layout_of(mask).class_field);
 }
@@ -55,6 +55,14 @@ const param_reg_info_t *find_type(std::string_view name) {
     return found == registered().end() ? nullptr : *found;
 }
 
+std::vector<const param_reg_info_t *> types_of(uint32_t mask) {
+    std::vector<const param_reg_info_t *> types;
+    const uint32_t bits = type_bits(mask);
+    for (int32_t bit = bit_pos_get32(bits, -1); bit >= 0; bit = bit_pos_get32(bits, bit))
+        types.push_back(param_reg_info_get(1U << static_cast<uint32_t>(bit) | class_bits(mask)));
+    return types;
+}
+
 std::vector<std::string_view> type_names() {
     std::vector<std::string_view> names;
     for (const param_reg_info_t *type : registered())
@@ -63,21 +71,17 @@ std::vector<std::string_view> type_names() {
 }
 
 std::string types_text(uint32_t mask) {
-    std::string text;
-    const uint32_t types = type_bits(mask);
-    bool nameable = types != 0 && (types | class_bits(mask)) == mask;
-    for (int32_t bit = bit_pos_get32(types, -1); nameable && bit >= 0;
-         bit = bit_pos_get32(types, bit)) {
-        const char *name = param_reg_name_get((1u << bit) | class_bits(mask));
-        nameable = name != nullptr;
-        if (nameable)
-            (text += text.empty() ? "" : " | ") += name;
+    const auto types = types_of(mask);
+    const bool is_whole = (type_bits(mask) | class_bits(mask)) == mask;
+    if (types.empty() || !is_whole || std::ranges::find(types, nullptr) != types.end()) {
+        char number[16];
+        snprintf(number, sizeof number, "0x%08X", mask);
+        return number;
     }
-    if (nameable)
-        return text;
-    char number[16];
-    snprintf(number, sizeof number, "0x%08X", mask);
-    return number;
+    std::string text;
+    for (const param_reg_info_t *type : types)
+        (text += text.empty() ? "" : " | ") += type->name;
+    return text;
 }
 
 } // namespace tool

@@ -13,14 +13,15 @@ namespace tool {
 /// Fills the registry with the built-in types, once per process.
 void register_types();
 
-/// The bits of a type mask that stand for types; several may be set.
-uint32_t type_bits(uint32_t mask);
-
 /// The bits of a type mask that tell family and class; types of different classes do not mix.
 uint32_t class_bits(uint32_t mask);
 
 /// The type of this name, ignoring case; null when there is none. Needs register_types.
 const param_reg_info_t *find_type(std::string_view name);
+
+/// The types of a mask, one for each of its type bits from the lowest on; null for one that is not
+/// registered. Needs register_types.
+std::vector<const param_reg_info_t *> types_of(uint32_t mask);
 
 /// All registered names, in the registry's order.
 std::vector<std::string_view> type_names();
