@@ -8,7 +8,6 @@
 #include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
-#include "tools/support/utf8.h"
 
 #include <array>
 #include <bit>
@@ -37,7 +36,7 @@ public:
     void write(uint32_t index) {
         const tree_node_t &node = nodes_[index];
         output_ << "node " << index << ": ";
-        quoted(text_of(node.name)) << '\n';
+        put_quoted(text_of(node.name), output_) << '\n';
         write_place(index);
         write_texts(node);
         write_numbers(node);
@@ -71,7 +70,7 @@ private:
         const char *between = "";
         for (const uint16_t node : nodes) {
             output_ << between << uint32_t{node} << ' ';
-            quoted(text_of(nodes_[node].name));
+            put_quoted(text_of(nodes_[node].name), output_);
             between = ", ";
         }
         output_ << '\n';
@@ -145,7 +144,7 @@ private:
 
     void text(std::string_view name, std::string_view value) {
         if (!value.empty())
-            quoted(value, row(name)) << '\n';
+            put_quoted(value, row(name)) << '\n';
     }
 
     template <typename Number> void number(std::string_view name, Number value) {
@@ -173,26 +172,6 @@ private:
         for (const uint8_t byte : held)
             output_.hexadecimal(byte, 2);
         output_ << '\n';
-    }
-
-    TextOutput &quoted(std::string_view text) { return quoted(text, output_); }
-
-    // Nothing in a text can end its line or upset a terminal.
-    static TextOutput &quoted(std::string_view text, TextOutput &output) {
-        const bool utf8 = tool::is_utf8(text);
-        output << '"';
-        for (const char c : text) {
-            const auto byte = static_cast<unsigned char>(c);
-            if (tool::is_control(c) || (byte > 0x7F && !utf8)) {
-                output << "\\x";
-                output.hexadecimal(byte, 2);
-            } else {
-                if (c == '"' || c == '\\')
-                    output << '\\';
-                output << c;
-            }
-        }
-        return output << '"';
     }
 
     tool::Nodes nodes_;
