@@ -3,6 +3,7 @@
 
 #include "tools/support/program.h"
 #include "tools/support/utf8.h"
+#include "tools/support/wording.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -67,7 +68,8 @@ void show_line(const SourceFile &file, Place place) {
 
 void tell_place(const SourceFile &file, Place place, const char *kind, const std::string &text) {
     const Position at = file.position(place.begin);
-    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, kind, text.c_str());
+    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, kind,
+               tool::printable(text).c_str());
     show_line(file, place);
 }
 

@@ -19,6 +19,7 @@ namespace find {
 
 namespace {
 
+using tool::printable;
 using tool::TextOutput;
 
 // Words with their help, each once.
@@ -26,14 +27,6 @@ using Words = std::vector<std::pair<std::string, std::string>>;
 
 constexpr size_t kNameWidth = 12;
 constexpr size_t kWidestWord = 32; // that is lined up with others
-
-std::string printable(std::string_view text) {
-    std::string result{text};
-    for (char &c : result)
-        if (tool::is_control(c))
-            c = c == '\t' ? ' ' : '?';
-    return result;
-}
 
 template <size_t N> std::string text_in(const char (&field)[N]) {
     return printable(tool::text_of(field));

@@ -1,6 +1,7 @@
 // ocmd_show: what is in files of trees, as a summary, a list, a grammar, data or a graph.
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/types.h"
+#include "tools/support/wording.h"
 
 #include <algorithm>
 #include <array>
@@ -106,10 +107,7 @@ Part chosen_part(const CommandLine &line) {
 }
 
 void write_heading(const Mode &mode, const std::string &name, TextOutput &output) {
-    output << mode.heading;
-    for (const char c : name)
-        output << (static_cast<unsigned char>(c) < ' ' ? '?' : c);
-    output << mode.heading_end;
+    output << mode.heading << tool::printable(name) << mode.heading_end;
 }
 
 class Run {

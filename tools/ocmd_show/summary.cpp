@@ -102,8 +102,8 @@ tool::Status show_summary(const TreeFile &file, const Part & /*part*/, TextOutpu
         const TreeRecord &record = file.records()[i];
         if (!main) {
             output << "record " << uint64_t{i + 1} << ": attach path ";
-            put_quoted(record.attach_path, output) << ", version " << record.version
-                                                   << ", path kind " << record.path_kind << '\n';
+            put_quoted(record.attach_path, output)
+                << ", version " << record.version << ", path kind " << record.path_kind << '\n';
         }
         summarize(file, record, output);
     }

@@ -1,6 +1,8 @@
 // Distance of words after Damerau and Levenshtein, in its form that changes no place twice.
 #include "tools/support/wording.h"
 
+#include "tools/support/utf8.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -46,6 +48,14 @@ size_t distance(std::string_view a, std::string_view b) {
 std::string quoted(std::string_view text) {
     std::string result{"'"};
     return result.append(text).append("'");
+}
+
+std::string printable(std::string_view text) {
+    std::string result{text};
+    for (char &c : result)
+        if (is_control(c))
+            c = c == '\t' ? ' ' : '?';
+    return result;
 }
 
 std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {

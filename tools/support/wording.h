@@ -10,6 +10,10 @@ namespace tool {
 /// The text between single quotes.
 std::string quoted(std::string_view text);
 
+/// The text as it may go to a terminal and on one line: a blank for a tab, '?' for any other
+/// control character.
+std::string printable(std::string_view text);
+
 /// The candidate that takes the fewest changes (a character more, less or another, or two that
 /// change places) to become the word, ignoring case; empty when even that takes more than a third
 /// of the word's characters, rounded up.
