@@ -127,6 +127,7 @@ const LineAutomaton::Outlook &LineAutomaton::look_from(std::span<const Position>
     outlook_.ends = false;
     outlook_.steps.clear();
     outlook_.nodes.clear();
+    outlook_.passed = 0;
     for (const Position position : positions)
         look_from(position);
     return outlook_;
@@ -223,6 +224,7 @@ void LineAutomaton::meet_wordless(NodeNumber number, uint32_t wordless, bool is_
     if (met == round_)
         return;
     met = round_;
+    ++outlook_.passed;
     if (is_fresh)
         end_no_word(number);
     else

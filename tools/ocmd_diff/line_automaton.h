@@ -44,6 +44,7 @@ public:
         bool ends = false;             ///< It may end.
         std::vector<Step> steps;       ///< It may read on; in the order of the trees.
         std::vector<NodeNumber> nodes; ///< Those that the last word may stand for.
+        size_t passed = 0;             ///< Nodes without a word that were gone through for it.
     };
 
     /// The outlook stays as it is until the next call.

@@ -81,7 +81,9 @@ public:
 
 private:
     // What all states may take, in units of some ten bytes: some for small trees, and so much for
-    // each node and link. Trees without nodes that are spelled alike take 1 for each.
+    // each node and link. Trees without nodes that are spelled alike take 1 for each. Nodes without
+    // a word count wherever they are passed, for what follows a shared one is looked at again and
+    // again.
     static constexpr size_t kFreeSize = 1U << 20U;
     static constexpr size_t kMostPerSize = 4;
     static constexpr size_t kSetSize = 8; // of a state of several positions, beside these
