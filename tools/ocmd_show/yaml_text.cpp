@@ -35,12 +35,12 @@ bool can_stand_plain(std::string_view text) {
 
 // What readers of YAML like to take for a number, a truth or nothing.
 bool looks_like_no_text(std::string_view text) {
-    constexpr std::array<std::string_view, 8> kWords{"true", "false", "yes",  "no",
-                                                     "on",   "off",   "null", "y"};
+    constexpr std::array<std::string_view, 9> kWords{"true", "false", "yes", "no",  "y",
+                                                     "n",    "on",    "off", "null"};
     std::string lower{text};
     std::ranges::transform(lower, lower.begin(),
                            [](char c) { return is_letter(c) ? static_cast<char>(c | 0x20) : c; });
-    return is_digit(text[0]) || lower == "n" || std::ranges::find(kWords, lower) != kWords.end();
+    return is_digit(text[0]) || std::ranges::find(kWords, lower) != kWords.end();
 }
 
 std::string coded(const char *format, unsigned code) {
