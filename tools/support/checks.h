@@ -36,9 +36,8 @@ public:
     /// refused. --list-checks is answered, and ends the run.
     CheckLevels(std::span<const Check> table, const CommandLine &line);
 
-    [[nodiscard]] Level of(size_t check) const {
-        return levels_[check];
-    } ///< By place in the table.
+    /// Of the check at this place in the table.
+    [[nodiscard]] Level of(size_t check) const { return levels_[check]; }
 
 private:
     [[nodiscard]] size_t find(std::string_view name) const;
