@@ -1,4 +1,5 @@
-// The summary: what a file is and how much of everything its trees hold.
+// The summary: what a file is and how much of everything its trees hold. The list of command lines,
+// which the support makes, is asked for here as well.
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/record_bytes.h"
 #include "tools/support/command_count.h"
