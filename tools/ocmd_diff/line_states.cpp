@@ -93,7 +93,7 @@ std::span<const Position> LineStates::positions_of(State state) const {
 // Learns what follows the state; the states there are left for later.
 void LineStates::open(State state) {
     const LineAutomaton::Outlook &outlook = automaton_.look_from(positions_of(state));
-    spend(outlook.steps.size() + outlook.passed);
+    spend(outlook.steps.size() + outlook.passed / kPassedPerSize);
     const size_t first_edge = edges_.size();
     add_edges(outlook.steps);
     Facts &facts = facts_[state];

@@ -82,11 +82,12 @@ public:
 private:
     // What all states may take, in units of some ten bytes: some for small trees, and so much for
     // each node and link. Trees without nodes that are spelled alike take 1 for each. Nodes without
-    // a word count wherever they are passed, for what follows a shared one is looked at again and
-    // again.
+    // a word count a little wherever they are passed: they take no room, but time, for what follows
+    // a shared one is looked at again and again.
     static constexpr size_t kFreeSize = 1U << 20U;
     static constexpr size_t kMostPerSize = 4;
-    static constexpr size_t kSetSize = 8; // of a state of several positions, beside these
+    static constexpr size_t kPassedPerSize = 64; // a pass takes a few ns
+    static constexpr size_t kSetSize = 8;        // of a state of several positions, beside these
 
     struct Facts {
         size_t first_edge = 0;
