@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -29,21 +30,31 @@ bool ends_line(std::string_view bytes, size_t i) {
     tool::fail("%s: cannot be read: %s", name.c_str(), strerror(errno));
 }
 
+// Bytes to make room for: those of the file and one more, at which its end is seen.
+size_t first_room(int descriptor) {
+    constexpr size_t kUnknown = size_t{1} << 18;
+    struct stat file {};
+    if (fstat(descriptor, &file) != 0 || !S_ISREG(file.st_mode))
+        return kUnknown;
+    return std::min(static_cast<size_t>(file.st_size), kMostBytes) + 1;
+}
+
 std::string read_whole(int descriptor, const std::string &name) {
-    constexpr size_t kStep = size_t{1} << 18;
-    std::string bytes;
-    for (;;) {
-        const size_t known = bytes.size();
+    std::string bytes(first_room(descriptor), '\0');
+    for (size_t known = 0;;) {
+        if (known == bytes.size())
+            bytes.resize(2 * known); // so that copies stay few
+        const ssize_t count = read(descriptor, bytes.data() + known, bytes.size() - known);
+        if (count == 0) {
+            bytes.resize(known);
+            return bytes;
+        }
+        if (count < 0 && errno != EINTR)
+            cannot_read(name);
+        known += static_cast<size_t>(std::max<ssize_t>(count, 0));
         if (known > kMostBytes)
             tool::fail("%s: is larger than %zu bytes, too large for a grammar", name.c_str(),
                        kMostBytes);
-        bytes.resize(known + std::max(kStep, known)); // doubled, so that copies stay few
-        const ssize_t count = read(descriptor, bytes.data() + known, bytes.size() - known);
-        bytes.resize(known + static_cast<size_t>(std::max<ssize_t>(count, 0)));
-        if (count == 0)
-            return bytes;
-        if (count < 0 && errno != EINTR)
-            cannot_read(name);
     }
 }
 
