@@ -17,6 +17,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unistd.h>
@@ -111,33 +112,37 @@ bool write_record(const Document &document, gzFile stream) {
                                     document.version, &path, stream, 1, 1, 0) == 0;
 }
 
-void write_records(const std::vector<const Document *> &documents, const tool::OutputFile &output) {
+void write_records(std::span<const Document> documents, const tool::OutputFile &output) {
     errno = 0;
     const int descriptor = dup(fileno(output.stream()));
     const gzFile stream = descriptor < 0 ? nullptr : gzdopen(descriptor, "wb");
     if (stream == nullptr)
         output.fail();
     const bool stored = std::ranges::all_of(
-        documents, [&](const Document *document) { return write_record(*document, stream); });
+        documents, [&](const Document &document) { return write_record(document, stream); });
     if (gzclose(stream) != Z_OK || !stored)
         output.fail();
 }
 
-void write(const std::vector<const Document *> &documents, const std::string &path, bool main) {
+void write(std::span<const Document> documents, const std::string &path, bool main) {
     tool::OutputFile output{path};
     if (main)
-        write_main(*documents.front(), output);
+        write_main(documents.front(), output);
     else
         write_records(documents, output);
     output.commit();
 }
 
-std::vector<const Document *> documents_of(const Grammar &grammar, const SourceFile *file) {
-    std::vector<const Document *> documents;
-    for (const Document &document : grammar.documents)
-        if (file == nullptr || document.file == file)
-            documents.push_back(&document);
-    return documents;
+// Documents stand in the order of their files, each of which has some.
+void write_each_file(std::span<const Document> documents, bool main) {
+    while (!documents.empty()) {
+        const SourceFile *file = documents.front().file;
+        const auto other = std::ranges::find_if(
+            documents, [&](const Document &document) { return document.file != file; });
+        const auto count = static_cast<size_t>(other - documents.begin());
+        write(documents.first(count), output_for(file->name()), main);
+        documents = documents.subspan(count);
+    }
 }
 
 // ---- The run ----
@@ -187,10 +192,9 @@ tool::Status compile(const CommandLine &line) {
         return tool::kFaults;
 
     if (output != nullptr)
-        write(documents_of(grammar, nullptr), output, main);
+        write(grammar.documents, output, main);
     else
-        for (const SourceFile &file : grammar.files)
-            write(documents_of(grammar, &file), output_for(file.name()), main);
+        write_each_file(grammar.documents, main);
     return tool::kDone;
 }
 
