@@ -516,6 +516,8 @@ private:
 
     // Marked links, by the words they lead to, or by names where several words are alike.
     void add_marks(Entries &entries, const tree_node_t &node) {
+        if (std::ranges::count(node.child_link_bits, 0) == std::ssize(node.child_link_bits))
+            return; // as a rule
         const auto links = tool::links_of(node);
         const auto is_marked = [&](size_t i) {
             return (node.child_link_bits[i / 8] >> i % 8 & 1U) != 0;
