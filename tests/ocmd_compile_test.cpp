@@ -327,6 +327,13 @@ TEST_F(Compile, SurvivesHostileTexts) {
     }
 }
 
+TEST_F(Compile, TakesLittleMemoryForEachOfManyFiles) {
+    store("a.yaml", "words: {a: f}\n");
+    const Outcome outcome =
+        shell(kLimits + "ocmd_compile -o many.par $(yes a.yaml | head -n 5000)");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+}
+
 TEST_F(Compile, RefusesWhatItCannotDo) {
     store("a.yaml", "words: {a: f}\n");
     store("a.yml", "words: {a: f}\n");
@@ -344,6 +351,7 @@ TEST_F(Compile, RefusesWhatItCannotDo) {
         {"ocmd_compile -o none/a.par a.yaml", 2, "none/a.par: cannot be written: No such file"},
         {"ocmd_compile --main -o m.par a.yaml a.yml", 1, "a.yml:1:1: a main tree is made of one"},
         {"cat a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
+        {"head -c 268435457 /dev/zero | ocmd_compile -o z.par -", 2, "larger than 268435456 bytes"},
     };
     EXPECT_EQ(shell("ocmd_compile a.yaml").status, 0);
     for (const auto &request : cases) {
