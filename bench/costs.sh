@@ -43,8 +43,7 @@ measure() {
     status=1 cost "pair of nodes compared" 60000 "$diff" --stat shared.par new.par
     grammar 4 1 >main.yaml
     cost "node compiled" 6124 "$compile" --main main.yaml
-    seq 40 | awk 'BEGIN { print "words:" } { printf "  main%d: {name: main%d}\n", $1, $1 }' \
-        >root.yaml
+    link_root 40 >root.yaml
     for ((i = 1; i <= 40; i++)); do
         grammar 1 1 | sed "1s/^/below: main$i\n/; s/area1/area$i/" >"sub$i.yaml"
     done

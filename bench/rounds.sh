@@ -39,12 +39,18 @@ grammar() {
     }'
 }
 
+# link_root COUNT: the grammar of a root with so many words to attach to, main1, main2 ...
+link_root() {
+    seq "$1" | awk 'BEGIN { print "words:" } { printf "  main%d: {name: main%d}\n", $1, $1 }'
+}
+
 # change_ten_words OLD NEW, in a tree that make_tree made
 change_ten_words() {
     python3 - "$1" "$2" <<'PYTHON'
 import sys
 tree = bytearray(open(sys.argv[1], "rb").read())
-for node in range(5500, 60000, 5500):
+step = len(tree) // 1000 // 11
+for node in range(step, 11 * step, step):
     word = tree.find(b"word", node * 1000)
     tree[word : word + 4] = b"wort"
 open(sys.argv[2], "wb").write(tree)
