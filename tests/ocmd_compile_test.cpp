@@ -210,6 +210,7 @@ TEST_F(Compile, TellsWhereAFileStopsToBeAGrammar) {
         {"a: [1\nb: 2", "2:5: flow sequence without a closing bracket\n"},
         {"words: {a: \"b\xff\"}", "1:14: a byte that is no character of YAML; texts of any bytes "
                                   "are tagged !bytes\n"},
+        {"? s:\t?", "1:5: cannot use tab for indentation of block entry\n"},
         {"words: {a: f}\n---\nwords: {b: {hlep: x}}\n---\n]",
          "3:13: unknown key 'hlep' of a word, did you mean 'help'?\n"
          "5:1: flow sequence with invalid extra closing bracket\n"},

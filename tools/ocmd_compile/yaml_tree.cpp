@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <glib.h>
 #include <libfyaml.h>
 #include <new>
@@ -208,12 +209,25 @@ struct YamlReader::Parser {
         open.pop_back();
     }
 
+    // Called when the parser has stopped for good.
     void tell_syntax() {
         void *position = nullptr;
-        while (const fy_diag_error *error = fy_diag_errors_iterate(diag.get(), &position))
+        bool can_be_released = true;
+        while (const fy_diag_error *error = fy_diag_errors_iterate(diag.get(), &position)) {
             messages.fault(file, place_of(*error), error->msg);
+            can_be_released &= strstr(error->msg, "tab for indentation of block entry") == nullptr;
+        }
         if (position == nullptr)
             messages.fault(file, {last_end, last_end}, "cannot be read on from here");
+        if (!can_be_released)
+            keep_parser();
+    }
+
+    // Behind the ':' of a key, libfyaml 0.7.12 puts the key among those to be used again, and once
+    // more when it refuses a tab there; released, the parser would free it twice.
+    void keep_parser() {
+        static auto *const kept_parsers = new std::vector<fy_parser *>;
+        kept_parsers->push_back(parser.release());
     }
 
     [[nodiscard]] Place place_of(const fy_diag_error &error) const {
