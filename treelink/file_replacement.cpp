@@ -2,6 +2,7 @@
 // whole, and is renamed over the old one.
 #include "treelink/file_replacement.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -170,6 +171,8 @@ private:
     bool rename_over_target();
     void drop_name();
     bool write_over_old();
+    [[nodiscard]] Descriptor copy_of_old(off_t size) const;
+    [[nodiscard]] bool overwrite(int from, off_t size, off_t longest) const;
 
     template <typename Make> bool find_free_name(Make make);
 
@@ -196,7 +199,10 @@ bool tsh_file_replacement_t::open(const char *path) {
     if (!old && errno != ENOENT)
         return false;
     if (old) {
-        old_ = Descriptor{::open(path, O_WRONLY | O_CLOEXEC)};
+        const int to_be_kept = S_ISREG(old->st_mode) ? O_RDWR : O_WRONLY;
+        old_ = Descriptor{::open(path, to_be_kept | O_CLOEXEC)};
+        if (!old_ && to_be_kept == O_RDWR)
+            old_ = Descriptor{::open(path, O_WRONLY | O_CLOEXEC)};
         if (!old_)
             return false;
     }
@@ -348,8 +354,8 @@ void tsh_file_replacement_t::drop_name() {
     temporary_ = {};
 }
 
-// What does not fit is found out before anything is overwritten. Called with errno telling why the
-// new file could not be put in place.
+// What does not fit is found out before anything is overwritten, and what fails later is undone.
+// Called with errno telling why the new file could not be put in place.
 bool tsh_file_replacement_t::write_over_old() {
     const int to = old_.number();
     const int from = fileno(stream_);
@@ -358,12 +364,29 @@ bool tsh_file_replacement_t::write_over_old() {
     if (!old_ || fstat(to, &old) != 0 || fstat(from, &body) != 0 ||
         (body_ != Body::kHeld && !takes_the_place_of(old)))
         return false;
-    if (body.st_size > 0 && fallocate(to, 0, 0, body.st_size) != 0 && errno != EOPNOTSUPP) {
-        const ErrnoKept kept;
-        [[maybe_unused]] const int as_it_was = ftruncate(to, old.st_size);
+    if (body.st_size > 0 && fallocate(to, FALLOC_FL_KEEP_SIZE, 0, body.st_size) != 0 &&
+        errno != EOPNOTSUPP)
         return false;
-    }
-    return copy_bytes(from, to, body.st_size) && ftruncate(to, body.st_size) == 0 && fsync(to) == 0;
+    const off_t longest = std::max(old.st_size, body.st_size);
+    const Descriptor kept = copy_of_old(old.st_size);
+    if (overwrite(from, body.st_size, longest))
+        return true;
+    const ErrnoKept reason;
+    [[maybe_unused]] const bool as_it_was = kept && overwrite(kept.number(), old.st_size, longest);
+    return false;
+}
+
+// In memory; none when the old file may not be read.
+Descriptor tsh_file_replacement_t::copy_of_old(off_t size) const {
+    Descriptor copy{memfd_create("old", MFD_CLOEXEC)};
+    return copy && copy_bytes(old_.number(), copy.number(), size) ? std::move(copy) : Descriptor{};
+}
+
+// The old file is never longer than told meanwhile.
+bool tsh_file_replacement_t::overwrite(int from, off_t size, off_t longest) const {
+    const int to = old_.number();
+    return lseek(to, 0, SEEK_SET) == 0 && copy_bytes(from, to, size) &&
+           (size == longest || ftruncate(to, size) == 0) && fsync(to) == 0;
 }
 
 tsh_file_replacement_t *tsh_file_replacement_open(const char *path) {

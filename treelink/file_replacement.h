@@ -37,8 +37,8 @@ TSH_API FILE *tsh_file_replacement_stream(tsh_file_replacement_t *file);
 
 /** Ends the writing, brings the file to the disk, puts it in place of the old one and releases the
  * replacement. Where the folder allows no file to be put in place of another, the old file is
- * written over once its new length is known to fit; only if the medium fails in the middle of that
- * is the old content lost.
+ * written over once its new length is known to fit. What fails in the middle of that is undone;
+ * only where that fails as well, or the old file may not be read, is the old content lost.
  * @return 0; -1 with errno set when the file could not be written to the last byte or put in
  *         place, the old file then being as it was and no new one being there. A write to the
  *         stream that failed earlier counts as well. */
