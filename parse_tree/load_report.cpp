@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -79,11 +80,14 @@ const char *look_of(Nodes nodes) {
 
 void tsh::report_unmapped(const char *path, int error) {
     const ParFile file{path};
-    const off_t size = file.size();
-    if (!file.is_open() || (file.is_regular() && size > 0 && size % TREE_NODE_SIZE == 0))
-        return say(path, error == 0 ? "it is too large" : strerror(error));
-    if (!file.is_regular())
+    const auto status = file.status();
+    if (!status)
+        return say(path, strerror(error == 0 ? errno : error));
+    const off_t size = status->st_size;
+    if (!S_ISREG(status->st_mode))
         return say(path, "it is not a regular file");
+    if (size > 0 && size % TREE_NODE_SIZE == 0)
+        return say(path, error == 0 ? "it is too large" : strerror(error));
     if (size == 0)
         return say(path, "it is empty");
 

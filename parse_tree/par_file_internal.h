@@ -2,6 +2,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -24,15 +25,16 @@ public:
     [[nodiscard]] int descriptor() const { return descriptor_; }
     [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
 
-    /// Size in bytes, or -1 with errno set; a file that did not open has none.
-    [[nodiscard]] off_t size() const {
+    /// None with errno set where the system tells none, as of a file that did not open.
+    [[nodiscard]] std::optional<struct stat> status() const {
         struct stat status {};
-        return is_open() && fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+        return is_open() && fstat(descriptor_, &status) == 0 ? std::optional{status} : std::nullopt;
     }
 
-    [[nodiscard]] bool is_regular() const {
-        struct stat status {};
-        return fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+    /// Size in bytes, or -1 likewise.
+    [[nodiscard]] off_t size() const {
+        const auto known = status();
+        return known ? known->st_size : -1;
     }
 
 private:
