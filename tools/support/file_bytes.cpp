@@ -250,7 +250,8 @@ namespace {
 bool can_be_mapped(int descriptor, const struct stat &status) {
     std::array<unsigned char, kGzipStart.size()> start{};
     return S_ISREG(status.st_mode) && lseek(descriptor, 0, SEEK_CUR) == 0 &&
-           pread(descriptor, start.data(), start.size(), 0) >= 0 && !begins_compressed(start);
+           pread(descriptor, start.data(), start.size(), 0) == ssize_t{start.size()} &&
+           !begins_compressed(start);
 }
 
 } // namespace
