@@ -8,11 +8,12 @@
 #include <algorithm>
 #include <array>
 #include <bitset>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 #include <span>
 #include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
 
 GHashTable *main_tree_dl_hash;
@@ -40,10 +41,13 @@ void unmap(Nodes nodes) {
     munmap(const_cast<tree_node_t *>(nodes.data()), nodes.size_bytes());
 }
 
-// Nothing, after a message, for a tree that is there and cannot be used.
-std::optional<Nodes> refuse(const char *file) {
-    tsh::warn(tsh::Loss::kNothing, "*** Treelink Warning ***: Prebuilt tree %s/%s cannot be used\n",
-              prebuilt_main_tree_path, file);
+// Nothing, after a message, for a tree that is there and cannot be used. The reason is the
+// system's, or 0.
+std::optional<Nodes> refuse(const char *file, int reason = 0) {
+    tsh::warn(tsh::Loss::kNothing,
+              "*** Treelink Warning ***: Prebuilt tree %s/%s cannot be used%s%s\n",
+              prebuilt_main_tree_path, file, reason == 0 ? "" : ": ",
+              reason == 0 ? "" : strerror(reason));
     return std::nullopt;
 }
 
@@ -53,9 +57,11 @@ std::optional<Nodes> map_sound_tree(const char *file) {
     if (length < 0 || static_cast<size_t>(length) >= path.size())
         return refuse(file);
     const tree_node_t *tree = nullptr;
+    errno = 0;
     const int32_t count = verify_and_mmap_parse_tree(path.data(), &tree);
+    const bool is_there = errno != ENOENT && errno != ENOTDIR;
     if (count < 1)
-        return access(path.data(), F_OK) == 0 ? refuse(file) : std::nullopt;
+        return is_there ? refuse(file, errno) : std::nullopt;
     const Nodes nodes{tree, static_cast<size_t>(count)};
     if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(nodes); })) {
         tsh::report_tree_fault(stderr, path.data(), nodes, *fault);
