@@ -3,6 +3,7 @@
 
 #include "param_reg/param_registry.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -58,14 +59,23 @@ constexpr std::array kBuiltinTypes{
     BuiltinType{0x40B00001, "Pseudo Intf", 0},
 };
 
+bool enter(const BuiltinType &type) {
+    return param_register(type.id, type.name, type.size, nullptr, nullptr, nullptr) >= 0;
+}
+
 } // namespace
 
 int32_t init_params(void) {
     for (const BuiltinType &type : kBuiltinTypes) {
-        if (param_register(type.id, type.name, type.size, nullptr, nullptr, nullptr) >= 0)
+        if (enter(type))
             continue;
         printf("\nParam Name : %s, id %u : Registration failed...", type.name, type.id);
         exit(1);
     }
     return 0;
+}
+
+uint32_t tsh_builtin_types_register(void) {
+    return static_cast<uint32_t>(
+        std::ranges::count_if(kBuiltinTypes, [](const BuiltinType &type) { return !enter(type); }));
 }

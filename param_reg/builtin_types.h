@@ -14,4 +14,8 @@
  * ends the process with status 1 after a message on standard output. @return 0. */
 TSH_API int32_t init_params(void);
 
+/** The same, without ending the process. @return the number of built-in types that could not be
+ * registered. */
+TSH_API uint32_t tsh_builtin_types_register(void);
+
 #endif

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <glib.h>
 #include <libfyaml.h>
@@ -199,6 +200,31 @@ struct YamlReader::Parser {
         document.nodes.push_back(node);
     }
 
+    // False at the end of the document.
+    bool take(YamlDocument &document, fy_event *event) {
+        switch (event->type) {
+        case FYET_SCALAR:
+            add(document, YamlKind::kScalar, event);
+            break;
+        case FYET_ALIAS:
+            add(document, YamlKind::kAlias, event);
+            break;
+        case FYET_MAPPING_START:
+            add(document, YamlKind::kMapping, event);
+            break;
+        case FYET_SEQUENCE_START:
+            add(document, YamlKind::kSequence, event);
+            break;
+        case FYET_MAPPING_END:
+        case FYET_SEQUENCE_END:
+            close(document);
+            break;
+        default:
+            break;
+        }
+        return event->type != FYET_DOCUMENT_END;
+    }
+
     static bool is_plain(fy_event *event) {
         fy_token *token = fy_event_get_token(event);
         return token == nullptr || fy_token_scalar_style(token) == FYSS_PLAIN;
@@ -254,34 +280,16 @@ bool YamlReader::next(YamlDocument &document) {
     document.file = &parser_->file;
     parser_->anchors.clear();
     for (;;) {
+        errno = 0;
         const Parser::Event event{fy_parser_parse(parser_->parser.get()), {parser_->parser.get()}};
-        if (event == nullptr) {
-            if (fy_parser_get_stream_error(parser_->parser.get()))
-                parser_->tell_syntax();
-            return false;
-        }
-        switch (event->type) {
-        case FYET_SCALAR:
-            parser_->add(document, YamlKind::kScalar, event.get());
-            break;
-        case FYET_ALIAS:
-            parser_->add(document, YamlKind::kAlias, event.get());
-            break;
-        case FYET_MAPPING_START:
-            parser_->add(document, YamlKind::kMapping, event.get());
-            break;
-        case FYET_SEQUENCE_START:
-            parser_->add(document, YamlKind::kSequence, event.get());
-            break;
-        case FYET_MAPPING_END:
-        case FYET_SEQUENCE_END:
-            parser_->close(document);
-            break;
-        case FYET_DOCUMENT_END:
-            return true;
-        default:
-            break;
-        }
+        const bool goes_on = event != nullptr && parser_->take(document, event.get());
+        if (errno == ENOMEM) // the parser goes on with less, or takes it for the end
+            throw std::bad_alloc();
+        if (goes_on)
+            continue;
+        if (event == nullptr && fy_parser_get_stream_error(parser_->parser.get()))
+            parser_->tell_syntax();
+        return event != nullptr;
     }
 }
 

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
@@ -33,6 +34,8 @@ constexpr tool::Option kOptions[] = {
     {'v', "verbose", nullptr, "Show the files merged, the links made and the tree."},
 };
 
+constexpr int kOutOfMemory = 100; // the library's as well
+
 constexpr tool::Program kProgram{
     .name = "ocmd_link",
     .operands = "-o MAIN.par ROOT.par [SUBTREE.par...]",
@@ -40,6 +43,7 @@ constexpr tool::Program kProgram{
         "Links a root file and subtree files into a main par file. Attach points that no file\n"
         "has are borrowed from the prebuilt trees.",
     .options = kOptions,
+    .out_of_memory = kOutOfMemory,
 };
 
 constexpr std::string_view kStream = "-"; // standard input or output
@@ -161,8 +165,11 @@ LinkedTree join() {
 
 // The linker makes no cycles, so the check finds nothing else.
 void tell_if_too_deep(const LinkedTree &tree, const std::string &output) {
+    errno = 0;
     if (cycle_check(tree.nodes.get(), 0, 0) <= 0)
         return;
+    if (errno == ENOMEM)
+        throw std::bad_alloc{};
     tool::tell("%s: more than %d levels: a listing leaves out siblings below them", output.c_str(),
                TREE_MAX_LEVELS);
     ++tsh_link_warnings;
@@ -209,8 +216,19 @@ tool::Status link(const tool::CommandLine &line) {
     return tsh_link_losses > 0 ? tool::kFaults : tool::kDone;
 }
 
+bool is_running = true;
+
+// The library ends a link without memory in silence.
+void tell_of_memory(int status, void * /*unused*/) {
+    if (status == kOutOfMemory && is_running)
+        tool::tell("out of memory");
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
-    return tool::run(kProgram, argc, argv, link);
+    on_exit(tell_of_memory, nullptr);
+    const int status = tool::run(kProgram, argc, argv, link);
+    is_running = false;
+    return status;
 }

@@ -28,6 +28,7 @@ struct Program {
     const char *operands; ///< What follows the options in the usage line.
     const char *purpose;  ///< What the tool is for, in a sentence or two.
     std::span<const Option> options;
+    int out_of_memory = kTrouble; ///< The status of a run for which memory ran out.
 };
 
 /// A command line, parsed by the table of options.
@@ -71,8 +72,9 @@ const char *name_in_messages();
 [[noreturn, gnu::format(printf, 1, 2)]] void refuse(const char *format, ...);
 
 /// Runs a tool: parses its options, answers --help and --version, calls the body, and sees to it
-/// that standard output took every byte. Memory that runs out ends the run with kTrouble after a
-/// message. @return the status to exit with.
+/// that standard output took every byte. Memory that runs out ends the run with the program's
+/// status for that after a message, also where a library does without it what a signal answers.
+/// @return the status to exit with.
 int run(const Program &program, int argc, char **argv, Status (*body)(const CommandLine &line));
 
 } // namespace tool

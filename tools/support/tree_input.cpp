@@ -11,9 +11,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -181,7 +183,10 @@ public:
         for (const TreeRecord &record : file_.records()) {
             record_ = &record;
             check_attach_path();
+            errno = 0;
             faults_ += tsh_tree_check(record.nodes.data(), node_count(), take, this);
+            if (errno == ENOMEM) // told like a fault of the tree
+                throw std::bad_alloc{};
         }
         return faults_;
     }

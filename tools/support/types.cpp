@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <new>
 #include <span>
 
 namespace tool {
@@ -40,8 +41,8 @@ bool equal_ignoring_case(std::string_view a, std::string_view b) {
 } // namespace
 
 void register_types() {
-    if (pinfo_reg_tbl.count == 0)
-        init_params();
+    if (pinfo_reg_tbl.count == 0 && tsh_builtin_types_register() > 0)
+        throw std::bad_alloc{};
 }
 
 uint32_t class_bits(uint32_t mask) {

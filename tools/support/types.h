@@ -10,7 +10,8 @@
 
 namespace tool {
 
-/// Fills the registry with the built-in types, once per process.
+/// Fills the registry with the built-in types, once per process. Without memory throws
+/// std::bad_alloc.
 void register_types();
 
 /// The bits of a type mask that tell family and class; types of different classes do not mix.
