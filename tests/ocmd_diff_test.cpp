@@ -148,11 +148,6 @@ TEST_F(Diff, CallsNothingEqualThatItCannotRead) {
         (Outcome{2, "", "ocmd_diff: none.par: cannot be opened: No such file or directory\n"}));
     EXPECT_EQ(shell("ocmd_diff good.par").status, 2);
     EXPECT_EQ(shell("ocmd_diff - - </dev/null").status, 2);
-    store("other.par", main_root({keyword("other").terminal()}));
-    EXPECT_EQ(shell("ocmd_diff good.par other.par >/dev/full"),
-              (Outcome{2, "",
-                       "ocmd_diff: standard output: cannot be written: No space left on "
-                       "device\n"}));
 }
 
 // ---- Size ----

@@ -126,7 +126,6 @@ TEST_F(Find, IsNotImpressedByBadDays) {
     EXPECT_EQ(shell("ocmd_find main.par 2>&1").status, 2);
     EXPECT_EQ(shell("head -c 2500 main.par >cut.par; ocmd_find cut.par show 2>&1").status, 1);
     EXPECT_EQ(shell("head -c 3000 main.par >cut.par; ocmd_find cut.par show 2>&1").status, 1);
-    EXPECT_EQ(shell("echo x >saved; ocmd_find main.par --config=saved >/dev/full").status, 2);
     // One line of 30 MB, and one of as many words as there can be.
     EXPECT_EQ(shell("head -c 30000000 /dev/zero | tr '\\0' x >saved;"
                     "(" +

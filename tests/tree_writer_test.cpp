@@ -286,20 +286,4 @@ TEST(TreeWriter, EndsWithoutMemory) {
     }
 }
 
-TEST(TreeFiles, EveryFailedWriteIsReported) {
-    for (const char *mode : {"wb", "rb"})
-        for (const int32_t compressed : {0, 1})
-            for (const uint32_t count : {1U, 40U}) {
-                const Outcome outcome = in_child([&] {
-                    std::vector<tree_node_t> nodes(count);
-                    return with_stream("/dev/full", mode, compressed, [&](void *file) {
-                        return -write_array_tree_to_file(nodes.data(), count, 1, &kPath, file, 1,
-                                                         compressed, 0);
-                    });
-                });
-                EXPECT_EQ(outcome.status, 1) << mode << compressed << count;
-                EXPECT_EQ(outcome.out, "Error in writing to main_tree file\n");
-            }
-}
-
 } // namespace

@@ -2,19 +2,19 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <cstdio>
-#include <cstdlib>
 
 namespace {
 
 bool armed = false;
 long failing = 0;
+bool later_ones_too = false;
 failing_malloc::Tally tally{};
 
 } // namespace
 
-void failing_malloc::arm(long fail_at) {
+void failing_malloc::arm(long fail_at, bool from_there_on) {
     failing = fail_at;
+    later_ones_too = from_there_on;
     tally = {};
     armed = true;
 }
@@ -43,30 +43,20 @@ bool failing_malloc::available() {
     return true;
 }
 
-[[gnu::constructor]] static void arm_from_environment() {
-    if (const char *number = getenv("FAIL_ALLOCATION"))
-        failing_malloc::arm(atol(number));
-}
-
-[[gnu::destructor]] static void store_count() {
-    const char *path = getenv("ALLOCATIONS_FILE");
-    FILE *file = path == nullptr ? nullptr : fopen(path, "w");
-    if (file == nullptr)
-        return;
-    fprintf(file, "%ld", failing_malloc::disarm().allocations);
-    fclose(file);
-}
-
 #pragma GCC visibility push(default) // the whole process is to find these
 extern "C" {
 
 void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
 void *__libc_realloc(void *block, size_t size);
+void *__libc_memalign(size_t alignment, size_t size);
 void __libc_free(void *block);
 
 static bool refused() {
-    if (!armed || ++tally.allocations != failing)
+    if (!armed)
+        return false;
+    ++tally.allocations;
+    if (tally.allocations != failing && !(later_ones_too && tally.allocations > failing))
         return false;
     errno = ENOMEM;
     return true;
@@ -91,6 +81,10 @@ void *realloc(void *block, size_t size) {
         return nullptr;
     void *moved = __libc_realloc(block, size);
     return block == nullptr ? counted(moved) : moved;
+}
+
+void *aligned_alloc(size_t alignment, size_t size) {
+    return refused() ? nullptr : counted(__libc_memalign(alignment, size));
 }
 
 void free(void *block) {

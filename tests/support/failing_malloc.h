@@ -1,7 +1,5 @@
 // Allocations that fail on order. Counting runs from arm to disarm and covers the whole process,
 // so print something to the streams in use before arming: their buffers are allocated late.
-// Preloaded into another program, FAIL_ALLOCATION=N in its environment arms it from the start, and
-// the number of allocations is left in the file that ALLOCATIONS_FILE names.
 #pragma once
 
 namespace failing_malloc {
@@ -9,8 +7,9 @@ namespace failing_malloc {
 // False where a sanitizer owns malloc; arm then does nothing and the test has to be skipped.
 bool available();
 
-// From now on the fail_at-th allocation fails (1 is the next one; 0: none does).
-void arm(long fail_at);
+// From now on the fail_at-th allocation fails (1 is the next one; 0: none does), and if told so all
+// after it.
+void arm(long fail_at, bool from_there_on = false);
 
 struct Tally {
     long allocations; // tried while armed

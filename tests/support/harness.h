@@ -35,8 +35,9 @@ public:
     }
 
     // Runs a shell command inside the folder, this build's programs along its PATH. Settings are
-    // NAME=VALUE, added to the environment, which names the library of tests/support/failing_malloc
-    // in FAILING_MALLOC; link to it before preloading it, as its path may hold a blank.
+    // NAME=VALUE, added to the environment, which names the library of
+    // tests/support/failing_calls.cpp in FAULTS; link to it before preloading it, as its path may
+    // hold a blank.
     [[nodiscard]] Outcome shell(const std::string &command,
                                 const std::vector<std::string> &settings = {}) const;
 
