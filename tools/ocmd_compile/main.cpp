@@ -17,6 +17,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -112,15 +113,20 @@ bool write_record(const Document &document, gzFile stream) {
                                     document.version, &path, stream, 1, 1, 0) == 0;
 }
 
+struct CloseGzip {
+    void operator()(gzFile stream) const { gzclose(stream); }
+};
+using GzipStream = std::unique_ptr<gzFile_s, CloseGzip>;
+
 void write_records(std::span<const Document> documents, const tool::OutputFile &output) {
     errno = 0;
     const int descriptor = dup(fileno(output.stream()));
-    const gzFile stream = descriptor < 0 ? nullptr : gzdopen(descriptor, "wb");
+    GzipStream stream{descriptor < 0 ? nullptr : gzdopen(descriptor, "wb")};
     if (stream == nullptr)
         output.fail();
     const bool stored = std::ranges::all_of(
-        documents, [&](const Document &document) { return write_record(document, stream); });
-    if (gzclose(stream) != Z_OK || !stored)
+        documents, [&](const Document &document) { return write_record(document, stream.get()); });
+    if (gzclose(stream.release()) != Z_OK || !stored)
         output.fail();
 }
 
