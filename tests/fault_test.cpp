@@ -5,6 +5,7 @@
 #include "tests/support/scratch_test.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -84,8 +85,10 @@ constexpr const char *kSaved = "lamp 3\n  bright 80\n  dusk\nshow lamps\n";
 // So many lines that they fill several blocks: two for each below it at every level.
 std::string wide() {
     std::string words = "{one: end, two: end}";
-    for (char level = 'a'; level < 'o'; ++level)
-        words = std::string("{one: {words: &") + level + words + "}, two: {words: *" + level + "}}";
+    for (const std::string level : {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"}) {
+        words.insert(0, "{one: {words: &" + level + " ");
+        words += "}, two: {words: *" + level + "}}";
+    }
     return "words: " + words;
 }
 
@@ -187,10 +190,10 @@ protected:
     }
 
     [[nodiscard]] bool is_known(const std::string &name, const std::string &bytes) const {
-        for (const Contents *known : {&before_, &whole_after_})
-            if (known->contains(name) && known->at(name) == bytes)
-                return true;
-        return false;
+        const auto holds = [&](const Contents *known) {
+            return known->contains(name) && known->at(name) == bytes;
+        };
+        return std::ranges::any_of(std::array{&before_, &whole_after_}, holds);
     }
 
     Contents before_;
@@ -212,8 +215,7 @@ std::set<long> sample(long count) {
 }
 
 TEST_P(Faults, LeadToADocumentedEnd) {
-    const std::string circumstance = GetParam().circumstance;
-    whole_ = run(circumstance);
+    whole_ = run(GetParam().circumstance);
     whole_after_ = after_;
     std::istringstream counts{counts_};
     counts >> most_live_;
@@ -223,8 +225,9 @@ TEST_P(Faults, LeadToADocumentedEnd) {
     for (long count = 0; counts >> kind >> count && std::getline(counts >> std::ws, reason);)
         for (const long number : sample(count))
             for (const char *range : {"", "-"}) {
-                const std::string fault = "FAULT_" + kind + "=" + std::to_string(number) + range;
-                const Outcome outcome = run(circumstance + " " + fault);
+                const std::string fault =
+                    std::string("FAULT_").append(kind + "=" + std::to_string(number)) + range;
+                const Outcome outcome = run(fault + " " + GetParam().circumstance);
                 const bool can_be_told = kind != "write" || *range == '\0';
                 EXPECT_EQ(flaw(outcome, reason, can_be_told), "") << fault << ": " << outcome;
             }
