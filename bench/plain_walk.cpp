@@ -1,57 +1,14 @@
-// The yardstick of the listing: the same lines by the plain method, out of the library's own
-// single steps. Each line is a copy of its prefix, grown by reallocation word by word and printed
-// with one printf; nothing is remembered of a node.
-#include "atnode/relations.h"
-#include "cmd_gen/enumeration.h"
-#include "feature/tsh/src/memory.h"
+// The yardstick of the listing as a program: plain_walk MAIN.par
+#include "bench/plain_walk.h"
+
 #include "param_reg/builtin_types.h"
 #include "parse_tree/tree_load.h"
-#include "platform/robust_string.h"
-
-#include <cstdio>
-
-namespace {
-
-void print_line(const char *line) {
-    const size_t indentation = 2 * static_cast<size_t>(submode_depth);
-    __memset_to_buf(sizeof spc_str, spc_str, ' ', indentation);
-    spc_str[indentation] = '\0';
-    printf("\n[%6u].%s%s", ++cmd_count, spc_str, line);
-}
-
-// Lists the commands of a sound tree. Memory is never short here.
-void walk(const tree_node_t *node, const char *prefix) {
-    char *base = tsh_strdup_with_space(prefix);
-    atnode_stack_push(node);
-    for (const tree_node_t *child = atnode_first_child(node); child != nullptr;
-         child = atnode_next_sibling(child)) {
-        char *line = tsh_strdup_with_space(base);
-        if (child->token[0] != '\0')
-            line = add_token_str(line, child);
-        if (child->param_count != 0)
-            line = add_param_str(line, child);
-        if ((child->flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0)
-            print_line(line);
-        if ((child->flags & TREE_FLAG_SUBMODE) != 0) {
-            ++submode_depth;
-            walk(child, nullptr);
-            --submode_depth;
-        } else if (child->child_count != 0) {
-            walk(child, line);
-        }
-        tsh_free(line);
-    }
-    atnode_stack_pop();
-    tsh_free(base);
-}
-
-} // namespace
 
 int main(int /*argc*/, char **argv) {
     snprintf(tsh_parse_file, sizeof tsh_parse_file, "%s", argv[1]);
     init_parse_tree();
     init_params();
-    walk(atnode_root, nullptr);
+    plain::walk(atnode_root, nullptr);
     puts("\n");
     return 0;
 }
