@@ -1,5 +1,8 @@
 // Any bytes as two small trees: their difference, applied to the lines of one, gives the lines of
 // the other.
+//
+// Reaches: diff::LineStates::reach, diff::Difference::is_at, diff::DifferenceCount::count,
+// diff::DifferenceList::list
 #include "fuzz/memory_file.h"
 #include "fuzz/small_tree.h"
 #include "tools/ocmd_diff/difference_count.h"
@@ -8,7 +11,6 @@
 #include "tools/support/types.h"
 
 #include <array>
-#include <cstdlib>
 #include <set>
 
 namespace {
@@ -23,11 +25,6 @@ Lines lines_of(const std::string &text) {
         begin = end + 1;
     }
     return lines;
-}
-
-void want(bool holds) {
-    if (!holds)
-        abort();
 }
 
 // Moves the lines that are marked so from one set to the other, where they must not be yet.
@@ -47,14 +44,12 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    std::span<const uint8_t> bytes{data, size};
+    Input input{data, size};
     const CapturedOutput output;
     std::array<Lines, 2> lines;
     std::vector<tool::TreeFile> files;
     for (int i = 0; i < 2; ++i) {
-        const std::string tree = small_main_tree(bytes);
-        files.emplace_back(
-            store(100 + i, reinterpret_cast<const uint8_t *>(tree.data()), tree.size()));
+        files.emplace_back(store(100 + i, small_main_tree(input)));
         tool::TextOutput text;
         show::show_commands(files.back(), {}, text);
         text.flush();

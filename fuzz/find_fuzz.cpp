@@ -1,5 +1,8 @@
 // Any bytes as a small tree and, behind it, what is typed: as a saved configuration, and as a line
 // with slashes.
+//
+// Reaches: find::ConfigCheck::check, find::LineFinder::resolve, find::print_answer,
+// find::tell_refusal
 #include "fuzz/memory_file.h"
 #include "fuzz/small_tree.h"
 #include "tools/ocmd_find/answer.h"
@@ -12,13 +15,11 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    std::span<const uint8_t> bytes{data, size};
-    const std::string tree = small_main_tree(bytes);
-    const tool::TreeFile file{
-        store(100, reinterpret_cast<const uint8_t *>(tree.data()), tree.size())};
+    Input input{data, size};
+    const tool::TreeFile file{store(100, small_main_tree(input))};
     const find::Forest forest{file};
     find::LineFinder finder{forest};
-    const std::string typed{reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+    const std::string typed{input.text()};
     const CapturedOutput output;
     tool::TextOutput text;
 

@@ -1,5 +1,9 @@
 // Any bytes as a file of grammars, through all of the compiler. What can be compiled makes a sound
 // tree, and shown as a grammar again it compiles to the same records.
+//
+// Reaches: compiler::YamlReader::next, compiler::understand, compiler::check, compiler::lay_out,
+// show::show_yaml
+#include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "parse_tree/tree_check.h"
 #include "tools/ocmd_compile/grammar_checks.h"
@@ -8,7 +12,6 @@
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/types.h"
 
-#include <cstdlib>
 #include <optional>
 
 namespace {
@@ -42,9 +45,8 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
 
 // The grammar of a tree, if it can say all of it.
 std::optional<std::string> shown(const Records &records) {
-    const auto *data = reinterpret_cast<const uint8_t *>(records.data());
     const tool::TreeFile file{
-        store(100, data, bytes_of(records).size()),
+        store(100, bytes_of(records)),
         {.container = tool::Container::kMain, .order = tool::ByteOrder::kLittle}};
     const CapturedOutput output;
     tool::TextOutput text;
@@ -67,12 +69,10 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char ***argv) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     for (const Records &records : compile({reinterpret_cast<const char *>(data), size}, true)) {
         const auto count = static_cast<uint32_t>(records.size());
-        if (tsh_tree_check(records.data(), count, nullptr, nullptr) != 0)
-            abort();
+        want(tsh_tree_check(records.data(), count, nullptr, nullptr) == 0, "sound");
         if (const auto grammar = shown(records)) {
             const std::vector<Records> again = compile(*grammar, false);
-            if (again.size() != 1 || bytes_of(again[0]) != bytes_of(records))
-                abort();
+            want(again.size() == 1 && bytes_of(again[0]) == bytes_of(records), "compiled again");
         }
     }
     return 0;

@@ -1,38 +1,59 @@
-// A whole link of bytes that pose as the root file, as a subtree file and as a prebuilt tree: the
-// first byte tells how many nodes at the end are the prebuilt tree.
+// Any bytes as a root file, a subtree file and two prebuilt trees, in a whole link. What comes of
+// it is sound, and the same when the driver links again, writes it and it is read back.
+//
+// Reaches: read_parser_file, read_par_tree, mark_resolvable_subtrees, node_pickup_from_main_tree,
+// add_subtree_in_main_tree, check_conflicting_children, tsh::AttachGraph::search_path,
+// update_child_list, get_linked_parse_tree, tsh_main_tree_write, tsh_file_replacement_commit
+#include "fuzz/input.h"
 #include "fuzz/memory_file.h"
-#include "parse_tree/tree_check_internal.h"
-#include "treelink/attach.h"
+#include "parse_tree/tree_check.h"
+#include "parse_tree/tree_load.h"
+#include "treelink/link_driver.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <string>
 #include <unistd.h>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static std::string folder;
-    if (size == 0)
-        return 0;
-    const size_t most_nodes = (size - 1) / TREE_NODE_SIZE;
-    const size_t tree_bytes = TREE_NODE_SIZE * std::min(size_t{data[0]}, most_nodes);
-    const std::string subtrees = store(100, data + 1, size - 1 - tree_bytes);
-    const std::string prebuilt = store(101, data + size - tree_bytes, tree_bytes);
-    if (folder.empty()) {
-        folder = "/tmp/subtree-fuzz-XXXXXX";
-        prebuilt_main_tree_path = mkdtemp(folder.data());
-        if (symlink(prebuilt.c_str(), (folder + "/main_tree.pars").c_str()) != 0)
-            abort();
-        atexit([] { std::filesystem::remove_all(prebuilt_main_tree_path); });
-    }
+namespace {
 
-    read_parser_file(subtrees.c_str(), SUBTREE_FILE_ROOT);
-    read_parser_file(subtrees.c_str(), SUBTREE_FILE_ORDINARY);
+constexpr int kFirstFile = 100;
+
+// A folder for what is written, in memory, with names for the input's files.
+std::string made_folder() {
+    static char path[] = "/dev/shm/subtree-fuzz-XXXXXX";
+    prebuilt_main_tree_path = mkdtemp(path);
+    atexit([] { std::filesystem::remove_all(path); });
+    const std::string folder = std::string{path} + "/";
+    int file = kFirstFile;
+    for (const char *name : {"root.par", "sub.par", "main_tree.pars", "main_tree2.pars"})
+        std::filesystem::create_symlink(store(file++, {}), folder + name);
+    return folder;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    static const std::string folder = made_folder();
+    static const std::string root = folder + "root.par";
+    static const std::string output = folder + "linked.par";
+    Input input{data, size};
+    for (int i = 0; i < 4; ++i)
+        store(kFirstFile + i, input.file());
+    static par_file_list_t list{};
+    snprintf(list.entries[0].file_name, PAR_FILE_NAME_SIZE, "%s", (folder + "sub.par").c_str());
+
     tree_node_t *tree = nullptr;
-    const auto count = static_cast<size_t>(std::max(get_parse_tree(&tree), 0));
-    if (tsh::check_tree({tree, count}))
-        abort();
+    const int32_t count = get_linked_parse_tree(&tree, &list, root.c_str());
+    want((update_main_parse_tree_file(&list, root.c_str(), output.c_str(), 0) == 0) == (count > 0),
+         "linked again");
+    if (count > 0) {
+        want(tsh_tree_check(tree, static_cast<uint32_t>(count), nullptr, nullptr) == 0, "sound");
+        tree_node_t *again = nullptr;
+        want(verify_and_read_parse_tree(output.c_str(), &again) == count, "nodes read back");
+        want(memcmp(again, tree, size_t{TREE_NODE_SIZE} * static_cast<size_t>(count)) == 0,
+             "read back");
+        free_main_parse_tree(again);
+    }
     free(tree);
     return 0;
 }

@@ -1,6 +1,9 @@
-// Any bytes as two files of trees, through everything that tools show of them and their
-// difference. The first two bytes
-// say how long the first file is, the second one is the rest.
+// Any bytes as two files of trees, through everything that tools show of them and their difference.
+//
+// Reaches: tool::open_sound, show::show_summary, show::show_nodes, show::show_yaml,
+// show::show_json, show::show_dot, show::show_commands, diff::DifferenceCount::count,
+// diff::DifferenceList::list
+#include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "tools/ocmd_diff/difference_count.h"
 #include "tools/ocmd_diff/difference_list.h"
@@ -10,7 +13,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <fcntl.h>
 #include <optional>
 #include <string>
@@ -72,11 +74,9 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < 2)
-        return 0;
-    const size_t first = std::min<size_t>(data[0] + 256U * data[1], size - 2);
-    const auto one = sound_file(store(100, data + 2, first));
-    const auto other = sound_file(store(101, data + 2 + first, size - 2 - first));
+    Input input{data, size};
+    const auto one = sound_file(store(100, input.file()));
+    const auto other = sound_file(store(101, input.file()));
     if (one)
         show_all(*one);
     if (other)

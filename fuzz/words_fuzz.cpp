@@ -1,4 +1,7 @@
 // Any line through the splitters and parsers, held against what is true of every result.
+//
+// Reaches: strsplit, tokenize, hex_split, str_list_join, get_unmatched_quote_index, strxtoi,
+// get_uint8_from_str, range_preparse_str
 #include "feature/tsh/src/hex_split.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/number_parse.h"
