@@ -13,6 +13,7 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 #include "tests/support/loaded_tree.h"
+#include "tests/support/replay.h"
 
 #include <algorithm>
 #include <bit>
@@ -28,9 +29,6 @@
 #include <unistd.h>
 #include <utility>
 #include <vector>
-
-// The fuzzer's properties of every line; aborts where one does not hold.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
 namespace {
 
