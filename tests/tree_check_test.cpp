@@ -5,16 +5,12 @@
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <random>
-#include <set>
 #include <string>
 #include <sys/resource.h>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -98,55 +94,6 @@ cycle: node 6 "f\x22\x5c\x0a\x80": a link leads back to an ancestor (child 3: no
     EXPECT_STREQ(cut, "untouched");
     tsh_tree_fault_text(nodes.data(), 8, &fault, cut, sizeof cut);
     EXPECT_STREQ(cut, R"(node 1 "a":)");
-}
-
-// The model: a recursive walk that knows the nodes above it.
-class CycleModel {
-public:
-    explicit CycleModel(const Nodes &nodes) : nodes_(nodes) { walk(0, {}); }
-
-    std::vector<std::pair<uint32_t, int32_t>> closing_links;
-
-private:
-    void walk(uint16_t node, std::set<uint16_t> above) {
-        above.insert(node);
-        walked_.insert(node);
-        for (int32_t i = 0; i < nodes_[node].child_count; ++i) {
-            const uint16_t child = nodes_[node].children[i];
-            if (above.contains(child))
-                closing_links.emplace_back(node, i);
-            else if (!walked_.contains(child))
-                walk(child, above);
-        }
-    }
-
-    const Nodes &nodes_;
-    std::set<uint16_t> walked_;
-};
-
-TEST(TreeCheck, FindsTheLinksThatCloseCycles) {
-    std::mt19937 random(11);
-    size_t cyclic = 0;
-    for (int round = 0; round < 3000; ++round) {
-        Nodes nodes(1 + random() % 9);
-        for (size_t parent = 0; parent < nodes.size(); ++parent)
-            for (size_t child = 0; child < nodes.size(); ++child)
-                if (random() % nodes.size() == 0 && (random() % 3 == 0 || child > parent))
-                    link(nodes, parent, static_cast<uint16_t>(child));
-        for (tree_node_t &node : nodes)
-            std::shuffle(node.children, node.children + node.child_count, random);
-        const CycleModel model(nodes);
-        std::vector<std::pair<uint32_t, int32_t>> told;
-        for (const tsh_tree_fault_t &fault : faults_of(nodes)) {
-            EXPECT_STREQ(fault.check, "cycle");
-            told.emplace_back(fault.node, fault.position);
-        }
-        ASSERT_EQ(told, model.closing_links) << "round " << round;
-        cyclic += told.empty() ? 0U : 1U;
-        EXPECT_EQ(cycle_check(nodes.data(), 0, 0), told.empty() ? 0 : 1);
-    }
-    EXPECT_GT(cyclic, 500U);
-    EXPECT_LT(cyclic, 2500U);
 }
 
 // A chain from node 0 to the last node and from there back to node 1.
