@@ -12,6 +12,8 @@
 #include "tests/support/failing_malloc.h"
 #include "tests/support/harness.h"
 #include "tests/support/loaded_tree.h"
+#include "tests/support/random_tree.h"
+#include "tests/support/replay.h"
 
 #include <algorithm>
 #include <cstring>
@@ -36,31 +38,6 @@ grammar::Word two_commands() {
         .child(keyword("no").flags(TREE_FLAG_EXCLUDED).terminal().child(keyword("x").terminal()))
         .child(keyword("nor").flags(TREE_FLAG_EXCLUDED_ALSO).terminal())
         .child(keyword("mode").submode().child(keyword("in").terminal()));
-}
-
-TEST(Enumeration, RunsFromAnyNodeInEitherMode) {
-    const LoadedTree tree(two_commands());
-    const Outcome outcome = in_child([&] {
-        init_params();
-        cmd_count = 999997;
-        EXPECT_EQ(generate_cmds(g_atn, "do"), 0);
-        EXPECT_STREQ(spc_str, "  ");
-        cmd_gen_mode_single = 1;
-        cmd_count = UINT32_MAX;
-        EXPECT_EQ(generate_cmds(g_atn, nullptr), 0);
-        EXPECT_EQ(cmd_count + static_cast<uint32_t>(spc_str[0]), 1U);
-        EXPECT_EQ(atnode_stack_get_height(), 1);
-        return testing::Test::HasFailure();
-    });
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.out, "\n[999998].do  get  <IP ADDR>"
-                           "\n[999999].do  no"
-                           "\n[1000000].do  no  x"
-                           "\n[1000001].do  nor"
-                           "\n[1000002].do  mode"
-                           "\n[1000003].    in"
-                           "\n[     0].  get  <IP ADDR>"
-                           "\n[     1].  mode");
 }
 
 // Lines across the blocks they are gathered in, lines too long for that, nodes met for the first
@@ -130,93 +107,28 @@ TEST(Enumeration, AppendsWordsOfAnyLength) {
               "\n[     1]." + std::string(300000, 'p') + "  " + word + "line " + word + "\n");
 }
 
-// A level that finds the stack full goes on with its first child alone.
-TEST(Enumeration, ListsFirstChildrenWhereTheStackIsFull) {
-    const LoadedTree tree(grammar::structural("R")
-                              .child(keyword("a")
-                                         .terminal()
-                                         .child(keyword("b").child(keyword("c").terminal()))
-                                         .child(keyword("d").terminal()))
-                              .child(keyword("e").terminal()));
-    const std::string overflow = "atn stack: push: overflow\n";
-    const struct {
-        int32_t height;
-        std::string lines;
-        std::string errors;
-    } table[] = {
-        {253, "\n[     1].  a\n[     2].  a  b  c\n[     3].  a  d\n[     4].  e", ""},
-        {255, "\n[     1].  a\n[     2].  a  b  c\n[     3].  e", overflow + overflow},
-        {256, "\n[     1].  a\n[     2].  a  b  c", overflow + overflow + overflow},
-    };
-    for (const auto &row : table)
-        for (const uint32_t families : {0U, TSH_TRACE_WORDS}) { // which have nothing to tell here
-            const Outcome outcome = in_child([&] {
-                tsh_debug_filter = families;
-                while (atnode_stack_get_height() < row.height)
-                    atnode_stack_push(g_atn + 1);
-                EXPECT_EQ(generate_cmds(g_atn, nullptr), 0);
-                EXPECT_EQ(atnode_stack_get_height(), row.height);
-                return testing::Test::HasFailure();
-            });
-            EXPECT_EQ(outcome.status, 0) << outcome.out;
-            EXPECT_EQ(outcome.out, row.lines) << row.height;
-            EXPECT_EQ(outcome.err, row.errors) << row.height;
-        }
-}
-
-// Small trees of all kinds, from any of their nodes: the way with traces is the oracle.
-TEST(Enumeration, ListsAndDumpsTheSameWithTracesAndWithout) {
-    const auto list_all = [](uint32_t families) {
-        return in_child([families] {
-            std::mt19937 generator(20250301);
-            const auto one_in = [&](uint32_t n) { return generator() % n == 0; };
-            for (int round = 0; round < 500; ++round) {
-                std::vector<tree_node_t> nodes(12);
-                for (unsigned index = 0; index < 12; ++index) {
-                    tree_node_t &node = nodes[index];
-                    snprintf(node.token, sizeof node.token, "%c", one_in(4) ? 0 : 'a' + index);
-                    node.flags = one_in(3) ? TREE_FLAG_TERMINAL : one_in(4) ? TREE_FLAG_SUBMODE : 0;
-                    node.flags |= one_in(9) ? TREE_FLAG_EXCLUDED : 0;
-                    node.param_count = one_in(5) ? 1 : 0;
-                    node.optional = one_in(5) ? 1 : 0;
-                    for (unsigned child = index + 1; child < 12; ++child)
-                        if (one_in(3))
-                            node.children[node.child_count++] = uint16_t(child);
-                }
-                g_atn = nodes.data();
-                tsh_debug_filter = families;
-                cmd_gen_mode_single = one_in(3) ? 1 : 0;
-                atnode_stack_reset();
-                for (auto height = 256 - generator() % 12; height > 0; --height)
-                    atnode_stack_push(g_atn);
-                EXPECT_EQ(generate_cmds(g_atn + generator() % 4, one_in(2) ? "do" : nullptr), 0);
-                printf("%s|", spc_str);
-                tsh_logfp = stdout;
-                EXPECT_EQ(tsh_dump_tree(g_atn + 6), 0);
-            }
-            return testing::Test::HasFailure();
-        });
-    };
-    const Outcome fast = list_all(0);
-    EXPECT_EQ(fast.status, 0);
-    EXPECT_GT(fast.out.size(), 80000U);
-    EXPECT_EQ(fast.out, list_all(TSH_TRACE_WORDS).out);
-}
-
-TEST(Enumeration, FollowsAnyRecordAndNone) {
-    const LoadedTree tree(two_commands());
+// Small trees of all kinds, from any of their nodes at any height, in the fuzzer's format.
+TEST(Enumeration, AgreesWithAPlainWalkLikeAllElseThatIsDoneWithATree) {
+    constexpr const char *kWords[] = {"a", "ab", "B", "abc"};
+    constexpr uint32_t kTypes[] = {1, 0x40100001, 0x7F000000};
     const Outcome outcome = in_child([&] {
-        const tree_node_t elsewhere = *tree.node("mode");
-        cmd_gen_mode_single = 1;
-        for (const uint32_t families : {0U, TSH_TRACE_WORDS}) {
-            tsh_debug_filter = families;
-            EXPECT_EQ(generate_cmds(&elsewhere, "x"), 0);
-            EXPECT_EQ(generate_cmds(nullptr, "x"), 0);
+        std::mt19937 random(20250301);
+        for (int round = 0; round < 1000; ++round) {
+            auto nodes = grammar::random_tree(random, kWords, kTypes);
+            for (tree_node_t &node : nodes)
+                node.flags |= random() % 9 == 0 ? TREE_FLAG_EXCLUDED : 0;
+            const size_t size = nodes.size() * TREE_NODE_SIZE;
+            std::string input{static_cast<char>(size), static_cast<char>(size >> 8)};
+            input.append(reinterpret_cast<const char *>(nodes.data()), size);
+            for (const auto number : {random() % 2, 255 - random() % 12, random()})
+                input += static_cast<char>(number);
+            input += "A ab a";
+            LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(input.data()), input.size());
         }
-        return testing::Test::HasFailure();
+        return 0;
     });
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.out, "\n[     1].x  in\n[     2].x  in");
+    const size_t last_line = outcome.err.find_last_of('\n', outcome.err.size() - 2) + 1;
+    EXPECT_EQ(outcome.status, 0) << outcome.err.substr(last_line);
 }
 
 // Two words on each of many levels, each above both of the next: more paths than can be walked.
