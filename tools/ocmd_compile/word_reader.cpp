@@ -247,7 +247,7 @@ void WordReader::take_set(const Pair &pair, const GrammarField &field) {
         const auto text = values_.text(item, [&] { return expected_of(field); });
         const std::optional<Bits> number = text ? read_number(*text) : std::nullopt;
         if (number && (*number)[1] == 0 && (*number)[0] < bits_of(field))
-            set[(*number)[0] / 64] |= uint64_t{1} << (*number)[0] % 64;
+            set[(*number)[0] < 64 ? 0 : 1] |= uint64_t{1} << (*number)[0] % 64;
         else if (text)
             values_.fault_at(item, expected_of(field));
     }

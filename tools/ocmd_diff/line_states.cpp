@@ -185,7 +185,7 @@ Target LineStates::target_of(State state) const {
 
 void LineStates::classify(State state, uint64_t hash) {
     const size_t mask = slots_.size() - 1;
-    for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+    for (size_t slot = static_cast<size_t>(hash) & mask;; slot = (slot + 1) & mask) {
         const Class known = slots_[slot];
         if (known == kNoLines) {
             classes_[state] = slots_[slot] = static_cast<Class>(first_of_class_.size());
@@ -206,7 +206,7 @@ void LineStates::grow_slots() {
     slots_.assign(2 * slots_.size(), kNoLines);
     const size_t mask = slots_.size() - 1;
     for (size_t known = 1; known < hash_of_class_.size(); ++known) {
-        size_t slot = hash_of_class_[known] & mask;
+        size_t slot = static_cast<size_t>(hash_of_class_[known]) & mask;
         while (slots_[slot] != kNoLines)
             slot = (slot + 1) & mask;
         slots_[slot] = static_cast<Class>(known);
