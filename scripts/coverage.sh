@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# How much of the product the tests run: coverage.sh [CTEST ARGUMENTS...]. Builds the preset
+# "coverage", runs all tests (or those that the arguments choose), and prints lines and branches of
+# each room. What no test runs is in build/coverage/gaps.txt. Ends with status 1 below the bounds.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh build tests clang llvm
+build=build/coverage
+cmake --preset coverage >/dev/null
+cmake --build --preset coverage
+rm -rf "$build/profiles"
+ctest --preset coverage -j "$(nproc)" "$@"
+
+# Each program and library counts for itself, in a file that all its processes share.
+llvm-profdata merge -o "$build/tests.profdata" "$build"/profiles/*.profraw
+programs=()
+while read -r program; do
+    programs+=(-object "$program")
+done < <(find "$build" -maxdepth 3 -type f -executable \( -name '*_test' -o -name 'ocmd_*' \))
+llvm-cov export -instr-profile "$build/tests.profdata" "$build/libtsh.so" "${programs[@]}" |
+    scripts/coverage-report.py "$build/gaps.txt"
