@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# Runs a command in a copy of this clone's tracked files inside another Debian system:
+# test-in-root.sh SUITE ARCHITECTURE FOLDER COMMAND... The system is made in the folder once, by
+# debootstrap, and kept X
+set -euo pipefail
+cd "$(dirname "$0")/.."
+suite=$1 architecture=$2 folder=$(realpath -m "$3")
+shift 3
+
+cannot() {
+    echo "no $suite for $architecture here: $1" >&2
+    exit 77
+}
+
+# Mounts and processes of the other system live in namespaces of their own, and end with them
+# however this script ends.
+if [ "${TSH_IN_NAMESPACE:-}" != yes ]; then
+    [ "$(id -u)" = 0 ] || cannot "only root can change into it"
+    scripts/install-packages.sh debootstrap || cannot "debootstrap cannot be installed"
+    namespace=(unshare --mount --pid --fork --kill-child)
+    "${namespace[@]}" true || cannot "this system lets nobody mount"
+    TSH_IN_NAMESPACE=yes exec "${namespace[@]}" scripts/test-in-root.sh "$suite" "$architecture" \
+        "$folder" "$@"
+fi
+
+if [ ! -d "$folder" ]; then
+    unfinished=$folder.unfinished
+    rm -rf "$unfinished"
+    mkdir -p "$unfinished"
+    debootstrap --arch="$architecture" --variant=minbase "$suite" "$unfinished" >"$folder.log" 2>&1 || {
+        tail -n 5 "$folder.log" >&2
+        cannot "debootstrap failed, as $folder.log tells"
+    }
+    echo force-unsafe-io >"$unfinished/etc/dpkg/dpkg.cfg.d/unsafe-io" # quicker; it may be lost
+    mv -T "$unfinished" "$folder"
+fi
+
+# The network as here.
+cp /etc/resolv.conf "$folder/etc/resolv.conf"
+apt-config dump | grep -iE '^Acquire::(http|https)::Proxy ' >"$folder/etc/apt/apt.conf.d/80proxy" || true
+mount -t proc proc "$folder/proc"
+mount --rbind /dev "$folder/dev"
+
+# What was built there stays, for the next run.
+mkdir -p "$folder/house"
+find "$folder/house" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
+git ls-files -z | tar --null -T - --ignore-failed-read -c | tar -x -C "$folder/house" --no-same-owner
+
+# Nothing of the environment here is meant for there, but the way to the network.
+settings=(PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8
+    CTEST_PARALLEL_LEVEL="$(nproc)")
+for name in http_proxy https_proxy no_proxy; do
+    [ -z "${!name:-}" ] || settings+=("$name=${!name}")
+done
+machine=()
+[ "$architecture" != i386 ] || machine=(linux32) # what uname says
+env -i "${settings[@]}" "${machine[@]}" chroot "$folder" \
+    sh -c 'cd /house && exec "$@"' sh "$@" || exit 1

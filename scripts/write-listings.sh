@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Writes what a build makes of trees, which is to be the same on every machine of one byte order:
+# write-listings.sh BUILD FOLDER. In the folder stand afterwards the trees of the example, what each
+# program prints of its main tree, and sums of large random trees and their listings.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+house=$PWD
+build=$(realpath "$1")
+PATH=$build/cmd_gen:$(printf '%s:' "$build"/tools "$build"/tools/*)$PATH
+rm -rf "$2"
+mkdir -p "$2"
+cd "$2"
+
+"$house/examples/switch/make.sh" switch
+ocmd_gen -s switch/main.par >list
+ocmd_gen -gs switch/main.par >dump
+for view in commands nodes json dot; do
+    ocmd_show --"$view" switch/main.par >"$view"
+done
+ocmd_show --yaml switch/bays.par >yaml
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+c++ -std=c++20 -I "$house" "$house/bench/make_tree.cpp" -o "$scratch/make_tree"
+for shape in wide deep shared; do
+    "$scratch/make_tree" "$shape" "$scratch/$shape.par"
+    cksum <"$scratch/$shape.par"
+    ocmd_gen -s "$scratch/$shape.par" | cksum
+    ocmd_gen -gs "$scratch/$shape.par" | cksum
+done >sums
