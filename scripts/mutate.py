@@ -1,0 +1,361 @@
+#!/usr/bin/env python3
+"""Makes small changes in the product, one at a time, and tells which the tests notice.
+
+    scripts/mutate.py [--seed N] [--count N] [--minutes N] [--workers N] [FILE...]
+
+Takes lines of the product (or of the files named) by chance, and changes one thing in each: turns a
+comparison, an operator or a condition, moves a constant by one, returns an empty value, leaves a
+statement out. Each worker has a copy of the house below build/mutate, where it builds the change
+and runs the tests, those of the same room first, until one fails. A change that does not compile,
+or that the compiler makes nothing of, is not counted. The last part of the output lists what was
+not noticed; whether such a change can be seen at all is for a reader to judge. Ends with status 1
+when fewer than nine of ten are noticed."""
+import argparse
+import concurrent.futures
+import dataclasses
+import hashlib
+import json
+import os
+import pathlib
+import random
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+ROOMS = ["platform", "feature", "bmask", "parse_tree", "atnode", "param_reg", "treelink", "cmd_gen",
+         "tools"]
+# Test programs that are about a folder, the quickest first; all others follow.
+RELATED = {
+    "platform": ["tsh_common_test", "bmask_test"],
+    "feature": ["tsh_common_test"],
+    "bmask": ["bmask_test"],
+    "parse_tree": ["tree_check_test", "tree_writer_test", "navigation_test", "ocmd_gen_test"],
+    "atnode": ["navigation_test"],
+    "param_reg": ["registry_test"],
+    "treelink": ["treelink_test", "link_model_test"],
+    "cmd_gen": ["listing_test", "ocmd_gen_test"],
+    "tools/ocmd_link": ["treelink_test"],
+    "tools/ocmd_compile": ["ocmd_compile_test"],
+    "tools/ocmd_show": ["ocmd_show_test"],
+    "tools/ocmd_diff": ["ocmd_diff_test"],
+    "tools/ocmd_find": ["ocmd_find_test"],
+}
+BOUND = 90  # percent
+HOUSE = pathlib.Path(__file__).resolve().parent.parent
+CONFIGURE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -w",
+             "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
+BUILD_LIMIT = 900  # seconds; a change in a header builds nearly everything
+MEMORY_LIMIT = 6 << 30  # bytes, for a change that never stops asking
+FILE_LIMIT = 2 << 30  # bytes, for one that never stops writing
+
+# What is turned into what. Operators stand between blanks, so that no template argument list and no
+# declaration is taken for one.
+SWAPS = [(" < ", " <= "), (" <= ", " < "), (" > ", " >= "), (" >= ", " > "), (" < ", " >= "),
+         (" > ", " <= "), (" == ", " != "), (" != ", " == "), (" && ", " || "), (" || ", " && "),
+         (" + ", " - "), (" - ", " + "), (" * ", " + "), (" / ", " * "), (" % ", " / "),
+         (" += ", " -= "), (" -= ", " += "), (" |= ", " &= "), (" &= ", " |= "), (" & ", " | "),
+         (" | ", " & "), (" << ", " >> "), (" >> ", " << "), ("++", "--"), ("--", "++"),
+         ("true", "false"), ("false", "true"), ("std::min", "std::max"), ("std::max", "std::min")]
+NUMBER = re.compile(r"(?<![\w.'])(0[xX][0-9a-fA-F']+|\d[\d']*)(?=[uUlL]*\b)(?!\.)")
+CONDITION = re.compile(r"\b(?:if|while) \(")
+NEGATION = re.compile(r"(?<![\w)])!(?=[\w(])")
+RETURN = re.compile(r"\breturn ([^;]+);")
+STATEMENT = re.compile(r"\s*(?:break|continue|return|"
+                       r"[*(]*[\w:.\->\[\]]+(?:\(| [-+|&]?= |\+\+|--).*);$")
+NEVER_RUN = re.compile(r"\s*(?:#|static_assert|using |template|[A-Z_]+\()")
+NOT_A_STATEMENT = re.compile(r"^\s*(?:using|static_assert|const|constexpr|auto|extern|typedef)\b")
+LITERAL = re.compile(r'/\*.*?\*/|//[^\n]*|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])\'', re.DOTALL)
+
+
+@dataclasses.dataclass(frozen=True)
+class Change:
+    """One line of a file, as it was and as it becomes."""
+    file: str
+    line: int
+    before: str
+    after: str
+
+
+@dataclasses.dataclass
+class Verdict:
+    """What became of a change: noticed, unnoticed, nothing (the same programs), or no build."""
+    kind: str
+    by: str = ""
+
+
+def without_literals(source):
+    """The source with texts and comments blanked out, each character in its place."""
+    return LITERAL.sub(lambda found: re.sub(r"[^\n]", "_", found.group()), source)
+
+
+def closing(text, start):
+    """Where the parenthesis that opens just before start is closed, or None on another line."""
+    depth = 1
+    for at in range(start, len(text)):
+        depth += {"(": 1, ")": -1}.get(text[at], 0)
+        if depth == 0:
+            return at
+    return None
+
+
+def changed_lines(line, code, code_before):
+    """Every small change of a line, which is its code and texts or comments."""
+    def replaced(start, end, text):
+        return line[:start] + text + line[end:]
+
+    for old, new in SWAPS:
+        edge = r"\b" if old[0].isalpha() else ""
+        for found in re.finditer(edge + re.escape(old) + edge, code):
+            yield replaced(*found.span(), new)
+    for found in NUMBER.finditer(code):
+        digits = found.group(1).replace("'", "")
+        yield replaced(*found.span(1), str(int(digits, 16 if digits[:2] in ("0x", "0X") else
+                                                8 if digits[0] == "0" else 10) + 1))
+    for found in CONDITION.finditer(code):
+        start, end = found.end(), closing(code, found.end())
+        if end is not None and ";" not in code[start:end]:
+            yield replaced(start, end, f"!({line[start:end]})")
+    for found in NEGATION.finditer(code):
+        yield replaced(*found.span(), "")
+    for found in RETURN.finditer(code):
+        if found.group(1) not in ("{}", "nullptr", "false", "0"):
+            yield replaced(*found.span(1), "{}")
+    begins = not code_before.strip() or code_before.endswith((";", "{", "}", ":", ")", "_", "else"))
+    if (begins and STATEMENT.match(code) and not NOT_A_STATEMENT.match(code) and
+            code.count("(") == code.count(")")):
+        yield re.match(r"\s*", line).group() + ";"
+
+
+def all_changes(files):
+    """The changes of each line that has some."""
+    lines = []
+    for file in files:
+        source = (HOUSE / file).read_text(encoding="utf-8")
+        codes = without_literals(source).split("\n")
+        for number, (line, code) in enumerate(zip(source.split("\n"), codes), 1):
+            if NEVER_RUN.match(code):
+                continue
+            before = codes[number - 2] if number > 1 else ""
+            changes = [Change(file, number, line, after)
+                       for after in changed_lines(line, code, before)]
+            if changes:
+                lines.append(changes)
+    return lines
+
+
+def product_files():
+    tracked = subprocess.run(["git", "ls-files", *ROOMS], cwd=HOUSE, check=True, text=True,
+                             stdout=subprocess.PIPE).stdout.split()
+    return [file for file in tracked if file.endswith((".cpp", ".h"))]
+
+
+def limit_resources():
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+    resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_LIMIT, FILE_LIMIT))
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+class Worker:
+    """A copy of the house, its build, and its tests with the seconds that each takes."""
+
+    def __init__(self, number):
+        self.house = HOUSE / "build" / "mutate" / str(number)
+        self.build = self.house / "build"
+        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="mutate-"))
+        self.copy_house()
+        launcher = []
+        if shutil.which("ccache") is not None:  # quick back to what was there before a change
+            launcher.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
+        self.must("cmake", "-S", self.house, "-B", self.build, *CONFIGURE, *launcher)
+        self.must("cmake", "--build", self.build)
+        self.sums = self.image_sums()
+        self.tests = self.find_tests()
+        self.seconds = {}
+        for name in self.tests:
+            began = time.monotonic()
+            if not self.passes(name, BUILD_LIMIT):
+                sys.exit(f"{name} fails before anything is changed")
+            self.seconds[name] = time.monotonic() - began
+
+    def copy_house(self):
+        """The tracked files; what has not changed keeps its time, so that it is not built again."""
+        self.house.mkdir(parents=True, exist_ok=True)
+        tracked = subprocess.run(["git", "ls-files"], cwd=HOUSE, check=True, text=True,
+                                 stdout=subprocess.PIPE).stdout.split("\n")
+        for name in filter(None, tracked):
+            source, copy = HOUSE / name, self.house / name
+            if not source.exists() or (copy.exists() and copy.read_bytes() == source.read_bytes()):
+                continue
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, copy)
+
+    def run(self, command, limit, **options):
+        """The status of a command, or None when it had to be ended."""
+        settings = {**os.environ, "TMPDIR": self.scratch, "CCACHE_BASEDIR": self.house,
+                    "CCACHE_NOHASHDIR": "1"}
+        process = subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL,
+                                   start_new_session=True, env=settings, **options)
+        try:
+            return process.wait(limit)
+        except subprocess.TimeoutExpired:
+            return None
+        finally:
+            try:  # whatever it left running, too
+                os.killpg(process.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            process.wait()
+
+    def must(self, *command):
+        log = self.house.parent / f"{self.house.name}.log"
+        with open(log, "w", encoding="utf-8") as output:
+            if self.run(command, None, stdout=output, stderr=output) != 0:
+                sys.exit(f"cannot prepare a build: see {log}")
+
+    def find_tests(self):
+        """Each test program, run as a whole, and each test that is none, with its command and
+        folder."""
+        shown = subprocess.run(["ctest", "--test-dir", self.build, "--show-only=json-v1"],
+                               check=True, text=True, stdout=subprocess.PIPE).stdout
+        tests = {}
+        for test in json.loads(shown)["tests"]:
+            command = test["command"]
+            folder = next(value["value"] for value in test["properties"]
+                          if value["name"] == "WORKING_DIRECTORY")
+            program = pathlib.Path(command[0]).name
+            if program.endswith("_test"):
+                tests[program] = ([command[0], "--gtest_fail_fast", "--gtest_brief=1"], folder)
+            else:
+                tests[test["name"]] = (command, folder)
+        return tests
+
+    def order(self, file):
+        """The tests' names: those about the file's room, then the others, the quickest first."""
+        room = "/".join(file.split("/")[:2 if file.startswith("tools/") else 1])
+        first = [name for name in RELATED.get(room, []) if name in self.tests]
+        return first + sorted(self.tests.keys() - set(first), key=self.seconds.get)
+
+    def passes(self, name, limit):
+        """Whether a test passes: yes, no, or None when it takes too long."""
+        command, folder = self.tests[name]
+        status = self.run(command, limit, cwd=folder, stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL, preexec_fn=limit_resources)
+        shutil.rmtree(self.scratch, ignore_errors=True)
+        self.scratch.mkdir()
+        return None if status is None else status == 0
+
+    def image_sums(self):
+        """A sum of each program and library, to tell whether a change changes any."""
+        files = [path for path in self.build.rglob("*") if path.is_file() and
+                 os.access(path, os.X_OK) and "CMakeFiles" not in path.parts]
+        contents = {path: path.read_bytes() for path in files}
+        return {path: hashlib.sha256(content).digest() for path, content in contents.items()
+                if content.startswith(b"\x7fELF")}
+
+    def judge(self, change):
+        """Makes a change, builds, tests, and takes it back."""
+        path = self.house / change.file
+        original = path.read_text(encoding="utf-8")
+        lines = original.split("\n")
+        lines[change.line - 1] = change.after
+        path.write_text("\n".join(lines), encoding="utf-8")
+        try:
+            # Not the example's tree, which the tools make: a failure there is none of compilation.
+            targets = ["tests/all", "tools/all", "ocmd_gen"]
+            if self.run(["cmake", "--build", self.build, "--target", *targets],
+                        BUILD_LIMIT, stdout=subprocess.DEVNULL,
+                        stderr=subprocess.DEVNULL) != 0:
+                return Verdict("no build")
+            if self.image_sums() == self.sums:
+                return Verdict("nothing")
+            for name in self.order(change.file):
+                passed = self.passes(name, 3 * self.seconds[name] + 10)
+                if not passed:
+                    return Verdict("noticed", name if passed is False else f"{name}, too slow")
+            return Verdict("unnoticed")
+        finally:
+            path.write_text(original, encoding="utf-8")
+
+
+def show(change, verdict, file=sys.stdout):
+    by = f" by {verdict.by}" if verdict.by else ""
+    print(f"{change.file}:{change.line}: {verdict.kind}{by}\n    - {change.before.strip()}"
+          f"\n    + {change.after.strip()}", file=file, flush=True)
+
+
+class Run:
+    """The changes in the order of chance, and what became of those that were made."""
+
+    def __init__(self, arguments):
+        self.count = arguments.count
+        self.end = time.monotonic() + 60 * arguments.minutes
+        chance = random.Random(arguments.seed)
+        lines = all_changes(arguments.files or product_files())
+        chance.shuffle(lines)
+        self.waiting = iter([chance.choice(changes) for changes in lines])
+        self.lock = threading.Lock()
+        self.verdicts = []
+
+    def next_change(self):
+        with self.lock:
+            counted = sum(verdict.kind in ("noticed", "unnoticed") for _, verdict in self.verdicts)
+            enough = counted >= self.count or time.monotonic() > self.end
+            return None if enough else next(self.waiting, None)
+
+    def work(self, number):
+        worker = Worker(number)
+        try:
+            while (change := self.next_change()) is not None:
+                verdict = worker.judge(change)
+                with self.lock:
+                    self.verdicts.append((change, verdict))
+                    if verdict.kind in ("noticed", "unnoticed"):
+                        show(change, verdict)
+        finally:
+            shutil.rmtree(worker.scratch, ignore_errors=True)
+
+    def of_kind(self, kind):
+        return [(change, verdict) for change, verdict in self.verdicts if verdict.kind == kind]
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--seed", type=int, default=1, help="another sample (%(default)s)")
+    parser.add_argument("--count", type=int, default=100, help="changes that count (%(default)s)")
+    parser.add_argument("--minutes", type=float, default=60, help="at most (%(default)s)")
+    parser.add_argument("--workers", type=int, default=os.cpu_count(), help="copies (%(default)s)")
+    parser.add_argument("files", nargs="*", help="files of the product instead of all")
+    arguments = parser.parse_args()
+
+    run = Run(arguments)
+    with concurrent.futures.ThreadPoolExecutor(arguments.workers) as pool:
+        for done in [pool.submit(run.work, number) for number in range(arguments.workers)]:
+            done.result()
+
+    noticed, unnoticed = run.of_kind("noticed"), run.of_kind("unnoticed")
+    print("\nnot noticed:")
+    for change, verdict in sorted(unnoticed, key=lambda pair: (pair[0].file, pair[0].line)):
+        show(change, verdict)
+    print(f"\n{'room':12} noticed     of")
+    for room in ROOMS:
+        of_room = [verdict.kind for change, verdict in noticed + unnoticed
+                   if change.file.startswith(room + "/")]
+        print(f"{room:12} {of_room.count('noticed'):7} {len(of_room):6}")
+    counted = len(noticed) + len(unnoticed)
+    percent = 100 * len(noticed) / max(counted, 1)
+    print(f"{'all':12} {len(noticed):7} {counted:6}  {percent:.1f} %, "
+          f"{sum('too slow' in verdict.by for _, verdict in noticed)} by their time; not counted: "
+          f"{len(run.of_kind('no build'))} without a build, "
+          f"{len(run.of_kind('nothing'))} that change no program")
+    return int(counted == 0 or percent < BOUND)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
