@@ -46,6 +46,7 @@ RELATED = {
     "tools/ocmd_diff": ["ocmd_diff_test"],
     "tools/ocmd_find": ["ocmd_find_test"],
 }
+COUNTED = ("noticed", "unnoticed")  # the verdicts that say something about the tests
 BOUND = 90  # percent
 HOUSE = pathlib.Path(__file__).resolve().parent.parent
 CONFIGURE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -w",
@@ -304,21 +305,28 @@ class Run:
 
     def next_change(self):
         with self.lock:
-            counted = sum(verdict.kind in ("noticed", "unnoticed") for _, verdict in self.verdicts)
+            counted = sum(verdict.kind in COUNTED for _, verdict in self.verdicts)
             enough = counted >= self.count or time.monotonic() > self.end
             return None if enough else next(self.waiting, None)
 
     def work(self, number):
-        worker = Worker(number)
+        worker = None
         try:
+            worker = Worker(number)
             while (change := self.next_change()) is not None:
-                verdict = worker.judge(change)
-                with self.lock:
-                    self.verdicts.append((change, verdict))
-                    if verdict.kind in ("noticed", "unnoticed"):
-                        show(change, verdict)
+                self.note(change, worker.judge(change))
+        except BaseException:
+            self.end = 0  # for the other workers, too
+            raise
         finally:
-            shutil.rmtree(worker.scratch, ignore_errors=True)
+            if worker is not None:
+                shutil.rmtree(worker.scratch, ignore_errors=True)
+
+    def note(self, change, verdict):
+        with self.lock:
+            self.verdicts.append((change, verdict))
+            if verdict.kind in COUNTED:
+                show(change, verdict)
 
     def of_kind(self, kind):
         return [(change, verdict) for change, verdict in self.verdicts if verdict.kind == kind]
