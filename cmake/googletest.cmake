@@ -1,5 +1,5 @@
 # GoogleTest, as the targets gtest and gtest_main: built here where its sources are found, so that
-# the flags of a build (sanitizers, counting) reach it too; else as it is installed.
+# the flags of a build (sanitizers, -m32, counting) reach it too; else as it is installed.
 find_path(TSH_GOOGLETEST_SOURCES googletest/include/gtest/gtest.h PATHS /usr/src/googletest
           DOC "Folder of GoogleTest's sources" NO_DEFAULT_PATH)
 if(TSH_GOOGLETEST_SOURCES)

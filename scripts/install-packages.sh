@@ -8,6 +8,7 @@ declare -A group=(
     [tests]="googletest python3-jsonschema python3-yaml dpkg-dev file"
     [lint]="git libbenchmark-dev clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"
+    [i386]="gcc-multilib g++-multilib"
 )
 missing=()
 for name in "$@"; do
