@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs a command in a copy of this clone's tracked files inside another Debian system:
 # test-in-root.sh SUITE ARCHITECTURE FOLDER COMMAND... The system is made in the folder once, by
-# debootstrap, and kept for the next run. Ends with the status of the command, or with 77 where there
+# debootstrap, and kept for the next run. Ends with status 1 when the command fails, 77 where there
 # can be no such system.
 set -euo pipefail
 cd "$(dirname "$0")/.."
