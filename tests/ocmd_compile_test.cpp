@@ -191,7 +191,7 @@ TEST_F(Compile, MakesAMainTreeThatListsLikeTheLinkedOne) {
 
 TEST_F(Compile, TellsMistakesAtTheirPlace) {
     for (const char *name : {"mistaken_documents.yaml", "mistaken_words.yaml"}) {
-        const std::string grammar = read_file(TEST_GRAMMARS "/" + std::string{name});
+        const std::string grammar = read_file(TEST_FILES "/grammars/" + std::string{name});
         std::vector<std::string> expected = harness::announced(grammar);
         std::vector<std::string> messages = harness::lines_of(told(grammar));
         std::ranges::sort(expected); // notes speak of other lines

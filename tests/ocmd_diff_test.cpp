@@ -94,12 +94,12 @@ TEST_F(Diff, ComparesLinesAndNotNodes) {
 
 TEST_F(Diff, TellsEveryFieldThatCounts) {
     for (const std::string name : {"fields_before", "fields_after"}) {
-        store(name + ".yaml", harness::read_file(TEST_GRAMMARS "/" + name + ".yaml"));
+        store(name + ".yaml", harness::read_file(TEST_FILES "/grammars/" + name + ".yaml"));
         EXPECT_EQ(shell("ocmd_compile --main -W no-same-word " + name + ".yaml").err, "");
     }
     const std::string trees = " fields_before.par fields_after.par";
     EXPECT_EQ(shell("ocmd_diff --fields" + trees),
-              (Outcome{1, harness::read_file(TEST_GRAMMARS "/fields.diff"), ""}));
+              (Outcome{1, harness::read_file(TEST_FILES "/grammars/fields.diff"), ""}));
     EXPECT_EQ(shell("ocmd_diff --fields --stat" + trees).out, "- 0\n+ 0\n~ 11\n");
     EXPECT_EQ(shell("ocmd_diff" + trees).out, "");
 }

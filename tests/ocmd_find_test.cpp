@@ -19,7 +19,7 @@ using harness::Outcome;
 class Find : public harness::ScratchTest {
 protected:
     Find() {
-        store("main.yaml", harness::read_file(TEST_GRAMMARS "/lamps.yaml"));
+        store("main.yaml", harness::read_file(TEST_FILES "/grammars/lamps.yaml"));
         EXPECT_EQ(shell("ocmd_compile --main main.yaml").err, "");
     }
 
@@ -104,7 +104,7 @@ TEST_F(Find, PointsAtTheWordThatIsNotKnown) {
 // ---- Saved configurations ----
 
 TEST_F(Find, PointsIntoAConfigurationWhereItGoesWrong) {
-    const std::string config = harness::read_file(TEST_GRAMMARS "/lamps.config");
+    const std::string config = harness::read_file(TEST_FILES "/grammars/lamps.config");
     EXPECT_EQ(complaints(config), harness::announced(config));
     EXPECT_EQ(complaints("lamp 4\r\n dark\r\nshow lanes"), std::vector<std::string>{});
     EXPECT_EQ(complaints(std::string("show lanes\0\n", 12)),

@@ -138,7 +138,7 @@ protected:
 
     // Compiles a grammar of those beside this file to NAME.par.
     void compile(const std::string &name, const std::string &options = "") const {
-        store(name + ".yaml", read_file(TEST_GRAMMARS "/" + name + ".yaml"));
+        store(name + ".yaml", read_file(TEST_FILES "/grammars/" + name + ".yaml"));
         EXPECT_EQ(shell("ocmd_compile -W no-dead-end -W no-same-word -W no-redirect-root " +
                         options + " " + name + ".yaml"),
                   "");
@@ -210,7 +210,7 @@ TEST_F(Show, ShowsTreesInEveryForm) {
         for (const std::string form : {"summary", "commands", "nodes", "dot"}) {
             const std::string mode = form == "summary" ? "" : "--" + form;
             EXPECT_EQ(shell("ocmd_show " + mode + " " + file),
-                      read_file(TEST_GRAMMARS "/" + file.substr(0, file.size() - 3) + form));
+                      read_file(TEST_FILES "/grammars/" + file.substr(0, file.size() - 3) + form));
         }
     store(Nodes(2));
     EXPECT_EQ(shell("ocmd_show main.par | grep unreach"), "  unreachable nodes:       1\n");
