@@ -8,6 +8,7 @@
 #include "treelink/file_replacement.h"
 #include "treelink/link_driver.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -44,6 +45,8 @@ protected:
 
     harness::ScratchDir scratch_;
 };
+
+const std::regex kAddresses("-?[0-9]+, new is -?[0-9]+ |-?[0-9]+ Location:-?[0-9]+");
 
 // One subtree as it stands in a file.
 std::string stored(Nodes nodes, const std::string &names = "a,b") {
@@ -396,6 +399,22 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
                   "ocmd_link: x.par: nothing to link: it holds no subtree\n");
 }
 
+TEST_F(Link, ShowsItsStepsToWhoDebugsIt) {
+    const Outcome outcome = harness::in_child([&] {
+        std::filesystem::current_path(path(""));
+        debug_flag = 1;
+        store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
+        treelink_output_stream_set(stdout);
+        static par_file_list_t list{{}, 0};
+        strcpy(list.entries[0].file_name, "tree.par");
+        return update_main_parse_tree_file(&list, "root.par", "main.par", 0);
+    });
+    EXPECT_EQ(outcome.status, 0);
+    auto told = harness::lines_of(std::regex_replace(outcome.out, kAddresses, ""));
+    std::ranges::sort(told); // GLib chooses the order of a table
+    EXPECT_EQ(told, harness::lines_of(read_file(TEST_FILES "/traces/link.txt")));
+}
+
 // The operations beside the link itself, as other programs call them.
 TEST_F(Link, ServesOtherPrograms) {
     store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
@@ -419,8 +438,11 @@ TEST_F(Link, ServesOtherPrograms) {
         subtree_entry_t *roots = &ours;
         treelink_cleanup(&none, &roots, nullptr);
         ours.path_count = 1;
-        const int32_t names = extract_path(nullptr, ours.attach_paths);
+        int32_t names = extract_path(nullptr, ours.attach_paths);
         printf("%d %d\n", names, ours.path_count);
+        names = extract_path("one,,two", ours.attach_paths);
+        printf("%d %d %s\n", names, ours.path_count, ours.attach_paths[1]);
+        printf("%d\n", get_main_parse_tree(nullptr, &tree));
         tsh_main_tree = nullptr; // then one under construction, which is no tree yet
         tsh_main_tree_node_count = 0;
         assign_space(0, 1);
@@ -430,8 +452,7 @@ TEST_F(Link, ServesOtherPrograms) {
         return assign_space(0, 6);
     });
     EXPECT_EQ(outcome.err, "Error: Parser file / could not be opened \n");
-    const std::regex addresses("-?[0-9]+, new is -?[0-9]+ ");
-    EXPECT_EQ(std::regex_replace(outcome.out, addresses, ""), R"(-1
+    EXPECT_EQ(std::regex_replace(outcome.out, kAddresses, ""), R"(-1
 Done reading header file /dev/null
 *** Fatal error: Not able to read main parser file 
 -1
@@ -444,6 +465,10 @@ Done with ntoh conversion of temp tree
 12 one
 12
 0 0
+2 2 two
+
+Error: main par file not specified 
+-1
 Old size = 5, Numnodes = 6, Allocated memory = 10 
 Old memory was 
 0:  "" 0 7 65535
