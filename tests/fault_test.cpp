@@ -26,6 +26,10 @@ struct Scenario {
     const char *circumstance = ""; // faults of every run, which take it another way
 };
 
+void PrintTo(const Scenario &scenario, std::ostream *stream) {
+    *stream << scenario.command;
+}
+
 const std::set<int> kUtility{1};
 const std::set<int> kTool{2};
 constexpr int kLinkWithoutMemory = 100; // it ends where it stands

@@ -10,6 +10,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -121,9 +122,21 @@ TEST_F(Find, IsNotImpressedByBadDays) {
     store("saved", "show lanes\n");
     EXPECT_EQ(shell("ocmd_find main.par --config - --config=none <saved"),
               (Outcome{2, "", "ocmd_find: none: cannot be opened: No such file or directory\n"}));
-    EXPECT_EQ(shell("ocmd_find main.par --config=. 2>&1").status, 2);
-    EXPECT_EQ(shell("ocmd_find none.par show 2>&1").status, 2);
-    EXPECT_EQ(shell("ocmd_find main.par 2>&1").status, 2);
+    const std::pair<const char *, const char *> refused[] = {
+        {"main.par --config=.", "ocmd_find: .: cannot be read: Is a directory"},
+        {"none.par show", "ocmd_find: none.par: cannot be opened: No such file or directory"},
+        {"main.par", "ocmd_find: no words to look up"},
+        {"main.par ''", "ocmd_find: no words to look up"},
+        {"main.par show --config=saved", "ocmd_find: either words or --config, not both"},
+        {"- --config=- <saved", "ocmd_find: standard input cannot be both the tree and a"},
+        {"", "ocmd_find: no file"},
+        {"main.par $(yes show | head -n 512)", "ocmd_find: more than 511 words"},
+    };
+    for (const auto &[arguments, told] : refused) {
+        const Outcome outcome = shell(std::string("ocmd_find ") + arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_TRUE(outcome.err.starts_with(told)) << outcome.err;
+    }
     EXPECT_EQ(shell("head -c 2500 main.par >cut.par; ocmd_find cut.par show 2>&1").status, 1);
     EXPECT_EQ(shell("head -c 3000 main.par >cut.par; ocmd_find cut.par show 2>&1").status, 1);
     // One line of 30 MB, and one of as many words as there can be.
