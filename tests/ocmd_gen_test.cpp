@@ -129,6 +129,12 @@ TEST_F(Utility, RefusesFilesThatAreNoTreeAndTellsWhy) {
          no_redirect_root + "; it looks like a gzip file\n", not_found},
         {"cp plain.par main.par",
          problem + "main.par: its size of 11025" + odd_size + "; it looks like a subtree file\n"},
+        {"(head -c 10 plain.par; printf '\\4\\1'; tail -c +13 plain.par) > main.par", // of 1025
+         problem + "main.par: its size of 11025" + odd_size + "\n"},
+        {"(head -c 12 plain.par; printf '\\0\\0\\0\\1'; tail -c +17 plain.par) > main.par",
+         problem + "main.par: its size of 11025" + odd_size + "\n"},
+        {"head -c 11024 plain.par > main.par",
+         problem + "main.par: its size of 11024" + odd_size + "\n"},
         {"tail -c +26 plain.par > main.par",
          "main.par: node 0 \"root\": child_count is above 192; it looks like network byte order\n"},
         {"rm main.par; mkdir main.par", problem + "main.par: it is not a regular file\n"},

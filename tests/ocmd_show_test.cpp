@@ -454,8 +454,10 @@ TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {
     EXPECT_EQ(shell("ocmd_show --commands main.par empty.par"), "main.par:\nup\nempty.par:\n");
     EXPECT_EQ(shell("ocmd_show --yaml empty.par main.par"),
               "# empty.par\n# main.par\nredirect_root: no\nwords:\n  up: {terminal: yes}\n");
-    for (const char *wrong : {"", "--dot --json main.par", "--levels=1 main.par",
-                              "--dot --levels=-1 main.par", "--kind=tree main.par"})
+    for (const char *wrong :
+         {"", "--dot --json main.par", "--levels=1 main.par", "--below=up main.par",
+          "--dot --levels=-1 main.par", "--dot --levels=:1 main.par", "--dot --levels=1x main.par",
+          "--kind=tree main.par", "--none main.par"})
         EXPECT_EQ(
             shell("ocmd_show " + std::string(wrong) + " >said 2>&1; s=$?; tail -n 1 said; exit $s"),
             "Try 'ocmd_show --help'.\nstatus 2");
