@@ -35,71 +35,9 @@ protected:
 
 // ---- One line ----
 
-TEST_F(Find, TellsAllAboutAnAbbreviatedLine) {
-    EXPECT_EQ(shell("ocmd_find main.par SH lamps 2").out, "command:     show lamps <INTEGER>[o]\n"
-                                                          "line:        show lamps 2\n"
-                                                          "complete:    yes\n"
-                                                          "node:        one (3)\n"
-                                                          "follows:\n"
-                                                          "  wear\n");
-    EXPECT_EQ(shell("ocmd_find main.par show").out, "command:     show\n"
-                                                    "line:        show\n"
-                                                    "complete:    no\n"
-                                                    "node:        show (1)\n"
-                                                    "follows:\n"
-                                                    "  lamps  Lamps and who lit them\n"
-                                                    "  lanes\n"
-                                                    "  lane\n");
-    EXPECT_EQ(shell("ocmd_find main.par lam 3 / br 7").out,
-              "command:     lamp <INTEGER> / bright <INTEGER>\n"
-              "line:        lamp 3 / bright 7\n"
-              "complete:    yes\n"
-              "node:        parameter (10)\n"
-              "function:    lamp_bright\n");
-    EXPECT_EQ(shell("ocmd_find main.par lam 3").out, "command:     lamp <INTEGER>\n"
-                                                     "line:        lamp 3\n"
-                                                     "complete:    yes\n"
-                                                     "node:        lamp number (8)\n"
-                                                     "help:        Which lamp\n"
-                                                     "mode:        lamp\n"
-                                                     "submode:     Arranging a lamp\n"
-                                                     "commands of the submode:\n"
-                                                     "  bright\n"
-                                                     "  label\n"
-                                                     "  dark\n"
-                                                     "  lane\n");
-    const std::string first_lines = " | head -n 3";
-    EXPECT_EQ(shell("ocmd_find main.par 'lam 3 / lab lef of / it'" + first_lines).out,
-              "command:     lamp <INTEGER> / label <LINE>\n"
-              "line:        lamp 3 / label lef of / it\n"
-              "complete:    yes\n");
-    EXPECT_EQ(shell("ocmd_find main.par sh lamps wear" + first_lines).out,
-              "command:     show lamps <INTEGER>[o] wear\n"
-              "line:        show lamps wear\n"
-              "complete:    yes\n");
-    EXPECT_EQ(shell("ocmd_find main.par pace7" + first_lines).out,
-              "command:     pace<INTEGER>\nline:        pace7\ncomplete:    yes\n");
-}
-
-TEST_F(Find, PointsAtTheWordThatIsNotKnown) {
-    EXPECT_EQ(shell("ocmd_find main.par sho LANE").status, 0); // in full, though it begins another
-    EXPECT_EQ(shell("ocmd_find main.par show la 7"),
-              (Outcome{1, "",
-                       "ocmd_find: 'la' is ambiguous: lamps, lane, lanes\n"
-                       "  show la 7\n"
-                       "       ^^\n"
-                       "  lamps  Lamps and who lit them\n"
-                       "  lane\n"
-                       "  lanes\n"}));
-    EXPECT_EQ(shell("ocmd_find main.par lamp 3 / brihgt"),
-              (Outcome{1, "",
-                       "ocmd_find: 'brihgt' is unknown here, did you mean 'bright'?\n"
-                       "  lamp 3 / brihgt\n"
-                       "           ^^^^^^\n"
-                       "  bright\n"
-                       "  label\n"
-                       "  dark\n"
-                       "  lane\n"}));
+TEST_F(Find, AnswersWhatALineStandsForOrPointsAtTheWordThatIsNotKnown) {
+    const std::string answers = harness::read_file(TEST_FILES "/transcripts/answers.txt");
+    EXPECT_EQ(replayed(answers), answers);
 }
 
 // ---- Saved configurations ----

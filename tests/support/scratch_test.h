@@ -25,6 +25,21 @@ protected:
         return scratch_.shell(command);
     }
 
+    // A transcript as its commands, the lines that begin with "$ ", make it: behind each what it
+    // prints, complaints included, and a status that is not 0.
+    [[nodiscard]] std::string replayed(const std::string &transcript) const {
+        std::string text;
+        for (const std::string &line : lines_of(transcript)) {
+            if (!line.starts_with("$ "))
+                continue;
+            const Outcome outcome = shell("exec 2>&1; " + line.substr(2));
+            text += line + "\n" + outcome.out;
+            if (outcome.status != 0)
+                text += "status " + std::to_string(outcome.status) + "\n";
+        }
+        return text;
+    }
+
 private:
     ScratchDir scratch_;
 };
