@@ -62,6 +62,7 @@ TEST_F(Find, IsNotImpressedByBadDays) {
               (Outcome{2, "", "ocmd_find: none: cannot be opened: No such file or directory\n"}));
     const std::pair<const char *, const char *> refused[] = {
         {"main.par --config=.", "ocmd_find: .: cannot be read: Is a directory"},
+        {"main.par --config=/dev/zero", "ocmd_find: /dev/zero: a line of more than 67108864 bytes"},
         {"none.par show", "ocmd_find: none.par: cannot be opened: No such file or directory"},
         {"main.par", "ocmd_find: no words to look up"},
         {"main.par ''", "ocmd_find: no words to look up"},

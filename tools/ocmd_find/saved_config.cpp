@@ -6,9 +6,7 @@
 #include "tools/support/program.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <optional>
 #include <utility>
 
@@ -22,30 +20,23 @@ constexpr uint32_t kMostNearest = 200;
 // No shell is deeper inside: its stack of ancestors holds no more.
 constexpr size_t kMostLevels = TREE_MAX_LEVELS;
 
+// More than any shell writes; what has no end is not read to it.
+constexpr size_t kMostLineBytes = size_t{1} << 26U;
+
 // The stream's next line, without its newline.
-class LineReader {
-public:
-    explicit LineReader(FILE *stream) : stream_(stream) {}
-    ~LineReader() { free(bytes_); }
-    LineReader(const LineReader &) = delete;
-    LineReader &operator=(const LineReader &) = delete;
-
-    std::optional<std::string> next() {
-        errno = 0;
-        const ssize_t length = getline(&bytes_, &size_, stream_);
-        if (length < 0)
-            return std::nullopt;
-        std::string line{bytes_, static_cast<size_t>(length)};
-        if (line.ends_with('\n'))
-            line.pop_back();
-        return line;
+std::optional<std::string> next_line(FILE *stream, const std::string &name) {
+    std::string line;
+    int byte = getc_unlocked(stream);
+    if (byte == EOF)
+        return std::nullopt;
+    for (; byte != EOF && byte != '\n'; byte = getc_unlocked(stream)) {
+        if (line.size() == kMostLineBytes)
+            tool::fail("%s: a line of more than %zu bytes, too long for a configuration",
+                       name.c_str(), kMostLineBytes);
+        line += static_cast<char>(byte);
     }
-
-private:
-    FILE *stream_;
-    char *bytes_ = nullptr;
-    size_t size_ = 0;
-};
+    return line;
+}
 
 // Of lines that are no command, the one that more is known of tells the fault best.
 bool is_closer(const Resolution &one, const Resolution &other) {
@@ -69,12 +60,11 @@ bool ConfigCheck::check(FILE *stream, const std::string &name) {
     line_number_ = 0;
     nearest_left_ = kMostNearest;
     bool are_all_known = true;
-    LineReader lines{stream};
-    while (std::optional<std::string> line = lines.next()) {
+    while (std::optional<std::string> line = next_line(stream, name)) {
         ++line_number_;
         are_all_known = check_line(std::move(*line)) && are_all_known;
     }
-    if (ferror(stream) != 0 || errno == ENOMEM)
+    if (ferror(stream) != 0)
         tool::fail("%s: cannot be read: %s", name.c_str(), strerror(errno));
     return are_all_known;
 }
