@@ -135,10 +135,16 @@ TEST(TreeCheck, WithoutMemoryClearsNoTree) {
         failing_malloc::disarm();
         EXPECT_EQ(cyclic, 1) << failing;
     }
+    tsh_tree_fault_t told{};
+    const auto keep = [](const tsh_tree_fault_t *fault, void *kept) -> int32_t {
+        *static_cast<tsh_tree_fault_t *>(kept) = *fault;
+        return 0;
+    };
     failing_malloc::arm(1);
-    const uint32_t faults = tsh_tree_check(nodes.data(), 3, nullptr, nullptr);
+    const uint32_t faults = tsh_tree_check(nodes.data(), 3, keep, &told);
     failing_malloc::disarm();
     EXPECT_EQ(faults, 1U);
+    EXPECT_EQ(text_of(nodes, told), "cycle: node 0 \"\": no memory to look for cycles\n");
 }
 
 } // namespace
