@@ -353,7 +353,7 @@ TEST_F(Compile, RefusesWhatItCannotDo) {
         {"ocmd_compile --main -o m.par a.yaml a.yml", 1, "a.yml:1:1: a main tree is made of one"},
         {"cat a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
         {"tr '\\n' '\\r' <a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
-        {"printf 'b:\\r\\nc: \\r' | ocmd_compile -o b.par -", 1,
+        {R"(printf 'b:\r\nc: \r' | ocmd_compile -o b.par -)", 1,
          "standard input:2:1: unknown key 'c'"},
         {"echo 'below: x' | cat - a.yaml | ocmd_compile --main -o m.par -", 1,
          "a main tree is attached to nothing"},

@@ -131,7 +131,7 @@ TEST_F(Utility, RefusesFilesThatAreNoTreeAndTellsWhy) {
          problem + "main.par: its size of 11025" + odd_size + "; it looks like a subtree file\n"},
         {"(head -c 10 plain.par; printf '\\4\\1'; tail -c +13 plain.par) > main.par", // of 1025
          problem + "main.par: its size of 11025" + odd_size + "\n"},
-        {"(head -c 12 plain.par; printf '\\0\\0\\0\\1'; tail -c +17 plain.par) > main.par",
+        {R"((head -c 12 plain.par; printf '\0\0\0\1'; tail -c +17 plain.par) > main.par)",
          problem + "main.par: its size of 11025" + odd_size + "\n"},
         {"head -c 11024 plain.par > main.par",
          problem + "main.par: its size of 11024" + odd_size + "\n"},

@@ -126,18 +126,18 @@ protected:
     void store(const Nodes &nodes) const { store("main.par", nodes); }
 
     // What a command prints, complaints included, and its status unless that is 0.
-    std::string shell(const std::string &command) const {
+    std::string shell(const std::string &command) {
         const auto outcome = ScratchTest::shell("exec 2>&1; " + command);
         return outcome.out +
                (outcome.status == 0 ? "" : "status " + std::to_string(outcome.status));
     }
-    [[nodiscard]] std::string last_line(const std::string &command) const {
+    std::string last_line(const std::string &command) {
         const std::string said = shell(command + " | tail -n 1");
         return said.substr(said.find_last_of(' ') + 1);
     }
 
     // Compiles a grammar of those beside this file to NAME.par.
-    void compile(const std::string &name, const std::string &options = "") const {
+    void compile(const std::string &name, const std::string &options = "") {
         store(name + ".yaml", read_file(TEST_FILES "/grammars/" + name + ".yaml"));
         EXPECT_EQ(shell("ocmd_compile -W no-dead-end -W no-same-word -W no-redirect-root " +
                         options + " " + name + ".yaml"),
@@ -145,7 +145,7 @@ protected:
     }
 
     // The nodes of bays.yaml.
-    [[nodiscard]] Nodes device() const {
+    Nodes device() {
         compile("bays", "-W no-bounds --main");
         const std::string bytes = read_file(path("bays.par"));
         Nodes nodes(bytes.size() / sizeof(tree_node_t));
@@ -209,7 +209,7 @@ TEST_F(Show, ShowsTreesInEveryForm) {
     for (const std::string file : {"bays.par", "odd_texts.par"})
         for (const std::string form : {"summary", "commands", "nodes", "dot"}) {
             const std::string mode = form == "summary" ? "" : "--" + form;
-            EXPECT_EQ(shell("ocmd_show " + mode + " " + file),
+            EXPECT_EQ(shell(("ocmd_show " + mode).append(" ").append(file)),
                       read_file(TEST_FILES "/grammars/" + file.substr(0, file.size() - 3) + form));
         }
     store(Nodes(2));
@@ -344,7 +344,7 @@ TEST_F(Show, WritesEveryByteAsJson) {
 TEST_F(Show, WritesGrammarsThatCompileToTheSameBytes) {
     for (const std::string name : {"canonical", "odd_texts"}) {
         compile(name);
-        EXPECT_EQ(shell("ocmd_show --yaml " + name + ".par | diff " + name + ".yaml -"), "");
+        EXPECT_EQ(shell("f=" + name + "; ocmd_show --yaml $f.par | diff $f.yaml -"), "");
     }
     const std::string there_and_back =
         "ocmd_show --yaml main.par >main.yaml && ocmd_compile --main -W no-same-word -W no-bounds "
@@ -414,7 +414,7 @@ TEST_F(Show, DrawsAPartOfATree) {
     for (const std::string line :
          {"bay <STRING>[o] / lane<INTEGERINTEGER RANGE> / up <INTERFACE>[o]",
           "bay <STRING> lane<INTEGERINTEGER RANGE> up <INTERFACE>"})
-        EXPECT_EQ(shell("ocmd_show --dot --below '" + line + "'" + drawn), interface);
+        EXPECT_EQ(shell(("ocmd_show --dot --below '" + line).append("'").append(drawn)), interface);
     EXPECT_EQ(shell("ocmd_show --dot --below 'show bay' main.par"),
               "ocmd_show: main.par: no command line begins with \"show bay\"\nstatus 1");
 }
