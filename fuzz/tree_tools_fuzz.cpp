@@ -8,7 +8,7 @@
 #include "tools/ocmd_diff/difference_count.h"
 #include "tools/ocmd_diff/difference_list.h"
 #include "tools/ocmd_show/modes.h"
-#include "tools/support/command_lines.h"
+#include "tools/support/command_count.h"
 #include "tools/support/types.h"
 
 #include <algorithm>

@@ -10,10 +10,11 @@
 namespace find {
 
 Forest::Forest(const tool::TreeFile &file) {
+    size_t next_root = 0;
     for (const tool::TreeRecord &record : file.records()) {
-        const auto root = static_cast<NodeNumber>(size_);
+        const auto root = static_cast<NodeNumber>(next_root);
         trees_.push_back({root, record.nodes.data()});
-        size_ += record.nodes.size();
+        next_root += record.nodes.size();
         if (tool::begins_with_root(file, record)) {
             first_.push_back(root);
             continue;

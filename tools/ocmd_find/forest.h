@@ -26,8 +26,6 @@ public:
     /// The index of a node in its tree.
     [[nodiscard]] uint32_t index_of(NodeNumber number) const;
 
-    [[nodiscard]] size_t size() const { return size_; }
-
 private:
     struct Tree {
         NodeNumber root;
@@ -37,7 +35,6 @@ private:
 
     std::vector<Tree> trees_;
     std::vector<NodeNumber> first_;
-    size_t size_ = 0;
 };
 
 } // namespace find

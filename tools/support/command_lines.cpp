@@ -3,6 +3,7 @@
 #include "tools/support/command_lines.h"
 
 #include "cmd_gen/word.h"
+#include "tools/support/command_count.h"
 
 #include <array>
 
@@ -19,11 +20,11 @@ std::string word_of(const tree_node_t &node) {
     return {word.data(), tsh_word_text(&node, word.data(), word.size())};
 }
 
-SpelledTree::SpelledTree(Nodes nodes)
-    : links_(nodes), below_(count_lines_below(links_, children_first(links_))) {
+SpelledTree::SpelledTree(Nodes nodes) : links_(nodes) {
+    const HugeVector<Count> below = count_lines_below(links_, children_first(links_));
     std::vector<bool> leads_to_line(nodes.size());
     for (uint32_t node = 0; node < nodes.size(); ++node)
-        leads_to_line[node] = links_.has_line(node) || !below_[node].is_zero();
+        leads_to_line[node] = links_.has_line(node) || !below[node].is_zero();
     links_.keep_links_to(leads_to_line);
 
     spelled_.reserve(nodes.size());

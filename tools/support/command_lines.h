@@ -4,7 +4,7 @@
 //     bay <INTERFACE> / label <LINE>
 #pragma once
 
-#include "tools/support/command_count.h"
+#include "tools/support/huge_vector.h"
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
 #include "tools/support/tree_shape.h"
@@ -40,9 +40,6 @@ public:
         return links_.below(node);
     }
 
-    /// Lines below the node, its own not counted.
-    [[nodiscard]] const Count &lines_below(uint16_t node) const { return below_[node]; }
-
     /// Hands over, each with its newline and readable in whole chunks, the words of nodes from
     /// `next` on, as long as they end a line with nothing below it. @return the first that does
     /// not.
@@ -68,7 +65,6 @@ private:
     void spell(const tree_node_t &node);
 
     LinkTable links_;
-    HugeVector<Count> below_;
     std::vector<Spelled> spelled_;
     HugeVector<char> words_; // each with a newline behind it
 };
