@@ -23,6 +23,7 @@ class CapturedOutput {
 public:
     explicit CapturedOutput(int descriptor = STDOUT_FILENO)
         : descriptor_(descriptor), before_(dup(descriptor)), file_(memfd_create("output", 0)) {
+        fflush(stdout); // what was printed before is none of it
         if (dup2(file_, descriptor_) < 0)
             abort();
     }
