@@ -293,6 +293,7 @@ TEST_F(Show, TellsWhatOfAFileIsMissing) {
         {bytes_of(Nodes(65540)), 1,
          "only the first 65536 of 65540 nodes can be reached; the others are left out"},
         {plain.substr(0, record + 9), 1, "record 2: the file ends inside its header"},
+        {plain.substr(0, record + 26), 1, "record 2: the file ends inside it; left out"},
         {plain.substr(0, plain.size() - 1), 1, "record 2: the file ends inside it; left out"},
         {spoiled, 1,
          "record 2: spoiled: 1025 bytes of attach path and 1000 of nodes; left out with all that "
