@@ -280,6 +280,11 @@ TEST(MainTree, IsMappedReadAndReleased) {
     ASSERT_EQ(verify_and_read_parse_tree(path.c_str(), &read), count);
     EXPECT_EQ(std::string(read->name, bytes.size()), bytes);
     free_main_parse_tree(read);
+    if (failing_malloc::available()) {
+        failing_malloc::arm(1);
+        EXPECT_EQ(verify_and_read_parse_tree(path.c_str(), &read), -1);
+        failing_malloc::disarm();
+    }
     harness::write_file(path, "x");
     const Outcome failures = in_child([&] {
         const tsh_generic_node_t hanging{0, {0, 1, 0}};

@@ -109,9 +109,10 @@ TEST_F(Diff, TellsEveryFieldThatCounts) {
 TEST_F(Diff, ReadsFilesOfEveryKind) {
     const Word before = keyword("lamp").child(keyword("dark").terminal());
     const Word after = keyword("lamp").child(keyword("unlit").terminal());
-    grammar::write_subtree_file(shell("printf $PWD/old.sub").out, {{before, "root"}});
+    grammar::write_subtree_file(shell("printf $PWD/old.sub").out,
+                                {{before, "root"}, {keyword("early").terminal(), "root"}});
     store("new.par", main_root({after}));
-    const std::string told = "- lamp dark\n+ lamp unlit\n";
+    const std::string told = "- lamp dark\n+ lamp unlit\n- early\n";
     EXPECT_EQ(shell("ocmd_diff old.sub new.par"), (Outcome{1, told, ""}));
     EXPECT_EQ(shell("ocmd_diff - new.par <old.sub"), (Outcome{1, told, ""}));
     EXPECT_EQ(shell("ocmd_diff -q old.sub new.par"), (Outcome{1, "", ""}));

@@ -272,6 +272,7 @@ TEST_F(Link, ReplacesAllOrNothing) {
                   not_written("none/main.par", "No such file or directory"));
     EXPECT_EQ(shell("ocmd_link -o there root.par >&- 2>&-; echo $?"), "0\n");
     EXPECT_EQ(shell("ocmd_link -o /dev/stdout root.par | cmp - there"), "");
+    EXPECT_EQ(shell("ocmd_link -o - root.par <&- | cmp - there"), "");
     EXPECT_EQ(shell("ocmd_link -v -p . -o - - < root.par 2>err | cmp - there"), "");
     EXPECT_EQ(shell("ocmd_link -n -o net root.par; cmp net there | wc -l; "
                     "od -An -tx1 -j 566 -N 4 net"),
@@ -394,7 +395,10 @@ TEST_F(Link, ShowsItsStepsToWhoDebugsIt) {
 // The operations beside the link itself, as other programs call them.
 TEST_F(Link, ServesOtherPrograms) {
     store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
+    store_prebuilt("main_tree.pars", keyword("probe"));
+    std::string folder = path("");
     const Outcome outcome = harness::in_child([&] {
+        prebuilt_main_tree_path = folder.data();
         tree_node_t *tree = nullptr;
         debug_flag = 1;
         for (const std::string &name :
@@ -419,6 +423,8 @@ TEST_F(Link, ServesOtherPrograms) {
         names = extract_path("one,,two", ours.attach_paths);
         printf("%d %d %s\n", names, ours.path_count, ours.attach_paths[1]);
         printf("%d\n", get_main_parse_tree(nullptr, &tree));
+        main_tree_to_dl_hash();
+        printf("%d\n", node_pickup_from_main_tree("nowhere", nullptr, &ours));
         tsh_main_tree = nullptr; // then one under construction, which is no tree yet
         tsh_main_tree_node_count = 0;
         assign_space(0, 1);
@@ -445,6 +451,7 @@ Done with ntoh conversion of temp tree
 
 Error: main par file not specified 
 -1
+0
 Old size = 5, Numnodes = 6, Allocated memory = 10 
 Old memory was 
 0:  "" 0 7 65535
