@@ -136,7 +136,9 @@ TEST_F(Link, NamesItsFiles) {
         const auto link = [&] {
             tree_node_t *tree = nullptr;
             verbose = 1;
-            return printf("%d\n", get_linked_parse_tree(&tree, &list, "root.par"));
+            printf("%d\n", get_linked_parse_tree(&tree, &list, "root.par"));
+            free(tree);
+            return 0;
         };
         const Outcome outcome = harness::in_child(link);
         EXPECT_EQ(outcome.out, out);
