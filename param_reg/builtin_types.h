@@ -14,8 +14,9 @@
  * ends the process with status 1 after a message on standard output. @return 0. */
 TSH_API int32_t init_params(void);
 
-/** The same, without ending the process. @return the number of built-in types that could not be
- * registered. */
+/** The same, without ending the process: after a registration that fails the others are tried all
+ * the same, and those made stay. @return the number of types that could not be registered, of a
+ * registry that has them already all of them. */
 TSH_API uint32_t tsh_builtin_types_register(void);
 
 #endif
