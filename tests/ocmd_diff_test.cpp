@@ -82,10 +82,10 @@ TEST_F(Diff, KeepsLinesOfOneParentTogetherInTheOrderOfTheirTree) {
 TEST_F(Diff, ComparesLinesAndNotNodes) {
     const Word end = keyword("end").terminal();
     const Word shared = main_root({keyword("a").child(end), keyword("b").child(end)});
-    const Word copied = main_root({keyword("b").child(keyword("end").terminal()),
-                                   keyword("a").named("a1").child(keyword("end").terminal()),
-                                   keyword("a").named("a2").child(structural("gap").child(
-                                       keyword("end").named("end2").terminal()))});
+    const Word copied = main_root(
+        {keyword("b end").terminal(), keyword("a").named("a1").child(keyword("end").terminal()),
+         keyword("a").named("a2").child(
+             structural("gap").child(keyword("end").named("end2").terminal()))});
     EXPECT_EQ(diff(shared, copied), "");
     EXPECT_EQ(diff(shared, copied, "--stat"), "");
 }

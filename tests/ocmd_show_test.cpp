@@ -404,6 +404,7 @@ TEST_F(Show, DrawsAPartOfATree) {
 "show\n+2"];
 "bay\n+1"];
 "none\n+1"];
+"rest",style="bold"];
 "tsh_redirect_root\n+1",shape=diamond];
 )");
     const std::string interface =

@@ -8,6 +8,7 @@
 #include "tests/support/harness.h"
 #include "tests/support/replay.h"
 
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -128,6 +129,10 @@ TEST(TreeWriter, StoresEveryFieldMostSignificantByteFirst) {
         EXPECT_EQ(record.substr(offset, bytes.size()), bytes) << "at " << offset;
     const std::string command = "gzip -dc \"$0\" | od -An -tx1 -j12 -N4";
     EXPECT_EQ(harness::run({"sh", "-c", command, scratch.path("tree")}).out, " 00 00 0f a0\n");
+
+    std::array<uint8_t, 16> permissions{0xFF, 0xFF, 0xFF, 0xFF, 0x81};
+    treefile_copy_permissions_mask(permissions.data(), 0x80000102);
+    EXPECT_EQ(permissions, (std::array<uint8_t, 16>{0x02, 0x01, 0, 0x80, 0x81}));
 }
 
 TEST(TreeFiles, ReadBackAsWritten) {

@@ -257,9 +257,9 @@ TEST_F(Link, TellsWhatIsAmiss) {
 TEST_F(Link, ReplacesAllOrNothing) {
     const std::string link = "ocmd_link -o main.par root.par; echo $?; ls -a | grep main; ";
     EXPECT_EQ(shell("umask 27; " + link + "stat -c '%a %s' main.par"), "0\nmain.par\n640 5000\n");
-    EXPECT_EQ(shell("echo old > there; chmod 604 there; ln -sf there main.par; " + link +
-                    "stat -c '%F %a %s' main.par there"),
-              "0\nmain.par\nsymbolic link 777 5\nregular file 604 5000\n");
+    EXPECT_EQ(shell("echo old > there; chmod 604 there; ln there too; ln -sf there main.par; " +
+                    link + "stat -c '%F %a %s' main.par there; cat too; rm too"),
+              "0\nmain.par\nsymbolic link 777 5\nregular file 604 5000\nold\n");
     const auto not_written = [](const std::string &file, const std::string &reason) {
         return "ocmd_link: " + file + ": cannot be written: " + reason + "\n";
     };
