@@ -242,6 +242,15 @@ TEST(TreeWriter, HoldsItsLimits) {
         const size_t size = limit.nodes == 0 ? 0 : kHead + limit.nodes * TREE_NODE_SIZE;
         EXPECT_EQ(inflated(scratch.path("tree")).size(), size) << limit.length;
     }
+
+    const harness::ScratchDir scratch;
+    Word wide = keyword("wide");
+    for (int i = 0; i <= TREE_MAX_CHILDREN; ++i)
+        wide.child(keyword("w"));
+    const Outcome outcome =
+        in_child([&] { return write_tree(scratch.path("tree"), wide.unplaced()), 0; });
+    EXPECT_EQ(outcome.err, "Error: node \"wide\" has more than 192 child links\n");
+    EXPECT_EQ(inflated(scratch.path("tree")), "");
 }
 
 TEST(TreeWriter, StoresAndSaysWhatThePlainRecursionDoes) {
