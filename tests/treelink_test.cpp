@@ -408,6 +408,7 @@ TEST_F(Link, ServesOtherPrograms) {
             printf("%d\n", get_main_parse_tree(name.c_str(), &tree));
         assign_space(ASSIGN_SPACE_EXACT, 3);
         tsh_main_tree[2] = *tree;
+        free_main_parse_tree(tree);
         tsh_main_tree_node_count = 3;
         debug_flag = 0;
         assign_space(0, 4);
@@ -427,6 +428,7 @@ TEST_F(Link, ServesOtherPrograms) {
         printf("%d\n", get_main_parse_tree(nullptr, &tree));
         main_tree_to_dl_hash();
         printf("%d\n", node_pickup_from_main_tree("nowhere", nullptr, &ours));
+        free(tsh_main_tree);
         tsh_main_tree = nullptr; // then one under construction, which is no tree yet
         tsh_main_tree_node_count = 0;
         assign_space(0, 1);

@@ -4,7 +4,8 @@
 
 namespace failing_malloc {
 
-// False where a sanitizer owns malloc; arm then does nothing and the test has to be skipped.
+// False where a sanitizer or valgrind owns malloc; arm then does nothing and the test has to be
+// skipped.
 bool available();
 
 // From now on the fail_at-th allocation fails (1 is the next one; 0: none does), and if told so all
