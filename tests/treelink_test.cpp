@@ -201,6 +201,9 @@ TEST_F(Link, TellsWhatIsAmiss) {
     harness::write_file(path("cut.par"), stored(Nodes(1), "show") + "cut");
     std::filesystem::create_directory(path("spoiled"));
     harness::write_file(path("spoiled/main_tree.pars"), "no tree");
+    Nodes circle(1);
+    circle[0].child_count = 1;
+    grammar::write_main_tree(path("spoiled/main_tree2.pars"), circle);
     const std::string again = "*** Treelink Warning ***: Duplicate nodename show in again.par\n";
     struct {
         const char *files;
@@ -231,8 +234,11 @@ TEST_F(Link, TellsWhatIsAmiss) {
         {"-p spoiled root.par",
          "Problem with the parser file.\n"
          "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree.pars cannot be used\n"
+         "spoiled/main_tree2.pars: node 0 \"\": a link leads back to an ancestor (child 0: node 0 "
+         "\"\")\n"
+         "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree2.pars cannot be used\n"
          "main_tree_to_hash: can't read file \nmain_tree_to_hash: can't read file \n",
-         1, true},
+         2, true},
         {"root.par none.par",
          "Treelink Error: Parser file none.par could not be opened \n"
          "ocmd_link: none.par: not linked: No such file or directory\n",
@@ -423,6 +429,9 @@ TEST_F(Link, ServesOtherPrograms) {
         ours.path_count = 1;
         int32_t names = extract_path(nullptr, ours.attach_paths);
         printf("%d %d\n", names, ours.path_count);
+        names = extract_path("n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n",
+                             ours.attach_paths);
+        printf("%d %d %s\n", names, ours.path_count, ours.attach_paths[31]);
         names = extract_path("one,,two", ours.attach_paths);
         printf("%d %d %s\n", names, ours.path_count, ours.attach_paths[1]);
         printf("%d\n", get_main_parse_tree(nullptr, &tree));
@@ -451,6 +460,7 @@ Done with ntoh conversion of temp tree
 12 one
 12
 0 0
+32 32 n
 2 2 two
 
 Error: main par file not specified 
