@@ -162,23 +162,7 @@ void every_step() {
 TEST_F(Combinations, TraceEveryStep) {
     const uint32_t families = TSH_TRACE_PARAMS | TSH_TRACE_FUNCTIONS | TSH_TRACE_STARTUP;
     EXPECT_EQ(traced(families, every_step).out,
-              "@ Func Trace: <<< param_reg_info_check_get_combn >>>\n"
-              "@Checking for all param types in the mask ...\n"
-              "@Searching Pmask : 40104001\n@, Matched..."
-              "@Searching Pmask : 40104004\n@, Matched..."
-              "@Param type 40104004  matched\n"
-              "@ Func Trace: <<< param_reg_info_check_get_combn >>>\n"
-              "@Checking for all param types in the mask ...\n"
-              "@Searching Pmask : 40104002\n@, Matched..."
-              "@Searching Pmask : 40104008\n@Param reg table search failed...\n"
-              "@Param type in the combn not registered\n"
-              "@ Func Trace: <<< param_reg_info_check_get_combn >>>\n"
-              "@Checking for all param types in the mask ...\n"
-              "@Searching Pmask : 40104001\n@, Matched..."
-              "@Param check failed for all types in mask...\n"
-              "@Param name cannot be NULL..\n"
-              "@Setting size to 0 \n@Param id/name already registered...\n"
-              "@Param Sanity check successfull, Registering...\n");
+              harness::read_file(TEST_FILES "/traces/registry.txt"));
     EXPECT_EQ(traced(~families, every_step).out, "");
 }
 
