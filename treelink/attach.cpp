@@ -157,7 +157,10 @@ private:
 };
 
 void end_link() {
+    // Of a root file with several subtrees only the head is released there.
+    subtree_entry_t *rest = tsh_root_tree_table == nullptr ? nullptr : tsh_root_tree_table->next;
     treelink_cleanup(&unresolved_subtree_table, &tsh_root_tree_table, treelink_table);
+    tsh::release_subtrees(rest);
     unresolved_subtree_table = nullptr;
     tsh_root_tree_table = nullptr;
     tsh_current_position = 0;

@@ -24,31 +24,19 @@ treelink_cell_t *new_cell(int32_t kind, subtree_entry_t *owner, uint32_t locatio
     return cell;
 }
 
-void release_subtrees(subtree_entry_t *record) {
+} // namespace
+
+GHashTable *tsh::new_name_table() {
+    return g_hash_table_new(g_str_hash, g_str_equal);
+}
+
+void tsh::release_subtrees(subtree_entry_t *record) {
     while (record != nullptr) {
         subtree_entry_t *next = record->next;
         free(record->nodes);
         free(record);
         record = next;
     }
-}
-
-// A record without nodes was not read from a file, and is the program's.
-void release_root_subtrees(subtree_entry_t *record) {
-    while (record != nullptr) {
-        subtree_entry_t *next = record->next;
-        if (record->nodes != nullptr) {
-            free(record->nodes);
-            free(record);
-        }
-        record = next;
-    }
-}
-
-} // namespace
-
-GHashTable *tsh::new_name_table() {
-    return g_hash_table_new(g_str_hash, g_str_equal);
 }
 
 void *tsh::find_name(GHashTable *table, const char *name) {
@@ -112,8 +100,12 @@ int32_t cleanup_link_table_entry(void *key, void *cell, void * /*unused*/) {
 
 int32_t treelink_cleanup(subtree_entry_t **unresolved_head, subtree_entry_t **root_head,
                          GHashTable *table) {
-    release_subtrees(*unresolved_head);
-    release_root_subtrees(*root_head);
+    tsh::release_subtrees(*unresolved_head);
+    subtree_entry_t *root = *root_head;
+    if (root != nullptr && root->nodes != nullptr) {
+        free(root->nodes);
+        free(root);
+    }
     tsh::release_name_table(table);
     if (table == treelink_table)
         treelink_table = nullptr;

@@ -44,7 +44,8 @@ TSH_API int32_t insert_nodes_in_hashtable(GHashTable *table, const char *file_na
                                           const tree_node_t *nodes, uint32_t first, int32_t count,
                                           int32_t kind, subtree_entry_t *owner);
 
-/** Looks a name up in a table of locations; of an owner's cell it gives the low 32 bits.
+/** Looks a name up in a table of locations; of an owner's cell it gives 32 bits of the
+ * pointer.
  * @return 0 with *out set; -1 (*out untouched) for an unknown name. */
 TSH_API int32_t locate_node(GHashTable *table, const char *name, uint32_t *out);
 
@@ -76,9 +77,9 @@ TSH_API int32_t main_tree_to_dl_hash(void);
 /** The same for main_tree2_dl_hash and "main_tree2.pars". */
 TSH_API int32_t main_tree2_to_dl_hash(void);
 
-/** Ends a link: releases the records of both lists with their nodes (a record of the root list
- * only if it has nodes), and the table with its entries. The list heads keep their value, which is
- * of no more use. @return 0. */
+/** Ends a link: releases the records of the unresolved list with their nodes; of the root list the
+ * head alone, and only if it has nodes; and the table with its entries, which treelink_table then
+ * no longer points to. The list heads keep their value, which is of no more use. @return 0. */
 TSH_API int32_t treelink_cleanup(subtree_entry_t **unresolved_head, subtree_entry_t **root_head,
                                  GHashTable *table);
 

@@ -20,6 +20,9 @@ void add_name(GHashTable *table, char *name, void *value);
 /// Releases a table with its keys and values; null is ignored.
 void release_name_table(GHashTable *table);
 
+/// Releases a list of subtrees with their nodes; null is ignored.
+void release_subtrees(subtree_entry_t *record);
+
 /// A copy of a node's name on the heap.
 char *copy_name(const tree_node_t &node);
 
