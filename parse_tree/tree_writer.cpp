@@ -12,6 +12,7 @@
 #include "platform/robust_string.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -169,8 +170,11 @@ bool flushes(void *stream, int32_t compressed) {
                            : fflush(static_cast<FILE *>(stream)) == 0;
 }
 
+// The reason outlives the message.
 int32_t writing_failed() {
+    const int reason = errno;
     puts("Error in writing to main_tree file");
+    errno = reason;
     return -1;
 }
 

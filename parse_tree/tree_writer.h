@@ -35,7 +35,8 @@ struct parser_node_t {
     uint32_t token_id;
     uint32_t command_id;
     int32_t array_index; /**< Negative until the writer has placed the node, then its index. The
-                              writer never resets it. */
+                              writer never resets it. Links to an index above 65,535, which no
+                              write gives, are stored as 65,535. */
     uint32_t aux_value2; /**< Its low 16 bits are stored. */
     uint64_t intf_mask;
     uint32_t perms; /**< Becomes positions 0 to 31 of the record's perms_mask. */
@@ -51,9 +52,10 @@ TSH_API int32_t current_array_location;
 
 /** Writes the tree below root as one record, in network order, to a gzFile open for writing. A
  * null root writes nothing. A node with more than 192 links is named on standard error and no
- * record is written. A child that kept the index of an earlier write, a child listed twice, and a
- * cycle or more than 256 levels are reported on standard error, each kind once, and the record
- * written all the same; readers refuse it unless depth is all there is to it.
+ * record is written. A child that kept the index of an earlier write is linked by that index: to
+ * whichever node has it now. An index outside the record, a child listed twice, and a cycle or more
+ * than 256 levels are reported on standard error, each kind once, and the record written all the
+ * same; readers refuse it unless depth is all there is to it.
  * More than 19,998 nodes end the process with status 0, missing memory (20 MB for the layout) ends
  * it with status 1, each after a message. A failed write is reported on standard output. To
  * write the same tree again the caller resets every array_index to -1. */
@@ -70,7 +72,8 @@ TSH_API void write_tree_to_file(parser_node_t *root, uint32_t version,
  *         tree. */
 TSH_API int32_t write_tree_to_array(tree_node_t *array, parser_node_t *node);
 
-/** Fills one record from a node, its links and index apart; zeroes it for a null node. */
+/** Fills one record from a node, its links and index apart; zeroes it for a null node. Interface
+ * masks with bit 0, the node's and its parameters', get bits 18 and 19 as well. */
 TSH_API void write_node_to_array(const parser_node_t *node, tree_node_t *record);
 
 /** Copies a parameter; an interface mask with bit 0 gets bits 18 and 19 as well. */
@@ -85,8 +88,8 @@ TSH_API void treefile_copy_permissions_mask(uint8_t *bits, uint32_t word);
  * path counts as an empty one of kind 0.
  * The stream is flushed, so that a result of 0 means that every byte was taken.
  * @param stream a gzFile open for writing when compressed is non-zero, else a FILE *.
- * @return 0; -1 after "Error in writing to main_tree file" on standard output, the stream then
- *         holding a part of the record. */
+ * @return 0; -1 after "Error in writing to main_tree file" on standard output, errno as the write
+ *         left it and the stream holding a part of the record (nothing of one of 4 GiB or more). */
 TSH_API int32_t write_array_tree_to_file(tree_node_t *array, uint32_t node_count, uint32_t version,
                                          const subtree_path_t *attach_path, void *stream,
                                          int32_t network, int32_t compressed, int32_t headerless);

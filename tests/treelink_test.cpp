@@ -275,13 +275,16 @@ TEST_F(Link, ReplacesAllOrNothing) {
     const std::string no_space = "No space left on device";
     EXPECT_EQ(shell("ln -sf /dev/full main.par; " + link + "stat -c %F main.par"),
               full + not_written("main.par", no_space) + "2\nmain.par\nsymbolic link\n");
+    EXPECT_EQ(shell("ocmd_link -o /dev/full root.par >&-"),
+              not_written("/dev/full", no_space) + not_written("standard output", "write error"));
     EXPECT_EQ(shell("ocmd_link -o none/main.par root.par"),
               "Error: Could not open main par file for writing \n" +
                   not_written("none/main.par", "No such file or directory"));
     EXPECT_EQ(shell("ocmd_link -o there root.par >&- 2>&-; echo $?"), "0\n");
     EXPECT_EQ(shell("ocmd_link -o /dev/stdout root.par | cmp - there"), "");
     EXPECT_EQ(shell("ocmd_link -o - root.par <&- | cmp - there"), "");
-    EXPECT_EQ(shell("ocmd_link -v -p . -o - - < root.par 2>err | cmp - there"), "");
+    EXPECT_EQ(shell("ocmd_link -v -p . -o - - < root.par 2>err | cmp - there; grep Display err"),
+              "Displaying Tree\n");
     EXPECT_EQ(shell("ocmd_link -n -o net root.par; cmp net there | wc -l; "
                     "od -An -tx1 -j 566 -N 4 net"),
               "1\n 00 03 00 01\n");
@@ -425,6 +428,11 @@ TEST_F(Link, ServesOtherPrograms) {
         subtree_entry_t ours{}; // without nodes, so that it stays ours
         subtree_entry_t *none = nullptr;
         subtree_entry_t *roots = &ours;
+        treelink_cleanup(&none, &roots, nullptr);
+        roots = static_cast<subtree_entry_t *>(calloc(1, sizeof ours));
+        roots->nodes = static_cast<tree_node_t *>(malloc(1));
+        roots->next = &ours; // which stays ours as well
+        ours.nodes = tsh_main_tree;
         treelink_cleanup(&none, &roots, nullptr);
         ours.path_count = 1;
         int32_t names = extract_path(nullptr, ours.attach_paths);

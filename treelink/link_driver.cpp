@@ -73,13 +73,6 @@ void read_listed_file(const par_file_entry_t &entry, const FileName &root_name) 
         fprintf(stderr, "Treelink Error: Parser file %s was not added \n", name.text);
 }
 
-void show_tree(const tree_node_t *tree) {
-    puts("\n----------------");
-    puts("Displaying Tree");
-    puts("----------------");
-    display_array_tree(tree, 0, 0);
-}
-
 using FileReplacement =
     std::unique_ptr<tsh_file_replacement_t, tsh::Releaser<tsh_file_replacement_abandon>>;
 
@@ -137,10 +130,17 @@ int32_t update_main_parse_tree_file(const par_file_list_t *list, const char *roo
                                network_order);
 }
 
+void tsh_main_tree_show(const tree_node_t *tree) {
+    puts("\n----------------");
+    puts("Displaying Tree");
+    puts("----------------");
+    display_array_tree(tree, 0, 0);
+}
+
 int32_t tsh_main_tree_write(tree_node_t *tree, uint32_t node_count, const char *output,
                             int32_t network_order) {
     if (verbose != 0)
-        show_tree(tree);
+        tsh_main_tree_show(tree);
     FileReplacement file{tsh_file_replacement_open(output)};
     if (file == nullptr && errno == ENOMEM)
         tsh::end_out_of_memory();

@@ -41,8 +41,12 @@ TSH_API int32_t get_linked_parse_tree(tree_node_t **out, const par_file_list_t *
 TSH_API int32_t update_main_parse_tree_file(const par_file_list_t *list, const char *root,
                                             const char *output, int32_t network_order);
 
+/** Shows an array tree on standard output below a heading, as the driver does while verbose is
+ * set. */
+TSH_API void tsh_main_tree_show(const tree_node_t *tree);
+
 /** Writes an array tree as a main par file, which replaces the old one as a whole or not at all
- * (treelink/file_replacement.h). While verbose is set, the tree is shown on standard output first.
+ * (treelink/file_replacement.h). While verbose is set, the tree is shown first.
  * @param tree in host order; converted in place when network_order is set.
  * @param network_order non-zero: most significant byte first; else the host's order, as a file to
  *        be mapped must have.

@@ -187,6 +187,8 @@ FILE *take_standard_output() {
 
 void write(const LinkedTree &tree, const Request &request, FILE *stream) {
     tree_node_t *nodes = tree.nodes.get();
+    if (stream != nullptr && verbose != 0)
+        tsh_main_tree_show(nodes);
     const int32_t result = stream != nullptr
                                ? write_array_tree_to_file(nodes, tree.node_count, 0, nullptr,
                                                           stream, request.network_order, 0, 1)
