@@ -347,6 +347,7 @@ TEST_F(Compile, RefusesWhatItCannotDo) {
         {"ocmd_compile -", 2, "standard input has no name"},
         {"ocmd_compile a.yaml a.yml", 2, "a.yml: two files would be written to a.par\n"},
         {"ocmd_compile a.yaml a.par", 2, "a.par: would be replaced by what is made of a.yaml"},
+        {"ocmd_compile -o a.yml a.yml", 2, "a.yml: would be replaced by what is made of it"},
         {"ocmd_compile none.yaml", 2, "none.yaml: cannot be read: No such file or directory\n"},
         {"ocmd_compile -o /dev/full a.yaml", 2, "/dev/full: cannot be written: No space left"},
         {"ocmd_compile -o none/a.par a.yaml", 2, "none/a.par: cannot be written: No such file"},

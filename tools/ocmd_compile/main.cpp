@@ -153,10 +153,15 @@ void write_each_file(std::span<const Document> documents, bool main) {
 
 // ---- The run ----
 
-// Without a name for the output each file gives one; that must not hit another file of the run.
-void check_outputs(const CommandLine &line) {
+// What is written must hit no file that is read. Without a name for the output each file gives one.
+void check_outputs(const CommandLine &line, const char *given) {
     const std::unordered_set<std::string_view> inputs{line.operands().begin(),
                                                       line.operands().end()};
+    if (given != nullptr) {
+        if (inputs.contains(given) && std::string_view{given} != "-")
+            tool::refuse("%s: would be replaced by what is made of it", given);
+        return;
+    }
     std::unordered_set<std::string> outputs;
     for (const char *input : line.operands()) {
         if (std::string_view{input} == "-")
@@ -180,8 +185,7 @@ tool::Status compile(const CommandLine &line) {
     const bool main = line.has("main");
     if (line.operands().empty())
         tool::refuse("no grammar to compile");
-    if (output == nullptr)
-        check_outputs(line);
+    check_outputs(line, output);
 
     tool::register_types();
     Grammar grammar;
