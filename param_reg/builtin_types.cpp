@@ -1,4 +1,5 @@
-// The table of built-in types. Within a class the type bits go upwards from bit 0 without gaps.
+// The table of built-in types, which doc/files.md shows to readers in other languages. Within a
+// class the type bits go upwards from bit 0 without gaps.
 #include "param_reg/builtin_types.h"
 
 #include "param_reg/param_registry.h"
