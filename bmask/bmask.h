@@ -223,7 +223,8 @@ TSH_API int32_t bmask256_nth_free_bit(const bmask256_t *mask, int32_t k);
  *         use(run.first, run.last);
  * {1, 0} starts the iteration; any other value continues behind its last. The bit after that is
  * taken to end the run and is not looked at.
- * @return 0 with the run stored; -1 when there is none. */
+ * @return 0 with the run stored; -1 when there is none, first then being -1 unless no bit is
+ *         left to look at. */
 TSH_API int32_t bmask128_next_range(const bmask128_t *mask, bmask_range_t *range);
 TSH_API int32_t bmask256_next_range(const bmask256_t *mask, bmask_range_t *range);
 

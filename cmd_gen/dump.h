@@ -14,7 +14,8 @@ TSH_API int32_t print_at_node(const tree_node_t *node, int32_t level);
 
 /** Prints the records of a node and of everything below it in preorder, and flushes the stream:
  * what atnode_traverse prints with print_at_node at TREE_DUMP_SHORT, but each record is put
- * together once. Nothing for a null node. Ends early when tsh_logfp takes no more.
+ * together once. Nothing for a null node. Ends early when tsh_logfp takes no more, unless traces
+ * are on or memory is short.
  * @return 0; -1 when something could not be written. */
 TSH_API int32_t tsh_dump_tree(const tree_node_t *node);
 

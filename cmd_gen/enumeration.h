@@ -17,8 +17,8 @@ TSH_API int32_t submode_depth;       /**< Submodes that the enumeration is insid
 /** Prints the lines of every command below a node, in the order of the child lists: "\n[%6u]." with
  * the line's number, the indentation, the prefix, and two blanks before each word. A line is
  * printed at every terminal node and every submode; the commands of a submode follow its line,
- * indented, without the words that lead into it. The node may be any record; its children, and
- * theirs, are records of the tree at g_atn.
+ * indented, without the words that lead into it. The node may be any record that lists no child
+ * twice and not the root; its children, and theirs, are records of the tree at g_atn.
  *
  * The traversal stack holds the ancestors meanwhile. A level for which it has no room is reported
  * by the push; its first child is listed with what is below it, but the siblings of that child are
@@ -33,15 +33,17 @@ TSH_API int32_t submode_depth;       /**< Submodes that the enumeration is insid
  * KB, however deep the tree.
  * @param node nothing is listed below null.
  * @param prefix what every line begins with; may be null.
- * @return 0; -1 when memory runs out, after "\nMem alloc failed..." on standard error and
- *         "Mem alloc errorr.." on standard output, and when standard output takes no more, which
- *         its error indicator shows. No further lines are printed then. */
+ * @return 0; -1 when memory runs out, after the message of the allocation helper, "\nMem alloc
+ *         failed..." on standard error and "Mem alloc errorr.." on standard output, and when
+ *         standard output takes no more, which its error indicator shows, also one that was set
+ *         before. No further lines are printed then. */
 TSH_API int32_t generate_cmds(const tree_node_t *node, const char *prefix);
 
 /** Appends the node's token, and "[o]" when the node is optional.
  * @param line a text from the allocation helpers, which this call takes over.
- * @return the grown line, owned by the caller; null when memory runs out, after
- *         "\nMem alloc failed..." on standard error, the line then being released. */
+ * @return the grown line, owned by the caller; null when memory runs out, after the message of the
+ *         allocation helper and "\nMem alloc failed..." on standard error, the line then being
+ *         released. */
 TSH_API char *add_token_str(char *line, const tree_node_t *node);
 
 /** Appends one piece per parameter of the node: the names of its types in angle brackets, at most

@@ -25,8 +25,8 @@ typedef int32_t (*param_match_t)(const parameter_info_t *param);
 /** One registered type. Records live until the process ends. */
 typedef struct param_reg_info_t {
     uint32_t id;                    /**< Single-type key, unique in the table. */
-    char name[PARAM_REG_NAME_SIZE]; /**< Display name, cut to fit; what fits is unique ignoring
-                                         case. */
+    char name[PARAM_REG_NAME_SIZE]; /**< Display name, cut to fit; unique ignoring case unless
+                                         names were cut. */
     int32_t size;                   /**< Bytes of a value, 1 to 1024; 0 when not given. */
     void *extra1;                   /**< Kept for the registering program. */
     param_match_t match_fn;         /**< May be null. */
@@ -45,8 +45,8 @@ TSH_API param_reg_table_t pinfo_reg_tbl;
 TSH_API int32_t init_pinfo_reg_table(void);
 
 /** Registers a type under its single-type key. The name is compared with those in the table as it
- * is given and then copied, cut to 31 characters: two longer names that are equal that far are both
- * taken and look alike in the table. A size outside 1 to 1024 is kept as 0.
+ * is given and then copied, cut to 31 characters: a longer name is taken beside one that is equal
+ * that far, and the two look alike in the table. A size outside 1 to 1024 is kept as 0.
  * @return 0; -1 for a null or empty name, an id or name (ignoring case) that is taken, or a full
  *         table; -2 when the record cannot be allocated. The table is unchanged on failure. */
 TSH_API int32_t param_register(uint32_t id, const char *name, int32_t size, void *extra1,

@@ -18,10 +18,10 @@ typedef struct tsh_tree_fault_t {
 typedef int32_t (*tsh_tree_fault_fn)(const tsh_tree_fault_t *fault, void *context);
 
 /** Reports every fault of a tree in host byte order: first those of each record in the order of
- * the array, reachable or not, then the cycles that node 0 reaches. Records from the 65,536th on
- * lie beyond the reach of every index and are not looked at. A broken record hides only what
- * cannot be judged without it: the links of a node with too many are not followed, nor is one
- * that leads outside the tree. Of each cycle the node is reported whose link closes it in a walk
+ * the array, reachable or not, then the cycles that node 0 reaches. Records past the 65,536th lie
+ * beyond the reach of every index and are not looked at. A broken record hides only what cannot be
+ * judged without it: the links of a node with too many are not followed, nor is one that leads
+ * outside the tree. Of each cycle the node is reported whose link closes it in a walk
  * in the order of the child lists. Any depth is sound.
  * Linear in nodes and links, without recursion. Only a tree with a link that leads to no later
  * record takes memory, 4 bytes a node; where there is none, check "cycle" reports that of node 0.

@@ -10,21 +10,24 @@
 
 /** State of the module, all zero at start; written by init_parse_tree and
  * tsh_init_redirect_root (main_tree_map_size: by mmap_main_parse_tree) and read everywhere. */
-TSH_API char tsh_parse_file[TSH_PARSE_FILE_SIZE]; /**< Name of the main par file. */
+TSH_API char tsh_parse_file[TSH_PARSE_FILE_SIZE]; /**< Name of the main par file; a program
+                                                       may set it before it is loaded. */
 TSH_API const tree_node_t *g_atn;                 /**< Node 0 of the tree: child i is g_atn + i. */
 TSH_API const tree_node_t *atnode_root;           /**< The root, equal to g_atn once loaded. */
 TSH_API const tree_node_t *atnode_redirect_root;  /**< First child of "tsh_redirect_root". */
-TSH_API size_t main_tree_map_size;                /**< Bytes of the last file to be mapped, also of
-                                                       one that was then refused. */
+TSH_API size_t main_tree_map_size;                /**< Bytes of the last file whose size
+                                                       mmap_main_parse_tree learned, also of one
+                                                       that it then refused. */
 
 /** Loads the main tree of the process: names the file (tsh_parse_file when not empty, else the
  * environment's TSH_PARSE_TREE, else the default), maps it, checks every record and link of it,
  * and finds the root and the redirect root. The mapping lives as long as the process.
  * A file that cannot be mapped, a tree that breaks the record's rules or that has no redirect root
- * ends the process with status 1 after a message on standard output. One line on standard error
- * names the file and the reason: the system's, the file's size or kind, or the first broken rule;
- * and it says what the file looks like if it looks like a gzip file, a subtree file or a tree in
- * network order, and that names are cut if this one may have been. @return 0. */
+ * ends the process with status 1 after a message on standard output. Standard error has, after
+ * what the operation that failed says there, one line that names the file and the reason: the
+ * system's, the file's size or kind, or the first broken rule; and it says what the file looks like
+ * if it looks like a gzip file, a subtree file or a tree in network order, and that names are cut
+ * if this one may have been. @return 0. */
 TSH_API int32_t init_parse_tree(void);
 
 /** Writes the default main par file name, "/wysk/etc/par/default/main_tree.par", cut to capacity
@@ -41,8 +44,8 @@ TSH_API int32_t verify_and_mmap_parse_tree(const char *path, const tree_node_t *
 /** The same, with a message on standard error for every failure. */
 TSH_API int32_t mmap_main_parse_tree(const char *path, const tree_node_t **out);
 
-/** Unmaps main_tree_map_size bytes at the address, so only the last mapping made, and none after a
- * file was refused.
+/** Unmaps main_tree_map_size bytes at the address, so only the last mapping made, and none after
+ * mmap_main_parse_tree refused a file for its size or could not map it.
  * @return 0, or -1 with a message on standard error. */
 TSH_API int32_t munmap_main_parse_tree(const void *address);
 
@@ -67,7 +70,8 @@ typedef struct tsh_generic_node_t {
 } tsh_generic_node_t;
 
 /** Refuses to release a node that hangs in a tree: with any link set, "Parse tree not
- * released\n" goes to standard output. Releases nothing itself. */
+ * released\n" goes to standard output. Releases nothing itself.
+ * @param node not null. */
 TSH_API void tsh_parse_tree_release(const tsh_generic_node_t *node);
 
 /** Interface filter of single-mode enumeration; accepts every mask. @return 1. */

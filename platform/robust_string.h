@@ -1,6 +1,7 @@
 /* Bounded string helpers in the manner of the device's string library. Every capacity counts
  * bytes, terminating zero included; a capacity of 0 writes nothing. A null source is an empty
- * text; a text that does not fit is cut, and the destination is always terminated. */
+ * text; a text that does not fit is cut, and the destination is terminated. (To append needs a
+ * terminated destination; one without is left as it is.) */
 #ifndef TSH_PLATFORM_ROBUST_STRING_H
 #define TSH_PLATFORM_ROBUST_STRING_H
 

@@ -11,8 +11,9 @@
 TSH_API uint32_t tsh_current_position;
 
 /** Ends the reading of files and links what was read. The array begins with the subtree at the
- * head of tsh_root_tree_table, followed by the attachable subtrees, the one read last first; each
- * is attached below every node that its attach path names. Everything else of the link is
+ * head of tsh_root_tree_table, followed by the attachable subtrees, the one read last first, with
+ * what was borrowed for one right behind it; each is attached below every node that its attach path
+ * names. Everything else of the link is
  * released, and the next file read starts a new one.
  *
  * A path is left out, with a message on standard error, when its name is not in the array, when a
@@ -28,9 +29,9 @@ TSH_API int32_t get_parse_tree(tree_node_t **out);
 
 /** Judges every subtree of the list and releases the link table. A subtree is resolvable when
  * every name of its attach path is in the table, or can be borrowed (see
- * node_pickup_from_main_tree), and lies in the root file's subtree or in one that is resolvable
- * too. A name that cannot be found is reported on standard error. Both prebuilt tables are built
- * first. The time taken is linear in subtrees and attach paths. @return 0. */
+ * node_pickup_from_main_tree), and lies in no subtree that is unresolvable. A name that cannot be
+ * found is reported on standard error. Both prebuilt tables are built first. The time taken grows
+ * with subtrees and attach paths as sorting them does. @return 0. */
 TSH_API int32_t mark_resolvable_subtrees(subtree_entry_t **head, GHashTable *table);
 
 /** Borrows a node from the prebuilt trees, the first one that knows it, and then its ancestors up
@@ -65,7 +66,8 @@ TSH_API int32_t check_conflicting_children(const tree_node_t *array, int32_t par
  * @return 0; -1 after a message on standard error when the parent has 192 children. */
 TSH_API int32_t update_child_list(tree_node_t *array, uint32_t parent, uint32_t child);
 
-/** The growable array. The capacity is meaningful once a growing call has set it. */
+/** The growable array. The capacity is meaningful once a growing call has set it; after an exact
+ * call the program sets it before the array may grow. */
 TSH_API tree_node_t *tsh_main_tree;
 TSH_API uint32_t tsh_main_tree_node_count; /**< Nodes in use, kept by the program. */
 TSH_API uint32_t tsh_main_tree_max_nodes;  /**< Capacity in nodes. */

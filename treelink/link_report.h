@@ -8,7 +8,8 @@
 #include <stdint.h>
 
 /** Warnings and errors that were told since the link started; a new link starts both counters at
- * 0. The program may set them, the linker only adds. */
+ * 0. What ends a link shows in its result and is not always counted. The program may set the
+ * counters, the linker only adds. */
 TSH_API uint32_t tsh_link_warnings;
 
 /** Those among them that tell of a loss: a file or a part of one that was not read, a subtree that

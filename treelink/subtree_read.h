@@ -83,7 +83,7 @@ TSH_API int32_t read_parser_file(const char *file_name, uint8_t kind);
  * @param file_name for messages.
  * @param stream a gzFile when compressed is non-zero, else a FILE *, open for reading.
  * @param nodes receives the nodes, which the caller releases with free; null when there are none.
- * @param node_count receives their number.
+ * @param node_count receives their number, 0 when there are none.
  * @param path receives the attach path, its kind 0.
  * @param to_host non-zero: the file is in network order and converted; else it is in host order.
  * @return 0 for a subtree, -1 when there is none. */
@@ -104,7 +104,8 @@ TSH_API int32_t add_unresolved_subtree(subtree_entry_t **head, const char *file_
 TSH_API int32_t extract_path(const char *text, char (*attach_paths)[TREE_NAME_SIZE]);
 
 /** Reads a main tree kept as the first subtree of a subtree file; its attach path is dropped.
- * @return the node count with *out set, released with free_main_parse_tree; -1 after a message. */
+ * @return the node count with *out set, released with free_main_parse_tree; -1 after a message, a
+ *         directory being a file that cannot be opened. */
 TSH_API int32_t get_main_parse_tree(const char *path, tree_node_t **out);
 
 #endif
