@@ -16,24 +16,28 @@ TSH_API const tree_node_t *atnode_first_child(const tree_node_t *node);
 TSH_API const tree_node_t *atnode_nth_child(const tree_node_t *node, int32_t n);
 
 /** The entry below the top when the node is the top entry, else the top entry; no child list is
- * consulted. @return null for a null node, for the root, and when the stack holds no such entry. */
+ * consulted. Of a node that is the only entry, atnode_stack_peek reports on standard error that
+ * nothing is below it.
+ * @return null for a null node, for the root, and when the stack holds no such entry. */
 TSH_API const tree_node_t *atnode_parent(const tree_node_t *node);
 
-/** @return the first child of the node's parent; the root itself for the root; null without a
- * parent or for a null node. */
+/** @return the first child of the node's parent, whether that lists the node or not; the root
+ * itself for the root; null for a null node, without a parent, and when the parent has no children.
+ */
 TSH_API const tree_node_t *atnode_first_sibling(const tree_node_t *node);
 
 /** The child after the node in its parent's list. A parent that does not list the node is reported
  * on standard error. Scans the list.
- * @return null at the end of the list, for the root, a null node, and without a parent. */
+ * @return null at the end of the list, for the root, a null node, without a parent, and when the
+ *         parent does not list the node. */
 TSH_API const tree_node_t *atnode_next_sibling(const tree_node_t *node);
 
 /** Position of the node in its parent's list, from 0. Scans the list.
  * @return -1 without a parent, for a null node, and when the parent does not list the node. */
 TSH_API int32_t atnode_child_position(const tree_node_t *node);
 
-/** Depth of the node: 1 for the root, 0 for null, else by the height of the stack (the node on top,
- * or just below the top) plus atnode_root_depth. */
+/** Depth of the node: 1 for the root, 0 for null, else atnode_root_depth plus the height of the
+ * stack, and one more unless the node is on top. */
 TSH_API int32_t atnode_depth(const tree_node_t *node);
 
 #endif

@@ -16,8 +16,8 @@ typedef struct atn_stack_t {
     int32_t atn_saved_top; /**< What atnode_save_top kept. */
 } atn_stack_t;
 
-/** The stack. It starts all zero and so holds one null entry, height 1, until
- * atnode_stack_reset; depths count that entry. */
+/** The stack. It starts all zero and so holds one null entry, height 1, until that is popped or
+ * the stack reset; depths count it. */
 TSH_API atn_stack_t stack;
 
 /** Puts a node on top. A full stack is reported on standard error; the push is then counted but
@@ -39,7 +39,8 @@ TSH_API int32_t atnode_stack_get_height(void);
 /** Empties the stack after printing it with atn_print_stack; slots are not cleared. */
 TSH_API void atnode_stack_reset(void);
 
-/** Keeps the height for atnode_restore_top, which drops everything pushed since in one step. */
+/** Keeps the height for atnode_restore_top, which sets it again and touches no slot: what was
+ * pushed since is dropped in one step, what was popped since comes back as null. */
 TSH_API void atnode_save_top(void);
 TSH_API void atnode_restore_top(void);
 
