@@ -30,7 +30,8 @@ inline void prefer_huge_pages(void *block, size_t size) {
 /// then enough for a large tree at once, on huge pages.
 constexpr size_t next_room(size_t needed) {
     constexpr size_t kFirstRoom = 65536;
-    return std::max(2 * needed, needed > kFirstRoom ? kHugeBlock : kFirstRoom);
+    const size_t twice = needed + std::min(needed, SIZE_MAX - needed);
+    return std::max(twice, needed > kFirstRoom ? kHugeBlock : kFirstRoom);
 }
 
 } // namespace tsh
