@@ -5,10 +5,10 @@
 #include "cmd_gen/record_internal.h"
 #include "feature/tsh/src/trace_internal.h"
 #include "param_reg/param_registry.h"
+#include "parse_tree/tree_node_internal.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <span>
 
 namespace {
 
@@ -53,11 +53,9 @@ void add_verbose_part(Record &record, const tree_node_t &node) {
     record << ", ModeID : " << text_of(node.mode_id) << ", FuncID : " << text_of(node.func_id);
     record << ", Parameters : ";
     record.number(node.param_count);
-    for (const auto &param :
-         std::span{node.params}.first(std::min<size_t>(node.param_count, TREE_MAX_PARAMS)))
+    for (const parameter_info_t &param : tsh::params_of(node))
         add_param(record, param);
-    for (const uint16_t child :
-         std::span{node.children}.first(std::min<size_t>(node.child_count, TREE_MAX_CHILDREN))) {
+    for (const uint16_t child : tsh::children_of(node)) {
         record << ", Child Index : ";
         record.number(child);
     }

@@ -7,6 +7,7 @@
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/memory_internal.h"
 #include "feature/tsh/src/trace_internal.h"
+#include "parse_tree/tree_node_internal.h"
 
 #include <cstdio>
 #include <cstring>

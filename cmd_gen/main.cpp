@@ -49,7 +49,7 @@ Job parse_options(int argc, char **argv) {
             break;
         case 'h':
             print_usage();
-            status_of_output();
+            tsh::status_of_output();
             exit(EXIT_FAILURE);
         default:
             exit(EXIT_FAILURE);
@@ -65,7 +65,7 @@ int main(int argc, char **argv) {
     signal_set(SIGBUS, end_on_cut_file);
     const Job job = parse_options(argc, argv);
     init_parse_tree();
-    widen_output_pipe();
+    tsh::widen_output_pipe();
     if (job == Job::kDump) {
         tsh_dump_tree(atnode_root);
     } else {
@@ -74,5 +74,5 @@ int main(int argc, char **argv) {
         if (ferror(stdout) == 0) // nothing follows lost lines
             puts("\n");
     }
-    return status_of_output();
+    return tsh::status_of_output();
 }

@@ -1,18 +1,9 @@
 // Gathering nodes: a walk that comes to each node once and keeps it on the way back.
 #include "cmd_gen/node_table_internal.h"
 
-#include <algorithm>
-#include <span>
+#include "parse_tree/tree_node_internal.h"
 
-namespace {
-
-using Links = std::span<const uint16_t>;
-
-Links children_of(const tree_node_t &node) {
-    return {node.children, std::min<size_t>(node.child_count, TREE_MAX_CHILDREN)};
-}
-
-} // namespace
+#include <cstring>
 
 namespace tsh {
 
@@ -24,7 +15,7 @@ bool NodeTable::gather(const tree_node_t &first, const Look &look) {
     while (depth > 0) {
         Step &step = path_[depth - 1];
         const tree_node_t &node = *record_at(step.slot);
-        const Links children = children_of(node);
+        const std::span children = children_of(node);
         while (step.children_met < children.size() && met_[children[step.children_met]])
             ++step.children_met;
         if (step.children_met < children.size()) {
@@ -47,7 +38,7 @@ bool NodeTable::meet(uint32_t slot, size_t depth) {
     return true;
 }
 
-bool NodeTable::keep(uint32_t slot, const NodeLook &look, Links children) {
+bool NodeTable::keep(uint32_t slot, const NodeLook &look, std::span<const uint16_t> children) {
     const size_t most = look.text.size() + children.size_bytes() + kCopyChunk;
     if (!bytes_.grow(bytes_used_ + most))
         return false;

@@ -10,14 +10,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-void widen_output_pipe() {
-    constexpr int kWanted = tsh::kOutputBlockSize;
+void tsh::widen_output_pipe() {
+    constexpr int kWanted = kOutputBlockSize;
     const int size = fcntl(STDOUT_FILENO, F_GETPIPE_SZ); // -1 for what is no pipe
     if (size >= 0 && size < kWanted)
         fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kWanted);
 }
 
-int status_of_output() {
+int tsh::status_of_output() {
     if (ferror(stdout) == 0 && fflush(stdout) == 0)
         return EXIT_SUCCESS;
     fprintf(stderr, "ocmd_gen: cannot write to standard output: %s\n", strerror(errno));

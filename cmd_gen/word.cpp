@@ -4,6 +4,7 @@
 #include "cmd_gen/word_internal.h"
 #include "param_reg/param_registry.h"
 #include "param_reg/type_keys_internal.h"
+#include "parse_tree/tree_node_internal.h"
 
 #include <cstring>
 

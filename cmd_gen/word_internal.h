@@ -5,9 +5,7 @@
 #include "feature/tsh/src/text_builder_internal.h"
 #include "parse_tree/tree_node.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <span>
 #include <string_view>
 
 namespace tsh {
@@ -24,11 +22,6 @@ constexpr size_t kLongestWord = TREE_TOKEN_SIZE + TREE_MAX_PARAMS * kLongestType
 static_assert(kLongestWord + 1 == TSH_WORD_SIZE);
 
 using Word = TextBuilder<kLongestWord>;
-
-/// The parameters that a node has in use.
-inline std::span<const parameter_info_t> params_of(const tree_node_t &node) {
-    return {node.params, std::min<size_t>(node.param_count, TREE_MAX_PARAMS)};
-}
 
 /// One piece with its mark.
 void add_token(Word &word, const tree_node_t &node);

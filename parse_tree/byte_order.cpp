@@ -3,6 +3,7 @@
 #include "parse_tree/byte_order.h"
 
 #include "parse_tree/byte_order_internal.h"
+#include "parse_tree/tree_node_internal.h"
 
 #include <algorithm>
 #include <array>
@@ -101,8 +102,7 @@ void convert_reachable(tree_node_t *nodes, Direction direction) {
         tree_node_t &node = nodes[list[next]];
         if (direction == Direction::kToHost)
             swap_node_order(node);
-        const size_t links = std::min<size_t>(node.child_count, TREE_MAX_CHILDREN);
-        std::for_each_n(std::begin(node.children), links, add);
+        std::ranges::for_each(tsh::children_of(node), add);
         if (direction == Direction::kToNetwork)
             swap_node_order(node);
     }

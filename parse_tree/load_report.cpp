@@ -1,6 +1,7 @@
 // Reasons why a main tree is not loaded, and guesses at what the file is instead.
 #include "parse_tree/load_report_internal.h"
 
+#include "parse_tree/byte_order.h"
 #include "parse_tree/par_file_internal.h"
 #include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_load.h"
@@ -31,14 +32,12 @@ bool is_gzip(Bytes start) {
 bool is_subtree_file(Bytes start, uint64_t size) {
     if (start.size() < sizeof(subtree_header_t))
         return false;
-    const auto word_at = [start](size_t offset) {
-        return uint32_t{start[offset]} << 24 | uint32_t{start[offset + 1]} << 16 |
-               uint32_t{start[offset + 2]} << 8 | start[offset + 3];
-    };
-    const uint64_t path_len = word_at(offsetof(subtree_header_t, path_len));
-    const uint64_t tree_bytes = word_at(offsetof(subtree_header_t, tree_bytes));
-    return path_len > 0 && path_len <= SUBTREE_PATH_TEXT_SIZE && tree_bytes > 0 &&
-           tree_bytes % TREE_NODE_SIZE == 0 && start.size() + path_len + tree_bytes <= size;
+    subtree_header_t header;
+    memcpy(&header, start.data(), sizeof header);
+    ntoh_subtree_header(&header);
+    return header.path_len > 0 && header.path_len <= SUBTREE_PATH_TEXT_SIZE &&
+           header.tree_bytes > 0 && header.tree_bytes % TREE_NODE_SIZE == 0 &&
+           uint64_t{sizeof header} + header.path_len + header.tree_bytes <= size;
 }
 
 constexpr const char *kOtherOrder = std::endian::native == std::endian::little
@@ -47,15 +46,12 @@ constexpr const char *kOtherOrder = std::endian::native == std::endian::little
 
 // No count above its limit once its bytes are swapped, although some are as they stand.
 bool is_in_other_order(Nodes nodes) {
-    const auto other = [](uint16_t count) {
-        return static_cast<uint16_t>(count << 8 | count >> 8);
-    };
     bool holds_here = true;
     bool holds_there = true;
     for (const tree_node_t &node : nodes.first(std::min<size_t>(nodes.size(), TREE_MAX_NODES))) {
         holds_here &= node.child_count <= TREE_MAX_CHILDREN && node.param_count <= TREE_MAX_PARAMS;
-        holds_there &= other(node.child_count) <= TREE_MAX_CHILDREN &&
-                       other(node.param_count) <= TREE_MAX_PARAMS;
+        holds_there &= __builtin_bswap16(node.child_count) <= TREE_MAX_CHILDREN &&
+                       __builtin_bswap16(node.param_count) <= TREE_MAX_PARAMS;
     }
     return holds_there && !holds_here;
 }

@@ -272,8 +272,3 @@ std::optional<tsh_tree_fault_t> tsh::check_tree(std::span<const tree_node_t> nod
     Checkup{nodes, keep, &first}.run();
     return first;
 }
-
-void tsh::report_tree_fault(FILE *stream, const char *file, std::span<const tree_node_t> nodes,
-                            const tsh_tree_fault_t &fault) {
-    fprintf(stream, "%s: %s\n", file, FaultText{nodes, fault}.text());
-}

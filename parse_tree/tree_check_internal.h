@@ -4,7 +4,6 @@
 #include "parse_tree/tree_check.h"
 
 #include <array>
-#include <cstdio>
 #include <optional>
 #include <span>
 
@@ -26,9 +25,5 @@ public:
 private:
     std::array<char, TSH_TREE_FAULT_TEXT_SIZE> text_;
 };
-
-/// Writes one line about a fault: the file and the text of the fault.
-void report_tree_fault(FILE *stream, const char *file, std::span<const tree_node_t> nodes,
-                       const tsh_tree_fault_t &fault);
 
 } // namespace tsh

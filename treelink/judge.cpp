@@ -7,7 +7,6 @@
 #include "treelink/memory_internal.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 namespace {

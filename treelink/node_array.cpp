@@ -3,13 +3,13 @@
 
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
+#include "parse_tree/tree_node_internal.h"
 #include "treelink/memory_internal.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <span>
 
 tree_node_t *tsh_main_tree;
@@ -79,8 +79,7 @@ int32_t assign_space(int8_t mode, uint32_t node_count) {
 
 void adjust_indices(tree_node_t *nodes, uint32_t first, uint32_t count) {
     for (tree_node_t &node : std::span{nodes + first, count}) {
-        const size_t links = std::min<size_t>(node.child_count, TREE_MAX_CHILDREN);
-        for (uint16_t &child : std::span{node.children, links})
+        for (uint16_t &child : tsh::children_of(node))
             child = static_cast<uint16_t>(child + first);
     }
 }

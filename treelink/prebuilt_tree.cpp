@@ -1,6 +1,7 @@
 // The prebuilt trees: their mappings, and the tables that tell every node's parent.
 #include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_load.h"
+#include "parse_tree/tree_node_internal.h"
 #include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
 #include "treelink/memory_internal.h"
@@ -64,7 +65,7 @@ std::optional<Nodes> map_sound_tree(const char *file) {
         return is_there ? refuse(file, errno) : std::nullopt;
     const Nodes nodes{tree, static_cast<size_t>(count)};
     if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(nodes); })) {
-        tsh::report_tree_fault(stderr, path.data(), nodes, *fault);
+        fprintf(stderr, "%s: %s\n", path.data(), tsh::FaultText{nodes, *fault}.text());
         unmap(nodes);
         return refuse(file);
     }
@@ -113,7 +114,7 @@ std::vector<Visit> last_visits(const tree_node_t *base, Visit start) {
     std::bitset<TREE_MAX_NODES> met;
     const auto enter = [&](Visit visit) {
         if (visit.node->name[0] != '\0')
-            path.push_back({visit, std::min<size_t>(visit.node->child_count, TREE_MAX_CHILDREN)});
+            path.push_back({visit, tsh::children_of(*visit.node).size()});
     };
 
     enter(start);

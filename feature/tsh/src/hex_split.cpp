@@ -2,7 +2,7 @@
 #include "feature/tsh/src/hex_split.h"
 
 #include "feature/tsh/src/char_set_internal.h"
-#include "feature/tsh/src/str_list_internal.h"
+#include "feature/tsh/src/owners_internal.h"
 
 #include <algorithm>
 #include <glib.h>
