@@ -1,6 +1,7 @@
 // Main trees: finding, mapping and reading main par files, and the state of the loaded tree.
 #include "parse_tree/tree_load.h"
 
+#include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/trace_internal.h"
 #include "parse_tree/load_report_internal.h"
@@ -44,11 +45,9 @@ int32_t fail(const char *message) {
     return -1;
 }
 
-// Reports the failure with the system's reason, which errno still tells afterwards.
 int32_t fail_with_reason(const char *what) {
-    const int error = errno;
-    fprintf(stderr, "%s: %s\n", what, strerror(error));
-    errno = error;
+    const tsh::ErrnoKept kept;
+    fprintf(stderr, "%s: %s\n", what, strerror(errno));
     return -1;
 }
 

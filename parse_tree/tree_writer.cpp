@@ -2,6 +2,7 @@
 #include "parse_tree/tree_writer.h"
 
 #include "bmask/bmask.h"
+#include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/byte_order.h"
@@ -12,7 +13,6 @@
 #include "platform/robust_string.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -26,8 +26,7 @@ int32_t current_array_location = 0;
 
 namespace {
 
-constexpr int32_t kScratchNodes = 20000;
-constexpr int32_t kMostNodes = 19998; // fewer than the scratch array holds
+constexpr int32_t kScratchNodes = 20000; // more than are placed
 
 // A node that is placed and whose links are being followed.
 struct OpenNode {
@@ -51,7 +50,7 @@ template <typename Body> auto at_c_edge(Body body) noexcept {
 
 int32_t take_place() {
     const int32_t index = current_array_location++;
-    if (current_array_location > kMostNodes) {
+    if (current_array_location > TREE_WRITER_MAX_NODES) {
         printf("*** Maximum subtree size of %d nodes exceeded ***\n", kScratchNodes);
         exit(0);
     }
@@ -170,11 +169,9 @@ bool flushes(void *stream, int32_t compressed) {
                            : fflush(static_cast<FILE *>(stream)) == 0;
 }
 
-// The reason outlives the message.
 int32_t writing_failed() {
-    const int reason = errno;
+    const tsh::ErrnoKept kept;
     puts("Error in writing to main_tree file");
-    errno = reason;
     return -1;
 }
 

@@ -5,7 +5,7 @@
 
 #include "parse_tree/tree_node.h"
 
-#include <stddef.h>
+#define TREE_WRITER_MAX_NODES 19998 /**< Nodes that one record can be laid out with. */
 
 typedef struct parser_node_t parser_node_t;
 typedef struct parser_link_t parser_link_t;

@@ -2,6 +2,8 @@
 // whole, and is renamed over the old one.
 #include "treelink/file_replacement.h"
 
+#include "feature/tsh/src/errno_kept_internal.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -31,18 +33,6 @@ constexpr mode_t kPrivateMode = 0600; // until the rights of the old file are pa
 
 using TemporaryName = std::array<char, 40>;
 
-// The reason of a failure outlives what is released after it.
-class ErrnoKept {
-public:
-    ErrnoKept() = default;
-    ~ErrnoKept() { errno = reason_; }
-    ErrnoKept(const ErrnoKept &) = delete;
-    ErrnoKept &operator=(const ErrnoKept &) = delete;
-
-private:
-    int reason_ = errno;
-};
-
 class Descriptor {
 public:
     Descriptor() = default;
@@ -55,7 +45,7 @@ public:
         close(number);
     }
     ~Descriptor() {
-        const ErrnoKept kept;
+        const tsh::ErrnoKept kept;
         if (number_ >= 0)
             close(number_);
     }
@@ -134,8 +124,10 @@ bool pass_rights_on(const struct stat &old, const Descriptor &file) {
 }
 
 bool copy_bytes(int from, int to, off_t size) {
+    constexpr off_t kMostAtOnce = off_t{1} << 30; // which any size_t holds
     for (off_t done = 0; done < size;) {
-        const ssize_t copied = sendfile(to, from, &done, static_cast<size_t>(size - done));
+        const auto wanted = static_cast<size_t>(std::min(size - done, kMostAtOnce));
+        const ssize_t copied = sendfile(to, from, &done, wanted);
         if (copied == 0)
             errno = EIO;
         if (copied <= 0 && errno != EINTR)
@@ -186,7 +178,7 @@ private:
 };
 
 tsh_file_replacement_t::~tsh_file_replacement_t() {
-    const ErrnoKept kept;
+    const tsh::ErrnoKept kept;
     if (stream_ != nullptr) {
         __fpurge(stream_);
         fclose(stream_);
@@ -349,7 +341,7 @@ bool tsh_file_replacement_t::rename_over_target() {
 void tsh_file_replacement_t::drop_name() {
     if (temporary_[0] == '\0')
         return;
-    const ErrnoKept kept;
+    const tsh::ErrnoKept kept;
     unlinkat(folder_.number(), temporary_.data(), 0);
     temporary_ = {};
 }
@@ -371,7 +363,7 @@ bool tsh_file_replacement_t::write_over_old() {
     const Descriptor kept = copy_of_old(old.st_size);
     if (overwrite(from, body.st_size, longest))
         return true;
-    const ErrnoKept reason;
+    const tsh::ErrnoKept reason;
     [[maybe_unused]] const bool as_it_was = kept && overwrite(kept.number(), old.st_size, longest);
     return false;
 }

@@ -1,6 +1,7 @@
 // The link driver: which files are read, in which order, and where the result goes.
 #include "treelink/link_driver.h"
 
+#include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
@@ -76,11 +77,9 @@ void read_listed_file(const par_file_entry_t &entry, const FileName &root_name) 
 using FileReplacement =
     std::unique_ptr<tsh_file_replacement_t, tsh::Releaser<tsh_file_replacement_abandon>>;
 
-// The reason outlives the message.
 int32_t fail(const char *message) {
-    const int reason = errno;
+    const tsh::ErrnoKept kept;
     puts(message);
-    errno = reason;
     return -1;
 }
 

@@ -2,10 +2,10 @@
 #include "treelink/memory_internal.h"
 
 #include "feature/tsh/src/huge_pages_internal.h"
+#include "treelink/subtree_read.h"
 
 void tsh::end_out_of_memory() {
-    constexpr int kOutOfMemoryStatus = 100;
-    exit(kOutOfMemoryStatus);
+    exit(TREELINK_OUT_OF_MEMORY);
 }
 
 void *tsh::allocate_bytes(size_t size) {

@@ -1,6 +1,7 @@
 // Reading subtree files and filing what they hold.
 #include "treelink/subtree_read.h"
 
+#include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/byte_order_internal.h"
@@ -19,6 +20,7 @@
 #include <cstring>
 #include <glib.h>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <sys/stat.h>
 #include <zlib.h>
@@ -75,12 +77,17 @@ public:
         return arrived >= 0 && static_cast<uint32_t>(arrived) == length;
     }
 
-    // Called where the next subtree does not begin, with the bytes that arrived in its place.
-    void tell_if_cut(int32_t arrived) const {
-        if (const char *reason = reason_of_end(arrived))
-            tsh::warn(Loss::kPart,
-                      "*** Treelink Warning ***: File %s could not be read to its end: %s\n",
-                      file_name_, reason);
+    // Nothing where the next subtree does not begin; what arrived in its place is told of.
+    std::optional<subtree_header_t> next_header(bool to_host) {
+        subtree_header_t header;
+        const int32_t arrived = read(&header, sizeof header);
+        if (arrived < static_cast<int32_t>(sizeof header)) {
+            tell_if_cut(arrived);
+            return std::nullopt;
+        }
+        if (to_host)
+            ntoh_subtree_header(&header);
+        return header;
     }
 
     [[nodiscard]] int32_t refuse_as_corrupted() const {
@@ -96,6 +103,13 @@ public:
     }
 
 private:
+    void tell_if_cut(int32_t arrived) const {
+        if (const char *reason = reason_of_end(arrived))
+            tsh::warn(Loss::kPart,
+                      "*** Treelink Warning ***: File %s could not be read to its end: %s\n",
+                      file_name_, reason);
+    }
+
     // Null for the end of a whole file.
     [[nodiscard]] const char *reason_of_end(int32_t arrived) const {
         if (compressed_ == 0 && ferror(static_cast<FILE *>(stream_)) != 0)
@@ -208,9 +222,8 @@ int32_t treelink_init(void) {
 int32_t read_parser_file(const char *file_name, uint8_t kind) {
     const GzipFile file = open_par_file(file_name);
     if (file == nullptr) {
-        const int reason = errno;
+        const tsh::ErrnoKept kept;
         tsh::warn(Loss::kPart, "Treelink Error: Parser file %s could not be opened \n", file_name);
-        errno = reason;
         return -1;
     }
     if (fresh_tree_linking != 0) {
@@ -230,27 +243,23 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
     *nodes = nullptr;
     *node_count = 0;
 
-    subtree_header_t header;
-    const int32_t arrived = input.read(&header, sizeof header);
-    if (arrived < static_cast<int32_t>(sizeof header)) {
-        input.tell_if_cut(arrived);
+    const std::optional<subtree_header_t> header = input.next_header(to_host != 0);
+    if (!header) {
         if (debug)
             printf("Done reading header file %s\n", file_name);
         return -1;
     }
-    if (to_host != 0)
-        ntoh_subtree_header(&header);
     if (debug) {
-        printf("Subtree length=%d\n", static_cast<int32_t>(header.tree_bytes));
+        printf("Subtree length=%d\n", static_cast<int32_t>(header->tree_bytes));
         printf("Treenode size=%d\n", TREE_NODE_SIZE);
     }
-    const uint32_t count = header.tree_bytes / TREE_NODE_SIZE;
-    if (header.tree_bytes % TREE_NODE_SIZE != 0 || count > TREE_MAX_NODES ||
-        header.path_len > sizeof path->path)
+    const uint32_t count = header->tree_bytes / TREE_NODE_SIZE;
+    if (header->tree_bytes % TREE_NODE_SIZE != 0 || count > TREE_MAX_NODES ||
+        header->path_len > sizeof path->path)
         return input.refuse_as_corrupted();
 
     *path = {};
-    input.read(path->path, header.path_len); // a file that ends here has no nodes either
+    input.read(path->path, header->path_len); // a file that ends here has no nodes either
     path->path[sizeof path->path - 1] = '\0';
     if (count_names(path->path) > SUBTREE_ATTACH_PATHS)
         return input.refuse_as_corrupted();
@@ -260,7 +269,7 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
     // Memory that nothing arrives for is never touched, so the claim alone costs nothing.
     tsh::Block<tree_node_t> buffer = tsh::allocate<tree_node_t>(count);
     const std::span<tree_node_t> tree{buffer.get(), count};
-    if (!input.read_whole(tree.data(), header.tree_bytes))
+    if (!input.read_whole(tree.data(), header->tree_bytes))
         return input.refuse_as_unreadable();
     if (to_host != 0)
         tsh::swap_array_order(tree);

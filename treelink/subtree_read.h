@@ -4,7 +4,7 @@
  * One link is: read_parser_file for the root file, then for each other file, then get_parse_tree
  * (treelink/attach.h), or all of it through treelink/link_driver.h. The state of a link is
  * process-wide, so one link runs at a time. Where the linker finds no memory, the process ends with
- * status 100; where GLib finds none for a table that grows, it ends the way GLib ends.
+ * TREELINK_OUT_OF_MEMORY; where GLib finds none for a table that grows, it ends the way GLib ends.
  *
  * What a link tells of on standard error is counted as well (treelink/link_report.h). */
 #ifndef TSH_TREELINK_SUBTREE_READ_H
@@ -22,6 +22,9 @@ typedef struct _GHashTable GHashTable; /* GLib's own; its header is not needed h
 /** What one link files at most, which bounds its memory by some 1.5 GB whatever its files claim. */
 #define TREELINK_MAX_NODES 1048576u
 #define TREELINK_MAX_SUBTREES 131072u
+
+/** Status of a process that the linker ends without memory. */
+#define TREELINK_OUT_OF_MEMORY 100
 
 /** Values of subtree_entry_t.status. */
 #define SUBTREE_PENDING 10
