@@ -45,7 +45,8 @@ TEST_F(Find, AnswersWhatALineStandsForOrPointsAtTheWordThatIsNotKnown) {
 TEST_F(Find, PointsIntoAConfigurationWhereItGoesWrong) {
     const std::string config = harness::read_file(TEST_FILES "/grammars/lamps.config");
     EXPECT_EQ(complaints(config), harness::announced(config));
-    EXPECT_EQ(complaints("lamp 4\r\n dark\r\nshow lanes"), std::vector<std::string>{});
+    EXPECT_EQ(complaints("lamp \"4\" \r\n dark\r\nward \"abcde\"\r\nshow lanes"),
+              std::vector<std::string>{});
     EXPECT_EQ(complaints(std::string("show lanes\0\n", 12)),
               std::vector<std::string>{"1:11: a zero byte"});
 }
@@ -62,6 +63,7 @@ TEST_F(Find, IsNotImpressedByBadDays) {
               (Outcome{2, "", "ocmd_find: none: cannot be opened: No such file or directory\n"}));
     const std::pair<const char *, const char *> refused[] = {
         {"main.par --config=.", "ocmd_find: .: cannot be read: Is a directory"},
+        {"main.par --config=- <&-", "ocmd_find: standard input: cannot be read: Bad file"},
         {"main.par --config=/dev/zero", "ocmd_find: /dev/zero: a line of more than 67108864 bytes"},
         {"none.par show", "ocmd_find: none.par: cannot be opened: No such file or directory"},
         {"main.par", "ocmd_find: no words to look up"},
@@ -78,6 +80,8 @@ TEST_F(Find, IsNotImpressedByBadDays) {
     }
     EXPECT_EQ(shell("head -c 2500 main.par >cut.par; ocmd_find cut.par show 2>&1").status, 1);
     EXPECT_EQ(shell("head -c 3000 main.par >cut.par; ocmd_find cut.par show 2>&1").status, 1);
+    EXPECT_TRUE(shell("(echo x; cat /dev/zero) | ocmd_find main.par --config=- 2>&1")
+                    .out.starts_with("standard input:1:1: 'x'"));
     // One line of 30 MB, and one of as many words as there can be.
     EXPECT_EQ(shell("head -c 30000000 /dev/zero | tr '\\0' x >saved;"
                     "(" +

@@ -118,6 +118,36 @@ std::vector<Way> unfinished(const Junction &junction) {
     return ways;
 }
 
+// What of a line is to blame, and where it begins.
+struct Blamed {
+    std::string_view text;
+    size_t place;
+};
+
+// What was measured as a value, else the word.
+Blamed blamed_in(const TypedLine &line, const Resolution &resolution) {
+    const TypedWord &word = line.words()[resolution.word];
+    const Candidate *value = resolution.reading.value;
+    if (value == nullptr)
+        return {word.text, word.place};
+    if (value->check->takes_rest())
+        return {line.rest_from(resolution.word), line.place_with_quote(resolution.word)};
+    return {word.value(), word.place};
+}
+
+// Columns of a terminal that a text takes up.
+size_t width_of(const std::string &text) {
+    if (!tool::is_utf8(text))
+        return tool::count_characters(text);
+    size_t width = 0;
+    for (const char *c = text.c_str(); *c != '\0'; c = g_utf8_next_char(c)) {
+        const gunichar character = g_utf8_get_char(c);
+        if (g_unichar_iszerowidth(character) == FALSE)
+            width += g_unichar_iswide(character) != FALSE ? 2 : 1;
+    }
+    return width;
+}
+
 } // namespace
 
 void print_answer(LineFinder &finder, const TypedLine &line, const Resolution &resolution,
@@ -141,9 +171,9 @@ void print_answer(LineFinder &finder, const TypedLine &line, const Resolution &r
 Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
     if (resolution.is_read)
         return {"the command is not complete", line.text().size(), 0};
-    const TypedWord &word = line.words()[resolution.word];
     const Reading &reading = resolution.reading;
-    Refusal refusal{tool::quoted(printable(word.text)), word.place, word.text.size()};
+    const Blamed blamed = blamed_in(line, resolution);
+    Refusal refusal{tool::quoted(printable(blamed.text)), blamed.place, blamed.text.size()};
     if (!reading.ambiguous.empty()) {
         refusal.what += " is ambiguous: " + in_a_row(words_of(forest, reading.ambiguous));
     } else if (resolution.end->candidates().empty()) {
@@ -151,7 +181,7 @@ Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution
     } else if (reading.value != nullptr) {
         refusal.what +=
             " is no " + printable(word_of(forest, *reading.value)) + ": " + reading.value_fault;
-        refusal.is_unknown = true;
+        refusal.is_unknown = reading.value->keyword.empty();
     } else {
         refusal.what += " is unknown here";
         refusal.is_unknown = true;
@@ -176,14 +206,13 @@ void tell_refusal(const Forest &forest, const TypedLine &line, const Resolution 
             : "";
     tool::tell("%s%s", refusal.what.c_str(), suggestion.c_str());
     const std::string text = printable(line.text());
-    const std::string marks(tool::count_characters(text.substr(refusal.place, refusal.length)),
-                            '^');
+    const size_t left = width_of(text.substr(0, refusal.place));
+    const size_t width = width_of(text.substr(refusal.place, refusal.length));
     const Words words = resolution.reading.ambiguous.empty()
                             ? words_after(forest, *resolution.end)
                             : words_of(forest, resolution.reading.ambiguous);
-    fprintf(stderr, "  %s\n  %s%s\n%s", text.c_str(),
-            std::string(tool::count_characters(text.substr(0, refusal.place)), ' ').c_str(),
-            marks.c_str(), listed(words).c_str());
+    fprintf(stderr, "  %s\n  %s%s\n%s", text.c_str(), std::string(left, ' ').c_str(),
+            std::string(std::max<size_t>(width, 1), '^').c_str(), listed(words).c_str());
 }
 
 } // namespace find

@@ -21,7 +21,7 @@ struct Refusal {
     std::string what;
     size_t place;
     size_t length;
-    bool is_unknown = false; ///< They are no word of the tree.
+    bool is_unknown = false; ///< They do not even begin with a word of the tree.
 };
 
 /// The line must not be complete.

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cctype>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 namespace find {
@@ -90,9 +89,9 @@ private:
 
     // A submode is entered from the line's end alone, unless it is optional in its own way.
     void pass(Way way, const tree_node_t &node, bool leaves_out) {
-        if (way_.size() > TREE_MAX_LEVELS || !passed_.insert(way.node).second)
-            return;
         way.leaves_out = way.leaves_out || leaves_out;
+        if (way_.size() > TREE_MAX_LEVELS || !note_if_better(way))
+            return;
         if (tool::has_line(node))
             add_ending(way);
         if (tool::is_submode(node) && node.optional != TREE_OPTIONAL_SUBMODE_ENTERED)
@@ -102,9 +101,19 @@ private:
         way_.push_back({forest_.below(way.node), 0, over, way.leaves_out});
     }
 
+    // True for the first way over a node and for the first that leaves nothing out.
+    bool note_if_better(const Way &way) {
+        const auto [known, is_new] = passed_.try_emplace(way.node, way.leaves_out);
+        if (!is_new && (way.leaves_out || !known->second))
+            return false;
+        known->second = way.leaves_out;
+        return true;
+    }
+
     // Of several ways to a word, one that leaves nothing out is kept.
     void add_candidate(const Way &way, uint16_t value, std::string keyword) {
-        const uint64_t key = uint64_t{way.node} << 16U | value;
+        const uint64_t key = uint64_t{way.node} << 17U | uint64_t{value} << 1U |
+                             static_cast<uint64_t>(keyword.empty());
         const auto [place, is_new] = met_.try_emplace(key, junction_.candidates_.size());
         if (!is_new) {
             Candidate &known = junction_.candidates_[place->second];
@@ -121,6 +130,7 @@ private:
 
     void add_ending(const Way &way) { junction_.endings_.push_back(way); }
 
+    // Where a node was passed twice, its better way is left.
     void keep_best_endings() {
         std::vector<Way> &endings = junction_.endings_;
         if (std::ranges::any_of(endings, [](const Way &way) { return !way.leaves_out; }))
@@ -131,8 +141,9 @@ private:
     Junction &junction_;
     uint32_t from_ = 0;
     std::vector<Level> way_;
-    std::unordered_set<NodeNumber> passed_;
-    std::unordered_map<uint64_t, size_t> met_; // by node and value: which candidate
+    std::unordered_map<NodeNumber, bool> passed_; // whether the way over it leaves a word out
+    // By node, value and whether its keyword has been read: which candidate.
+    std::unordered_map<uint64_t, size_t> met_;
 };
 
 Junction::Junction(const Forest &forest, std::vector<Place> places) : places_(std::move(places)) {

@@ -13,9 +13,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <span>
 #include <string>
+#include <unistd.h>
 
 namespace find {
 
@@ -45,11 +47,19 @@ constexpr tool::Program kProgram{
 constexpr Status kKnown = tool::kDone;
 constexpr Status kUnknown = tool::kFaults;
 
-Status answer(LineFinder &finder, std::span<char *const> words) {
+// A blank right behind a closing quote would belong to the word before it.
+std::string joined(std::span<char *const> words) {
     std::string text;
-    for (const char *word : words)
-        (text += text.empty() ? "" : " ") += word;
-    const TypedLine line{text};
+    for (const char *word : words) {
+        if (!text.empty())
+            text += text.ends_with('"') ? "  " : " ";
+        text += word;
+    }
+    return text;
+}
+
+Status answer(LineFinder &finder, std::span<char *const> words) {
+    const TypedLine line{joined(words)};
     if (line.words().empty())
         refuse("no words to look up");
     if (line.fault())
@@ -102,14 +112,23 @@ bool takes_standard_input(const CommandLine &line) {
     });
 }
 
+// A closed standard input stays one that cannot be read: no file to be opened takes its place.
+void keep_closed_input() {
+    if (fcntl(STDIN_FILENO, F_GETFD) < 0)
+        open("/", O_PATH | O_CLOEXEC);
+}
+
 Status find_lines(const CommandLine &line) {
     const auto operands = line.operands();
     if (operands.empty())
         refuse("no file");
     if (line.has("config") == (operands.size() > 1))
         refuse(line.has("config") ? "either words or --config, not both" : "no words to look up");
-    if (strcmp(operands[0], "-") == 0 && takes_standard_input(line))
-        refuse("standard input cannot be both the tree and a configuration");
+    if (takes_standard_input(line)) {
+        if (strcmp(operands[0], "-") == 0)
+            refuse("standard input cannot be both the tree and a configuration");
+        keep_closed_input();
+    }
     const TreeFile file = tool::open_sound(operands[0]);
     tool::register_types();
     const Forest forest{file};

@@ -23,18 +23,15 @@ constexpr size_t kMostLevels = TREE_MAX_LEVELS;
 // More than any shell writes; what has no end is not read to it.
 constexpr size_t kMostLineBytes = size_t{1} << 26U;
 
-// The stream's next line, without its newline.
-std::optional<std::string> next_line(FILE *stream, const std::string &name) {
+// The stream's next line, without its newline; of one that is too long, a byte too many.
+std::optional<std::string> next_line(FILE *stream) {
     std::string line;
     int byte = getc_unlocked(stream);
     if (byte == EOF)
         return std::nullopt;
-    for (; byte != EOF && byte != '\n'; byte = getc_unlocked(stream)) {
-        if (line.size() == kMostLineBytes)
-            tool::fail("%s: a line of more than %zu bytes, too long for a configuration",
-                       name.c_str(), kMostLineBytes);
+    for (; byte != EOF && byte != '\n' && line.size() <= kMostLineBytes;
+         byte = getc_unlocked(stream))
         line += static_cast<char>(byte);
-    }
     return line;
 }
 
@@ -60,12 +57,15 @@ bool ConfigCheck::check(FILE *stream, const std::string &name) {
     line_number_ = 0;
     nearest_left_ = kMostNearest;
     bool are_all_known = true;
-    while (std::optional<std::string> line = next_line(stream, name)) {
+    while (std::optional<std::string> line = next_line(stream)) {
         ++line_number_;
+        if (line->size() > kMostLineBytes)
+            fail("a line of more than " + std::to_string(kMostLineBytes) +
+                 " bytes, too long for a configuration");
         are_all_known = check_line(std::move(*line)) && are_all_known;
     }
     if (ferror(stream) != 0)
-        tool::fail("%s: cannot be read: %s", name.c_str(), strerror(errno));
+        fail(std::string{"cannot be read: "} + strerror(errno));
     return are_all_known;
 }
 
@@ -124,6 +124,12 @@ bool ConfigCheck::open_submode(const Junction &end) {
 void ConfigCheck::tell(size_t place, const std::string &what) {
     output_ << name_ << ':' << line_number_ << ':' << static_cast<uint64_t>(place + 1) << ": "
             << what << '\n';
+}
+
+// What was told of lines comes first.
+void ConfigCheck::fail(const std::string &what) {
+    output_.flush();
+    tool::fail("%s: %s", name_.c_str(), what.c_str());
 }
 
 } // namespace find

@@ -26,6 +26,7 @@ private:
     bool open_submode(const Junction &end);
     void tell_refused(const TypedLine &line, const Resolution &closest);
     void tell(size_t place, const std::string &what);
+    [[noreturn]] void fail(const std::string &what);
 
     LineFinder &finder_;
     tool::TextOutput &output_;

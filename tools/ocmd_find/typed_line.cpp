@@ -30,7 +30,13 @@ size_t place_in(std::string_view line, size_t place_in_copy) {
 
 std::string_view TypedWord::value() const {
     std::string_view value = text;
-    if (is_quoted && value.ends_with('"'))
+    if (!is_quoted)
+        return value;
+    // What stands right behind a closing quote belongs to the split word, white space too.
+    if (value.size() > 1 && value[value.size() - 2] == '"' &&
+        kWhiteSpace.find(value.back()) != std::string_view::npos)
+        value.remove_suffix(1);
+    if (value.ends_with('"'))
         value.remove_suffix(1);
     return value;
 }
@@ -58,10 +64,12 @@ TypedLine::TypedLine(std::string line) : text_(std::move(line)) {
         fault_ = {"more than " + std::to_string(STR_LIST_MAX_WORDS) + " words", left};
 }
 
+size_t TypedLine::place_with_quote(size_t word) const {
+    return words_[word].place - static_cast<size_t>(words_[word].is_quoted);
+}
+
 std::string_view TypedLine::rest_from(size_t word) const {
-    const TypedWord &first = words_[word];
-    const std::string_view rest =
-        std::string_view{text_}.substr(first.place - static_cast<size_t>(first.is_quoted));
+    const std::string_view rest = std::string_view{text_}.substr(place_with_quote(word));
     return rest.substr(0, rest.find_last_not_of(kWhiteSpace) + 1);
 }
 

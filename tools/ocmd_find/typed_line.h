@@ -15,7 +15,8 @@ struct TypedWord {
     size_t place;
     bool is_quoted; ///< A quote stands before it, which is no part of it.
 
-    /// The word without the quote that closes it, if its first quote does.
+    /// The word without the quote that closes it, if its first quote does, and white space behind
+    /// that.
     [[nodiscard]] std::string_view value() const;
 };
 
@@ -26,6 +27,9 @@ public:
 
     [[nodiscard]] const std::string &text() const { return text_; }
     [[nodiscard]] const std::vector<TypedWord> &words() const { return words_; }
+
+    /// Where a word begins, or the quote before it.
+    [[nodiscard]] size_t place_with_quote(size_t word) const;
 
     /// What is left of the line from a word on, quotes and blanks as they are, without the blanks
     /// at its end.

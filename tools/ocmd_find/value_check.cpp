@@ -30,8 +30,12 @@ struct Number {
         const auto bits = static_cast<uint64_t>(value);
         return value < 0 ? Number{0 - bits, true} : Number{bits};
     }
-    [[nodiscard]] std::string text() const {
-        return std::string{is_negative ? "-" : ""}.append(std::to_string(magnitude));
+    [[nodiscard]] std::string text(int base) const {
+        std::array<char, 20> digits{}; // enough in decimal
+        auto *const end = std::to_chars(digits.begin(), digits.end(), magnitude, base).ptr;
+        return std::string{is_negative ? "-" : ""}
+            .append(base == 16 ? "0x" : "")
+            .append(digits.data(), end);
     }
     friend bool operator<(const Number &a, const Number &b) {
         if (a.is_negative != b.is_negative)
@@ -143,9 +147,9 @@ private:
             number.is_negative = false;
         if (error != std::errc{} || number < least_ || greatest_ < number)
             return std::string{"not from "}
-                .append(least_.text())
+                .append(least_.text(type_.base))
                 .append(" to ")
-                .append(greatest_.text());
+                .append(greatest_.text(type_.base));
         return std::nullopt;
     }
 
