@@ -62,6 +62,8 @@ TEST(Exports, TheMainTreeHasAPlaceOfItsOwn) {
         init_parse_tree();
     });
     EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "@\nMapping main parse file: /wysk/etc/par/default/main_tree.par"
+                           "\n Error mapping main parse tree... \n");
     EXPECT_EQ(outcome.err, "/wysk/etc/par/default/main_tree.par: No such file or directory\n");
     const Outcome released = harness::traced(TSH_TRACE_NAVIGATION, [] {
         const tsh_generic_node_t hanging{0, {0, 0, 1}};

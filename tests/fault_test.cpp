@@ -221,6 +221,7 @@ std::set<long> sample(long count) {
 TEST_P(Faults, LeadToADocumentedEnd) {
     whole_ = run(GetParam().circumstance);
     whole_after_ = after_;
+    ASSERT_NE(counts_, "0") << "no call can be made to fail: " << whole_;
     std::istringstream counts{counts_};
     counts >> most_live_;
     ++most_live_; // the buffer of standard output, where else only results go

@@ -96,7 +96,8 @@ private:
         for (size_t i = 0; i < subtree.nodes.size(); ++i) {
             tree_node_t &node = subtree.nodes[i];
             node.name[0] = pick_letter(0);
-            node.token[0] = tangled_ ? pick_letter(1) : "\0abcde"[pick(0, 5)];
+            if (pick(0, 2) > 0)
+                node.token[0] = tangled_ ? pick_letter(1) : "\0abcde"[pick(0, 5)];
             node.flags = TREE_FLAG_TERMINAL | 1U;
             node.param_count = static_cast<uint16_t>(pick(0, 1));
             node.params[0].type_mask = kTypes[pick(0, 2)];

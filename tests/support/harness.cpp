@@ -35,6 +35,7 @@ Outcome ScratchDir::shell(const std::string &command,
     std::vector<std::string> all = settings;
     all.push_back(std::string("PATH=" PROGRAM_PATH) + getenv("PATH"));
     all.emplace_back("FAULTS=" FAULTS);
+    all.emplace_back("LC_ALL=C");
     all.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0"); // with that before it
     return run({"sh", "-c", "cd \"$0\" || exit; " + command, root_.string()}, all);
 }
