@@ -106,13 +106,13 @@ TEST_F(Find, AcceptsEveryLineOfTheListingAndPointsIntoEveryBrokenOne) {
     constexpr const char *kWords[] = {"a", "ab", "abc", "b", "c-1", "D"};
     constexpr uint32_t kTypes[] = {0x40100001};
     std::mt19937 random(7);
+    int number = 0;
     for (int round = 0; round < 40; ++round) {
         store("main.par", grammar::random_tree(random, kWords, kTypes));
         std::istringstream listing{shell("ocmd_show --commands main.par | head -n 60").out};
         std::string check = "ocmd_find main.par";
         std::string broken_check = check;
         std::string wanted;
-        int number = 0;
         for (std::string line; std::getline(listing, line); ++number) {
             const std::string config = typed(line);
             // A line without words, or of a submode without any, cannot be typed.
@@ -137,6 +137,7 @@ TEST_F(Find, AcceptsEveryLineOfTheListingAndPointsIntoEveryBrokenOne) {
         EXPECT_EQ(std::regex_replace(broken.out, std::regex{"'\\?!' is[^\n]*"}, "'?!' is"), wanted)
             << "round " << round;
     }
+    EXPECT_GT(number, 300);
 }
 
 } // namespace
