@@ -22,11 +22,13 @@
 //    Where one side has no state, all lines of the other are listed.
 //
 // What it costs. Time and memory for 1 and 2 are linear in nodes and links as long as no siblings
-// are spelled alike; subsets can be exponential in number then, as deciding whether two such
-// automata accept the same lines is coNP-complete, and the construction gives up at a bound that is
-// in proportion to the trees. 3 takes time in proportion to what it lists. What pairs differ in is
-// remembered, for shared nodes make pairs come up again, as long as there is room; counting needs
-// to remember all of it, and there may be as many pairs as the product of both trees' nodes.
+// are spelled alike and no nodes without a word are shared. What lies below such a node is looked
+// at from every place above it. Subsets of siblings that are spelled alike can be exponential in
+// number, as deciding whether two such automata accept the same lines is coNP-complete. The
+// construction gives up at a bound that is in proportion to the trees. 3 takes time in proportion
+// to what it lists. What pairs differ in is remembered, for shared nodes make pairs come up again,
+// as long as there is room; counting needs to remember all of it, and there may be as many pairs as
+// the product of both trees' nodes.
 //
 // The alternatives. Walking pairs of nodes without classes is simpler, and as fast for trees that
 // hang together alike, but equal pairs then have to be remembered: of two trees with nodes shared

@@ -98,7 +98,7 @@ void DifferenceCount::remember(const Level &level) {
     known_.emplace(level.pair, level.sum);
 }
 
-// Any pair of the same classes has the same extent; the first states of the classes stand for all.
+// Any pair of the same classes has the same extent; the one met first stands for all.
 void DifferenceCount::enter(const Pair &pair) {
     const size_t first = steps_.size();
     difference_.append_steps(pair, steps_);

@@ -3,11 +3,10 @@
 
 #include "tools/support/grammar_fields.h"
 #include "tools/support/types.h"
-#include "tools/support/utf8.h"
+#include "tools/support/wording.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -22,24 +21,11 @@ using tool::GrammarField;
 constexpr std::array<std::string_view, 11> kWordKeys{
     "help",        "function",   "terminal", "submode",    "submode_help", "mode",
     "permissions", "interfaces", "token_id", "command_id", "message_type"};
-constexpr std::array<std::string_view, 3> kParameterKeys{"min", "max", "interfaces"};
+
+constexpr const char *kNone = "none";
 
 /// Names of fields with their values in text.
 using Values = std::vector<std::pair<std::string, std::string>>;
-
-std::string quoted(std::string_view text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        if (tool::is_control(c)) {
-            char code[5];
-            snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(c));
-            result += code;
-        } else {
-            result.append(c == '"' || c == '\\' ? "\\" : "") += c;
-        }
-    }
-    return result + '"';
-}
 
 std::string set_text(const void *record, const GrammarField &field) {
     std::string text = "[";
@@ -52,24 +38,40 @@ std::string set_text(const void *record, const GrammarField &field) {
 std::string value_text(const void *record, const GrammarField &field) {
     switch (field.kind) {
     case FieldKind::kText:
-        return quoted(tool::text_in(record, field));
+        return tool::double_quoted(tool::text_in(record, field));
     case FieldKind::kSet:
         return set_text(record, field);
     case FieldKind::kFlag:
         return tool::number_in(record, field) != 0 ? "yes" : "no";
-    case FieldKind::kSigned:
-        return std::to_string(static_cast<int64_t>(tool::number_in(record, field)));
     default:
         return std::to_string(tool::number_in(record, field));
     }
 }
 
-void add_parameter(const parameter_info_t &parameter, const std::string &name, Values &values) {
-    values.emplace_back(name + " type", tool::types_text(parameter.type_mask));
-    for (const std::string_view key : kParameterKeys) {
-        const GrammarField &field = tool::field_of(tool::parameter_fields(), key);
-        values.emplace_back(name + ' ' + field.key, value_text(&parameter, field));
+// Whether the one bound is a text's longest length, which lies where a lowest value would.
+bool has_length(const parameter_info_t &parameter) {
+    return (parameter.type_mask & PARAM_TYPE_FAMILY) == 0 && parameter.int_max == 0 &&
+           parameter.int_min >= 0 && parameter.int_min <= INT16_MAX;
+}
+
+void add_bounds(const parameter_info_t &parameter, const std::string &name, Values &values) {
+    const bool is_unbounded = parameter.int_min == 0 && parameter.int_max == 0;
+    const auto add = [&](const char *key, int32_t bound) {
+        values.emplace_back(name + key, is_unbounded ? kNone : std::to_string(bound));
+    };
+    if (has_length(parameter)) {
+        add(" length", parameter.int_min);
+    } else {
+        add(" min", parameter.int_min);
+        add(" max", parameter.int_max);
     }
+}
+
+void add_parameter(const parameter_info_t &parameter, const std::string &name, Values &values) {
+    const GrammarField &interfaces = tool::field_of(tool::parameter_fields(), "interfaces");
+    values.emplace_back(name + " type", tool::types_text(parameter.type_mask));
+    add_bounds(parameter, name, values);
+    values.emplace_back(name + " interfaces", value_text(&parameter, interfaces));
 }
 
 Values values_of(const tree_node_t &node) {
@@ -87,7 +89,7 @@ std::string joined(const std::set<std::string> &texts) {
     std::string all;
     for (const std::string &text : texts)
         (all += all.empty() ? "" : " | ") += text;
-    return texts.empty() ? "none" : all;
+    return texts.empty() ? kNone : all;
 }
 
 } // namespace
@@ -138,7 +140,7 @@ std::string FieldLabels::changes(uint32_t before, uint32_t after) const {
     std::string text;
     for (const std::string &name : names) {
         const Sides &sides = fields[name];
-        if (sides.before != sides.after)
+        if (joined(sides.before) != joined(sides.after))
             text +=
                 "    " + name + ": " + joined(sides.before) + " -> " + joined(sides.after) + '\n';
     }

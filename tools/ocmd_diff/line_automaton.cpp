@@ -169,10 +169,12 @@ void LineAutomaton::begin_line(const Record &record) {
     walk();
 }
 
-// The word of the node is the last one read.
+// The word of the node is the last one read, or, where the node has none, that of a node above it.
+// Such a node says something of the word only where a line ends at it.
 void LineAutomaton::end_word(NodeNumber number) {
     const Facts &last = facts_[number];
-    outlook_.nodes.push_back(number);
+    if (words_[number].kind() != Word::kNoAtom || last.ends_line)
+        outlook_.nodes.push_back(number);
     outlook_.ends = outlook_.ends || last.ends_line;
     if (!last.is_submode)
         follow_links(number, false);

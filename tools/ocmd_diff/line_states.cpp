@@ -238,9 +238,8 @@ bool LineStates::are_same_in_some_order(std::span<const Edge> ones, std::span<co
 
 void LineStates::spend(size_t amount) {
     if (amount > left_to_spend_)
-        tool::fail("too many words that are spelled alike lie side by side: they would have to be "
-                   "told apart in more than %zu ways; not compared",
-                   kFreeSize + kMostPerSize * automaton_.size());
+        tool::fail("siblings that are spelled alike, or long rows of shared nodes without a word, "
+                   "can be told apart in too many ways; not compared");
     left_to_spend_ -= amount;
 }
 

@@ -52,8 +52,8 @@ public:
     LineStates(LineAutomaton &automaton, FieldLabels *labels);
 
     /// The state that lines from a position begin in, with all that follow from it. Ends the run
-    /// with kTrouble, after a message, when nodes that are spelled alike lie side by side in such
-    /// ways that the states are out of proportion to the trees.
+    /// with kTrouble, after a message, when siblings that are spelled alike, or shared rows of
+    /// nodes without a word, make the work out of proportion to the trees.
     /// @return nowhere when there are no lines.
     Target reach(Position start);
 

@@ -9,8 +9,7 @@
 
 namespace show {
 
-/// Writes a text between double quotes. Nothing in it can end its line or upset a terminal: control
-/// characters, and bytes beyond ASCII in a text that is no UTF-8, are written by their numbers.
+/// Writes a text as tool::double_quoted has it.
 tool::TextOutput &put_quoted(std::string_view text, tool::TextOutput &output);
 
 /// What is left when the zeros at the end are taken off, which a field has behind what it holds.

@@ -7,6 +7,7 @@
 #include <array>
 #include <cctype>
 #include <cstddef>
+#include <cstdio>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -48,6 +49,22 @@ size_t distance(std::string_view a, std::string_view b) {
 std::string quoted(std::string_view text) {
     std::string result{"'"};
     return result.append(text).append("'");
+}
+
+std::string double_quoted(std::string_view text) {
+    const bool utf8 = is_utf8(text);
+    std::string result{'"'};
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (is_control(c) || (byte > 0x7F && !utf8)) {
+            std::array<char, sizeof "\\x00"> code;
+            snprintf(code.data(), code.size(), "\\x%02x", unsigned{byte});
+            result += code.data();
+        } else {
+            (result += c == '"' || c == '\\' ? "\\" : "") += c;
+        }
+    }
+    return result += '"';
 }
 
 std::string printable(std::string_view text) {

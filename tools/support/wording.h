@@ -10,6 +10,11 @@ namespace tool {
 /// The text between single quotes.
 std::string quoted(std::string_view text);
 
+/// The text between double quotes, on one line: control characters of ASCII, and bytes beyond ASCII
+/// in a text that is no UTF-8, are written by their numbers, as \x9b; a backslash stands before a
+/// double quote or another backslash.
+std::string double_quoted(std::string_view text);
+
 /// The text as it may go to a terminal and on one line: a blank for a tab, '?' for any other
 /// control character.
 std::string printable(std::string_view text);
