@@ -2,6 +2,7 @@
 # Makes what fuzzers start from, by the tools along PATH: make_seeds.sh FOLDER. The seeds of each
 # fuzzer go to FUZZER_seeds/ in the folder.
 set -euo pipefail
+unset CDPATH
 fuzz=$(cd "$(dirname "$0")" && pwd)
 cd "$1"
 rm -rf ./*_seeds

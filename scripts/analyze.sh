@@ -2,6 +2,7 @@
 # Analyses besides those of lint.sh and the sanitizers: analyze.sh [cppcheck] [gcc] [valgrind], all
 # three unless told. Prints what they find; the status is 1 when there is something.
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")/.."
 build=build/analyze
 scratch=$(mktemp -d)

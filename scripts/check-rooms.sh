@@ -2,6 +2,7 @@
 # Holds the house plan: a room includes only from itself and from the rooms it stands on (the table
 # of doc/house.md). Prints every #include that points the wrong way; fails if there is one.
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")/.."
 
 declare -A stands_on=(
@@ -17,9 +18,10 @@ declare -A stands_on=(
 wrong=0
 for room in "${!stands_on[@]}"; do
     allowed=$(tr ' ' '|' <<<"$room ${stands_on[$room]}")
-    git grep -nE '^#include "' -- "$room/*.h" "$room/*.cpp" |
-        grep -vE "#include \"(${allowed%|})/" && wrong=1
+    includes=$(git grep -nE '^#include "' -- "$room/*.h" "$room/*.cpp")
+    grep -vE "#include \"(${allowed%|})/" <<<"$includes" && wrong=1
 done
 # Programs outside the library see it as a stranger does.
-git grep -nE '^#include "([^"]*_internal\.h"|tests/)' -- tools examples && wrong=1
+git grep -nE '^#include "([^"]*_internal\.h"|tests/)' -- tools examples && wrong=1 ||
+    [ $? = 1 ] # git has found none
 exit "$wrong"

@@ -3,6 +3,7 @@
 # "coverage", runs all tests (or those that the arguments choose), and prints lines and branches of
 # each room. What no test runs is in build/coverage/gaps.txt. Ends with status 1 below the bounds.
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build tests clang llvm
 build=build/coverage

@@ -4,6 +4,7 @@
 # them. Prints what each ran and reached. Fails when one finds a fault, which is shown, or when all
 # its inputs miss a function that the head of its source names behind "Reaches:".
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")/.."
 export seconds=$1
 shift

@@ -2,6 +2,7 @@
 # Installs the 32-bit x86 compiler support and libraries. Fails, with the package architectures as
 # they were, where 32-bit programs do not run or the libraries cannot be installed.
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")"
 
 fail() {

@@ -2,6 +2,7 @@
 # Installs the Debian packages that a piece of work needs and that are missing:
 # install-packages.sh NAME..., where a name is one of the groups below or a package.
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")"
 declare -A group=(
     [build]="g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev libfyaml-dev"
@@ -13,7 +14,7 @@ declare -A group=(
 missing=()
 for name in "$@"; do
     for package in ${group[$name]:-$name}; do
-        dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null | grep -q '^ii' ||
+        dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null | grep -q '^.i' ||
             missing+=("$package")
     done
 done

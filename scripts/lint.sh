@@ -2,6 +2,7 @@
 # Checks the format of everything in C++ with clang-format and all of it but the fuzzers, which this
 # build knows nothing of, with clang-tidy.
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build tests lint
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run -Werror

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the build needs, builds, and lists the commands of the example, a switch.
 set -euo pipefail
+unset CDPATH
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build
 cmake --preset sample

@@ -4,6 +4,8 @@
 # test-i386.sh [FOLDER]. Ends with status 0 when all is well, 1 when not, and 77 where there can be
 # no such system.
 set -euo pipefail
+unset CDPATH
+[ $# -eq 0 ] || set -- "$(realpath -m "$1")"
 cd "$(dirname "$0")/.."
 folder=${1:-build/roots/bookworm-i386}
 scripts/test-in-root.sh bookworm i386 "$folder" \

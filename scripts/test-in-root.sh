@@ -4,9 +4,10 @@
 # debootstrap, and kept for the next run. Ends with status 1 when the command fails, 77 where there
 # can be no such system.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+unset CDPATH
 suite=$1 architecture=$2 folder=$(realpath -m "$3")
 shift 3
+cd "$(dirname "$0")/.."
 
 cannot() {
     echo "no $suite for $architecture here: $1" >&2

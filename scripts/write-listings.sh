@@ -3,13 +3,14 @@
 # write-listings.sh BUILD FOLDER. In the folder stand afterwards the trees of the example, what each
 # program prints of its main tree, and sums of large random trees and their listings.
 set -euo pipefail
+unset CDPATH
+build=$(realpath -m "$1") folder=$(realpath -m "$2")
 cd "$(dirname "$0")/.."
 house=$PWD
-build=$(realpath "$1")
 PATH=$build/cmd_gen:$(printf '%s:' "$build"/tools "$build"/tools/*)$PATH
-rm -rf "$2"
-mkdir -p "$2"
-cd "$2"
+rm -rf "$folder"
+mkdir -p "$folder"
+cd "$folder"
 
 "$house/examples/switch/make.sh" switch
 ocmd_gen -s switch/main.par >list

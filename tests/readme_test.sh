@@ -10,6 +10,7 @@
 # below a scratch folder by DESTDIR; for the real place, which needs root, the environment stands
 # in: search paths for programs and pkg-config, and one for libraries instead of ldconfig's cache.
 set -euo pipefail
+unset CDPATH
 clone=$(cd "$(dirname "$0")/.." && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

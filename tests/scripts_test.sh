@@ -1,25 +1,33 @@
 #!/usr/bin/env bash
 # Installing packages where that cannot be done names what is missing, shows what the package
-# manager said, and fails: scripts_test.sh. Stand-ins take the place of the programs involved.
+# manager said, and fails: scripts_test.sh. Stand-ins take the place of the programs involved. A
+# script finds its own folder and its caller's, and checks nothing without git.
 set -euo pipefail
-scripts=$(cd "$(dirname "$0")/../scripts" && pwd)
+unset CDPATH
+cd "$(dirname "$0")/.."
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 for program in bash cat dirname env grep mktemp rm; do
     ln -s "$(command -v $program)" "$scratch"
 done
+cp -r scripts "$scratch"
+export CDPATH=$scratch
 
 stand_in() { printf '#!/bin/sh\n%s\n' "$2" >"$scratch/$1" && chmod +x "$scratch/$1"; }
 # refused TEXT: installing a package fails with this text.
 refused() {
-    if PATH=$scratch "$scripts/install-packages.sh" clang no-such 2>"$scratch/said"; then exit 1; fi
-    diff "$scratch/said" <(printf 'missing packages: clang libclang-rt-dev no-such\n%b' "$1")
+    if PATH=$scratch scripts/install-packages.sh clang no-such &>"$scratch/said"; then exit 1; fi
+    diff "$scratch/said" <(printf 'missing packages: libclang-rt-dev no-such\n%b' "$1")
 }
 
-stand_in dpkg-query 'exit 1'
+stand_in dpkg-query '[ "$3" = clang ] && echo "hi "'
 stand_in id 'echo 1000'
 refused 'only root can do this, and there is no sudo\n'
 stand_in id 'echo 0'
 stand_in true ''
 stand_in apt-get 'echo "E: $1"; exit 100'
 refused 'E: update\nsome package lists are out of date\nE: install\n'
+
+if GIT_DIR=$scratch scripts/check-rooms.sh 2>/dev/null; then exit 1; fi
+if (cd "$scratch/scripts" && ./write-listings.sh . scripts 2>/dev/null); then exit 1; fi
+[ -f "$scratch/scripts/lint.sh" ]
