@@ -1,11 +1,12 @@
-/* The order in which the linker keeps the children of a node. */
+/* The place of a subtree among the children of the node that the linker hangs it below: in front of
+ * the first one that sorts after it, else behind all. Those that are there keep their order. */
 #ifndef TSH_TREELINK_SIBLING_ORDER_H
 #define TSH_TREELINK_SIBLING_ORDER_H
 
 #include "parse_tree/tree_node.h"
 
-/** Order of siblings in a linked tree: by token, then by name, bytewise. Parameter positions, whose
- * token is empty, come first. Independent of the order in which files are listed.
+/** Compares by token, then by name, bytewise. Parameter positions, whose token is empty, sort
+ * before keywords.
  * @return -1, 0 or 1 as the first node sorts before, with or after the second. */
 TSH_API int32_t treelink_lexicograph_cmp(const tree_node_t *first, const tree_node_t *second);
 

@@ -1,21 +1,30 @@
 // ocmd_link: links a root file and subtree files into a main par file. The pipeline stands in
 // link(), at the end.
 #include "tools/ocmd_link/progress.h"
+#include "tools/ocmd_link/unread.h"
+#include "tools/support/file_bytes.h"
+#include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
+#include "tools/support/tree_look.h"
+#include "tools/support/tree_shape.h"
 
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
 #include "treelink/link_driver.h"
 #include "treelink/link_report.h"
+#include "treelink/subtree_read.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <memory>
 #include <new>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,8 +43,6 @@ constexpr tool::Option kOptions[] = {
     {'v', "verbose", nullptr, "Show the files merged, the links made and the tree."},
 };
 
-constexpr int kOutOfMemory = 100; // the library's as well
-
 constexpr tool::Program kProgram{
     .name = "ocmd_link",
     .operands = "-o MAIN.par ROOT.par [SUBTREE.par...]",
@@ -43,14 +50,25 @@ constexpr tool::Program kProgram{
         "Links a root file and subtree files into a main par file. Attach points that no file\n"
         "has are borrowed from the prebuilt trees.",
     .options = kOptions,
-    .out_of_memory = kOutOfMemory,
+    .out_of_memory = TREELINK_OUT_OF_MEMORY,
 };
 
 constexpr std::string_view kStream = "-"; // standard input or output
 constexpr std::string_view kSubtreeSuffix = ".par";
 
+// A file to read.
+struct Input {
+    explicit Input(const std::string &file)
+        : path(file == kStream ? "/dev/stdin" : file),
+          name(file == kStream ? "standard input" : file) {}
+
+    std::string path; // by which the library opens it
+    std::string name; // in messages
+};
+
 struct Request {
     std::string output;
+    std::string output_name; // in messages
     std::string root;
     std::span<char *const> subtrees;
     int32_t network_order;
@@ -74,6 +92,7 @@ Request read_request(const tool::CommandLine &line) {
     if (operands.empty())
         tool::refuse("no root file");
     return {.output = output,
+            .output_name = output == kStream ? "standard output" : output,
             .root = operands.front(),
             .subtrees = operands.subspan(1),
             .network_order = line.has("network-order") ? 1 : 0,
@@ -83,10 +102,32 @@ Request read_request(const tool::CommandLine &line) {
 // A subtree's file may be named without its suffix.
 std::string file_of(std::string name) {
     std::error_code ignored;
-    if (name.find(kSubtreeSuffix) == std::string::npos && name != kStream &&
+    const std::string last = fs::path{name}.filename();
+    if (last.find(kSubtreeSuffix) == std::string::npos && name != kStream &&
         (!fs::exists(name, ignored) || fs::is_directory(name, ignored)))
         name += kSubtreeSuffix;
     return name;
+}
+
+bool is_subtree_file(const Input &input) {
+    const tool::FileBytes file{input.path, input.name};
+    const auto look = tool::look_at(file.all(), {});
+    return !file.all().empty() && look && look->container == tool::Container::kSubtrees;
+}
+
+// An older main tree is none of the inputs, though a pattern such as "*.par" names it.
+bool would_replace_input(const Request &request) {
+    std::error_code not_there;
+    if (!fs::is_regular_file(request.output, not_there))
+        return false;
+    const auto is_output = [&](const Input &input) {
+        return fs::equivalent(input.path, request.output, not_there);
+    };
+    return is_output(Input{request.root}) ||
+           std::ranges::any_of(request.subtrees, [&](const char *name) {
+               const Input input{file_of(name)};
+               return is_output(input) && is_subtree_file(input);
+           });
 }
 
 // Files that a pattern such as "*.par" would name and that are no subtrees to be linked.
@@ -99,61 +140,79 @@ bool is_passed_over(const std::string &file, const Request &request) {
            fs::equivalent(file, request.output, not_there);
 }
 
+// ---- Reading ----
+
 // Counts a loss that the tool tells of itself beside those of the library.
 void count_loss() {
     ++tsh_link_warnings;
     ++tsh_link_losses;
 }
 
-// False with errno set when the file cannot be opened, which the library tells.
-bool read_file(const std::string &file, uint8_t kind) {
-    if (verbose != 0)
-        printf("Merging file %s\n", file.c_str());
-    return read_parser_file(file == kStream ? "/dev/stdin" : file.c_str(), kind) == 0;
+const subtree_entry_t *records_of(uint8_t kind) {
+    return kind == SUBTREE_FILE_ROOT ? tsh_root_tree_table : unresolved_subtree_table;
 }
 
-void read_root(const std::string &file) {
-    if (!read_file(file, SUBTREE_FILE_ROOT))
-        tool::fail("%s: cannot be read: %s", file.c_str(), strerror(errno));
-    if (tsh_root_tree_table == nullptr) {
-        tool::tell("%s: no root: it holds no subtree", file.c_str());
+// Nothing, with errno set, when the file cannot be opened, which the library tells.
+std::optional<tool::Records> read_file(const Input &input, uint8_t kind) {
+    if (verbose != 0)
+        printf("Merging file %s\n", input.name.c_str());
+    const subtree_entry_t *before = records_of(kind);
+    const uint32_t losses = tsh_link_losses;
+    if (read_parser_file(input.path.c_str(), kind) != 0)
+        return std::nullopt;
+    const tool::Records records{records_of(kind), before};
+    if (tsh_link_losses == losses && !records.empty()) // or a loss is told anyway
+        for (uint32_t left = tool::tell_of_unread(input.path, input.name, records); left > 0;
+             --left)
+            count_loss();
+    return records;
+}
+
+void read_root(const Input &input) {
+    const auto records = read_file(input, SUBTREE_FILE_ROOT);
+    if (!records)
+        tool::fail("%s: cannot be read: %s", input.name.c_str(), strerror(errno));
+    if (records->empty()) {
+        tool::tell("%s: no root: it holds no subtree", input.name.c_str());
         throw tool::Stop{tool::kFaults};
     }
-    if (tsh_root_tree_table->next == nullptr)
+    if (records->first->next == nullptr)
         return;
-    tool::tell("%s: not linked whole: only the last subtree of a root file is", file.c_str());
+    tool::tell("%s: not linked whole: only the last subtree of a root file is", input.name.c_str());
     count_loss();
 }
 
-void read_subtrees(const std::string &file) {
-    const subtree_entry_t *before = unresolved_subtree_table;
-    if (!read_file(file, SUBTREE_FILE_ORDINARY)) {
-        tool::tell("%s: not linked: %s", file.c_str(), strerror(errno));
+void read_subtrees(const Input &input) {
+    const auto records = read_file(input, SUBTREE_FILE_ORDINARY);
+    if (!records) {
+        tool::tell("%s: not linked: %s", input.name.c_str(), strerror(errno));
         return;
     }
-    if (unresolved_subtree_table == before) {
-        tool::tell("%s: nothing to link: it holds no subtree", file.c_str());
+    if (records->empty()) {
+        tool::tell("%s: nothing to link: it holds no subtree", input.name.c_str());
         count_loss();
     }
-    for (const subtree_entry_t *record = unresolved_subtree_table; record != before;
+    for (const subtree_entry_t *record = records->first; record != records->end;
          record = record->next)
         if (record->path_count == 0) {
-            tool::tell("%s: subtree %s cannot be reached: it has no attach path", file.c_str(),
-                       record->nodes[0].name);
+            tool::tell("%s: subtree %s cannot be reached: it has no attach path",
+                       input.name.c_str(), record->nodes[0].name);
             count_loss();
         }
 }
 
 void read_files(const Request &request, tool::Progress &progress) {
-    read_root(request.root);
+    read_root(Input{request.root});
     size_t count = 0;
     for (const char *name : request.subtrees) {
         progress.show("reading file %zu of %zu", ++count, request.subtrees.size());
         const std::string file = file_of(name);
         if (!is_passed_over(file, request))
-            read_subtrees(file);
+            read_subtrees(Input{file});
     }
 }
+
+// ---- Linking and writing ----
 
 LinkedTree join() {
     tree_node_t *nodes = nullptr;
@@ -175,13 +234,36 @@ void tell_if_too_deep(const LinkedTree &tree, const std::string &output) {
     ++tsh_link_warnings;
 }
 
-// The stream on which the tree alone is written; what is printed on standard output goes to
-// standard error from now on.
+// The loader looks for the redirect root behind the first child of the root.
+void tell_if_not_loadable(const LinkedTree &tree, const std::string &output) {
+    const std::span nodes{tree.nodes.get(), tree.node_count};
+    const auto links = tool::links_of(nodes.front());
+    if (std::ranges::any_of(links.subspan(links.empty() ? 0 : 1), [&](uint16_t child) {
+            return tool::text_of(nodes[child].name) == tool::kRedirectRoot;
+        }))
+        return;
+    tool::tell("%s: cannot be loaded: the root has no 'tsh_redirect_root' behind its first child",
+               output.c_str());
+    ++tsh_link_warnings;
+}
+
+// Standard output is that of standard error from now on, or leads nowhere where that is closed.
+void divert_standard_output() {
+    if (dup2(STDERR_FILENO, STDOUT_FILENO) >= 0)
+        return;
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0 || dup2(nowhere, STDOUT_FILENO) < 0)
+        tool::fail("/dev/null: cannot be opened: %s", strerror(errno));
+}
+
+// The stream on which the tree alone is written. Where standard error is closed, the stream does
+// not take its number, or messages would go there.
 FILE *take_standard_output() {
-    const int taken = dup(STDOUT_FILENO);
+    const int taken = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     FILE *stream = taken < 0 ? nullptr : fdopen(taken, "w");
-    if (stream == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
+    if (stream == nullptr)
         tool::fail("standard output: cannot be written: %s", strerror(errno));
+    divert_standard_output();
     return stream;
 }
 
@@ -195,34 +277,39 @@ void write(const LinkedTree &tree, const Request &request, FILE *stream) {
                                : tsh_main_tree_write(nodes, tree.node_count, request.output.c_str(),
                                                      request.network_order);
     if (result != 0)
-        tool::fail("%s: cannot be written: %s", request.output.c_str(), strerror(errno));
+        tool::fail("%s: cannot be written: %s", request.output_name.c_str(), strerror(errno));
 }
 
 tool::Status link(const tool::CommandLine &line) {
     const Request request = read_request(line);
     verbose = line.has("verbose") ? 1 : 0;
     prebuilt_main_tree_path = const_cast<char *>(line.value("prebuilt"));
+    if (would_replace_input(request))
+        tool::refuse("%s: would be replaced by what is made of it", request.output.c_str());
 
     FILE *stream = request.output == kStream ? take_standard_output() : nullptr;
     tool::Progress progress;
     read_files(request, progress);
     progress.show("linking");
     const LinkedTree tree = join();
-    tell_if_too_deep(tree, request.output);
+    tell_if_too_deep(tree, request.output_name);
+    tell_if_not_loadable(tree, request.output_name);
     if (request.strict && tsh_link_warnings > 0) {
         tool::tell("%s: not written: --strict allows no warning, and there were %u",
-                   request.output.c_str(), tsh_link_warnings);
+                   request.output_name.c_str(), tsh_link_warnings);
         return tool::kFaults;
     }
     write(tree, request, stream);
     return tsh_link_losses > 0 ? tool::kFaults : tool::kDone;
 }
 
+// ---- The frame ----
+
 bool is_running = true;
 
 // The library ends a link without memory in silence.
 void tell_of_memory(int status, void * /*unused*/) {
-    if (status == kOutOfMemory && is_running)
+    if (status == TREELINK_OUT_OF_MEMORY && is_running)
         tool::tell("out of memory");
 }
 
