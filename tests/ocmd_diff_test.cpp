@@ -109,7 +109,7 @@ TEST_F(Diff, TellsEveryFieldThatCounts) {
 TEST_F(Diff, ReadsFilesOfEveryKind) {
     const Word before = keyword("lamp").child(keyword("dark").terminal());
     const Word after = keyword("lamp").child(keyword("unlit").terminal());
-    grammar::write_subtree_file(shell("printf $PWD/old.sub").out,
+    grammar::write_subtree_file(path("old.sub"),
                                 {{before, "root"}, {keyword("early").terminal(), "root"}});
     store("new.par", main_root({after}));
     const std::string told = "- lamp dark\n+ lamp unlit\n- early\n";
