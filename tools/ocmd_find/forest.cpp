@@ -2,7 +2,7 @@
 #include "tools/ocmd_find/forest.h"
 
 #include "tools/support/command_lines.h"
-#include "tools/support/program.h"
+#include "tools/support/tree_shape.h"
 
 #include <algorithm>
 #include <iterator>
