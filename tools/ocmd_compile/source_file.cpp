@@ -1,14 +1,13 @@
 // Reading files of grammars, and lines and columns from offsets.
 #include "tools/ocmd_compile/source_file.h"
 
+#include "tools/support/descriptor.h"
 #include "tools/support/program.h"
 #include "tools/support/utf8.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -20,6 +19,8 @@ namespace {
 // A word takes some sixty bytes and a tree has 65,536 words at most, so this is far from any need;
 // it keeps an endless input from filling the memory.
 constexpr size_t kMostBytes = size_t{1} << 28;
+
+constexpr std::string_view kByteOrderMark{"\xEF\xBB\xBF"}; // no part of the first line
 
 bool ends_line(std::string_view bytes, size_t i) {
     return bytes[i] == '\n' ||
@@ -61,24 +62,25 @@ std::string read_whole(int descriptor, const std::string &name) {
 } // namespace
 
 SourceFile::SourceFile(std::string name, std::string bytes)
-    : name_(std::move(name)), bytes_(std::move(bytes)), starts_{0} {
+    : name_(std::move(name)),
+      bytes_(std::move(bytes)), starts_{bytes_.starts_with(kByteOrderMark)
+                                            ? uint32_t{kByteOrderMark.size()}
+                                            : 0} {
     for (size_t i = 0; i < bytes_.size(); ++i)
         if (ends_line(bytes_, i))
             starts_.push_back(static_cast<uint32_t>(i + 1));
 }
 
 SourceFile SourceFile::read(const std::string &path) {
-    if (path == "-")
-        return {"standard input", read_whole(STDIN_FILENO, "standard input")};
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0)
-        cannot_read(path);
-    std::string bytes = read_whole(descriptor, path);
-    close(descriptor);
-    return {path, std::move(bytes)};
+    const std::string name = path == "-" ? "standard input" : path;
+    const tool::Descriptor file{path};
+    if (file.number() < 0)
+        cannot_read(name);
+    return {name, read_whole(file.number(), name)};
 }
 
 Position SourceFile::position(uint32_t offset) const {
+    offset = std::max(offset, starts_.front());
     const auto after = std::ranges::upper_bound(starts_, offset);
     const auto line = static_cast<size_t>(after - starts_.begin());
     const uint32_t start = starts_[line - 1];

@@ -2,7 +2,9 @@
 #include "tools/support/file_bytes.h"
 
 #include "parse_tree/tree_node.h"
+#include "tools/support/descriptor.h"
 #include "tools/support/program.h"
+#include "treelink/subtree_read.h"
 
 #include <algorithm>
 #include <array>
@@ -10,9 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <new>
-#include <string_view>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,22 +22,7 @@ namespace tool {
 
 namespace {
 
-class Descriptor {
-public:
-    explicit Descriptor(const std::string &path)
-        : number_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-    ~Descriptor() {
-        if (number_ > STDIN_FILENO)
-            close(number_);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-
-    [[nodiscard]] int number() const { return number_; }
-
-private:
-    int number_;
-};
+static_assert(kMostBytesHeld / TREE_NODE_SIZE >= TREELINK_MAX_NODES);
 
 constexpr std::array<unsigned char, 2> kGzipStart{0x1F, 0x8B};
 

@@ -11,7 +11,8 @@
 namespace tool {
 
 /// What a pipe or compressed data may bring at most; a small file could inflate to anything. As
-/// much as the linker takes in one link, with some room for headers.
+/// many nodes as the linker takes in one link (TREELINK_MAX_NODES), with room for headers of some
+/// hundred records.
 constexpr size_t kMostBytesHeld = 1'049'000'000;
 
 /// The bytes of a file, as long as this lives. When another process cuts a mapped file short, the
