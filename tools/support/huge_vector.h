@@ -22,9 +22,7 @@ public:
             return static_cast<Item *>(::operator new(count * sizeof(Item)));
         const size_t size = (count * sizeof(Item) + kHugePage - 1) / kHugePage * kHugePage;
         void *block = ::operator new (size, std::align_val_t{kHugePage});
-#ifdef MADV_HUGEPAGE
         madvise(block, size, MADV_HUGEPAGE); // a wish
-#endif
         return static_cast<Item *>(block);
     }
 
@@ -35,9 +33,7 @@ public:
             ::operator delete (block, std::align_val_t{kHugePage});
     }
 
-    friend bool operator==(const HugePages &, const HugePages &) {
-        return true;
-    }
+    friend bool operator==(const HugePages &, const HugePages &) { return true; }
 
 private:
     static constexpr size_t kHugePage = size_t{1} << 21U;

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <getopt.h>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <unistd.h>
 
@@ -69,7 +70,12 @@ int finish_output(int status) {
     return kTrouble;
 }
 
-// ---- Libraries without memory ----
+// ---- Without memory ----
+
+int tell_of_memory(const Program &program) {
+    tell("out of memory");
+    return program.out_of_memory;
+}
 
 // GLib ends by SIGTRAP or calls itself until the stack is used up, libfyaml reads through null.
 constexpr std::array kSignals{SIGABRT, SIGSEGV, SIGTRAP};
@@ -191,8 +197,9 @@ int run(const Program &program, int argc, char **argv, Status (*body)(const Comm
     } catch (const Stop &stop) {
         status = stop.status;
     } catch (const std::bad_alloc &) {
-        tell("out of memory");
-        status = program.out_of_memory;
+        status = tell_of_memory(program);
+    } catch (const std::length_error &) { // more than any memory holds
+        status = tell_of_memory(program);
     }
     return finish_output(status);
 }
