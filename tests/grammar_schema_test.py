@@ -52,7 +52,7 @@ def schema_faults(text):
 
 def compiler_faults(text):
     run = subprocess.run([compiler, "-o", "/dev/null", "-"], input=text.encode(), capture_output=True)
-    return run.stderr.decode() if run.returncode else ""
+    return run.returncode and (run.stderr.decode() or "it crashed")
 
 
 listed = subprocess.run([compiler, "--list-keys"], capture_output=True, text=True).stdout
@@ -77,6 +77,10 @@ for text in ("words: {a: {hlep: x, command: f}}",
              "words: {a<INTEGER>b: f}",
              "words: [{a: f, b: f}]",
              "below: x\nwords: {a: f, b: f}",
+             "below: x\nwords: [{a: f, b: f}]",
+             "below: x\nredirect_root: no\nwords: {a: f}",
+             "words: {a: ''}",
+             "words: {a: {command: f, permissions: 340282366920938463463374607431768211456}}",
              "below: x\nhelp: y\nwords: {a: f}",
              "version: -1\nwords: {a: f}",
              "- a"):

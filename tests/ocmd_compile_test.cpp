@@ -21,14 +21,9 @@ using tool::TreeFile;
 
 std::string lines_matching(const std::string &text, const char *pattern) {
     std::string found;
-    const std::regex wanted{pattern};
-    for (size_t begin = 0; begin < text.size();) {
-        const size_t end = std::min(text.find('\n', begin), text.size());
-        std::string line = text.substr(begin, end - begin);
-        if (std::regex_search(line, wanted))
+    for (const std::string &line : harness::lines_of(text))
+        if (std::regex_search(line, std::regex{pattern}))
             found += line + "\n";
-        begin = end + 1;
-    }
     return found;
 }
 
@@ -72,7 +67,7 @@ TEST_F(Compile, FillsEveryFieldOfARecord) {
     const auto nodes = nodes_of(R"(
 below: here
 words:
-  !bytes k\xe9\\<INTEGER> <0x40100005>:
+  !bytes k\xe9\\<INTEGER> <0x5>:
     name: 'it''s'
     help: !bytes 'Gr\xfc\xdfe'
     command: f
@@ -118,7 +113,7 @@ words:
     expected.perms_mask[3] = 0x80;
     expected.perms_mask[15] = 0x80;
     expected.params[0] = {0x40100001, 2, {0x00, 0xFF, 0x10}, -5, 5, {0xAB}};
-    expected.params[1] = {0x40100005, 0xC0001, {}, 64, 0, {}};
+    expected.params[1] = {0x5, 0xC0001, {}, 64, 0, {}};
     expected.aux_value1 = 1;
     expected.param_count = 2;
     expected.aux_value2 = 65535;
@@ -237,7 +232,6 @@ TEST_F(Compile, ShowsLinesOfBothPlacesAndKeepsTheOldFile) {
 
 TEST_F(Compile, TakesChecksAsSeriouslyAsItIsTold) {
     const std::string dead_end = "below: x\nwords: {a: {words: {b: , c: {name: open}}}}\n";
-    const std::string warning = "1:1: warning: no command ends at 'b' or below it [dead-end]\n";
     EXPECT_EQ(told(dead_end), "2:21: warning: no command ends at 'b' or below it [dead-end]\n");
     EXPECT_TRUE(std::filesystem::exists(path("g.par")));
     EXPECT_EQ(told(dead_end, "-W no-dead-end --strict"), "");
@@ -252,7 +246,8 @@ TEST_F(Compile, TakesChecksAsSeriouslyAsItIsTold) {
               "no check is called 'dead-ende', did you mean 'dead-end'?\n");
     EXPECT_EQ(told("words: [{<WWN>: f}, {<WWN> <LUN>: {name: n, command: g}}]", "-W no-same-word"),
               "");
-    EXPECT_EQ(told("words: {a b: f}", "-W no-blank-in-word"), "");
+    EXPECT_EQ(told("words: {a b: f}", "-W no-blank-in-word -E missing-help"),
+              "1:9: 'a b' has no help text [missing-help]\n");
 }
 
 TEST_F(Compile, TellsTheFirstHundredMistakesOfAFile) {
@@ -262,6 +257,11 @@ TEST_F(Compile, TellsTheFirstHundredMistakesOfAFile) {
     const std::string messages = told(text);
     EXPECT_EQ(std::ranges::count(messages, '?'), 100) << "each with what was meant";
     EXPECT_EQ(lines_matching(messages, "further"), " 20 further messages are not shown\n");
+}
+
+TEST_F(Compile, AnswersAsInTheTranscript) {
+    const std::string grammars = read_file(TEST_FILES "/transcripts/grammars.txt");
+    EXPECT_EQ(replayed(grammars), grammars);
 }
 
 // ---- Limits ----
@@ -318,6 +318,8 @@ TEST_F(Compile, SurvivesHostileTexts) {
          "aliases repeat more"},
         {R"(words: {a: !bytes "\\x4"})", "in !bytes a backslash stands before"},
         {R"(words: {a: {name: "a\0b", command: f}})", "a text with a zero byte"},
+        {"words: [" + repeated("<URI>: f, ", 193) + "]",
+         "193 words below one word, there is room for 192"},
         {ladder, "the root has no 'tsh_redirect_root'"}, // for which 192 words leave no room
     };
     for (const auto &hostile : cases) {

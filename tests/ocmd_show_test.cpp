@@ -212,8 +212,13 @@ TEST_F(Show, ShowsTreesInEveryForm) {
             EXPECT_EQ(shell(("ocmd_show " + mode).append(" ").append(file)),
                       read_file(TEST_FILES "/grammars/" + file.substr(0, file.size() - 3) + form));
         }
-    store(Nodes(2));
-    EXPECT_EQ(shell("ocmd_show main.par | grep unreach"), "  unreachable nodes:       1\n");
+    Nodes two(2);
+    two[1].reserved[0] = 1;
+    store(two);
+    EXPECT_EQ(shell("ocmd_show --kind=main main.par | grep unreach"),
+              "  unreachable nodes:       1\n");
+    EXPECT_EQ(shell("ocmd_show --kind=main --nodes main.par | tail -n 2"),
+              "  depth: not reached from the root\n  stray: reserved bytes\n");
 }
 
 TEST_F(Show, KnowsAFileByItsLook) {
@@ -239,6 +244,7 @@ TEST_F(Show, KnowsAFileByItsLook) {
         at = records + count * sizeof swapped[0];
     }
     store("little.par", little);
+    EXPECT_EQ(shell("ocmd_show --commands sub.par"), "lane up\ndown\n");
 
     const struct {
         std::string file;

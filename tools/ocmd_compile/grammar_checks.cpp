@@ -3,6 +3,8 @@
 #include "tools/ocmd_compile/grammar_checks.h"
 
 #include "param_reg/builtin_types.h"
+#include "tools/support/tree_input.h"
+#include "tools/support/types.h"
 #include "tools/support/utf8.h"
 #include "tools/support/wording.h"
 
@@ -169,13 +171,30 @@ void blank_in_word(const Run &run) {
     });
 }
 
+// Bounds as a record holds them, in the order of their numbers.
+int64_t bound_of(const Setting *setting, uint32_t type_mask) {
+    const auto stored = static_cast<uint32_t>(setting == nullptr ? 0 : setting->number[0]);
+    return tool::has_unsigned_bounds(type_mask) ? int64_t{stored}
+                                                : int64_t{static_cast<int32_t>(stored)};
+}
+
 void bounds(const Run &run) {
     for_each_word(run, [&](const Document &document, const Word &word) {
         for (int i = 1; i <= word.key.parameter_count; ++i) {
+            const uint32_t mask = word.key.masks()[static_cast<size_t>(i - 1)];
             const Setting *min = find_setting(document, word, "min", i);
             const Setting *max = find_setting(document, word, "max", i);
-            if (min != nullptr && max != nullptr &&
-                static_cast<int32_t>(min->number[0]) > static_cast<int32_t>(max->number[0]))
+            const Setting *length = find_setting(document, word, "length", i);
+            if (length != nullptr && !tool::may_take_text(mask))
+                run.tell(document, length->place,
+                         "a length is for texts, " + quoted(tool::word_key({}, {&mask, 1})) +
+                             " takes none");
+            if (length != nullptr || max == nullptr || bound_of(min, mask) <= bound_of(max, mask))
+                continue;
+            if (min == nullptr)
+                run.tell(document, max->place,
+                         "the highest value is below 0, the lowest when none is given");
+            else
                 run.tell(document, min->place, "the lowest value is greater than the highest",
                          {{document.file, max->place, "which stands here"}});
         }
@@ -198,6 +217,8 @@ void redirect_root(const Run &run) {
             !document.words[0].sound)
             continue;
         const std::span<const Link> links = document.links_of(document.words[0]);
+        if (links.size() > TREE_MAX_CHILDREN) // told, and there is no room for another
+            continue;
         const auto found = std::find_if(
             links.begin() + (links.empty() ? 0 : 1), links.end(), [&](const Link &link) {
                 return link.child != kNoWord && document.words[link.child].name == kRedirectRoot;
@@ -246,16 +267,11 @@ void unknown_attach_point(const Run &run) {
     for (const Document &document : run.grammar.documents)
         for (const Word &word : document.words)
             names.insert(word.name);
-    for (const Document &document : run.grammar.documents) {
-        std::string_view rest = document.attach_path;
-        while (!rest.empty()) {
-            const std::string_view name = rest.substr(0, rest.find(','));
-            rest.remove_prefix(std::min(name.size() + 1, rest.size()));
+    for (const Document &document : run.grammar.documents)
+        for (const std::string_view name : tool::attach_names(document.attach_path))
             if (!names.contains(name))
                 run.tell(document, document.attach_place,
                          "no node of these files is named " + quoted(name));
-        }
-    }
 }
 
 void always(const Run &run) {
@@ -278,7 +294,8 @@ constexpr std::array kTable{
          "A keyword has a blank in it and is not tagged !bytes."},
         blank_in_word},
     Row{{"bounds", Level::kError, kSoundWord,
-         "The lowest value of a parameter is greater than its highest."},
+         "The lowest value of a parameter is greater than its highest, or a length is given where "
+         "no text is taken."},
         bounds},
     Row{{"redirect-root", Level::kError, kSoundWord,
          "The root lacks what a main tree is loaded by."},

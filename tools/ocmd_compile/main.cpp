@@ -11,6 +11,7 @@
 #include "tools/ocmd_compile/yaml_tree.h"
 #include "tools/support/output_file.h"
 #include "tools/support/program.h"
+#include "tools/support/releaser.h"
 #include "tools/support/types.h"
 
 #include <algorithm>
@@ -18,11 +19,15 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 #include <zlib.h>
 
@@ -33,8 +38,6 @@ using compiler::Grammar;
 using compiler::Messages;
 using compiler::SourceFile;
 using tool::CommandLine;
-
-constexpr size_t kMostInRecord = 19998; // nodes that the tree writer puts into one record
 
 constexpr std::array kOptions{
     tool::Option{
@@ -113,10 +116,7 @@ bool write_record(const Document &document, gzFile stream) {
                                     document.version, &path, stream, 1, 1, 0) == 0;
 }
 
-struct CloseGzip {
-    void operator()(gzFile stream) const { gzclose(stream); }
-};
-using GzipStream = std::unique_ptr<gzFile_s, CloseGzip>;
+using GzipStream = std::unique_ptr<gzFile_s, tool::Releaser<gzclose>>;
 
 void write_records(std::span<const Document> documents, const tool::OutputFile &output) {
     errno = 0;
@@ -153,12 +153,40 @@ void write_each_file(std::span<const Document> documents, bool main) {
 
 // ---- The run ----
 
+// The files that are read, under whatever names.
+class Inputs {
+public:
+    explicit Inputs(std::span<char *const> paths) {
+        for (const char *path : paths)
+            if (const auto file = identity(path))
+                files_.insert(*file);
+    }
+
+    [[nodiscard]] bool have(const std::string &path) const {
+        const auto file = identity(path == "-" ? "" : path.c_str());
+        return file && files_.contains(*file);
+    }
+
+private:
+    using Identity = std::pair<dev_t, ino_t>;
+
+    // Of a file that can be replaced.
+    static std::optional<Identity> identity(const char *path) {
+        struct stat file {};
+        if (stat(std::string_view{path} == "-" ? "/dev/stdin" : path, &file) != 0 ||
+            !S_ISREG(file.st_mode))
+            return std::nullopt;
+        return Identity{file.st_dev, file.st_ino};
+    }
+
+    std::set<Identity> files_;
+};
+
 // What is written must hit no file that is read. Without a name for the output each file gives one.
 void check_outputs(const CommandLine &line, const char *given) {
-    const std::unordered_set<std::string_view> inputs{line.operands().begin(),
-                                                      line.operands().end()};
+    const Inputs inputs{line.operands()};
     if (given != nullptr) {
-        if (inputs.contains(given) && std::string_view{given} != "-")
+        if (inputs.have(given))
             tool::refuse("%s: would be replaced by what is made of it", given);
         return;
     }
@@ -167,7 +195,7 @@ void check_outputs(const CommandLine &line, const char *given) {
         if (std::string_view{input} == "-")
             tool::refuse("standard input has no name to make the output's from: -o is missing");
         const std::string output = output_for(input);
-        if (inputs.contains(output))
+        if (inputs.have(output))
             tool::refuse("%s: would be replaced by what is made of %s: -o is missing",
                          output.c_str(), input);
         if (!outputs.insert(output).second)
@@ -193,7 +221,7 @@ tool::Status compile(const CommandLine &line) {
     for (const char *path : line.operands())
         grammar.files.push_back(SourceFile::read(path));
     for (const SourceFile &file : grammar.files)
-        understand(file, main ? TREE_MAX_NODES : kMostInRecord, grammar, messages);
+        understand(file, main ? TREE_MAX_NODES : TREE_WRITER_MAX_NODES, grammar, messages);
     if (main)
         want_one_root(grammar, messages);
     compiler::check(grammar, main, levels, messages);

@@ -43,7 +43,8 @@ std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
 void show_line(const SourceFile &file, Place place) {
     const size_t number = file.position(place.begin).line;
     const std::string_view line = file.line(number);
-    const size_t from = std::min<size_t>(place.begin - file.start_of_line(number), line.size());
+    const uint32_t start = file.start_of_line(number);
+    const size_t from = std::min<size_t>(std::max(place.begin, start) - start, line.size());
     const size_t to = std::clamp(from + (place.end - place.begin), from, line.size());
     const auto [begin, end] = window_of(line, from);
 

@@ -8,6 +8,7 @@
 #include "tools/ocmd_compile/values.h"
 #include "tools/ocmd_compile/word_reader.h"
 #include "tools/ocmd_compile/yaml_values.h"
+#include "tools/support/tree_input.h"
 #include "tools/support/wording.h"
 #include "treelink/subtree_read.h"
 
@@ -18,6 +19,7 @@
 #include <string>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace compiler {
@@ -148,11 +150,10 @@ void Understanding::take_document_key(const Pair &pair) {
 void Understanding::take_below(const Pair &pair) {
     out_.attach_place = values_.place_of(pair);
     out_.attach_path = names_below(pair);
-    const auto commas = static_cast<size_t>(std::ranges::count(out_.attach_path, ','));
     if (out_.attach_path.size() > kMostPathBytes)
         values_.fault_at(pair, "attach points of " + std::to_string(out_.attach_path.size()) +
                                    " bytes, there is room for " + std::to_string(kMostPathBytes));
-    else if (commas >= kMostAttachPoints)
+    else if (tool::attach_names(out_.attach_path).size() > kMostAttachPoints)
         values_.fault_at(pair, "more than " + std::to_string(kMostAttachPoints) + " attach points");
     else if (out_.attach_path.find('\0') != std::string::npos)
         values_.fault_at(pair, "a text with a zero byte");
@@ -227,10 +228,12 @@ void Understanding::begin_root(size_t faults_before) {
 }
 
 void Understanding::begin_subtree(const std::optional<Pair> &words) {
+    const size_t faults_before = values_.faults();
     if (words)
         add_links(kNoWord, *words, out_.attach_path.substr(0, out_.attach_path.find(',')));
     const size_t count = open_.empty() ? 0 : open_.back().pairs.size();
-    if (count == 1)
+    const bool none_sound = count == 0 && values_.faults() > faults_before;
+    if (count == 1 || none_sound)
         return;
     const Place place = count == 0 ? out_.place : values_.key_place(open_.back().pairs[1]);
     values_.fault(place,
@@ -240,17 +243,19 @@ void Understanding::begin_subtree(const std::optional<Pair> &words) {
 // A main tree is loaded only with such a node; that it stands right is for the checks.
 void Understanding::add_redirect_root() {
     const auto links = out_.links_of(out_.words[0]);
-    const bool named = std::ranges::any_of(
-        out_.words, [](const Word &known) { return known.name == tool::kRedirectRoot; });
+    std::unordered_set<std::string_view> taken;
+    for (const Word &word : out_.words)
+        taken.insert(word.name);
     const bool has_room =
         links.size() < TREE_MAX_CHILDREN && out_.words.size() + 2 <= most_words_ && !too_many_;
-    if (named || links.empty() || !has_room)
+    if (taken.contains(tool::kRedirectRoot) || links.empty() || !has_room)
         return;
     const std::vector<Link> others{links.begin(), links.end()};
+    const std::string inner_name = tool::name_below_redirect_root(taken);
     const uint32_t redirect = add_word({}, out_.place);
     const uint32_t inner = add_word({}, out_.place);
     out_.words[redirect].name = tool::kRedirectRoot;
-    out_.words[inner].name = tool::kBelowRedirectRoot;
+    out_.words[inner].name = inner_name;
     out_.words[redirect].first_link = static_cast<uint32_t>(out_.links.size());
     out_.words[redirect].link_count = 1;
     out_.links.push_back({inner, out_.place});
@@ -438,7 +443,9 @@ void Understanding::take_marks(uint32_t index, const Pair &list) {
         const auto text = values_.text(item, expected);
         if (!text)
             continue;
-        const auto found = positions.find(as_word(*text));
+        auto found = positions.find(as_word(*text));
+        if (found == positions.end()) // a made name looks like a word, but is spelled otherwise
+            found = positions.find(*text);
         if (found == positions.end())
             values_.fault_at(item, "there is no " + quoted(*text) + " below this word");
         else if (found->second == kSeveral)

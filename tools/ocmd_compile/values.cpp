@@ -1,55 +1,54 @@
 // Values of keys.
 #include "tools/ocmd_compile/values.h"
 
-#include "tools/ocmd_compile/word_key.h"
-
-#include <charconv>
-#include <system_error>
+#include <array>
+#include <glib.h>
 
 namespace compiler {
 
 namespace {
 
-template <typename Number> std::optional<Number> read_decimal(std::string_view text) {
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
-    const bool octal_look = digits.size() > 1 && digits.front() == '0';
-    if (error != std::errc{} || end != text.data() + text.size() || octal_look)
-        return {};
-    return number;
+bool is_hexadecimal(std::string_view text) {
+    return text.starts_with("0x") || text.starts_with("0X");
 }
 
-std::optional<Bits> read_hexadecimal(std::string_view digits) {
-    constexpr size_t kMostDigits = 32;
-    Bits number{};
-    if (digits.empty() || digits.size() > kMostDigits)
+std::optional<Bits> read_digits(std::string_view digits, int base) {
+    std::array<uint32_t, 4> words{}; // the lowest first
+    if (digits.empty())
         return {};
     for (const char c : digits) {
-        if (digit_of(c) < 0)
+        const int digit = g_ascii_xdigit_value(c);
+        if (digit < 0 || digit >= base)
             return {};
-        number[1] = number[1] << 4U | number[0] >> 60U;
-        number[0] = number[0] << 4U | static_cast<uint64_t>(digit_of(c));
+        auto carry = static_cast<uint64_t>(digit);
+        for (uint32_t &word : words) {
+            carry += uint64_t{word} * static_cast<uint64_t>(base);
+            word = static_cast<uint32_t>(carry);
+            carry >>= 32U;
+        }
+        if (carry > 0)
+            return {};
     }
-    return number;
+    return Bits{words[0] | uint64_t{words[1]} << 32U, words[2] | uint64_t{words[3]} << 32U};
 }
 
 } // namespace
 
 std::optional<Bits> read_number(std::string_view text) {
-    if (text.starts_with("0x") || text.starts_with("0X"))
-        return read_hexadecimal(text.substr(2));
-    const std::optional<uint64_t> number = read_decimal<uint64_t>(text);
-    return number ? std::optional{Bits{*number, 0}} : std::nullopt;
+    if (is_hexadecimal(text))
+        return read_digits(text.substr(2), 16);
+    const bool octal_look = text.size() > 1 && text.front() == '0';
+    return octal_look ? std::nullopt : read_digits(text, 10);
 }
 
-std::optional<int32_t> read_signed(std::string_view text) {
-    if (!text.starts_with("0x") && !text.starts_with("0X"))
-        return read_decimal<int32_t>(text);
-    const std::optional<Bits> number = read_hexadecimal(text.substr(2));
-    if (!number || !fits(*number, 31))
+std::optional<int64_t> read_signed(std::string_view text) {
+    const bool negative = text.starts_with('-');
+    const std::string_view digits = text.substr(negative ? 1 : 0);
+    const std::optional<Bits> number = read_number(digits);
+    if (!number || !fits(*number, 63) || (negative && is_hexadecimal(digits)))
         return {};
-    return static_cast<int32_t>((*number)[0]);
+    const auto magnitude = static_cast<int64_t>((*number)[0]);
+    return negative ? -magnitude : magnitude;
 }
 
 std::optional<bool> read_yes_no(std::string_view text) {
@@ -67,9 +66,11 @@ std::optional<std::string> read_hex_bytes(std::string_view text) {
             ++i;
             continue;
         }
-        if (i + 1 == text.size() || digit_of(text[i]) < 0 || digit_of(text[i + 1]) < 0)
+        const int high = g_ascii_xdigit_value(text[i]);
+        const int low = i + 1 == text.size() ? -1 : g_ascii_xdigit_value(text[i + 1]);
+        if (high < 0 || low < 0)
             return {};
-        bytes += static_cast<char>(digit_of(text[i]) * 16 + digit_of(text[i + 1]));
+        bytes += static_cast<char>(high * 16 + low);
         i += 2;
     }
     return bytes;

@@ -1,4 +1,4 @@
-// Values of keys: numbers, sets and bytes from texts.
+// Values of keys: numbers and bytes from texts.
 #pragma once
 
 #include "tools/ocmd_compile/grammar.h"
@@ -10,11 +10,11 @@
 
 namespace compiler {
 
-/// Decimal below 2^64, or hexadecimal below 2^128 behind "0x".
+/// Below 2^128, decimal or behind "0x" hexadecimal.
 std::optional<Bits> read_number(std::string_view text);
 
-/// Decimal, with a minus or without, or hexadecimal below 2^31.
-std::optional<int32_t> read_signed(std::string_view text);
+/// Decimal of 64 bits, with a minus or without, or hexadecimal below 2^63.
+std::optional<int64_t> read_signed(std::string_view text);
 
 /// yes or true, no or false.
 std::optional<bool> read_yes_no(std::string_view text);

@@ -6,9 +6,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <glib.h>
 #include <system_error>
-#include <utility>
-#include <vector>
 
 namespace compiler {
 
@@ -90,13 +89,6 @@ bool read_parameters(std::string_view text, WordKey &key, const TellPart &tell) 
 
 } // namespace
 
-int digit_of(char c) {
-    const auto lower = static_cast<char>(c | 0x20);
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 std::optional<std::string> read_bytes(std::string_view text, const TellPart &tell) {
     std::string bytes;
     for (size_t i = 0; i < text.size(); ++i) {
@@ -106,9 +98,10 @@ std::optional<std::string> read_bytes(std::string_view text, const TellPart &tel
         } else if (code.starts_with("\\\\")) {
             bytes += '\\';
             ++i;
-        } else if (code.size() == 4 && code[1] == 'x' && digit_of(code[2]) >= 0 &&
-                   digit_of(code[3]) >= 0) {
-            bytes += static_cast<char>(digit_of(code[2]) * 16 + digit_of(code[3]));
+        } else if (code.size() == 4 && code[1] == 'x' && g_ascii_isxdigit(code[2]) &&
+                   g_ascii_isxdigit(code[3])) {
+            bytes += static_cast<char>(g_ascii_xdigit_value(code[2]) * 16 +
+                                       g_ascii_xdigit_value(code[3]));
             i += 3;
         } else {
             tell(code, "in !bytes a backslash stands before x and two digits, or before another "

@@ -21,7 +21,4 @@ std::optional<WordKey> read_word_key(std::string_view text, bool bytes, TextStor
 /// A text that was tagged "!bytes": `\x` and two digits are one byte, `\\` is a backslash.
 std::optional<std::string> read_bytes(std::string_view text, const TellPart &tell);
 
-/// Number of a hexadecimal digit, -1 for another character.
-int digit_of(char c);
-
 } // namespace compiler

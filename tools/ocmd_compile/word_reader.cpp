@@ -3,11 +3,11 @@
 #include "tools/ocmd_compile/word_reader.h"
 
 #include "tools/ocmd_compile/values.h"
+#include "tools/support/types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
 #include <string>
-#include <utility>
 
 namespace compiler {
 
@@ -17,10 +17,11 @@ using tool::quoted;
 
 namespace {
 
-// A bound that lies where `min` lies, under the name that suits a text.
-constexpr int32_t kMostLength = INT16_MAX;
+// Fields under another key: a bound that lies where `min` lies, and a function that ends a command.
 constexpr GrammarField kLength{"length", FieldKind::kSigned, offsetof(parameter_info_t, int_min),
                                sizeof(parameter_info_t::int_min)};
+constexpr GrammarField kCommand{"command", FieldKind::kText, offsetof(tree_node_t, func_id),
+                                sizeof(tree_node_t::func_id)};
 
 const GrammarField &word_field(std::string_view key) {
     return tool::field_of(tool::word_fields(), key);
@@ -28,6 +29,11 @@ const GrammarField &word_field(std::string_view key) {
 
 const GrammarField &parameter_field(std::string_view key) {
     return tool::field_of(tool::parameter_fields(), key);
+}
+
+// What a highest value is when there is none.
+int64_t greatest_bound(uint32_t type_mask) {
+    return tool::has_unsigned_bounds(type_mask) ? int64_t{UINT32_MAX} : int64_t{INT32_MAX};
 }
 
 unsigned bits_of(const GrammarField &field) {
@@ -45,14 +51,12 @@ std::string expected_of(const GrammarField &field) {
         return takes + number;
     case FieldKind::kYesNo:
         return takes + "yes, no or " + number;
-    case FieldKind::kSigned:
-        return takes + "a number from " + std::to_string(INT32_MIN) + " to " +
-               std::to_string(INT32_MAX);
     case FieldKind::kFlag:
         return takes + "yes or no";
     case FieldKind::kSet:
         return takes + "a list of numbers from 0 to " + std::to_string(bits_of(field) - 1) +
                ", or a mask";
+    case FieldKind::kSigned: // read by their own rules
     case FieldKind::kBytes:
         break;
     }
@@ -66,10 +70,6 @@ std::optional<Bits> number_for(const GrammarField &field, std::string_view text)
             return Bits{*answer ? 1U : 0U, 0};
     if (field.kind == FieldKind::kFlag)
         return {};
-    if (field.kind == FieldKind::kSigned) {
-        const std::optional<int32_t> number = read_signed(text);
-        return number ? std::optional{Bits{static_cast<uint32_t>(*number), 0}} : std::nullopt;
-    }
     const std::optional<Bits> number = read_number(text);
     return number && fits(*number, bits_of(field)) ? number : std::nullopt;
 }
@@ -106,14 +106,16 @@ const WordReader::Rules &WordReader::word_rules() {
 }
 
 const WordReader::Rules &WordReader::parameter_rules() {
-    static const Rules rules =
-        with_fields({{"length", &WordReader::take_length, nullptr}}, tool::parameter_fields());
+    static const Rules rules = with_fields({{"length", &WordReader::take_length, nullptr},
+                                            {"min", &WordReader::take_lowest, nullptr},
+                                            {"max", &WordReader::take_highest, nullptr}},
+                                           tool::parameter_fields());
     return rules;
 }
 
 const WordReader::Rules &WordReader::submode_rules() {
-    static const Rules rules{{"help", &WordReader::take_submode_help, nullptr},
-                             {"mode", &WordReader::take_mode, nullptr}};
+    static const Rules rules{{"help", nullptr, &word_field("submode_help")},
+                             {"mode", nullptr, &word_field("mode")}};
     return rules;
 }
 
@@ -200,8 +202,9 @@ void WordReader::add_missing_bounds() {
                 return setting.field == &field && setting.parameter == i;
             });
         };
+        const auto greatest = static_cast<uint32_t>(greatest_bound(word().key.types[i - 1]));
         if (find(min) != settings.end() && find(max) == settings.end())
-            document_.settings.push_back({&max, i, find(min)->place, {}, {INT32_MAX, 0}});
+            document_.settings.push_back({&max, i, find(min)->place, {}, {greatest, 0}});
     }
 }
 
@@ -259,8 +262,12 @@ void WordReader::add(const Pair &pair, const GrammarField &field, std::string_vi
     for (const Setting &known : std::span{document_.settings}.subspan(word().first_setting)) {
         if (known.parameter != parameter_ || !same_thing(*known.field, field))
             continue;
+        const std::string_view other = known.field->key;
         if (field.kind != FieldKind::kFlag || known.number != number)
-            values_.fault_at(pair, quoted(field.key) + " is said twice",
+            values_.fault_at(pair,
+                             quoted(field.key) + (other == field.key
+                                                      ? " is said twice"
+                                                      : " cannot stand beside " + quoted(other)),
                              {values_.note(known.place, "and here")});
         return;
     }
@@ -288,7 +295,7 @@ void WordReader::take_command(const Pair &pair) {
                          "a command without a function; 'terminal: yes' ends one that has none");
         return;
     }
-    take_field(pair, word_field("function"));
+    take_field(pair, kCommand);
     add(pair, word_field("terminal"), {}, {1, 0});
 }
 
@@ -301,22 +308,30 @@ void WordReader::take_submode(const Pair &pair) {
     take_all(submode_rules(), pair, "of a submode");
 }
 
-void WordReader::take_submode_help(const Pair &pair) {
-    take_field(pair, word_field("submode_help"));
-}
-
-void WordReader::take_mode(const Pair &pair) {
-    take_field(pair, word_field("mode"));
-}
-
 void WordReader::take_length(const Pair &pair) {
-    const auto expected = [] {
-        return "'length' takes a number from 0 to " + std::to_string(kMostLength);
+    take_limit(pair, kLength, 0, INT16_MAX);
+}
+
+void WordReader::take_lowest(const Pair &pair) {
+    take_limit(pair, parameter_field("min"), INT32_MIN,
+               greatest_bound(word().key.types[parameter_ - 1]));
+}
+
+void WordReader::take_highest(const Pair &pair) {
+    take_limit(pair, parameter_field("max"), INT32_MIN,
+               greatest_bound(word().key.types[parameter_ - 1]));
+}
+
+void WordReader::take_limit(const Pair &pair, const GrammarField &field, int64_t least,
+                            int64_t greatest) {
+    const auto expected = [&] {
+        return quoted(field.key) + " takes a number from " + std::to_string(least) + " to " +
+               std::to_string(greatest);
     };
     const auto text = values_.text(pair, expected);
-    const std::optional<int32_t> length = text ? read_signed(*text) : std::nullopt;
-    if (length && *length >= 0 && *length <= kMostLength)
-        add(pair, kLength, {}, {static_cast<uint64_t>(*length), 0});
+    const std::optional<int64_t> number = text ? read_signed(*text) : std::nullopt;
+    if (number && *number >= least && *number <= greatest)
+        add(pair, field, {}, {static_cast<uint32_t>(*number), 0});
     else if (text)
         values_.fault_at(pair, expected());
 }

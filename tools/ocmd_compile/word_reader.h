@@ -59,9 +59,11 @@ private:
     void take_name(const Pair &pair);
     void take_command(const Pair &pair);
     void take_submode(const Pair &pair);
-    void take_submode_help(const Pair &pair);
-    void take_mode(const Pair &pair);
     void take_length(const Pair &pair);
+    void take_lowest(const Pair &pair);
+    void take_highest(const Pair &pair);
+    void take_limit(const Pair &pair, const tool::GrammarField &field, int64_t least,
+                    int64_t greatest);
     void take_bound(const Pair &pair);
     void take_parameters(const Pair &pair);
     void take_words(const Pair &pair) { rest_.words = pair; }

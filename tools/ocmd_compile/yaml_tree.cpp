@@ -4,6 +4,8 @@
 // alias inside its own anchor is refused.
 #include "tools/ocmd_compile/yaml_tree.h"
 
+#include "tools/support/releaser.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -11,19 +13,12 @@
 #include <glib.h>
 #include <libfyaml.h>
 #include <new>
-#include <optional>
 #include <string>
 #include <unordered_map>
-#include <utility>
 
 namespace compiler {
 
 namespace {
-
-struct Destroy {
-    void operator()(fy_parser *parser) const { fy_parser_destroy(parser); }
-    void operator()(fy_diag *diag) const { fy_diag_destroy(diag); }
-};
 
 constexpr uint32_t kNoLength = 0;
 
@@ -110,8 +105,8 @@ struct YamlReader::Parser {
     TextStore &texts;
     Messages &messages;
     std::string_view bytes;
-    std::unique_ptr<fy_diag, Destroy> diag;
-    std::unique_ptr<fy_parser, Destroy> parser;
+    std::unique_ptr<fy_diag, tool::Releaser<fy_diag_destroy>> diag;
+    std::unique_ptr<fy_parser, tool::Releaser<fy_parser_destroy>> parser;
     std::unordered_map<std::string_view, uint32_t> anchors; // of the document being read
     std::vector<uint32_t> open;                             // nodes that have not ended yet
     uint32_t last_end = 0;                                  // of the last node with a place
@@ -203,6 +198,9 @@ struct YamlReader::Parser {
     // False at the end of the document.
     bool take(YamlDocument &document, fy_event *event) {
         switch (event->type) {
+        case FYET_DOCUMENT_START:
+            last_end = place_of(event).begin; // where a document of nothing is told of
+            break;
         case FYET_SCALAR:
             add(document, YamlKind::kScalar, event);
             break;

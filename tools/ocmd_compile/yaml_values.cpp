@@ -4,7 +4,7 @@
 #include "tools/support/wording.h"
 
 #include <algorithm>
-#include <unordered_map>
+#include <map>
 #include <utility>
 
 namespace compiler {
@@ -46,10 +46,11 @@ Place YamlValues::place_of(const Pair &pair) const {
 // Parts of texts that stand in the file as they are have places of their own.
 TellPart YamlValues::tell_parts_at(Place whole) {
     return [this, whole](std::string_view part, std::string text) {
-        const char *bytes = yaml_.file->bytes().data();
-        const bool inside = !part.empty() && part.data() >= bytes + whole.begin &&
-                            part.data() + part.size() <= bytes + whole.end;
-        const auto begin = static_cast<uint32_t>(part.data() - bytes);
+        const auto bytes = reinterpret_cast<uintptr_t>(yaml_.file->bytes().data());
+        const auto there = reinterpret_cast<uintptr_t>(part.data()); // or in the store of texts
+        const bool inside = !part.empty() && there >= bytes + whole.begin &&
+                            there + part.size() <= bytes + whole.end;
+        const auto begin = static_cast<uint32_t>(there - bytes);
         fault(inside ? Place{begin, begin + static_cast<uint32_t>(part.size())} : whole,
               std::move(text));
     };
@@ -92,7 +93,7 @@ std::vector<Pair> YamlValues::pairs(uint32_t mapping) {
         else if (key(pair).kind != YamlKind::kBroken)
             fault_at_key(pair, "a key is a text");
     }
-    const auto text = [&](const Pair &pair) { return key(pair).text; };
+    const auto text = [&](const Pair &pair) { return tagged_text(pair); };
     std::vector<Pair> sorted = pairs;
     std::ranges::sort(sorted, {}, text);
     return std::ranges::adjacent_find(sorted, {}, text) == sorted.end() ? pairs
@@ -101,9 +102,9 @@ std::vector<Pair> YamlValues::pairs(uint32_t mapping) {
 
 std::vector<Pair> YamlValues::without_repeats(const std::vector<Pair> &pairs) {
     std::vector<Pair> firsts;
-    std::unordered_map<std::string_view, Place> seen;
+    std::map<std::pair<std::string_view, bool>, Place> seen;
     for (const Pair &pair : pairs) {
-        const auto [first, is_new] = seen.emplace(key(pair).text, key_place(pair));
+        const auto [first, is_new] = seen.emplace(tagged_text(pair), key_place(pair));
         if (is_new)
             firsts.push_back(pair);
         else

@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace compiler {
@@ -80,6 +81,10 @@ private:
     bool may_read(uint32_t item);
     std::optional<std::string_view> scalar_text(const Pair &pair);
     TellPart tell_parts_at(Place whole);
+    // What tells keys apart: a text that is tagged stands for other bytes.
+    [[nodiscard]] std::pair<std::string_view, bool> tagged_text(const Pair &pair) const {
+        return {key(pair).text, key(pair).of_bytes};
+    }
     std::vector<Pair> without_repeats(const std::vector<Pair> &pairs);
 
     const YamlDocument &yaml_;

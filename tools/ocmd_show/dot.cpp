@@ -140,7 +140,8 @@ public:
                 ++parents_[child];
     }
 
-    // Level by level, each node once, with its links unless it lies on the last level.
+    // Level by level, each node once, with its links; on the last level with those to nodes that
+    // are drawn anyway.
     void draw(const std::string &title, std::vector<uint16_t> top, uint32_t levels) {
         output_ << "digraph \"";
         write_escaped(title, output_);
@@ -152,9 +153,8 @@ public:
         for (uint32_t below = 0; !level.empty(); ++below) {
             std::vector<uint16_t> next;
             for (const uint16_t node : level) {
-                draw_node(node, below < levels);
-                if (below < levels)
-                    draw_links(node, drawn, next);
+                draw_node(node, below < levels ? 0 : count_others(node, drawn));
+                draw_links(node, drawn, below < levels ? &next : nullptr);
             }
             level = std::move(next);
         }
@@ -162,13 +162,18 @@ public:
     }
 
 private:
-    void draw_node(uint16_t index, bool with_links) {
+    [[nodiscard]] uint32_t count_others(uint16_t node, const std::vector<bool> &drawn) const {
+        return static_cast<uint32_t>(std::ranges::count_if(
+            links_.below(node), [&](uint16_t child) { return !drawn[child]; }));
+    }
+
+    void draw_node(uint16_t index, uint32_t words_not_drawn) {
         const tree_node_t &node = nodes_[index];
         const std::string word = word_of(node);
         output_ << "  n" << uint32_t{index} << " [label=\"";
         write_escaped(word.empty() ? std::string_view{node.name} : word, output_);
-        if (!with_links && node.child_count > 0)
-            output_ << "\\n+" << uint32_t{node.child_count};
+        if (words_not_drawn > 0)
+            output_ << "\\n+" << words_not_drawn;
         output_ << '"';
         if (word.empty())
             output_ << ",shape=diamond";
@@ -197,11 +202,14 @@ private:
             output_ << ",style=\"" << styles.substr(1) << '"';
     }
 
-    void draw_links(uint16_t node, std::vector<bool> &drawn, std::vector<uint16_t> &next) {
+    // Without a list of nodes to be drawn next, what is not drawn stays so.
+    void draw_links(uint16_t node, std::vector<bool> &drawn, std::vector<uint16_t> *next) {
         for (const uint16_t child : links_.below(node)) {
+            if (!drawn[child] && next == nullptr)
+                continue;
             output_ << "  n" << uint32_t{node} << " -> n" << uint32_t{child} << ";\n";
             if (!drawn[child])
-                next.push_back(child);
+                next->push_back(child);
             drawn[child] = true;
         }
     }

@@ -145,6 +145,7 @@ private:
             output_ << file.name() << ": no faults in its trees\n";
         else
             status = std::max(status, mode_.show(file, part_, output_));
+        part_.records_before += file.records().size();
         output_.flush(); // before anything is told of the next file
         return status;
     }

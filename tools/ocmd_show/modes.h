@@ -5,6 +5,7 @@
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@ namespace show {
 struct Part {
     std::optional<std::string> below; ///< Only what lies below this line.
     uint32_t levels = UINT32_MAX;     ///< Levels below the node on top.
+    size_t records_before = 0;        ///< Of the files that were shown before this one.
 };
 
 tool::Status show_summary(const tool::TreeFile &file, const Part &part, tool::TextOutput &output);

@@ -25,8 +25,6 @@ using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
 
-constexpr size_t kListSize = 1024; // of positions of 256 bits, as the library writes them
-
 class NodeWriter {
 public:
     NodeWriter(tool::Nodes nodes, TextOutput &output)
@@ -95,7 +93,7 @@ private:
         number("aux_value2", node.aux_value2);
         mask("intf_mask", node.intf_mask);
 
-        std::array<char, kListSize> list;
+        std::array<char, BMASK256_TEXT_SIZE> list;
         bmask128_t permissions;
         bmask128_from_bitarray(bmask128_init(&permissions), node.perms_mask,
                                sizeof node.perms_mask);

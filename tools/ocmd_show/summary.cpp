@@ -1,5 +1,4 @@
-// The summary: what a file is and how much of everything its trees hold. The list of command lines,
-// which the support makes, is asked for here as well.
+// The summary: what a file is and how much of everything its trees hold.
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/record_bytes.h"
 #include "tools/support/command_count.h"
@@ -108,12 +107,6 @@ tool::Status show_summary(const TreeFile &file, const Part & /*part*/, TextOutpu
         }
         summarize(file, record, output);
     }
-    return tool::kDone;
-}
-
-tool::Status show_commands(const TreeFile &file, const Part & /*part*/, TextOutput &output) {
-    for (const TreeRecord &record : file.records())
-        tool::list_lines(file, record, output);
     return tool::kDone;
 }
 

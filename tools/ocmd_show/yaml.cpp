@@ -1,10 +1,10 @@
 // The grammar of a tree, as doc/grammar.md has it. Words are written in the order in which a
 // compiler meets them, shared ones where they are met first. Nothing recurses, and from some level
 // on braces take the place of indentation, which would grow with the square of the depth.
-#include "param_reg/param_registry.h"
+#include "parse_tree/tree_writer.h"
 #include "tools/ocmd_show/modes.h"
-#include "tools/ocmd_show/record_bytes.h"
 #include "tools/ocmd_show/strays.h"
+#include "tools/ocmd_show/yaml_entries.h"
 #include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
@@ -23,7 +23,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <utility>
+#include <unordered_set>
 #include <vector>
 
 namespace show {
@@ -31,8 +31,6 @@ namespace show {
 namespace {
 
 using tool::Container;
-using tool::FieldKind;
-using tool::GrammarField;
 using tool::kRedirectRoot;
 using tool::Nodes;
 using tool::TextOutput;
@@ -65,176 +63,6 @@ std::string key_of(const tree_node_t &node) {
 std::string plain_key_of(const tree_node_t &node) {
     return tool::word_key(tool::text_of(node.token), tool::type_masks_of(node));
 }
-
-// ---- What is said of a word, but for the words below it ----
-
-// Keys and values as they are written, values on one line.
-using Entries = std::vector<std::pair<std::string, std::string>>;
-
-// Numbers in a list, or as a mask when the list would be long.
-std::string set_text(std::span<const uint32_t> numbers) {
-    constexpr size_t kMostListed = 12;
-    std::string text;
-    if (numbers.size() <= kMostListed) {
-        for (const uint32_t number : numbers)
-            text += (text.empty() ? "[" : ", ") + std::to_string(number);
-        return text + "]";
-    }
-    std::array<uint8_t, 32> digits{};
-    for (const uint32_t number : numbers)
-        digits[number / 4] = static_cast<uint8_t>(digits[number / 4] | 1U << number % 4);
-    for (uint32_t digit = numbers.back() / 4 + 1; digit-- > 0;)
-        text += "0123456789abcdef"[digits[digit]];
-    return "0x" + text;
-}
-
-// Bits of the flags that have keys of their own, and interface kinds that kind 0 brings along.
-bool goes_without_saying(const void *record, const GrammarField &field, uint32_t number) {
-    if (std::string_view{field.key} == "interfaces")
-        return (uint64_t{TREE_INTF_IMPLIED} >> number & 1U) != 0 &&
-               tool::set_holds(record, field, 0);
-    return std::ranges::any_of(tool::word_fields(), [&](const GrammarField &other) {
-        return other.kind == FieldKind::kFlag && other.offset == field.offset &&
-               field.size == sizeof(uint32_t) && other.bit == number;
-    });
-}
-
-std::string set_in(const void *record, const GrammarField &field) {
-    std::vector<uint32_t> numbers;
-    for (uint32_t number = 0; number < field.size * 8U; ++number)
-        if (tool::set_holds(record, field, number) && !goes_without_saying(record, field, number))
-            numbers.push_back(number);
-    return numbers.empty() ? "" : set_text(numbers);
-}
-
-std::string bytes_in(const void *record, const GrammarField &field) {
-    const auto *bytes = static_cast<const uint8_t *>(record) + field.offset;
-    std::string text;
-    for (const uint8_t byte : without_zeros_at_end({bytes, field.size})) {
-        std::array<char, 4> digits;
-        snprintf(digits.data(), digits.size(), "%02x", byte);
-        text += digits.data();
-    }
-    return text.empty() ? "" : '"' + text + '"';
-}
-
-// A field's value as written; empty when it is what a grammar need not say.
-std::string value_of(const void *record, const GrammarField &field) {
-    const auto number = [&] { return tool::number_in(record, field); };
-    switch (field.kind) {
-    case FieldKind::kText: {
-        const std::string_view text = tool::text_in(record, field);
-        return text.empty() ? "" : yaml_value(text);
-    }
-    case FieldKind::kNumber:
-        return number() == 0 ? "" : std::to_string(number());
-    case FieldKind::kSigned:
-        return number() == 0 ? "" : std::to_string(static_cast<int64_t>(number()));
-    case FieldKind::kFlag:
-    case FieldKind::kYesNo:
-        return number() == 0 ? "" : number() == 1 ? "yes" : std::to_string(number());
-    case FieldKind::kSet:
-        return set_in(record, field);
-    case FieldKind::kBytes:
-        return bytes_in(record, field);
-    }
-    return "";
-}
-
-void add(Entries &entries, std::string key, std::string value) {
-    if (!value.empty())
-        entries.emplace_back(std::move(key), std::move(value));
-}
-
-std::string in_braces(const Entries &entries) {
-    std::string text;
-    for (const auto &[key, value] : entries)
-        text.append(text.empty() ? "{" : ", ").append(key).append(": ").append(value);
-    return text.empty() ? "{}" : text + "}";
-}
-
-// Bounds. Those of a text are its longest length, which lies where a lowest value would.
-void add_bounds(Entries &entries, const parameter_info_t &parameter) {
-    const int32_t min = parameter.int_min;
-    const int32_t max = parameter.int_max;
-    if ((parameter.type_mask & PARAM_TYPE_FAMILY) == 0 && max == 0 && min >= 0 &&
-        min <= INT16_MAX) {
-        add(entries, "length", min == 0 ? "" : std::to_string(min));
-        return;
-    }
-    const bool to_the_greatest = min != 0 && max == INT32_MAX;
-    add(entries, "min", min == 0 ? "" : std::to_string(min));
-    add(entries, "max", (min == 0 && max == 0) || to_the_greatest ? "" : std::to_string(max));
-}
-
-Entries entries_of(const parameter_info_t &parameter) {
-    Entries entries;
-    add_bounds(entries, parameter);
-    for (const GrammarField &field : tool::parameter_fields())
-        if (field.kind != FieldKind::kSigned)
-            add(entries, field.key, value_of(&parameter, field));
-    return entries;
-}
-
-// The bounds of a word's only parameter stand beside the word's own keys.
-void add_parameters(Entries &entries, const tree_node_t &node) {
-    std::string list;
-    bool all_empty = true;
-    bool all_bounds = node.param_count == 1;
-    for (const parameter_info_t &parameter : tool::params_of(node)) {
-        const Entries own = entries_of(parameter);
-        Entries bounds;
-        add_bounds(bounds, parameter);
-        all_empty &= own.empty();
-        all_bounds &= own == bounds;
-        list += (list.empty() ? "[" : ", ") + in_braces(own);
-        if (all_bounds)
-            entries.insert(entries.end(), bounds.begin(), bounds.end());
-    }
-    if (!all_empty && !all_bounds)
-        add(entries, "parameters", list + "]");
-}
-
-class EntriesOfWord {
-public:
-    explicit EntriesOfWord(const tree_node_t &node) : node_(node) {
-        is_submode_ = tool::is_submode(node);
-        ends_command_ = (node.flags & TREE_FLAG_TERMINAL) != 0;
-        for (const GrammarField &field : tool::word_fields())
-            take(field.key, value_of(&node, field));
-        add_parameters(entries_, node);
-    }
-
-    // Without a name, which depends on where the word stands.
-    [[nodiscard]] Entries &entries() { return entries_; }
-
-private:
-    void take(std::string_view key, const std::string &value) {
-        const bool said_by_command = key == "terminal" && node_.func_id[0] != '\0';
-        const bool said_by_submode = is_submode_ && (key == "submode_help" || key == "mode");
-        if (key == "name" || said_by_command || said_by_submode)
-            return;
-        if (key == "function" && ends_command_)
-            add(entries_, "command", value);
-        else if (key == "submode" && is_submode_)
-            add(entries_, "submode", submode());
-        else
-            add(entries_, std::string{key}, value);
-    }
-
-    std::string submode() {
-        Entries texts;
-        const auto fields = tool::word_fields();
-        add(texts, "help", value_of(&node_, tool::field_of(fields, "submode_help")));
-        add(texts, "mode", value_of(&node_, tool::field_of(fields, "mode")));
-        return texts.empty() ? "yes" : in_braces(texts);
-    }
-
-    const tree_node_t &node_;
-    bool is_submode_;
-    bool ends_command_;
-    Entries entries_;
-};
 
 // ---- What cannot be said ----
 
@@ -299,41 +127,57 @@ void tell_losses(const tree_node_t &node, uint32_t index, Losses &losses) {
 
 // ---- Documents ----
 
+bool is_marked(const tree_node_t &node, size_t link) {
+    return (node.child_link_bits[link / 8] >> link % 8 & 1U) != 0;
+}
+
+// What the root reaches.
+struct Reach {
+    std::vector<uint16_t> nodes;
+    std::vector<bool> shared; // by more than one link
+
+    explicit Reach(const tool::LinkTable &links)
+        : nodes(tool::children_first(links)), shared(links.node_count()) {
+        std::vector<bool> linked(links.node_count());
+        for (const uint16_t node : nodes)
+            for (const uint16_t child : links.below(node)) {
+                shared[child] = shared[child] || linked[child];
+                linked[child] = true;
+            }
+    }
+};
+
 // The node that a root gets when its grammar names none, with the one below it, to the byte.
-bool is_usual_redirect_root(Nodes nodes, const std::vector<bool> &shared, uint16_t index) {
+bool is_usual_redirect_root(Nodes nodes, const Reach &reach, uint16_t index) {
+    const std::vector<bool> &shared = reach.shared;
     if (index + size_t{2} != nodes.size() || shared[index] || shared[index + size_t{1}])
         return false;
+    std::unordered_set<std::string_view> taken;
+    for (const uint16_t node : reach.nodes)
+        if (node < index)
+            taken.insert(name_of(nodes[node]));
+    const std::string inner_name = tool::name_below_redirect_root(taken);
     tree_node_t redirect{};
     kRedirectRoot.copy(redirect.name, kRedirectRoot.size());
     redirect.child_count = 1;
     redirect.children[0] = static_cast<uint16_t>(index + 1);
     tree_node_t inner{};
-    tool::kBelowRedirectRoot.copy(inner.name, tool::kBelowRedirectRoot.size());
+    inner_name.copy(inner.name, inner_name.size());
     return memcmp(&redirect, &nodes[index], sizeof redirect) == 0 &&
            memcmp(&inner, &nodes[index + size_t{1}], sizeof inner) == 0;
-}
-
-// Nodes that the root reaches by more than one link.
-std::vector<bool> shared_nodes(Nodes nodes) {
-    const tool::LinkTable links{nodes};
-    std::vector<bool> linked(nodes.size());
-    std::vector<bool> shared(nodes.size());
-    for (const uint16_t node : tool::children_first(links))
-        for (const uint16_t child : links.below(node)) {
-            shared[child] = shared[child] || linked[child];
-            linked[child] = true;
-        }
-    return shared;
 }
 
 class DocumentWriter {
 public:
     DocumentWriter(const TreeRecord &record, TextOutput &output, Losses &losses)
         : record_(record), nodes_(record.nodes), output_(output), losses_(losses),
-          written_(record.nodes.size()), shared_(shared_nodes(record.nodes)) {}
+          written_(record.nodes.size()), reach_(tool::LinkTable{record.nodes}) {}
 
     // A root is a node without a word that is attached to nothing.
     void write(bool main) {
+        if (!main && nodes_.size() > TREE_WRITER_MAX_NODES)
+            losses_.tell("%zu nodes, one record has up to %d", nodes_.size(),
+                         TREE_WRITER_MAX_NODES);
         const tree_node_t &top = nodes_[0];
         is_root_ = record_.attach_path.empty() && top.token[0] == '\0' && top.param_count == 0;
         Entries entries;
@@ -383,16 +227,18 @@ private:
         const tree_node_t &root = nodes_[0];
         const auto links = tool::links_of(root);
         note(0);
-        const Entries own = EntriesOfWord{root}.entries();
+        const Entries own = entries_of(root);
         if (name_of(root) != "root")
-            add(entries, "name", yaml_value(name_of(root)));
+            add_entry(entries, "name", yaml_value(name_of(root)));
         entries.insert(entries.end(), own.begin(), own.end());
         add_marks(entries, root);
         auto end = static_cast<uint16_t>(links.size());
-        const auto named = std::ranges::count(nodes_, kRedirectRoot, name_of);
+        const auto named = std::ranges::count(reach_.nodes, kRedirectRoot,
+                                              [&](uint16_t node) { return name_of(nodes_[node]); });
         if (named == 0)
             entries.emplace_back("redirect_root", "no");
-        else if (named == 1 && end > 1 && is_usual_redirect_root(nodes_, shared_, links.back()))
+        else if (named == 1 && end > 1 && !is_marked(root, end - 1U) &&
+                 is_usual_redirect_root(nodes_, reach_, links.back()))
             written_[links[--end]] = written_[nodes_.size() - 1] = true;
         write_lines(entries, 0);
         if (end > 0)
@@ -435,10 +281,10 @@ private:
             return;
         }
         note(index);
-        if (shared_[index])
+        if (reach_.shared[index])
             output_ << " &" << anchor_of(index);
         Entries entries;
-        const Entries own = EntriesOfWord{node}.entries();
+        const Entries own = entries_of(node);
         if (name_of(node) !=
             tool::made_name(parent_name, tool::text_of(node.token), tool::type_masks_of(node)))
             entries.emplace_back("name",
@@ -519,9 +365,6 @@ private:
         if (std::ranges::count(node.child_link_bits, 0) == std::ssize(node.child_link_bits))
             return; // as a rule
         const auto links = tool::links_of(node);
-        const auto is_marked = [&](size_t i) {
-            return (node.child_link_bits[i / 8] >> i % 8 & 1U) != 0;
-        };
         std::map<std::string, uint32_t> words;
         std::map<std::string_view, uint32_t> names;
         for (const uint16_t child : links) {
@@ -530,7 +373,7 @@ private:
         }
         std::string list;
         for (size_t i = 0; i < links.size(); ++i) {
-            if (!is_marked(i))
+            if (!is_marked(node, i))
                 continue;
             const tree_node_t &child = nodes_[links[i]];
             const std::string_view name = name_of(child);
@@ -544,7 +387,7 @@ private:
                              &node - nodes_.data());
         }
         if (!list.empty())
-            add(entries, "marked", list + "]");
+            add_entry(entries, "marked", list + "]");
     }
 
     // Made of the node's name, so that it tells something.
@@ -591,7 +434,7 @@ private:
     Losses &losses_;
     bool is_root_ = false;
     std::vector<bool> written_;
-    std::vector<bool> shared_;
+    Reach reach_;
     std::vector<Open> open_;
     std::unordered_map<uint16_t, std::string> anchors_;
     std::set<std::string> taken_anchors_;
@@ -601,11 +444,11 @@ private:
 
 } // namespace
 
-tool::Status show_yaml(const TreeFile &file, const Part & /*part*/, TextOutput &output) {
+tool::Status show_yaml(const TreeFile &file, const Part &part, TextOutput &output) {
     Losses losses{file, output};
     size_t number = 0;
     for (const TreeRecord &record : file.records()) {
-        if (number > 0)
+        if (part.records_before + number > 0)
             output << "---\n";
         losses.begin_record(++number);
         DocumentWriter{record, output, losses}.write(file.container() == Container::kMain);

@@ -211,6 +211,13 @@ void put_in_set(void *record, const GrammarField &field, uint32_t number) {
     put_whole_number(record, field, whole_number(record, field) | uint64_t{1} << number);
 }
 
+std::string name_below_redirect_root(const std::unordered_set<std::string_view> &taken) {
+    std::string name{kBelowRedirectRoot};
+    for (int number = 2; taken.contains(name); ++number)
+        name = std::string{kBelowRedirectRoot} + '_' + std::to_string(number);
+    return name;
+}
+
 std::string word_key(std::string_view token, std::span<const uint32_t> type_masks) {
     if (token.empty() && type_masks.empty())
         return "<>";
@@ -225,14 +232,6 @@ std::string made_name(std::string_view parent_name, std::string_view token,
     if (token.empty() && type_masks.empty())
         name += "<>";
     return fitting(name + escaped(token) + parameter_keys(type_masks, ""));
-}
-
-std::vector<uint32_t> type_masks_of(const tree_node_t &node) {
-    std::vector<uint32_t> masks;
-    for (const parameter_info_t &param :
-         std::span{node.params}.first(std::min<size_t>(node.param_count, TREE_MAX_PARAMS)))
-        masks.push_back(param.type_mask);
-    return masks;
 }
 
 } // namespace tool

@@ -3,13 +3,14 @@
 #pragma once
 
 #include "parse_tree/tree_node.h"
+#include "tools/support/tree_shape.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace tool {
@@ -59,6 +60,10 @@ void put_in_set(void *record, const GrammarField &field, uint32_t number);
 inline constexpr std::string_view kRedirectRoot = "tsh_redirect_root";
 inline constexpr std::string_view kBelowRedirectRoot = "redirect";
 
+/// The name of the latter where nodes have these names: the usual one, or else the first of
+/// redirect_2, redirect_3 ... that is free.
+std::string name_below_redirect_root(const std::unordered_set<std::string_view> &taken);
+
 /// The key of a word as a grammar spells it, `pace<INTEGER>`; "<>" for a node without a word. The
 /// keyword is copied as it is. Needs register_types.
 std::string word_key(std::string_view token, std::span<const uint32_t> type_masks);
@@ -67,13 +72,5 @@ std::string word_key(std::string_view token, std::span<const uint32_t> type_mask
 /// below a root. At most 63 bytes. Needs register_types.
 std::string made_name(std::string_view parent_name, std::string_view token,
                       std::span<const uint32_t> type_masks);
-
-/// A text of a record, which ends at its zero or its field's end.
-template <size_t Size> std::string_view text_of(const char (&field)[Size]) {
-    return {field, strnlen(field, Size)};
-}
-
-/// The type masks of a record's parameters.
-std::vector<uint32_t> type_masks_of(const tree_node_t &node);
 
 } // namespace tool

@@ -1,6 +1,7 @@
 // Results that go to a file: the file is replaced as a whole or not at all.
 #pragma once
 
+#include "tools/support/releaser.h"
 #include "treelink/file_replacement.h"
 
 #include <cstdio>
@@ -26,12 +27,9 @@ public:
     void commit();
 
 private:
-    struct Abandon {
-        void operator()(tsh_file_replacement_t *file) const { tsh_file_replacement_abandon(file); }
-    };
-
     std::string name_;
-    std::unique_ptr<tsh_file_replacement_t, Abandon> replacement_; // null for standard output
+    std::unique_ptr<tsh_file_replacement_t, Releaser<tsh_file_replacement_abandon>>
+        replacement_; // null for standard output
 };
 
 } // namespace tool

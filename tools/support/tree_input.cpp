@@ -17,7 +17,6 @@
 #include <cstring>
 #include <new>
 #include <utility>
-#include <vector>
 
 namespace tool {
 
@@ -28,6 +27,17 @@ bool is_host_order(ByteOrder order) {
 }
 
 } // namespace
+
+std::vector<std::string_view> attach_names(std::string_view attach_path) {
+    std::vector<std::string_view> names;
+    while (!attach_path.empty()) {
+        const std::string_view name = attach_path.substr(0, attach_path.find(','));
+        if (!name.empty())
+            names.push_back(name);
+        attach_path.remove_prefix(std::min(name.size() + 1, attach_path.size()));
+    }
+    return names;
+}
 
 struct TreeFile::Content {
     Content(const std::string &path, const Insist &insist)
@@ -194,10 +204,7 @@ public:
 private:
     // A reader refuses a record with more names than it has room for.
     void check_attach_path() {
-        size_t names = 0;
-        for (size_t i = 0; i < record_->attach_path.size(); ++i)
-            names += static_cast<size_t>(record_->attach_path[i] != ',' &&
-                                         (i == 0 || record_->attach_path[i - 1] == ','));
+        const size_t names = attach_names(record_->attach_path).size();
         if (names <= SUBTREE_ATTACH_PATHS)
             return;
         ++faults_;

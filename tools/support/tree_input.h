@@ -9,6 +9,8 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace tool {
 
@@ -22,6 +24,9 @@ struct TreeRecord {
     uint32_t path_kind = 0;
     std::string attach_path; ///< Names separated by commas.
 };
+
+/// The names in an attach path as the linker reads it, which leaves out empty ones.
+std::vector<std::string_view> attach_names(std::string_view attach_path);
 
 /// What the caller insists on instead of looking.
 struct Insist {

@@ -7,6 +7,13 @@
 
 namespace tool {
 
+std::vector<uint32_t> type_masks_of(const tree_node_t &node) {
+    std::vector<uint32_t> masks;
+    for (const parameter_info_t &parameter : params_of(node))
+        masks.push_back(parameter.type_mask);
+    return masks;
+}
+
 LinkTable::LinkTable(Nodes nodes) {
     first_.reserve(nodes.size() + 1);
     links_.reserve(nodes.size() * TREE_MAX_CHILDREN); // memory that stays untouched costs nothing

@@ -6,7 +6,9 @@
 #include "tools/support/huge_vector.h"
 
 #include <cstdint>
+#include <cstring>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace tool {
@@ -22,6 +24,14 @@ inline std::span<const uint16_t> links_of(const tree_node_t &node) {
 inline std::span<const parameter_info_t> params_of(const tree_node_t &node) {
     return {node.params, node.param_count};
 }
+
+/// A text of a record, which ends at its zero or its field's end.
+template <size_t Size> std::string_view text_of(const char (&field)[Size]) {
+    return {field, strnlen(field, Size)};
+}
+
+/// The type masks of those parameters.
+std::vector<uint32_t> type_masks_of(const tree_node_t &node);
 
 /// Whether the node enters a submode.
 inline bool is_submode(const tree_node_t &node) {

@@ -44,6 +44,23 @@ size_t distance(std::string_view a, std::string_view b) {
     return rows[a.size() % 3][b.size()];
 }
 
+// Empty when no candidate is near.
+std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
+    std::string_view best;
+    size_t least = (word.size() + 2) / 3 + 1;
+    if (word.size() > kLongestWord)
+        return best;
+    for (const std::string_view candidate : candidates) {
+        const size_t size = candidate.size();
+        if ((size < word.size() ? word.size() - size : size - word.size()) >= least)
+            continue;
+        const size_t changes = distance(word, candidate);
+        if (changes < least)
+            std::tie(best, least) = std::pair{candidate, changes};
+    }
+    return best;
+}
+
 } // namespace
 
 std::string quoted(std::string_view text) {
@@ -73,22 +90,6 @@ std::string printable(std::string_view text) {
         if (is_control(c))
             c = c == '\t' ? ' ' : '?';
     return result;
-}
-
-std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
-    std::string_view best;
-    size_t least = (word.size() + 2) / 3 + 1;
-    if (word.size() > kLongestWord)
-        return best;
-    for (const std::string_view candidate : candidates) {
-        const size_t size = candidate.size();
-        if ((size < word.size() ? word.size() - size : size - word.size()) >= least)
-            continue;
-        const size_t changes = distance(word, candidate);
-        if (changes < least)
-            std::tie(best, least) = std::pair{candidate, changes};
-    }
-    return best;
 }
 
 std::string suggestion(std::string_view word, std::span<const std::string_view> candidates) {

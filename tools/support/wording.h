@@ -19,12 +19,9 @@ std::string double_quoted(std::string_view text);
 /// control character.
 std::string printable(std::string_view text);
 
-/// The candidate that takes the fewest changes (a character more, less or another, or two that
-/// change places) to become the word, ignoring case; empty when even that takes more than a third
-/// of the word's characters, rounded up.
-std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates);
-
-/// ", did you mean 'x'?" for the nearest candidate, or nothing.
+/// ", did you mean 'x'?" for the candidate that takes the fewest changes (a character more, less or
+/// another, or two that change places) to become the word, ignoring case; nothing when even that
+/// takes more than a third of the word's characters, rounded up.
 std::string suggestion(std::string_view word, std::span<const std::string_view> candidates);
 
 } // namespace tool
