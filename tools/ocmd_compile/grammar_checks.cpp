@@ -4,8 +4,8 @@
 
 #include "param_reg/builtin_types.h"
 #include "tools/support/tree_input.h"
-#include "tools/support/types.h"
 #include "tools/support/utf8.h"
+#include "tools/support/value_types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -171,11 +171,10 @@ void blank_in_word(const Run &run) {
     });
 }
 
-// Bounds as a record holds them, in the order of their numbers.
+// As the record will hold it.
 int64_t bound_of(const Setting *setting, uint32_t type_mask) {
-    const auto stored = static_cast<uint32_t>(setting == nullptr ? 0 : setting->number[0]);
-    return tool::has_unsigned_bounds(type_mask) ? int64_t{stored}
-                                                : int64_t{static_cast<int32_t>(stored)};
+    return tool::bound_of(type_mask,
+                          setting == nullptr ? 0 : static_cast<int32_t>(setting->number[0]));
 }
 
 void bounds(const Run &run) {

@@ -3,7 +3,7 @@
 #include "tools/ocmd_compile/word_reader.h"
 
 #include "tools/ocmd_compile/values.h"
-#include "tools/support/types.h"
+#include "tools/support/value_types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -29,11 +29,6 @@ const GrammarField &word_field(std::string_view key) {
 
 const GrammarField &parameter_field(std::string_view key) {
     return tool::field_of(tool::parameter_fields(), key);
-}
-
-// What a highest value is when there is none.
-int64_t greatest_bound(uint32_t type_mask) {
-    return tool::has_unsigned_bounds(type_mask) ? int64_t{UINT32_MAX} : int64_t{INT32_MAX};
 }
 
 unsigned bits_of(const GrammarField &field) {
@@ -202,7 +197,7 @@ void WordReader::add_missing_bounds() {
                 return setting.field == &field && setting.parameter == i;
             });
         };
-        const auto greatest = static_cast<uint32_t>(greatest_bound(word().key.types[i - 1]));
+        const auto greatest = static_cast<uint32_t>(tool::greatest_bound(word().key.types[i - 1]));
         if (find(min) != settings.end() && find(max) == settings.end())
             document_.settings.push_back({&max, i, find(min)->place, {}, {greatest, 0}});
     }
@@ -314,12 +309,12 @@ void WordReader::take_length(const Pair &pair) {
 
 void WordReader::take_lowest(const Pair &pair) {
     take_limit(pair, parameter_field("min"), INT32_MIN,
-               greatest_bound(word().key.types[parameter_ - 1]));
+               tool::greatest_bound(word().key.types[parameter_ - 1]));
 }
 
 void WordReader::take_highest(const Pair &pair) {
     take_limit(pair, parameter_field("max"), INT32_MIN,
-               greatest_bound(word().key.types[parameter_ - 1]));
+               tool::greatest_bound(word().key.types[parameter_ - 1]));
 }
 
 void WordReader::take_limit(const Pair &pair, const GrammarField &field, int64_t least,

@@ -3,6 +3,7 @@
 
 #include "tools/support/grammar_fields.h"
 #include "tools/support/types.h"
+#include "tools/support/value_types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -48,18 +49,14 @@ std::string value_text(const void *record, const GrammarField &field) {
     }
 }
 
-// Whether the one bound is a text's longest length, which lies where a lowest value would.
-bool has_length(const parameter_info_t &parameter) {
-    return (parameter.type_mask & PARAM_TYPE_FAMILY) == 0 && parameter.int_max == 0 &&
-           parameter.int_min >= 0 && parameter.int_min <= INT16_MAX;
-}
-
 void add_bounds(const parameter_info_t &parameter, const std::string &name, Values &values) {
     const bool is_unbounded = parameter.int_min == 0 && parameter.int_max == 0;
     const auto add = [&](const char *key, int32_t bound) {
-        values.emplace_back(name + key, is_unbounded ? kNone : std::to_string(bound));
+        values.emplace_back(
+            name + key,
+            is_unbounded ? kNone : std::to_string(tool::bound_of(parameter.type_mask, bound)));
     };
-    if (has_length(parameter)) {
+    if (tool::has_length(parameter)) {
         add(" length", parameter.int_min);
     } else {
         add(" min", parameter.int_min);

@@ -1,25 +1,16 @@
 // Values by the table of types that can be judged.
 #include "tools/ocmd_find/value_check.h"
 
-#include "tools/support/types.h"
-
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <charconv>
-#include <cstring>
 
 namespace find {
 
-namespace {
+using tool::ValueForm;
+using tool::ValueType;
 
-enum class Form : uint8_t {
-    kText,   // has a greatest length
-    kLine,   // likewise, and goes on to the end of the line
-    kNumber, // one number
-    kRange,  // a number, or two with '-' between them
-    kRanges, // ranges with ',' between them
-};
+namespace {
 
 // A number of 64 bits and a sign.
 struct Number {
@@ -44,55 +35,15 @@ struct Number {
     }
 };
 
-constexpr Number kLeast32{uint64_t{1} << 31U, true};
-constexpr Number kGreatest32{INT32_MAX};
-constexpr Number kGreatestUnsigned32{UINT32_MAX};
-constexpr Number kLeast64{uint64_t{1} << 63U, true};
-constexpr Number kGreatest64{INT64_MAX};
-constexpr Number kGreatestUnsigned64{UINT64_MAX};
-
-} // namespace
-
-struct ValueType {
-    const char *name;
-    Form form;
-    int base;
-    Number least; // that the type can hold
-    Number greatest;
-};
-
-namespace {
-
-constexpr std::array kTypes{
-    ValueType{"STRING", Form::kText, 0, {}, {}},
-    ValueType{"LINE", Form::kLine, 0, {}, {}},
-    ValueType{"URI", Form::kText, 0, {}, {}},
-    ValueType{"DNS Name", Form::kText, 0, {}, {}},
-    ValueType{"user@host", Form::kText, 0, {}, {}},
-    ValueType{"INTEGER", Form::kNumber, 10, kLeast32, kGreatest32},
-    ValueType{"INTEGER RANGE", Form::kRange, 10, kLeast32, kGreatest32},
-    ValueType{"INT MULTI RANGE", Form::kRanges, 10, kLeast32, kGreatest32},
-    ValueType{"HEX", Form::kNumber, 16, {}, kGreatestUnsigned32},
-    ValueType{"HEX RANGE", Form::kRange, 16, {}, kGreatestUnsigned32},
-    ValueType{"Hex Multi Range", Form::kRanges, 16, {}, kGreatestUnsigned32},
-    ValueType{"Unsigned Int", Form::kNumber, 10, {}, kGreatestUnsigned32},
-    ValueType{"Uint Range", Form::kRange, 10, {}, kGreatestUnsigned32},
-    ValueType{"INT64", Form::kNumber, 10, kLeast64, kGreatest64},
-    ValueType{"UINT64", Form::kNumber, 10, {}, kGreatestUnsigned64},
-    ValueType{"HEX64", Form::kNumber, 16, {}, kGreatestUnsigned64},
-};
+// The lowest and the highest number of a type.
+Number least_of(const ValueType &type) {
+    return type.has_sign ? Number{uint64_t{1} << (type.bits - 1), true} : Number{};
+}
+Number greatest_of(const ValueType &type) {
+    return {UINT64_MAX >> (64 - type.bits + (type.has_sign ? 1 : 0))};
+}
 
 using Fault = std::optional<std::string>;
-
-const ValueType *type_of(const char *name) {
-    const auto *found = std::ranges::find_if(
-        kTypes, [&](const ValueType &type) { return strcmp(type.name, name) == 0; });
-    return found == kTypes.end() ? nullptr : found;
-}
-
-bool is_text(const ValueType &type) {
-    return type.form == Form::kText || type.form == Form::kLine;
-}
 
 bool is_prefixed_hex(std::string_view text) {
     return text.starts_with("0x") || text.starts_with("0X");
@@ -105,13 +56,12 @@ public:
         if (int_min == 0 && int_max == 0)
             return;
         // Types without a sign have bounds without one.
-        const bool has_sign = type.least.is_negative;
-        least_ = has_sign ? Number::from(int_min) : Number{static_cast<uint32_t>(int_min)};
-        greatest_ = has_sign ? Number::from(int_max) : Number{static_cast<uint32_t>(int_max)};
+        least_ = type.has_sign ? Number::from(int_min) : Number{static_cast<uint32_t>(int_min)};
+        greatest_ = type.has_sign ? Number::from(int_max) : Number{static_cast<uint32_t>(int_max)};
     }
 
     [[nodiscard]] Fault fault_of(std::string_view value) const {
-        if (type_.form != Form::kRanges)
+        if (type_.form != ValueForm::kRanges)
             return fault_of_range(value);
         for (size_t start = 0; start <= value.size();) {
             const size_t end = std::min(value.find(',', start), value.size());
@@ -124,8 +74,8 @@ public:
 
 private:
     [[nodiscard]] Fault fault_of_range(std::string_view value) const {
-        const size_t dash =
-            type_.form == Form::kNumber ? std::string_view::npos : value.find('-', 1); // not a sign
+        const size_t dash = type_.form == ValueForm::kNumber ? std::string_view::npos
+                                                             : value.find('-', 1); // not a sign
         if (dash == std::string_view::npos)
             return fault_of_number(value);
         Fault fault = fault_of_number(value.substr(0, dash));
@@ -134,7 +84,7 @@ private:
 
     [[nodiscard]] Fault fault_of_number(std::string_view text) const {
         Number number;
-        number.is_negative = type_.least.is_negative && text.starts_with('-');
+        number.is_negative = type_.has_sign && text.starts_with('-');
         std::string_view digits = text.substr(number.is_negative ? 1 : 0);
         if (type_.base == 16 && is_prefixed_hex(digits))
             digits.remove_prefix(2);
@@ -154,21 +104,20 @@ private:
     }
 
     const ValueType &type_;
-    Number least_ = type_.least;
-    Number greatest_ = type_.greatest;
+    Number least_ = least_of(type_);
+    Number greatest_ = greatest_of(type_);
 };
 
 } // namespace
 
 ValueCheck::ValueCheck(const parameter_info_t &parameter)
     : int_min_(parameter.int_min), int_max_(parameter.int_max) {
-    for (const param_reg_info_t *registered : tool::types_of(parameter.type_mask)) {
-        const ValueType *type = registered == nullptr ? nullptr : type_of(registered->name);
+    for (const ValueType *type : tool::value_types_of(parameter.type_mask)) {
         if (type == nullptr) { // takes any word, whatever the others take
             types_.clear();
             return;
         }
-        takes_rest_ = takes_rest_ || type->form == Form::kLine;
+        takes_rest_ = takes_rest_ || type->form == ValueForm::kLine;
         types_.push_back(type);
     }
 }
@@ -176,7 +125,7 @@ ValueCheck::ValueCheck(const parameter_info_t &parameter)
 std::optional<std::string> ValueCheck::fault_of(std::string_view value) const {
     Fault fault;
     for (const ValueType *type : types_) {
-        if (is_text(*type)) {
+        if (type->is_text()) {
             const auto longest = static_cast<int16_t>(static_cast<uint32_t>(int_min_) & 0xFFFFU);
             if (longest < 1 || value.size() <= static_cast<size_t>(longest))
                 return std::nullopt;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "parse_tree/tree_node.h"
+#include "tools/support/value_types.h"
 
 #include <cstdint>
 #include <optional>
@@ -10,8 +11,6 @@
 #include <vector>
 
 namespace find {
-
-struct ValueType;
 
 /// The check of values of one parameter. Integers, and ranges and lists of them, have to be written
 /// as such and to lie within the bounds; texts have a greatest length; any word does for other
@@ -28,7 +27,7 @@ public:
     [[nodiscard]] std::optional<std::string> fault_of(std::string_view value) const;
 
 private:
-    std::vector<const ValueType *> types_; // empty when any word does
+    std::vector<const tool::ValueType *> types_; // empty when any word does
     bool takes_rest_ = false;
     int32_t int_min_;
     int32_t int_max_;

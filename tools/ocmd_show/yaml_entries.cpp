@@ -6,7 +6,7 @@
 #include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
-#include "tools/support/types.h"
+#include "tools/support/value_types.h"
 
 #include <algorithm>
 #include <array>
@@ -94,18 +94,14 @@ std::string value_of(const void *record, const GrammarField &field) {
 
 // Bounds. Those of a text are its longest length, which lies where a lowest value would.
 void add_bounds(Entries &entries, const parameter_info_t &parameter) {
-    const bool has_sign = !tool::has_unsigned_bounds(parameter.type_mask);
-    const auto bound = [&](int32_t stored) {
-        return has_sign ? int64_t{stored} : int64_t{static_cast<uint32_t>(stored)};
-    };
-    const int64_t min = bound(parameter.int_min);
-    const int64_t max = bound(parameter.int_max);
-    if ((parameter.type_mask & PARAM_TYPE_FAMILY) == 0 &&
-        tool::may_take_text(parameter.type_mask) && max == 0 && min >= 0 && min <= INT16_MAX) {
+    const uint32_t mask = parameter.type_mask;
+    const int64_t min = tool::bound_of(mask, parameter.int_min);
+    const int64_t max = tool::bound_of(mask, parameter.int_max);
+    if (tool::has_length(parameter)) {
         add_entry(entries, "length", min == 0 ? "" : std::to_string(min));
         return;
     }
-    const bool to_the_greatest = min != 0 && max == (has_sign ? INT32_MAX : int64_t{UINT32_MAX});
+    const bool to_the_greatest = min != 0 && max == tool::greatest_bound(mask);
     add_entry(entries, "min", min == 0 ? "" : std::to_string(min));
     add_entry(entries, "max", (min == 0 && max == 0) || to_the_greatest ? "" : std::to_string(max));
 }

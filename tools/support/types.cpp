@@ -5,7 +5,6 @@
 #include "param_reg/builtin_types.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstdio>
 #include <new>
@@ -39,30 +38,6 @@ bool equal_ignoring_case(std::string_view a, std::string_view b) {
         a, b, [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
 }
 
-struct TypeBounds {
-    std::string_view name;
-    BoundsOf bounds;
-};
-
-constexpr std::array kBounds{
-    TypeBounds{"STRING", BoundsOf::kText},
-    TypeBounds{"LINE", BoundsOf::kText},
-    TypeBounds{"URI", BoundsOf::kText},
-    TypeBounds{"DNS Name", BoundsOf::kText},
-    TypeBounds{"user@host", BoundsOf::kText},
-    TypeBounds{"INTEGER", BoundsOf::kSigned},
-    TypeBounds{"INTEGER RANGE", BoundsOf::kSigned},
-    TypeBounds{"INT MULTI RANGE", BoundsOf::kSigned},
-    TypeBounds{"INT64", BoundsOf::kSigned},
-    TypeBounds{"HEX", BoundsOf::kUnsigned},
-    TypeBounds{"HEX RANGE", BoundsOf::kUnsigned},
-    TypeBounds{"Hex Multi Range", BoundsOf::kUnsigned},
-    TypeBounds{"Unsigned Int", BoundsOf::kUnsigned},
-    TypeBounds{"Uint Range", BoundsOf::kUnsigned},
-    TypeBounds{"UINT64", BoundsOf::kUnsigned},
-    TypeBounds{"HEX64", BoundsOf::kUnsigned},
-};
-
 } // namespace
 
 void register_types() {
@@ -87,25 +62,6 @@ std::vector<const param_reg_info_t *> types_of(uint32_t mask) {
     for (int32_t bit = bit_pos_get32(bits, -1); bit >= 0; bit = bit_pos_get32(bits, bit))
         types.push_back(param_reg_info_get(1U << static_cast<uint32_t>(bit) | class_bits(mask)));
     return types;
-}
-
-BoundsOf bounds_of(const param_reg_info_t &type) {
-    const auto *found = std::ranges::find(kBounds, std::string_view{type.name}, &TypeBounds::name);
-    return found == kBounds.end() ? BoundsOf::kOther : found->bounds;
-}
-
-bool may_take_text(uint32_t mask) {
-    const auto types = types_of(mask);
-    return types.empty() || std::ranges::any_of(types, [](const param_reg_info_t *type) {
-               return type == nullptr || bounds_of(*type) == BoundsOf::kText;
-           });
-}
-
-bool has_unsigned_bounds(uint32_t mask) {
-    const auto types = types_of(mask);
-    return !types.empty() && std::ranges::all_of(types, [](const param_reg_info_t *type) {
-        return type != nullptr && bounds_of(*type) == BoundsOf::kUnsigned;
-    });
 }
 
 std::vector<std::string_view> type_names() {

@@ -24,19 +24,6 @@ const param_reg_info_t *find_type(std::string_view name);
 /// registered. Needs register_types.
 std::vector<const param_reg_info_t *> types_of(uint32_t mask);
 
-/// What bounds mean to the values of a type: a text has a greatest length, a number a lowest and a
-/// highest value, with a sign or without one. To other values they mean nothing.
-enum class BoundsOf : uint8_t { kOther, kText, kSigned, kUnsigned };
-BoundsOf bounds_of(const param_reg_info_t &type);
-
-/// Whether a type of the mask takes texts, or is not registered and may do so. Needs
-/// register_types.
-bool may_take_text(uint32_t mask);
-
-/// Whether all types of the mask are numbers without a sign: its bounds have none either. Needs
-/// register_types.
-bool has_unsigned_bounds(uint32_t mask);
-
 /// All registered names, in the registry's order.
 std::vector<std::string_view> type_names();
 
