@@ -60,8 +60,9 @@ bool may_take_text(uint32_t mask) {
 }
 
 bool has_length(const parameter_info_t &parameter) {
-    return (parameter.type_mask & PARAM_TYPE_FAMILY) == 0 && may_take_text(parameter.type_mask) &&
-           parameter.int_max == 0 && parameter.int_min >= 0 && parameter.int_min <= INT16_MAX;
+    const bool may_be_text = (parameter.type_mask & PARAM_TYPE_FAMILY) == 0; // as all texts are
+    return may_be_text && parameter.int_max == 0 && parameter.int_min >= 0 &&
+           parameter.int_min <= INT16_MAX;
 }
 
 int64_t bound_of(uint32_t type_mask, int32_t stored) {
