@@ -1,6 +1,8 @@
 // The shell's own word splitting, with places in the line as it was typed.
 #include "tools/ocmd_find/typed_line.h"
 
+#include "tools/support/releaser.h"
+
 #include "feature/tsh/src/str_list.h"
 #include "feature/tsh/src/word_split.h"
 
@@ -14,10 +16,6 @@ namespace find {
 namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\n\r\f\v";
-
-struct FreeList {
-    void operator()(str_list_t *list) const { str_list_free(list); }
-};
 
 // The splitter counts in a copy where the first "|>" has a blank in the middle.
 size_t place_in(std::string_view line, size_t place_in_copy) {
@@ -46,7 +44,8 @@ TypedLine::TypedLine(std::string line) : text_(std::move(line)) {
         fault_ = {"a zero byte", zero};
         return;
     }
-    const std::unique_ptr<str_list_t, FreeList> list{strsplit(text_.c_str(), " ")};
+    const std::unique_ptr<str_list_t, tool::Releaser<str_list_free>> list{
+        strsplit(text_.c_str(), " ")};
     if (list == nullptr) {
         // Nothing else makes no words but blanks, or a quote with nothing behind it.
         if (text_.find_first_not_of("\" \t\n\r\f\v") != std::string::npos)

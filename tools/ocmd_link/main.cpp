@@ -5,6 +5,7 @@
 #include "tools/support/file_bytes.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
+#include "tools/support/releaser.h"
 #include "tools/support/tree_look.h"
 #include "tools/support/tree_shape.h"
 
@@ -75,12 +76,8 @@ struct Request {
     bool strict;
 };
 
-struct Free {
-    void operator()(tree_node_t *nodes) const { free(nodes); }
-};
-
 struct LinkedTree {
-    std::unique_ptr<tree_node_t, Free> nodes;
+    std::unique_ptr<tree_node_t, tool::Releaser<free>> nodes;
     uint32_t node_count;
 };
 
@@ -219,7 +216,7 @@ LinkedTree join() {
     const int32_t node_count = get_parse_tree(&nodes);
     if (node_count < 1)
         throw tool::Stop{tool::kFaults}; // which the library has told
-    return {std::unique_ptr<tree_node_t, Free>{nodes}, static_cast<uint32_t>(node_count)};
+    return {decltype(LinkedTree::nodes){nodes}, static_cast<uint32_t>(node_count)};
 }
 
 // The linker makes no cycles, so the check finds nothing else.

@@ -8,6 +8,7 @@
 #include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
+#include "tools/support/wording.h"
 
 #include <array>
 #include <bit>
@@ -34,7 +35,7 @@ public:
     void write(uint32_t index) {
         const tree_node_t &node = nodes_[index];
         output_ << "node " << index << ": ";
-        put_quoted(text_of(node.name), output_) << '\n';
+        output_ << tool::double_quoted(text_of(node.name)) << '\n';
         write_place(index);
         write_texts(node);
         write_numbers(node);
@@ -68,7 +69,7 @@ private:
         const char *between = "";
         for (const uint16_t node : nodes) {
             output_ << between << uint32_t{node} << ' ';
-            put_quoted(text_of(nodes_[node].name), output_);
+            output_ << tool::double_quoted(text_of(nodes_[node].name));
             between = ", ";
         }
         output_ << '\n';
@@ -142,7 +143,7 @@ private:
 
     void text(std::string_view name, std::string_view value) {
         if (!value.empty())
-            put_quoted(value, row(name)) << '\n';
+            row(name) << tool::double_quoted(value) << '\n';
     }
 
     template <typename Number> void number(std::string_view name, Number value) {

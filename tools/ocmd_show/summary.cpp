@@ -1,10 +1,10 @@
 // The summary: what a file is and how much of everything its trees hold.
 #include "tools/ocmd_show/modes.h"
-#include "tools/ocmd_show/record_bytes.h"
 #include "tools/support/command_count.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
+#include "tools/support/wording.h"
 
 #include <algorithm>
 #include <map>
@@ -101,9 +101,9 @@ tool::Status show_summary(const TreeFile &file, const Part & /*part*/, TextOutpu
     for (size_t i = 0; i < file.records().size(); ++i) {
         const TreeRecord &record = file.records()[i];
         if (!main) {
-            output << "record " << uint64_t{i + 1} << ": attach path ";
-            put_quoted(record.attach_path, output)
-                << ", version " << record.version << ", path kind " << record.path_kind << '\n';
+            output << "record " << uint64_t{i + 1} << ": attach path "
+                   << tool::double_quoted(record.attach_path) << ", version " << record.version
+                   << ", path kind " << record.path_kind << '\n';
         }
         summarize(file, record, output);
     }
