@@ -12,10 +12,10 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 for tool in compile show diff; do
-    declare "$tool=$build/tools/ocmd_$tool/ocmd_$tool"
+    declare "$tool=$build/bin/ocmd_$tool"
 done
-link=$build/tools/ocmd_link
-utility=$build/cmd_gen/ocmd_gen
+link=$build/bin/ocmd_link
+utility=$build/bin/ocmd_gen
 
 # The C library's functions for any processor, instead of those that suit this one.
 export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-AVX,-ERMS,-FSRM,-SSSE3,-SSE4_1,-SSE4_2,-BMI2,-MOVBE

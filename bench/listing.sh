@@ -11,7 +11,7 @@ scratch=$(mktemp -d "${2:-/dev/shm}/listing-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 
-utility=$build/cmd_gen/ocmd_gen
+utility=$build/bin/ocmd_gen
 floor=$build/bench/floor
 plain=$build/bench/plain_walk
 

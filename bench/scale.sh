@@ -15,10 +15,10 @@ scratch=$(mktemp -d "${3:-/dev/shm}/scale-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 for tool in compile show diff find; do
-    declare "$tool=$build/tools/ocmd_$tool/ocmd_$tool"
+    declare "$tool=$build/bin/ocmd_$tool"
 done
-link=$build/tools/ocmd_link
-utility=$build/cmd_gen/ocmd_gen
+link=$build/bin/ocmd_link
+utility=$build/bin/ocmd_gen
 tree=$build/bench/make_tree
 
 # ---- Runs and their figures ----

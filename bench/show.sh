@@ -11,8 +11,8 @@ scratch=$(mktemp -d "${2:-/dev/shm}/show-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 
-show=$build/tools/ocmd_show/ocmd_show
-utility=$build/cmd_gen/ocmd_gen
+show=$build/bin/ocmd_show
+utility=$build/bin/ocmd_gen
 
 lines=
 echo "| Tree | Loading, ms | Summary, ms | Summary / loading |"

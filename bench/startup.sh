@@ -19,7 +19,7 @@ fastest() {
 ours=0
 empty=0
 for ((round = 0; round < 300; round++)); do
-    ours=$(fastest $ours "$build/cmd_gen/ocmd_gen" -s "$build/examples/switch/main.par")
+    ours=$(fastest $ours "$build/bin/ocmd_gen" -s "$build/examples/switch/main.par")
     empty=$(fastest $empty "$scratch/empty")
 done
 awk -v a="$ours" -v b="$empty" \

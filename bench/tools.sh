@@ -9,9 +9,9 @@ scratch=$(mktemp -d "${2:-/dev/shm}/tools-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 for tool in compile show diff find; do
-    declare "$tool=$build/tools/ocmd_$tool/ocmd_$tool"
+    declare "$tool=$build/bin/ocmd_$tool"
 done
-utility=$build/cmd_gen/ocmd_gen
+utility=$build/bin/ocmd_gen
 
 echo "| Grammar | Bytes | Compiling, ms | libfyaml's load, ms | Ratio |"
 echo "|---|---|---|---|---|"

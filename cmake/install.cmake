@@ -8,10 +8,11 @@ install(TARGETS tsh EXPORT tshTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
-foreach(room ${TSH_ROOMS})
-  file(GLOB headers CONFIGURE_DEPENDS ${room}/*.h)
+get_property(components GLOBAL PROPERTY TSH_PUBLIC_COMPONENTS)
+foreach(component ${components})
+  file(GLOB headers CONFIGURE_DEPENDS ${component}/*.h)
   list(FILTER headers EXCLUDE REGEX "_internal\\.h$")
-  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tsh/${room})
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tsh/${component})
 endforeach()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tsh)

@@ -1,22 +1,24 @@
 #!/usr/bin/env python3
-"""Prints lines and branches of each room that were run, of what `llvm-cov export` says on standard
+"""Prints lines and branches of each component that were run, of what `llvm-cov export` says on standard
 input, and stores what was not: coverage-report.py GAPS. A line or branch counts as run when any
 instance of its template or any program ran it. Ends with status 1 below the bounds."""
 import collections
 import json
 import os
+import subprocess
 import sys
 
-ROOMS = ["platform", "feature", "bmask", "parse_tree", "atnode", "param_reg", "treelink", "cmd_gen",
-         "tools"]
 LINES_BOUND, BRANCHES_BOUND = 96, 92  # percent
-HOUSE = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+CLONE = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+COMPONENTS = [line.split()[0] for line in subprocess.run(
+    [os.path.join(CLONE, "scripts/components.sh")], check=True, text=True,
+    stdout=subprocess.PIPE).stdout.splitlines()] + ["tools"]
 
 
 def place(filename):
-    """The file as seen from the house, or None for what is none of the product's."""
-    path = os.path.relpath(filename, HOUSE)
-    return path if path.split("/")[0] in ROOMS else None
+    """The path of a product file relative to the clone, or None for any other file."""
+    path = os.path.relpath(filename, CLONE)
+    return path if path.startswith(tuple(f"{name}/" for name in COMPONENTS)) else None
 
 
 def line_counts(segments):
@@ -75,7 +77,7 @@ def write_gaps(path, lines, branches):
     """Lines as FILE:FIRST-LAST, branches as FILE:LINE: CONDITION, which was never true or false."""
     with open(path, "w", encoding="utf-8") as gaps:
         for file in sorted(lines):
-            with open(os.path.join(HOUSE, file), encoding="utf-8") as opened:
+            with open(os.path.join(CLONE, file), encoding="utf-8") as opened:
                 source = opened.read().split("\n")
             never_run = {line for line, count in lines[file].items() if count == 0}
             for first, last in ranges(never_run):
@@ -100,14 +102,14 @@ def main():
     branches = branch_counts(exported["functions"])
     write_gaps(sys.argv[1], lines, branches)
 
-    print(f"{'room':12} {'lines run':>26} {'branches taken':>26}")
-    for room in ROOMS + [""]:
-        run = [count for file, counts in lines.items() if file.startswith(room)
+    print(f"{'component':16} {'lines run':>26} {'branches taken':>26}")
+    for component in COMPONENTS + [""]:
+        run = [count for file, counts in lines.items() if file.startswith(component)
                for count in counts.values()]
-        taken = [count for key, count in branches.items() if key[0].startswith(room)]
+        taken = [count for key, count in branches.items() if key[0].startswith(component)]
         line_text, line_percent = share(run)
         branch_text, branch_percent = share(taken)
-        print(f"{room or 'all':12} {line_text} {branch_text}")
+        print(f"{component or 'all':16} {line_text} {branch_text}")
     print(f"what is not run: {sys.argv[1]}")
     return int(line_percent < LINES_BOUND or branch_percent < BRANCHES_BOUND)
 

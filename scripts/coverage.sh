@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # How much of the product the tests run: coverage.sh [CTEST ARGUMENTS...]. Builds the preset
 # "coverage", runs all tests (or those that the arguments choose), and prints lines and branches of
-# each room. What no test runs is in build/coverage/gaps.txt. Ends with status 1 below the bounds.
+# each component. What no test runs is in build/coverage/gaps.txt. Ends with status 1 below the bounds.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."
@@ -17,6 +17,6 @@ llvm-profdata merge -o "$build/tests.profdata" "$build"/profiles/*.profraw
 programs=()
 while read -r program; do
     programs+=(-object "$program")
-done < <(find "$build" -maxdepth 3 -type f -executable \( -name '*_test' -o -name 'ocmd_*' \))
+done < <(find "$build/bin" "$build/tests" -type f -executable \( -name '*_test' -o -name 'ocmd_*' \))
 llvm-cov export -instr-profile "$build/tests.profdata" "$build/libtsh.so" "${programs[@]}" |
     scripts/coverage-report.py "$build/gaps.txt"

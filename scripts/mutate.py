@@ -5,8 +5,8 @@
 
 Takes lines of the product (or of the files named) by chance, and changes one thing in each: turns a
 comparison, an operator or a condition, moves a constant by one, returns an empty value, leaves a
-statement out. Each worker has a copy of the house below build/mutate, where it builds the change
-and runs the tests, those of the same room first, until one fails. A change that does not compile,
+statement out. Each worker has a copy of the clone below build/mutate, where it builds the change
+and runs the tests, those of the same component first, until one fails. A change that does not compile,
 or that the compiler makes nothing of, is not counted. The last part of the output lists what was
 not noticed; whether such a change can be seen at all is for a reader to judge. Ends with status 1
 when fewer than nine of ten are noticed."""
@@ -28,12 +28,10 @@ import tempfile
 import threading
 import time
 
-ROOMS = ["platform", "feature", "bmask", "parse_tree", "atnode", "param_reg", "treelink", "cmd_gen",
-         "tools"]
 # Test programs that are about a folder, the quickest first; all others follow.
 RELATED = {
     "platform": ["tsh_common_test", "bmask_test"],
-    "feature": ["tsh_common_test"],
+    "feature/tsh/src": ["tsh_common_test"],
     "bmask": ["bmask_test"],
     "parse_tree": ["tree_check_test", "tree_writer_test", "navigation_test", "ocmd_gen_test"],
     "atnode": ["navigation_test"],
@@ -48,7 +46,10 @@ RELATED = {
 }
 COUNTED = ("noticed", "unnoticed")  # the verdicts that say something about the tests
 BOUND = 90  # percent
-HOUSE = pathlib.Path(__file__).resolve().parent.parent
+CLONE = pathlib.Path(__file__).resolve().parent.parent
+COMPONENTS = [line.split()[0] for line in subprocess.run(
+    [CLONE / "scripts/components.sh"], check=True, text=True,
+    stdout=subprocess.PIPE).stdout.splitlines()] + ["tools"]
 CONFIGURE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -w",
              "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
 BUILD_LIMIT = 900  # seconds; a change in a header builds nearly everything
@@ -137,7 +138,7 @@ def all_changes(files):
     """The changes of each line that has some."""
     lines = []
     for file in files:
-        source = (HOUSE / file).read_text(encoding="utf-8")
+        source = (CLONE / file).read_text(encoding="utf-8")
         codes = without_literals(source).split("\n")
         for number, (line, code) in enumerate(zip(source.split("\n"), codes), 1):
             if NEVER_RUN.match(code):
@@ -151,7 +152,7 @@ def all_changes(files):
 
 
 def product_files():
-    tracked = subprocess.run(["git", "ls-files", *ROOMS], cwd=HOUSE, check=True, text=True,
+    tracked = subprocess.run(["git", "ls-files", *COMPONENTS], cwd=CLONE, check=True, text=True,
                              stdout=subprocess.PIPE).stdout.split()
     return [file for file in tracked if file.endswith((".cpp", ".h"))]
 
@@ -163,17 +164,17 @@ def limit_resources():
 
 
 class Worker:
-    """A copy of the house, its build, and its tests with the seconds that each takes."""
+    """A copy of the clone, its build, and its tests with the seconds that each takes."""
 
     def __init__(self, number):
-        self.house = HOUSE / "build" / "mutate" / str(number)
-        self.build = self.house / "build"
+        self.copy = CLONE / "build" / "mutate" / str(number)
+        self.build = self.copy / "build"
         self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="mutate-"))
-        self.copy_house()
+        self.copy_clone()
         launcher = []
         if shutil.which("ccache") is not None:  # quick back to what was there before a change
             launcher.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
-        self.must("cmake", "-S", self.house, "-B", self.build, *CONFIGURE, *launcher)
+        self.must("cmake", "-S", self.copy, "-B", self.build, *CONFIGURE, *launcher)
         self.must("cmake", "--build", self.build)
         self.sums = self.image_sums()
         self.tests = self.find_tests()
@@ -184,13 +185,13 @@ class Worker:
                 sys.exit(f"{name} fails before anything is changed")
             self.seconds[name] = time.monotonic() - began
 
-    def copy_house(self):
+    def copy_clone(self):
         """The tracked files; what has not changed keeps its time, so that it is not built again."""
-        self.house.mkdir(parents=True, exist_ok=True)
-        tracked = subprocess.run(["git", "ls-files"], cwd=HOUSE, check=True, text=True,
+        self.copy.mkdir(parents=True, exist_ok=True)
+        tracked = subprocess.run(["git", "ls-files"], cwd=CLONE, check=True, text=True,
                                  stdout=subprocess.PIPE).stdout.split("\n")
         for name in filter(None, tracked):
-            source, copy = HOUSE / name, self.house / name
+            source, copy = CLONE / name, self.copy / name
             if not source.exists() or (copy.exists() and copy.read_bytes() == source.read_bytes()):
                 continue
             copy.parent.mkdir(parents=True, exist_ok=True)
@@ -198,7 +199,7 @@ class Worker:
 
     def run(self, command, limit, **options):
         """The status of a command, or None when it had to be ended."""
-        settings = {**os.environ, "TMPDIR": self.scratch, "CCACHE_BASEDIR": self.house,
+        settings = {**os.environ, "TMPDIR": self.scratch, "CCACHE_BASEDIR": self.copy,
                     "CCACHE_NOHASHDIR": "1"}
         process = subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL,
                                    start_new_session=True, env=settings, **options)
@@ -214,7 +215,7 @@ class Worker:
             process.wait()
 
     def must(self, *command):
-        log = self.house.parent / f"{self.house.name}.log"
+        log = self.copy.parent / f"{self.copy.name}.log"
         with open(log, "w", encoding="utf-8") as output:
             if self.run(command, None, stdout=output, stderr=output) != 0:
                 sys.exit(f"cannot prepare a build: see {log}")
@@ -237,9 +238,9 @@ class Worker:
         return tests
 
     def order(self, file):
-        """The tests' names: those about the file's room, then the others, the quickest first."""
-        room = "/".join(file.split("/")[:2 if file.startswith("tools/") else 1])
-        first = [name for name in RELATED.get(room, []) if name in self.tests]
+        """The tests' names: those about the file's component, then the others, the quickest first."""
+        folder = file.rpartition("/")[0]
+        first = [name for name in RELATED.get(folder, []) if name in self.tests]
         return first + sorted(self.tests.keys() - set(first), key=self.seconds.get)
 
     def passes(self, name, limit):
@@ -261,7 +262,7 @@ class Worker:
 
     def judge(self, change):
         """Makes a change, builds, tests, and takes it back."""
-        path = self.house / change.file
+        path = self.copy / change.file
         original = path.read_text(encoding="utf-8")
         lines = original.split("\n")
         lines[change.line - 1] = change.after
@@ -351,14 +352,14 @@ def main():
     print("\nnot noticed:")
     for change, verdict in sorted(unnoticed, key=lambda pair: (pair[0].file, pair[0].line)):
         show(change, verdict)
-    print(f"\n{'room':12} noticed     of")
-    for room in ROOMS:
-        of_room = [verdict.kind for change, verdict in noticed + unnoticed
-                   if change.file.startswith(room + "/")]
-        print(f"{room:12} {of_room.count('noticed'):7} {len(of_room):6}")
+    print(f"\n{'component':16} noticed     of")
+    for component in COMPONENTS:
+        of_component = [verdict.kind for change, verdict in noticed + unnoticed
+                   if change.file.startswith(component + "/")]
+        print(f"{component:16} {of_component.count('noticed'):7} {len(of_component):6}")
     counted = len(noticed) + len(unnoticed)
     percent = 100 * len(noticed) / max(counted, 1)
-    print(f"{'all':12} {len(noticed):7} {counted:6}  {percent:.1f} %, "
+    print(f"{'all':16} {len(noticed):7} {counted:6}  {percent:.1f} %, "
           f"{sum('too slow' in verdict.by for _, verdict in noticed)} by their time; not counted: "
           f"{len(run.of_kind('no build'))} without a build, "
           f"{len(run.of_kind('nothing'))} that change no program")

@@ -6,4 +6,4 @@ cd "$(dirname "$0")/.."
 scripts/install-packages.sh build
 cmake --preset sample
 cmake --build --preset sample
-build/sample/cmd_gen/ocmd_gen -s build/sample/examples/switch/main.par
+build/sample/bin/ocmd_gen -s build/sample/examples/switch/main.par

@@ -14,5 +14,5 @@ scripts/install-packages.sh build tests
 cmake --preset default >/dev/null
 cmake --build --preset default --target ocmd_gen ocmd_link ocmd_compile ocmd_show
 scripts/write-listings.sh build/default build/listings
-diff -r build/listings "$folder/house/build/listings"
+diff -r build/listings "$folder/clone/build/listings"
 echo "the trees and listings of 32 bits are those of this machine"

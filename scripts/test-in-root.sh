@@ -44,9 +44,9 @@ mount -t proc proc "$folder/proc"
 mount --rbind /dev "$folder/dev"
 
 # What was built there stays, for the next run.
-mkdir -p "$folder/house"
-find "$folder/house" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
-git ls-files -z | tar --null -T - --ignore-failed-read -c | tar -x -C "$folder/house" --no-same-owner
+mkdir -p "$folder/clone"
+find "$folder/clone" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
+git ls-files -z | tar --null -T - --ignore-failed-read -c | tar -x -C "$folder/clone" --no-same-owner
 
 # Nothing of the environment here is meant for there, but the way to the network.
 settings=(PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8
@@ -57,4 +57,4 @@ done
 machine=()
 [ "$architecture" != i386 ] || machine=(linux32) # what uname says
 env -i "${settings[@]}" "${machine[@]}" chroot "$folder" \
-    sh -c 'cd /house && exec "$@"' sh "$@" || exit 1
+    sh -c 'cd /clone && exec "$@"' sh "$@" || exit 1

@@ -6,13 +6,13 @@ set -euo pipefail
 unset CDPATH
 build=$(realpath -m "$1") folder=$(realpath -m "$2")
 cd "$(dirname "$0")/.."
-house=$PWD
-PATH=$build/cmd_gen:$(printf '%s:' "$build"/tools "$build"/tools/*)$PATH
+clone=$PWD
+PATH=$build/bin:$PATH
 rm -rf "$folder"
 mkdir -p "$folder"
 cd "$folder"
 
-"$house/examples/switch/make.sh" switch
+"$clone/examples/switch/make.sh" switch
 ocmd_gen -s switch/main.par >list
 ocmd_gen -gs switch/main.par >dump
 for view in commands nodes json dot; do
@@ -22,7 +22,7 @@ ocmd_show --yaml switch/bays.par >yaml
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-c++ -std=c++20 -I "$house" "$house/bench/make_tree.cpp" -o "$scratch/make_tree"
+c++ -std=c++20 -I "$clone" "$clone/bench/make_tree.cpp" -o "$scratch/make_tree"
 for shape in wide deep shared; do
     "$scratch/make_tree" "$shape" "$scratch/$shape.par"
     cksum <"$scratch/$shape.par"

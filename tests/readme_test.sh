@@ -44,7 +44,7 @@ export DESTDIR=$scratch/root
 export PKG_CONFIG_PATH=$DESTDIR/usr/local/lib/pkgconfig LD_LIBRARY_PATH=$DESTDIR/usr/local/lib
 printf '#!/bin/sh\ntest -e "%s/libtsh.so"\n' "$LD_LIBRARY_PATH" >"$scratch/bin/ldconfig"
 chmod +x "$scratch/bin/ldconfig"
-PATH=$scratch/bin:$DESTDIR/usr/local/bin:$(printf '%s:' "$1"/cmd_gen "$1"/tools "$1"/tools/*)$PATH
+PATH=$scratch/bin:$DESTDIR/usr/local/bin:$1/bin:$PATH
 
 commands=0
 while read -r n mark name; do

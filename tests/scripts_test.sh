@@ -28,6 +28,6 @@ stand_in true ''
 stand_in apt-get 'echo "E: $1"; exit 100'
 refused 'E: update\nsome package lists are out of date\nE: install\n'
 
-if GIT_DIR=$scratch scripts/check-rooms.sh 2>/dev/null; then exit 1; fi
+if GIT_DIR=$scratch scripts/check-dependencies.sh 2>/dev/null; then exit 1; fi
 if (cd "$scratch/scripts" && ./write-listings.sh . scripts 2>/dev/null); then exit 1; fi
 [ -f "$scratch/scripts/lint.sh" ]

@@ -33,7 +33,7 @@ ScratchDir::~ScratchDir() {
 Outcome ScratchDir::shell(const std::string &command,
                           const std::vector<std::string> &settings) const {
     std::vector<std::string> all = settings;
-    all.push_back(std::string("PATH=" PROGRAM_PATH) + getenv("PATH"));
+    all.push_back(std::string("PATH=" PROGRAM_PATH ":") + getenv("PATH"));
     all.emplace_back("FAULTS=" FAULTS);
     all.emplace_back("LC_ALL=C");
     all.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0"); // with that before it
