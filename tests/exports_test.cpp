@@ -2,12 +2,15 @@
 #include "cmd_gen/dump.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
+#include "parse_tree/record_fields.h"
 #include "parse_tree/tree_load.h"
 #include "platform/bit_library.h"
 #include "platform/robust_string.h"
 #include "tests/support/harness.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
+#include <span>
 #include <string>
 
 namespace {
@@ -51,6 +54,41 @@ TEST(Exports, RecordsTellOfTheirParameters) {
     });
     EXPECT_EQ(outcome.out, ", Mask : 40100003, Max Str Len : -2, Int Min : -2\tInt Max : 9"
                            ", Interface mask : 78187493530{  }{ INTEGER }");
+}
+
+template <typename Row> std::span<const Row> table(const Row *(*rows)(uint32_t *count)) {
+    uint32_t count = 0;
+    const Row *first = rows(&count);
+    return {first, count};
+}
+
+// Everything that a record holds as numbers, found by the tables alone.
+std::string numbers_in(std::span<const tsh_field_t> fields, const void *record) {
+    std::string text;
+    for (const tsh_field_t &field : fields) {
+        if (const uint64_t number = tsh_field_number(&field, record); number != 0)
+            text.append(field.name).append("=") += std::to_string(int64_t(number)) + " ";
+        for (uint32_t i = 0; i < 300; ++i)
+            if (tsh_field_contains(&field, record, i) != 0)
+                text.append(field.name).append(":") += std::to_string(i) + " ";
+    }
+    return text;
+}
+
+TEST(Exports, RecordsAreReadByTheirTables) {
+    tree_node_t node{};
+    strcpy(node.name, "n");
+    node.optional = 4, node.flags = TREE_FLAG_EXCLUDED_ALSO, node.child_count = 1;
+    node.children[0] = 513, node.child_link_bits[31] = 0x80, node.reserved[0] = 1;
+    node.perms_mask[1] = 3, node.intf_mask = uint64_t{1} << 63 | 2;
+    node.params[1] = {0x40100001, 1, {9}, -2, 9, {9}};
+    EXPECT_EQ(numbers_in(table(tsh_node_fields), &node),
+              "optional=4 flags=67108864 flags:26 perms_mask:8 perms_mask:9 child_count=1 "
+              "children=513 child_link_bits:255 intf_mask=-9223372036854775806 intf_mask:1 "
+              "intf_mask:63 ");
+    EXPECT_EQ(numbers_in(table(tsh_parameter_fields), &node.params[1]),
+              "type_mask=1074790401 intf_mask=1 intf_mask:0 int_min=-2 int_max=9 ");
+    EXPECT_EQ(1U << table(tsh_node_flags).back().bit, TREE_FLAG_EXCLUDED_ALSO);
 }
 
 TEST(Exports, TheMainTreeHasAPlaceOfItsOwn) {
