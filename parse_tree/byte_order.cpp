@@ -1,8 +1,8 @@
-// Byte order of tree files. The table below is the one place that knows which bytes of a record
-// are integers.
+// Byte order of tree files.
 #include "parse_tree/byte_order.h"
 
 #include "parse_tree/byte_order_internal.h"
+#include "parse_tree/record_fields_internal.h"
 #include "parse_tree/tree_node_internal.h"
 
 #include <algorithm>
@@ -17,27 +17,47 @@ namespace {
 constexpr bool kHostIsNetworkOrder = std::endian::native == std::endian::big;
 
 struct IntegerRun {
-    size_t offset; // from the start of the node record
-    size_t width;  // bytes of one integer
-    size_t count;
+    size_t offset = 0; // from the start of the node record
+    size_t width = 0;  // bytes of one integer
+    size_t count = 0;
 };
 
-constexpr size_t kParam0 = offsetof(tree_node_t, params);
-constexpr size_t kParam1 = kParam0 + sizeof(parameter_info_t);
+// Calls visit with each run of equal integers in a node. Neighbours of one width are one run.
+constexpr void for_each_run(auto visit) {
+    IntegerRun run;
+    const auto add = [&](const tsh::Field &field, size_t record) {
+        const size_t offset = record + field.offset;
+        if (!field.has_integers())
+            return;
+        if (run.width != field.width || run.offset + run.width * run.count != offset) {
+            if (run.count > 0)
+                visit(run);
+            run = {offset, field.width, 0};
+        }
+        run.count += field.count;
+    };
+    for (const tsh::Field &field : tsh::kNodeFields) {
+        add(field, 0);
+        if (field.kind == TSH_FIELD_PARAMETERS)
+            for (size_t i = 0; i < field.count; ++i)
+                for (const tsh::Field &own : tsh::kParameterFields)
+                    add(own, field.offset + i * field.width);
+    }
+    visit(run);
+}
 
-constexpr std::array kNodeIntegers{
-    IntegerRun{offsetof(tree_node_t, optional), 2, 2}, // and cmi_msg_type
-    IntegerRun{offsetof(tree_node_t, flags), 4, 3},    // and token_id, command_id
-    IntegerRun{kParam0 + offsetof(parameter_info_t, type_mask), 4, 1},
-    IntegerRun{kParam0 + offsetof(parameter_info_t, intf_mask), 8, 1},
-    IntegerRun{kParam0 + offsetof(parameter_info_t, int_min), 4, 2}, // and int_max
-    IntegerRun{kParam1 + offsetof(parameter_info_t, type_mask), 4, 1},
-    IntegerRun{kParam1 + offsetof(parameter_info_t, intf_mask), 8, 1},
-    IntegerRun{kParam1 + offsetof(parameter_info_t, int_min), 4, 2},
-    // aux_value1, param_count, aux_value2, child_count, children
-    IntegerRun{offsetof(tree_node_t, aux_value1), 2, 4 + TREE_MAX_CHILDREN},
-    IntegerRun{offsetof(tree_node_t, intf_mask), 8, 1},
-};
+consteval size_t count_runs() {
+    size_t count = 0;
+    for_each_run([&](const IntegerRun &) { ++count; });
+    return count;
+}
+
+constexpr auto kIntegerRuns = [] {
+    std::array<IntegerRun, count_runs()> runs;
+    size_t count = 0;
+    for_each_run([&](const IntegerRun &run) { runs[count++] = run; });
+    return runs;
+}();
 
 template <typename Integer> void reverse_bytes(unsigned char *bytes, size_t count) {
     for (size_t i = 0; i < count; ++i) {
@@ -56,7 +76,7 @@ template <typename Integer> void reverse_bytes(unsigned char *bytes, size_t coun
 
 void reverse_node_order(tree_node_t &node) {
     auto *record = reinterpret_cast<unsigned char *>(&node);
-    for (const IntegerRun &run : kNodeIntegers) {
+    for (const IntegerRun &run : kIntegerRuns) {
         switch (run.width) {
         case 2:
             reverse_bytes<uint16_t>(record + run.offset, run.count);

@@ -49,8 +49,9 @@ consteval Element element_for(const Field &field) {
 consteval bool has_elements_of_its_kind(const Field &field) {
     const bool is_list = field.kind == TSH_FIELD_LINKS || field.kind == TSH_FIELD_PARAMETERS;
     const bool may_be_list = is_list || !field.has_integers();
+    const bool is_counter = field.kind == TSH_FIELD_COUNT;
     return field.element == element_for(field) && (field.count == 1 || may_be_list) &&
-           (field.counter != 0 || !is_list);
+           (field.counter != 0 || !is_list) && (!is_counter || field.width == sizeof(uint16_t));
 }
 
 // Every counter is a COUNT field, and every COUNT field counts something.

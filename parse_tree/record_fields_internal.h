@@ -36,7 +36,8 @@ struct Member {
 
 template <typename Type> consteval Member member(const char *name, size_t offset) {
     using Single = std::remove_all_extents_t<Type>;
-    return {name, static_cast<uint16_t>(offset), sizeof(Single), sizeof(Type) / sizeof(Single),
+    constexpr size_t kWidth = sizeof(Single);
+    return {name, static_cast<uint16_t>(offset), kWidth, sizeof(Type) / kWidth,
             element_of<Single>()};
 }
 

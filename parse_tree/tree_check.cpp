@@ -2,6 +2,7 @@
 // reaches. A table names the checks; nothing else lists them.
 #include "parse_tree/tree_check_internal.h"
 
+#include "parse_tree/record_fields_internal.h"
 #include "parse_tree/tree_walk_internal.h"
 
 #include <algorithm>
@@ -9,29 +10,66 @@
 #include <bitset>
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 namespace {
 
 using Nodes = std::span<const tree_node_t>;
 
+// Text of a fault, made at compile time.
+using FaultName = std::array<char, 64>;
+
+consteval FaultName fault_name(std::string_view field, std::string_view fault, size_t limit = 0) {
+    FaultName text{};
+    char *end = std::ranges::copy(field, text.data()).out;
+    end = std::ranges::copy(fault, end).out;
+    size_t unit = 1;
+    while (limit / unit >= 10)
+        unit *= 10;
+    for (; limit > 0 && unit > 0; unit /= 10)
+        *end++ = static_cast<char>('0' + limit / unit % 10);
+    return text;
+}
+
 struct TextField {
     size_t offset;
     size_t size;
-    const char *unterminated;
+    FaultName unterminated;
 };
 
-#define TEXT_FIELD(field)                                                                          \
-    TextField {                                                                                    \
-        offsetof(tree_node_t, field), sizeof(tree_node_t::field), #field " is not terminated"      \
-    }
+consteval TextField text_field(const tsh::Field &field) {
+    return {field.offset, field.size(), fault_name(field.name, " is not terminated")};
+}
 
-constexpr std::array kTextFields{
-    TEXT_FIELD(name),     TEXT_FIELD(token),   TEXT_FIELD(help),    TEXT_FIELD(submode_help),
-    TEXT_FIELD(aux_text), TEXT_FIELD(func_id), TEXT_FIELD(mode_id), TEXT_FIELD(aux_label),
+struct CountField {
+    size_t offset;
+    size_t limit;
+    FaultName above_limit;
 };
 
-#undef TEXT_FIELD
+// A counter may count as many elements as the smallest of its fields has.
+consteval CountField count_field(const tsh::Field &counter) {
+    size_t limit = SIZE_MAX;
+    for (const tsh::Field &field : tsh::kNodeFields)
+        if (field.counter == counter.offset)
+            limit = std::min(limit, field.kind == TSH_FIELD_SET ? 8 * field.size() : field.count);
+    return {counter.offset, limit, fault_name(counter.name, " is above ", limit)};
+}
+
+// The fields of a kind, as a check needs them.
+template <tsh_field_kind_t Kind> consteval auto checked(auto row_of) {
+    constexpr size_t kCount = std::ranges::count(tsh::kNodeFields, Kind, &tsh::Field::kind);
+    std::array<decltype(row_of(tsh::kNodeFields[0])), kCount> rows{};
+    size_t next = 0;
+    for (const tsh::Field &field : tsh::kNodeFields)
+        if (field.kind == Kind)
+            rows[next++] = row_of(field);
+    return rows;
+}
+
+constexpr auto kTextFields = checked<TSH_FIELD_TEXT>(text_field);
+constexpr auto kCountFields = checked<TSH_FIELD_COUNT>(count_field);
 
 // One run over a tree: the record and the check in hand, and what has been found so far.
 class Checkup {
@@ -46,8 +84,7 @@ public:
     [[nodiscard]] uint32_t faults() const { return faults_; }
 
     // The checks of the table, each on the record in hand.
-    void child_count(const tree_node_t &node);
-    void param_count(const tree_node_t &node);
+    template <size_t Counter> void count(const tree_node_t &node);
     void child_index(const tree_node_t &node);
     void child_twice(const tree_node_t &node);
     void unterminated_text(const tree_node_t &node);
@@ -81,14 +118,28 @@ constexpr uint32_t kNothing = 0;
 constexpr uint32_t kChildCount = 1U << 0;
 
 constexpr std::array kChecks{
-    Check{.name = "child-count", .needs = kNothing, .judge = &Checkup::child_count},
-    Check{.name = "param-count", .needs = kNothing, .judge = &Checkup::param_count},
+    Check{.name = "child-count",
+          .needs = kNothing,
+          .judge = &Checkup::count<offsetof(tree_node_t, child_count)>},
+    Check{.name = "param-count",
+          .needs = kNothing,
+          .judge = &Checkup::count<offsetof(tree_node_t, param_count)>},
     Check{.name = "child-index", .needs = kChildCount, .judge = &Checkup::child_index},
     Check{.name = "child-twice", .needs = kChildCount, .judge = &Checkup::child_twice},
     Check{.name = "unterminated-text", .needs = kNothing, .judge = &Checkup::unterminated_text},
     Check{.name = "cycle", .needs = kChildCount, .judge = &Checkup::cycle},
 };
 constexpr uint32_t kCycleCheck = kChecks.size() - 1;
+
+// Each counter has a check of its name, spelled with '-'.
+static_assert(std::ranges::all_of(tsh::kNodeFields, [](const tsh::Field &field) {
+    const auto has_its_name = [&](const Check &check) {
+        return std::ranges::equal(
+            std::string_view{field.name}, std::string_view{check.name},
+            [](char of_field, char of_check) { return of_field == of_check || of_check == '-'; });
+    };
+    return field.kind != TSH_FIELD_COUNT || std::ranges::any_of(kChecks, has_its_name);
+}));
 
 void Checkup::run() {
     constexpr size_t kAhead = 4; // records that take as long as memory takes to answer
@@ -126,14 +177,13 @@ void Checkup::check_record() {
     (std::make_integer_sequence<uint32_t, kChecks.size()>{});
 }
 
-void Checkup::child_count(const tree_node_t &node) {
-    if (node.child_count > TREE_MAX_CHILDREN)
-        tell("child_count is above 192");
-}
-
-void Checkup::param_count(const tree_node_t &node) {
-    if (node.param_count > TREE_MAX_PARAMS)
-        tell("param_count is above 2");
+template <size_t Counter> void Checkup::count(const tree_node_t &node) {
+    constexpr const CountField &kField =
+        *std::ranges::find(kCountFields, Counter, &CountField::offset);
+    uint16_t number;
+    memcpy(&number, reinterpret_cast<const char *>(&node) + kField.offset, sizeof number);
+    if (number > kField.limit)
+        tell(kField.above_limit.data());
 }
 
 void Checkup::child_index(const tree_node_t &node) {
@@ -171,7 +221,7 @@ void Checkup::unterminated_text(const tree_node_t &node) {
     for (const TextField &field : kTextFields)
         if (record[field.offset + field.size - 1] != '\0' &&
             memchr(record + field.offset, '\0', field.size) == nullptr)
-            tell(field.unterminated);
+            tell(field.unterminated.data());
 }
 
 // Links that all lead to later records close no cycle, so that most trees need no walk.
