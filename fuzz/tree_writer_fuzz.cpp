@@ -4,6 +4,7 @@
 //
 // Reaches: write_tree_to_file, write_tree_to_array, write_node_to_array, write_array_tree_to_file,
 // tsh_tree_check, tsh::has_cycle_or_is_too_deep, tsh_tree_fault_text, read_par_tree
+#include "base/escape.h"
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "parse_tree/tree_check.h"
@@ -180,7 +181,7 @@ private:
     }
 
     bool say(const std::string &text, size_t place) {
-        said += "Error: node \"" + std::string(records[place].name) + "\" " + text + "\n";
+        said += "Error: node \"" + base::escaped(records[place].name) + "\" " + text + "\n";
         return false;
     }
 

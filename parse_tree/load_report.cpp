@@ -1,6 +1,7 @@
 // Reasons why a main tree is not loaded, and guesses at what the file is instead.
 #include "parse_tree/load_report_internal.h"
 
+#include "base/escape.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/par_file_internal.h"
 #include "parse_tree/tree_check_internal.h"
@@ -20,8 +21,8 @@ using Nodes = std::span<const tree_node_t>;
 
 void say(const char *path, const char *reason, const char *look = "") {
     const bool cut = strlen(path) == TSH_PARSE_FILE_SIZE - 1;
-    fprintf(stderr, "%s: %s%s%s\n", path, reason, look,
-            cut ? "; names are cut at 127 characters" : "");
+    base::print_escaped(stderr, "%s: %s%s%s\n", path, reason, look,
+                        cut ? "; names are cut at 127 characters" : "");
 }
 
 bool is_gzip(Bytes start) {

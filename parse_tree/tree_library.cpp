@@ -1,6 +1,7 @@
 // Small services around array trees that the device's tree library would supply.
 #include "parse_tree/tree_library_internal.h"
 
+#include "base/escape.h"
 #include "parse_tree/tree_walk_internal.h"
 #include "platform/robust_string.h"
 
@@ -17,8 +18,8 @@ using Event = TreeWalk::Event;
 
 void display_node(const tree_node_t &node, uint16_t index, size_t level) {
     const auto indent = static_cast<int>(2 * std::min<size_t>(level, TREE_MAX_LEVELS));
-    printf("%*s%u: %.*s \"%.*s\"", indent, "", index, TREE_NAME_SIZE, node.name, TREE_TOKEN_SIZE,
-           node.token);
+    base::print_escaped(stdout, "%*s%u: %.*s \"%.*s\"", indent, "", index, TREE_NAME_SIZE,
+                        node.name, TREE_TOKEN_SIZE, node.token);
     for (const uint16_t child : tsh::links_of(node))
         printf(" %u", child);
     putchar('\n');

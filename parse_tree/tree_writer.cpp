@@ -1,6 +1,7 @@
 // The tree writer: layout of the compiler's tree in preorder, and the record that stores it.
 #include "parse_tree/tree_writer.h"
 
+#include "base/escape.h"
 #include "bmask/bmask.h"
 #include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/owners_internal.h"
@@ -92,8 +93,8 @@ int32_t lay_out(tree_node_t *array, parser_node_t *node) {
         write_node_to_array(placed, &array[index]);
         placed->array_index = index;
         if (!store_link_marks(*placed, array[index])) {
-            fprintf(stderr, "Error: node \"%s\" has more than %d child links\n", array[index].name,
-                    TREE_MAX_CHILDREN);
+            base::print_escaped(stderr, "Error: node \"%s\" has more than %d child links\n",
+                                array[index].name, TREE_MAX_CHILDREN);
             return -1;
         }
         path.push_back({index, 0, placed->children});
@@ -147,8 +148,8 @@ void report_layout_faults(std::span<const tree_node_t> nodes) {
     LinkFaults faults;
     tsh_tree_check(nodes.data(), static_cast<uint32_t>(nodes.size()), note_link_fault, &faults);
     if (faults.outside)
-        fprintf(stderr, "Error: node \"%s\" has a child placed by an earlier write\n",
-                nodes[faults.outside->node].name);
+        base::print_escaped(stderr, "Error: node \"%s\" has a child placed by an earlier write\n",
+                            nodes[faults.outside->node].name);
     if (faults.twice)
         fprintf(stderr, "Error: %s\n", tsh::FaultText{nodes, *faults.twice}.text());
     if (tsh::has_cycle_or_is_too_deep(nodes))

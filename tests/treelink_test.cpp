@@ -258,6 +258,24 @@ TEST_F(Link, TellsWhatIsAmiss) {
     }
 }
 
+// Names and words of files, and file names, with an escape sequence, C1 in UTF-8, C1 as a byte.
+TEST_F(Link, EscapesControlCharacters) {
+    const std::string raw = "\x1B]52;\x07\x7F\xC2\x9B\x9B\xC3\x9B";
+    const std::string escaped = "\\x1b]52;\\x07\\x7f\\xc2\\x9b\\x9b\xC3\x9B";
+    const std::string listed = "show " + escaped + "\n";
+    store(raw + ".par", {{keyword("lost"), raw}, {keyword(raw).named("odd").terminal(), "show"}});
+    EXPECT_EQ(shell("ocmd_link -v -o main.par root.par *52* | grep -a 52"),
+              "***Treelink Warning***: Unresolved path " + escaped + " in file " + escaped +
+                  ".par \nMerging file " + escaped + ".par\n    5: odd \"" + escaped + "\"\n");
+    EXPECT_EQ(shell("ocmd_gen -s main.par | grep -a 52"), "[     1].  show  " + raw + "\n");
+    EXPECT_EQ(shell("ocmd_gen -s *52* 2>&1 >&- | grep -a 52"),
+              escaped + ".par: its size of 110 bytes is not a multiple of 1000; it looks like a "
+                        "gzip file\n");
+    EXPECT_EQ(shell("ocmd_diff main.par root.par"), "- " + listed);
+    EXPECT_EQ(shell("mv *52* $(printf '\\033'); ocmd_show --commands main.par $(printf '\\033')"),
+              "main.par:\n" + listed + "\\x1b:\n" + escaped + "\n");
+}
+
 // The old file or the new one, whole, and never a third.
 TEST_F(Link, ReplacesAllOrNothing) {
     const std::string link = "ocmd_link -o main.par root.par; echo $?; ls -a | grep main; ";

@@ -1,6 +1,7 @@
 // Putting the linked array together: copying subtrees, and linking them below their parents.
 #include "treelink/attach.h"
 
+#include "base/escape.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
 #include "treelink/attach_graph_internal.h"
@@ -124,7 +125,7 @@ private:
         if (!wish.parent)
             tsh::report_unresolved_path(wish.name, *wish.record);
         else if (attach(wish, *wish.parent, graph) && verbose != 0)
-            printf("Linked subtree at attach path %s \n", wish.name);
+            base::print_escaped(stdout, "Linked subtree at attach path %s \n", wish.name);
     }
 
     // True when a link was made.

@@ -1,6 +1,7 @@
 // The link driver: which files are read, in which order, and where the result goes.
 #include "treelink/link_driver.h"
 
+#include "base/escape.h"
 #include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
@@ -57,7 +58,7 @@ FileName subtree_file_name(const par_file_entry_t &entry) {
 
 void show_merging(const char *file_name) {
     if (verbose != 0)
-        printf("Merging file %s\n", file_name);
+        base::print_escaped(stdout, "Merging file %s\n", file_name);
 }
 
 int32_t refuse_root_file() {
@@ -71,7 +72,7 @@ void read_listed_file(const par_file_entry_t &entry, const FileName &root_name) 
         return;
     show_merging(name.text);
     if (read_parser_file(name.text, SUBTREE_FILE_ORDINARY) == -1)
-        fprintf(stderr, "Treelink Error: Parser file %s was not added \n", name.text);
+        base::print_escaped(stderr, "Treelink Error: Parser file %s was not added \n", name.text);
 }
 
 using FileReplacement =
@@ -101,8 +102,9 @@ int32_t get_linked_parse_tree(tree_node_t **out, const par_file_list_t *list, co
         const std::string_view first = first_name_of(*list);
         constexpr size_t kLongest = PAR_FILE_NAME_SIZE - 1;
         if (first.size() > kLongest) {
-            printf("Treelink Error: filename %.*s too long by %zu\n",
-                   static_cast<int>(first.size()), first.data(), first.size() - kLongest);
+            base::print_escaped(stdout, "Treelink Error: filename %.*s too long by %zu\n",
+                                static_cast<int>(first.size()), first.data(),
+                                first.size() - kLongest);
             return -1;
         }
         if (names_a_root_file(first)) {

@@ -1,6 +1,8 @@
 // Telling of what a link meets, and counting it.
 #include "treelink/link_report_internal.h"
 
+#include "base/escape.h"
+
 #include <cstdarg>
 #include <cstdio>
 
@@ -13,6 +15,6 @@ void tsh::warn(Loss loss, const char *format, ...) {
         ++tsh_link_losses;
     va_list values;
     va_start(values, format);
-    vfprintf(stderr, format, values);
+    base::vprint_escaped(stderr, format, values);
     va_end(values);
 }

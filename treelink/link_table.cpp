@@ -1,6 +1,7 @@
 // The link table and the end of a link.
 #include "treelink/link_table.h"
 
+#include "base/escape.h"
 #include "platform/robust_string.h"
 #include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
@@ -89,7 +90,8 @@ int32_t locate_node(GHashTable *table, const char *name, uint32_t *out) {
 void display_link_table(void *key, void *cell, void * /*unused*/) {
     const auto address = static_cast<int32_t>(reinterpret_cast<intptr_t>(cell));
     const auto location = static_cast<int32_t>(static_cast<treelink_cell_t *>(cell)->location);
-    printf("Nodename:%s  Ptr:%d Location:%d\n", static_cast<const char *>(key), address, location);
+    base::print_escaped(stdout, "Nodename:%s  Ptr:%d Location:%d\n", static_cast<const char *>(key),
+                        address, location);
 }
 
 int32_t cleanup_link_table_entry(void *key, void *cell, void * /*unused*/) {

@@ -1,4 +1,5 @@
 // The prebuilt trees: their mappings, and the tables that tell every node's parent.
+#include "base/escape.h"
 #include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_load.h"
 #include "parse_tree/tree_node_internal.h"
@@ -65,7 +66,7 @@ std::optional<Nodes> map_sound_tree(const char *file) {
         return is_there ? refuse(file, errno) : std::nullopt;
     const Nodes nodes{tree, static_cast<size_t>(count)};
     if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(nodes); })) {
-        fprintf(stderr, "%s: %s\n", path.data(), tsh::FaultText{nodes, *fault}.text());
+        base::print_escaped(stderr, "%s: %s\n", path.data(), tsh::FaultText{nodes, *fault}.text());
         unmap(nodes);
         return refuse(file);
     }

@@ -1,6 +1,7 @@
 // Reading subtree files and filing what they hold.
 #include "treelink/subtree_read.h"
 
+#include "base/escape.h"
 #include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/byte_order.h"
@@ -246,7 +247,7 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
     const std::optional<subtree_header_t> header = input.next_header(to_host != 0);
     if (!header) {
         if (debug)
-            printf("Done reading header file %s\n", file_name);
+            base::print_escaped(stdout, "Done reading header file %s\n", file_name);
         return -1;
     }
     if (debug) {
@@ -317,7 +318,7 @@ int32_t get_main_parse_tree(const char *path, tree_node_t **out) {
     }
     const GzipFile file = open_par_file(path);
     if (file == nullptr) {
-        fprintf(stderr, "Error: Parser file %s could not be opened \n", path);
+        base::print_escaped(stderr, "Error: Parser file %s could not be opened \n", path);
         return -1;
     }
     tree_node_t *nodes = nullptr;

@@ -48,10 +48,11 @@ void show_line(const SourceFile &file, Place place) {
     const size_t to = std::clamp(from + (place.end - place.begin), from, line.size());
     const auto [begin, end] = window_of(line, from);
 
+    const std::string shown = tool::printable(line);
     std::string text;
     std::string marks;
     for (size_t i = begin; i < end; ++i) {
-        text += tool::is_control(line[i]) ? ' ' : line[i];
+        text += shown[i];
         if (is_inside_character(line[i]))
             continue;
         if (i <= from)
@@ -69,8 +70,7 @@ void show_line(const SourceFile &file, Place place) {
 
 void tell_place(const SourceFile &file, Place place, const char *kind, const std::string &text) {
     const Position at = file.position(place.begin);
-    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, kind,
-               tool::printable(text).c_str());
+    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, kind, text.c_str());
     show_line(file, place);
 }
 

@@ -4,12 +4,10 @@
 // atom.
 #include "tools/ocmd_diff/line_automaton.h"
 
-#include "cmd_gen/word.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/tree_shape.h"
 
 #include <algorithm>
-#include <array>
 #include <numeric>
 
 namespace diff {
@@ -45,8 +43,7 @@ void LineAutomaton::add_file(const tool::TreeFile &file) {
 }
 
 void LineAutomaton::add_node(const tree_node_t &node, NodeNumber root) {
-    std::array<char, TSH_WORD_SIZE> buffer;
-    const std::string_view text{buffer.data(), tsh_word_text(&node, buffer.data(), buffer.size())};
+    const std::string text = tool::spelled_word(node);
     spellings_.push_back(atoms_.number_of(text));
     words_.push_back(word_of(text));
     facts_.push_back({links_.size(), static_cast<uint8_t>(node.child_count), tool::has_line(node),

@@ -1,5 +1,6 @@
 // ocmd_link: links a root file and subtree files into a main par file. The pipeline stands in
 // link(), at the end.
+#include "base/escape.h"
 #include "tools/ocmd_link/progress.h"
 #include "tools/ocmd_link/unread.h"
 #include "tools/support/file_bytes.h"
@@ -152,7 +153,7 @@ const subtree_entry_t *records_of(uint8_t kind) {
 // Nothing, with errno set, when the file cannot be opened, which the library tells.
 std::optional<tool::Records> read_file(const Input &input, uint8_t kind) {
     if (verbose != 0)
-        printf("Merging file %s\n", input.name.c_str());
+        base::print_escaped(stdout, "Merging file %s\n", input.name.c_str());
     const subtree_entry_t *before = records_of(kind);
     const uint32_t losses = tsh_link_losses;
     if (read_parser_file(input.path.c_str(), kind) != 0)

@@ -116,9 +116,10 @@ private:
 // something.
 void write_escaped(std::string_view text, TextOutput &output) {
     const bool utf8 = tool::is_utf8(text);
-    for (const char c : text) {
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         const auto byte = static_cast<unsigned char>(c);
-        if (tool::is_control(c) || (byte > 0x7F && !utf8)) {
+        if (tool::is_control_at(text, i) || (byte > 0x7F && !utf8)) {
             output << "\\\\x";
             output.hexadecimal(byte, 2);
         } else if (c == '&') {

@@ -141,8 +141,11 @@ private:
         if (!tool::is_utf8(value))
             return hex(key(name), {reinterpret_cast<const uint8_t *>(value.data()), value.size()});
         key(name) << '"';
-        for (const char c : value)
-            character(c);
+        for (size_t i = 0; i < value.size(); ++i)
+            if (!tool::is_control_at(value, i))
+                character(value[i]);
+            else if (!is_utf8_of_c1(value[i])) // its second byte is its code
+                code(value[i]);
         output_ << '"';
     }
 
@@ -175,15 +178,17 @@ private:
         output_ << '"';
     }
 
+    static bool is_utf8_of_c1(char first) { return first == '\xC2'; }
+
+    void code(char c) {
+        output_ << "\\u";
+        output_.hexadecimal(static_cast<unsigned char>(c), 4);
+    }
+
     void character(char c) {
-        if (static_cast<unsigned char>(c) < ' ') {
-            output_ << "\\u";
-            output_.hexadecimal(static_cast<unsigned char>(c), 4);
-        } else {
-            if (c == '"' || c == '\\')
-                output_ << '\\';
-            output_ << c;
-        }
+        if (c == '"' || c == '\\')
+            output_ << '\\';
+        output_ << c;
     }
 
     template <size_t Size> void positions(std::string_view name, const uint8_t (&bits)[Size]) {

@@ -1,4 +1,5 @@
 // ocmd_show: what is in files of trees, as a summary, a list, a grammar, data or a graph.
+#include "base/escape.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/types.h"
 #include "tools/support/wording.h"
@@ -107,7 +108,7 @@ Part chosen_part(const CommandLine &line) {
 }
 
 void write_heading(const Mode &mode, const std::string &name, TextOutput &output) {
-    output << mode.heading << tool::printable(name) << mode.heading_end;
+    output << mode.heading << base::escaped(name) << mode.heading_end;
 }
 
 class Run {

@@ -2,6 +2,7 @@
 // leaves are printed without further ado.
 #include "tools/support/command_lines.h"
 
+#include "base/escape.h"
 #include "cmd_gen/word.h"
 #include "tools/support/command_count.h"
 #include "tools/support/huge_vector.h"
@@ -18,6 +19,7 @@ namespace tool {
 namespace {
 
 constexpr size_t kUsualWord = 32;
+constexpr size_t kLongestSpelled = std::string_view{"\\x00"}.size() * TSH_WORD_SIZE;
 
 // The nodes of a sound tree as lines need them, in few bytes that lie together: a shared node is
 // met thousands of times, and its record spans a thousand bytes. Type names come from the
@@ -169,16 +171,15 @@ SpelledTree::SpelledTree(Nodes nodes) : links_(nodes) {
 
 void SpelledTree::spell(const tree_node_t &node) {
     const auto index = static_cast<uint16_t>(spelled_.size());
-    std::array<char, TSH_WORD_SIZE> word;
-    const size_t length = tsh_word_text(&node, word.data(), word.size());
-    word[length] = '\n'; // in place of the terminating zero
+    const std::string word = spelled_word(node);
     const bool has_line = links_.has_line(index);
     spelled_.push_back({.place = static_cast<uint32_t>(words_.size()),
-                        .length = static_cast<uint16_t>(length),
+                        .length = static_cast<uint16_t>(word.size()),
                         .has_line = has_line,
                         .is_submode = tool::is_submode(node),
-                        .is_plain_leaf = has_line && length > 0 && children(index).empty()});
-    words_.insert(words_.end(), word.begin(), word.begin() + length + 1);
+                        .is_plain_leaf = has_line && !word.empty() && children(index).empty()});
+    words_.insert(words_.end(), word.begin(), word.end());
+    words_.push_back('\n');
 }
 
 void CommandLister::list_below(uint16_t node, LineText &line) {
@@ -232,7 +233,7 @@ void CommandLister::enter(uint16_t node, LineText::Mark before) {
 
 // Returns the first child that is more than a leaf.
 const uint16_t *CommandLister::print_leaves(const Step &step, std::string_view before) {
-    if (before.size() > TextOutput::kMostRoom - TSH_WORD_SIZE)
+    if (before.size() > TextOutput::kMostRoom - kLongestSpelled)
         return step.next;
     char *place = output_.room();
     const char *full = output_.full();
@@ -249,6 +250,10 @@ const uint16_t *CommandLister::print_leaves(const Step &step, std::string_view b
 }
 
 } // namespace
+
+std::string spelled_word(const tree_node_t &node) {
+    return base::escaped(word_of(node));
+}
 
 std::string word_of(const tree_node_t &node) {
     std::array<char, TSH_WORD_SIZE> word;

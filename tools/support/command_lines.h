@@ -16,6 +16,9 @@ namespace tool {
 /// register_types.
 std::string word_of(const tree_node_t &node);
 
+/// Returns the word of a node as list_lines writes it: with control characters escaped.
+std::string spelled_word(const tree_node_t &node);
+
 /// Whether lines of the record begin with the word of its node 0. That of a main tree or of a root
 /// file is no word, whatever it holds; that of a record with an attach path is the first one below
 /// its attach point.

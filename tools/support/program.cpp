@@ -1,6 +1,8 @@
 // The frame of every tool. The name in messages is the only state it keeps.
 #include "tools/support/program.h"
 
+#include "base/escape.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -41,7 +43,7 @@ int code_of(std::span<const Option> options, size_t i) {
 [[gnu::format(printf, 1, 0)]] void tell_values(const char *format, va_list values) {
     fflush(stdout); // results first, where both go to one place
     fprintf(stderr, "%s: ", program_name);
-    vfprintf(stderr, format, values);
+    base::vprint_escaped(stderr, format, values);
     fputc('\n', stderr);
 }
 
@@ -136,6 +138,7 @@ CommandLine parse(const Program &program, int argc, char **argv) {
     names.push_back({});
 
     CommandLine line;
+    argv[0] = const_cast<char *>(program.name); // getopt_long begins its messages with it
     for (int code = 0;
          (code = getopt_long(argc, argv, letters.c_str(), names.data(), nullptr)) != -1;) {
         if (code == '?') { // getopt_long has told which

@@ -20,6 +20,15 @@ inline bool is_control(char c) {
     return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
 }
 
+/// Whether the byte at a position belongs to a control character, C1 in UTF-8 included.
+inline bool is_control_at(std::string_view text, size_t at) {
+    const auto is_c1 = [&](size_t first) {
+        return first + 1 < text.size() && text[first] == '\xC2' &&
+               static_cast<unsigned char>(text[first + 1]) < 0xA0;
+    };
+    return is_control(text[at]) || is_c1(at) || (at > 0 && is_c1(at - 1));
+}
+
 /// Whether a byte belongs to a character of UTF-8 that began before it.
 inline bool is_inside_character(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;

@@ -1,6 +1,8 @@
 // Distance of words after Damerau and Levenshtein, in its form that changes no place twice.
 #include "tools/support/wording.h"
 
+#include "base/escape.h"
+
 #include "tools/support/utf8.h"
 
 #include <algorithm>
@@ -71,9 +73,10 @@ std::string quoted(std::string_view text) {
 std::string double_quoted(std::string_view text) {
     const bool utf8 = is_utf8(text);
     std::string result{'"'};
-    for (const char c : text) {
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         const auto byte = static_cast<unsigned char>(c);
-        if (is_control(c) || (byte > 0x7F && !utf8)) {
+        if (is_control_at(text, i) || (byte > 0x7F && !utf8)) {
             std::array<char, sizeof "\\x00"> code;
             snprintf(code.data(), code.size(), "\\x%02x", unsigned{byte});
             result += code.data();
@@ -86,9 +89,14 @@ std::string double_quoted(std::string_view text) {
 
 std::string printable(std::string_view text) {
     std::string result{text};
-    for (char &c : result)
-        if (is_control(c))
-            c = c == '\t' ? ' ' : '?';
+    for (std::string_view control = base::find_control(text); !control.empty();) {
+        const auto place = static_cast<size_t>(control.data() - text.data());
+        result.replace(place, control.size(),
+                       control == "\t"       ? " "
+                       : control.size() == 1 ? "?"
+                                             : "\xC2\xBF");
+        control = base::find_control(text, place + control.size());
+    }
     return result;
 }
 

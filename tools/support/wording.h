@@ -10,13 +10,12 @@ namespace tool {
 /// The text between single quotes.
 std::string quoted(std::string_view text);
 
-/// The text between double quotes, on one line: control characters of ASCII, and bytes beyond ASCII
-/// in a text that is no UTF-8, are written by their numbers, as \x9b; a backslash stands before a
-/// double quote or another backslash.
+/// Returns the text between double quotes, on one line: control characters, and bytes beyond ASCII
+/// in a text that is not UTF-8, as \xNN; a backslash before a double quote or another backslash.
 std::string double_quoted(std::string_view text);
 
-/// The text as it may go to a terminal and on one line: a blank for a tab, '?' for any other
-/// control character.
+/// Returns the text for a terminal, each byte in its old place: a space for a tab, a question mark
+/// for any other control character. Names are not shortened so: base/escape.h.
 std::string printable(std::string_view text);
 
 /// ", did you mean 'x'?" for the candidate that takes the fewest changes (a character more, less or

@@ -1,0 +1,123 @@
+// Escapes for control characters.
+#include "base/escape.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <glib.h>
+#include <memory>
+
+namespace base {
+
+namespace {
+
+bool is_c0_or_del(char c) {
+    return static_cast<unsigned char>(c) < ' ' || c == '\x7F';
+}
+
+bool is_c1(gunichar character) {
+    return character >= 0x80 && character <= 0x9F;
+}
+
+// Bytes of the character of UTF-8 or, where there is none, 1.
+size_t size_of_character(std::string_view text, bool &is_control) {
+    const auto byte = static_cast<unsigned char>(text.front());
+    if (byte < 0x80) {
+        is_control = is_c0_or_del(text.front());
+        return 1;
+    }
+    const gunichar character =
+        g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
+    const bool is_utf8 = character <= 0x10FFFF;
+    is_control = is_c1(is_utf8 ? character : byte);
+    return is_utf8 ? static_cast<size_t>(g_unichar_to_utf8(character, nullptr)) : 1;
+}
+
+// Calls take(text, is_control) for the parts of a text, in their order.
+template <typename Take> void for_each_part(std::string_view text, Take take) {
+    while (!text.empty()) {
+        const std::string_view control = find_control(text);
+        take(text.substr(0, static_cast<size_t>(control.data() - text.data())), false);
+        take(control, true);
+        text.remove_prefix(static_cast<size_t>(control.end() - text.begin()));
+    }
+}
+
+using Escape = std::array<char, 4>;
+
+Escape escape_of(char c) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(c);
+    return {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+}
+
+void write_escaped(FILE *stream, std::string_view text) {
+    for_each_part(text, [&](std::string_view part, bool is_control) {
+        if (!is_control)
+            fwrite(part.data(), 1, part.size(), stream);
+        else
+            for (const char c : part)
+                fwrite(escape_of(c).data(), 1, sizeof(Escape), stream);
+    });
+}
+
+} // namespace
+
+std::string_view find_control(std::string_view text, size_t from) {
+    while (from < text.size()) {
+        if (text[from] >= ' ' && text[from] < '\x7F') { // most are, and need no second look
+            ++from;
+            continue;
+        }
+        bool is_control = false;
+        const size_t size = size_of_character(text.substr(from), is_control);
+        if (is_control)
+            return text.substr(from, size);
+        from += size;
+    }
+    return text.substr(text.size());
+}
+
+std::string escaped(std::string_view text) {
+    std::string result;
+    for_each_part(text, [&](std::string_view part, bool is_control) {
+        if (!is_control)
+            result += part;
+        else
+            for (const char c : part)
+                result.append(escape_of(c).data(), sizeof(Escape));
+    });
+    return result;
+}
+
+void vprint_escaped(FILE *stream, const char *format, va_list values) {
+    std::array<char, 1024> usual;
+    va_list again;
+    va_copy(again, values);
+    const auto length =
+        static_cast<size_t>(std::max(vsnprintf(usual.data(), usual.size(), format, values), 0));
+    std::string_view message{usual.data(), std::min(length, usual.size() - 1)};
+    std::unique_ptr<char, decltype(&free)> longer{nullptr, free};
+    if (length >= usual.size())
+        longer.reset(static_cast<char *>(malloc(length + 1)));
+    if (longer != nullptr) {
+        vsnprintf(longer.get(), length + 1, format, again);
+        message = {longer.get(), length};
+    }
+    va_end(again);
+
+    const std::string_view pattern = format;
+    const size_t newlines = pattern.size() - (pattern.find_last_not_of('\n') + 1);
+    message.remove_suffix(std::min(newlines, message.size()));
+    write_escaped(stream, message);
+    fwrite(pattern.data() + pattern.size() - newlines, 1, newlines, stream);
+}
+
+void print_escaped(FILE *stream, const char *format, ...) {
+    va_list values;
+    va_start(values, format);
+    vprint_escaped(stream, format, values);
+    va_end(values);
+}
+
+} // namespace base
