@@ -41,12 +41,12 @@ std::string set_text(std::span<const uint32_t> numbers) {
 
 // Bits of the flags that have keys of their own, and interface kinds that kind 0 brings along.
 bool goes_without_saying(const void *record, const GrammarField &field, uint32_t number) {
-    if (std::string_view{field.key} == "interfaces")
+    if ((field.traits & TSH_FIELD_INTERFACES) != 0)
         return (uint64_t{TREE_INTF_IMPLIED} >> number & 1U) != 0 &&
                tool::set_holds(record, field, 0);
     return std::ranges::any_of(tool::word_fields(), [&](const GrammarField &other) {
         return other.kind == FieldKind::kFlag && other.offset == field.offset &&
-               field.size == sizeof(uint32_t) && other.bit == number;
+               field.kind == FieldKind::kSet && other.bit == number;
     });
 }
 

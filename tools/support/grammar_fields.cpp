@@ -1,6 +1,7 @@
 // The table of fields, and the words and names that follow from a record.
 #include "tools/support/grammar_fields.h"
 
+#include "tools/support/record_tables.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
 
@@ -14,39 +15,42 @@ namespace tool {
 
 namespace {
 
-#define FIELD(record, member) offsetof(record, member), sizeof(record::member)
+FieldKind kind_of(const tsh_field_t &field) {
+    switch (field.kind) {
+    case TSH_FIELD_TEXT:
+        return FieldKind::kText;
+    case TSH_FIELD_SIGNED:
+        return FieldKind::kSigned;
+    case TSH_FIELD_SET:
+    case TSH_FIELD_FLAGS:
+        return FieldKind::kSet;
+    case TSH_FIELD_BYTES:
+        return FieldKind::kBytes;
+    default:
+        return (field.traits & TSH_FIELD_YES_NO) != 0 ? FieldKind::kYesNo : FieldKind::kNumber;
+    }
+}
 
-constexpr std::array kWordFields{
-    GrammarField{"name", FieldKind::kText, FIELD(tree_node_t, name)},
-    GrammarField{"help", FieldKind::kText, FIELD(tree_node_t, help)},
-    GrammarField{"function", FieldKind::kText, FIELD(tree_node_t, func_id)},
-    GrammarField{"terminal", FieldKind::kFlag, FIELD(tree_node_t, flags), 2},
-    GrammarField{"submode", FieldKind::kFlag, FIELD(tree_node_t, flags), 3},
-    GrammarField{"submode_help", FieldKind::kText, FIELD(tree_node_t, submode_help)},
-    GrammarField{"mode", FieldKind::kText, FIELD(tree_node_t, mode_id)},
-    GrammarField{"optional", FieldKind::kYesNo, FIELD(tree_node_t, optional)},
-    GrammarField{"excluded", FieldKind::kFlag, FIELD(tree_node_t, flags), 10},
-    GrammarField{"flags", FieldKind::kSet, FIELD(tree_node_t, flags)},
-    GrammarField{"permissions", FieldKind::kSet, FIELD(tree_node_t, perms_mask)},
-    GrammarField{"interfaces", FieldKind::kSet, FIELD(tree_node_t, intf_mask)},
-    GrammarField{"token_id", FieldKind::kNumber, FIELD(tree_node_t, token_id)},
-    GrammarField{"command_id", FieldKind::kNumber, FIELD(tree_node_t, command_id)},
-    GrammarField{"message_type", FieldKind::kNumber, FIELD(tree_node_t, cmi_msg_type)},
-    GrammarField{"aux_text", FieldKind::kText, FIELD(tree_node_t, aux_text)},
-    GrammarField{"aux_label", FieldKind::kText, FIELD(tree_node_t, aux_label)},
-    GrammarField{"aux_value1", FieldKind::kNumber, FIELD(tree_node_t, aux_value1)},
-    GrammarField{"aux_value2", FieldKind::kNumber, FIELD(tree_node_t, aux_value2)},
-};
+using GrammarFields = std::vector<GrammarField>;
 
-constexpr std::array kParameterFields{
-    GrammarField{"min", FieldKind::kSigned, FIELD(parameter_info_t, int_min)},
-    GrammarField{"max", FieldKind::kSigned, FIELD(parameter_info_t, int_max)},
-    GrammarField{"interfaces", FieldKind::kSet, FIELD(parameter_info_t, intf_mask)},
-    GrammarField{"opaque1", FieldKind::kBytes, FIELD(parameter_info_t, opaque1)},
-    GrammarField{"opaque2", FieldKind::kBytes, FIELD(parameter_info_t, opaque2)},
-};
-
-#undef FIELD
+GrammarFields fields_with_keys(std::span<const tsh_field_t> fields,
+                               std::span<const tsh_flag_t> flags) {
+    GrammarFields keyed;
+    for (const tsh_field_t &field : fields) {
+        const auto size = static_cast<uint16_t>(field.width * field.count);
+        if (field.key != nullptr)
+            keyed.push_back(
+                {field.key, kind_of(field), field.offset, size, 0, field.traits, field.key_order});
+        if (field.kind != TSH_FIELD_FLAGS)
+            continue;
+        for (const tsh_flag_t &flag : flags)
+            if (flag.key != nullptr)
+                keyed.push_back({flag.key, FieldKind::kFlag, field.offset, size,
+                                 static_cast<uint8_t>(flag.bit), flag.traits, flag.key_order});
+    }
+    std::ranges::sort(keyed, {}, &GrammarField::order);
+    return keyed;
+}
 
 const uint8_t *place(const void *record, const GrammarField &field) {
     return static_cast<const uint8_t *>(record) + field.offset;
@@ -155,11 +159,13 @@ std::string fitting(const std::string &name) {
 } // namespace
 
 std::span<const GrammarField> word_fields() {
-    return kWordFields;
+    static const GrammarFields fields = fields_with_keys(node_record_fields(), node_flags());
+    return fields;
 }
 
 std::span<const GrammarField> parameter_fields() {
-    return kParameterFields;
+    static const GrammarFields fields = fields_with_keys(parameter_record_fields(), {});
+    return fields;
 }
 
 const GrammarField &field_of(std::span<const GrammarField> fields, std::string_view key) {
