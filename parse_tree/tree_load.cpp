@@ -1,11 +1,12 @@
 // Main trees: finding, mapping and reading main par files, and the state of the loaded tree.
 #include "parse_tree/tree_load.h"
 
+#include "base/escape.h"
 #include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/trace_internal.h"
-#include "parse_tree/load_report_internal.h"
-#include "parse_tree/par_file_internal.h"
+#include "parse_tree/load_error_internal.h"
+#include "parse_tree/tree_internal.h"
 #include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
 
@@ -32,13 +33,6 @@ namespace {
 
 constexpr const char *kParDirectory = "/wysk/etc/par";
 constexpr const char *kMainTreeFile = "main_tree.par";
-constexpr char kRedirectRootName[] = "tsh_redirect_root";
-
-// Sizes and node counts beyond these cannot be held in memory or in the result.
-bool is_whole_tree(off_t size) {
-    return size % TREE_NODE_SIZE == 0 && size / TREE_NODE_SIZE <= INT32_MAX &&
-           static_cast<uintmax_t>(size) <= SIZE_MAX;
-}
 
 int32_t fail(const char *message) {
     fputs(message, stderr);
@@ -78,16 +72,26 @@ void name_parse_file() {
         tsh_parse_tree_filename_get(tsh_parse_file, sizeof tsh_parse_file);
 }
 
-// The nodes of the tree, none where it cannot be mapped or is unsound.
-std::span<const tree_node_t> map_sound_tree() {
+void report(const tsh_error_t &error) {
+    const bool cut = strlen(tsh_parse_file) == sizeof tsh_parse_file - 1;
+    base::print_escaped(stderr, "%s: %s%s\n", tsh_parse_file, error.text,
+                        cut ? "; names are cut at 127 characters" : "");
+}
+
+// The nodes of the tree; none, with a report, if it cannot be mapped or is invalid.
+std::span<const tree_node_t> map_valid_tree() {
     errno = 0;
     const int32_t node_count = verify_and_mmap_parse_tree(tsh_parse_file, &g_atn);
     if (node_count < 0) {
-        tsh::report_unmapped(tsh_parse_file, errno);
+        report(tsh::mapping_error(tsh_parse_file, errno));
         return {};
     }
     const std::span nodes{g_atn, static_cast<size_t>(node_count)};
-    return tsh::report_if_unsound(tsh_parse_file, nodes) ? std::span<const tree_node_t>{} : nodes;
+    const tsh_error_t error = tsh::tree_error(nodes);
+    if (error.code == TSH_ERROR_NONE)
+        return nodes;
+    report(error);
+    return {};
 }
 
 } // namespace
@@ -97,12 +101,12 @@ int32_t init_parse_tree(void) {
     if (traces(TSH_TRACE_STARTUP))
         trace("\nMapping main parse file: %s", tsh_parse_file);
 
-    const std::span nodes = map_sound_tree();
+    const std::span nodes = map_valid_tree();
     if (nodes.empty())
         give_up("\n Error mapping main parse tree... ");
     atnode_root = g_atn;
     if (tsh_init_redirect_root() != 0) {
-        tsh::report_no_redirect_root(tsh_parse_file, nodes);
+        report(tsh::redirect_root_error(nodes));
         give_up("\n Error finding the tsh redirect root node ... ");
     }
     tsh_parse_tree_root_set(0);
@@ -120,7 +124,7 @@ int32_t verify_and_mmap_parse_tree(const char *path, const tree_node_t **out) {
         const off_t size = file.size();
         if (size < 0)
             return -1;
-        if (!is_whole_tree(size))
+        if (!tsh::is_tree_size(size))
             return fail("Problem with the parser file.\n");
     }
     return mmap_main_parse_tree(path, out);
@@ -132,17 +136,12 @@ int32_t mmap_main_parse_tree(const char *path, const tree_node_t **out) {
     if (size < 0)
         return fail_with_reason("Error cannot stat file");
     main_tree_map_size = static_cast<size_t>(size);
-    if (!is_whole_tree(size))
+    if (!tsh::is_tree_size(size))
         return fail("Error file size error.\n");
-    // With all pages at once, for the check of the tree reads every record. A larger file is one of
-    // which nobody reads more than the records that indices can name.
-    const int pages =
-        main_tree_map_size <= size_t{TREE_MAX_NODES} * TREE_NODE_SIZE ? MAP_POPULATE : 0;
-    void *mapping =
-        mmap(nullptr, main_tree_map_size, PROT_READ, MAP_SHARED | pages, file.descriptor(), 0);
-    if (mapping == MAP_FAILED)
+    tsh::Mapping mapping{file, main_tree_map_size};
+    if (mapping.nodes().empty())
         return fail_with_reason("Error mapping file");
-    *out = static_cast<const tree_node_t *>(mapping);
+    *out = mapping.release().data();
     return static_cast<int32_t>(size / TREE_NODE_SIZE);
 }
 
@@ -159,7 +158,7 @@ int32_t verify_and_read_parse_tree(const char *path, tree_node_t **out) {
     const off_t size = file.size();
     if (size < 0)
         return fail_with_reason("Error cannot stat file");
-    if (!is_whole_tree(size))
+    if (!tsh::is_tree_size(size))
         return fail("Error file format not main par file\n");
 
     errno = 0; // a short read sets none
@@ -181,16 +180,8 @@ int32_t tsh_init_redirect_root(void) {
     atnode_redirect_root = nullptr;
     if (g_atn == nullptr || atnode_root == nullptr)
         return -1;
-    const tree_node_t &root = *atnode_root;
-    for (uint16_t position = 1; position < root.child_count; ++position) {
-        const tree_node_t &child = g_atn[root.children[position]];
-        if (strncmp(child.name, kRedirectRootName, sizeof kRedirectRootName) != 0)
-            continue;
-        // A node without children leads to the root, whatever its unused links hold.
-        atnode_redirect_root = child.child_count == 0 ? g_atn : g_atn + child.children[0];
-        return 0;
-    }
-    return -1;
+    atnode_redirect_root = tsh::find_redirect_root(g_atn, *atnode_root);
+    return atnode_redirect_root != nullptr ? 0 : -1;
 }
 
 void tsh_parse_tree_release(const tsh_generic_node_t *node) {

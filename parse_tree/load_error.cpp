@@ -1,11 +1,9 @@
 // Reasons why a main tree is not loaded, and guesses at what the file is instead.
-#include "parse_tree/load_report_internal.h"
+#include "parse_tree/load_error_internal.h"
 
-#include "base/escape.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/par_file_internal.h"
 #include "parse_tree/tree_check_internal.h"
-#include "parse_tree/tree_load.h"
 
 #include <algorithm>
 #include <array>
@@ -13,16 +11,23 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace {
 
 using Bytes = std::span<const unsigned char>;
 using Nodes = std::span<const tree_node_t>;
 
-void say(const char *path, const char *reason, const char *look = "") {
-    const bool cut = strlen(path) == TSH_PARSE_FILE_SIZE - 1;
-    base::print_escaped(stderr, "%s: %s%s%s\n", path, reason, look,
-                        cut ? "; names are cut at 127 characters" : "");
+tsh_error_t error_of(tsh_error_code_t code, const char *reason, const char *look = "") {
+    tsh_error_t error{.code = code, .system_error = 0, .text = {}};
+    snprintf(error.text, sizeof error.text, "%s%s", reason, look);
+    return error;
+}
+
+tsh_error_t system_error(int number) {
+    tsh_error_t error = error_of(TSH_ERROR_SYSTEM, strerror(number));
+    error.system_error = number;
+    return error;
 }
 
 bool is_gzip(Bytes start) {
@@ -75,43 +80,41 @@ const char *look_of(Nodes nodes) {
 
 } // namespace
 
-void tsh::report_unmapped(const char *path, int error) {
+tsh_error_t tsh::mapping_error(const char *path, int error) {
     const ParFile file{path};
     const auto status = file.status();
     if (!status)
-        return say(path, strerror(error == 0 ? errno : error));
+        return system_error(error == 0 ? errno : error);
     const off_t size = status->st_size;
     if (!S_ISREG(status->st_mode))
-        return say(path, "it is not a regular file");
-    if (size > 0 && size % TREE_NODE_SIZE == 0)
-        return say(path, error == 0 ? "it is too large" : strerror(error));
+        return error_of(TSH_ERROR_FORMAT, "it is not a regular file");
     if (size == 0)
-        return say(path, "it is empty");
+        return error_of(TSH_ERROR_FORMAT, "it is empty");
+    if (size % TREE_NODE_SIZE == 0)
+        return error == 0 ? error_of(TSH_ERROR_FORMAT, "it is too large") : system_error(error);
 
     std::array<char, 80> reason;
     snprintf(reason.data(), reason.size(), "its size of %jd bytes is not a multiple of %d",
              static_cast<intmax_t>(size), TREE_NODE_SIZE);
     std::array<unsigned char, sizeof(subtree_header_t)> start;
     const ssize_t length = read(file.descriptor(), start.data(), start.size());
-    say(path, reason.data(),
-        look_of({start.data(), static_cast<size_t>(std::max<ssize_t>(length, 0))},
-                static_cast<uint64_t>(size)));
+    return error_of(TSH_ERROR_FORMAT, reason.data(),
+                    look_of({start.data(), static_cast<size_t>(std::max<ssize_t>(length, 0))},
+                            static_cast<uint64_t>(size)));
 }
 
-bool tsh::report_if_unsound(const char *path, std::span<const tree_node_t> nodes) {
-    struct Tree {
-        const char *path;
-        Nodes nodes;
-    } tree{path, nodes};
-    const auto say_first = [](const tsh_tree_fault_t *fault, void *context) -> int32_t {
-        const Tree &checked = *static_cast<const Tree *>(context);
-        say(checked.path, FaultText{checked.nodes, *fault}.text(), look_of(checked.nodes));
-        return 1;
-    };
-    return tsh_tree_check(nodes.data(), static_cast<uint32_t>(nodes.size()), say_first, &tree) > 0;
+tsh_error_t tsh::tree_error(Nodes nodes) {
+    try {
+        if (const auto fault = check_tree(nodes))
+            return error_of(TSH_ERROR_TREE, FaultText{nodes, *fault}.text(), look_of(nodes));
+        return {};
+    } catch (const std::bad_alloc &) {
+        return error_of(TSH_ERROR_NO_MEMORY, "no memory to look for cycles");
+    }
 }
 
-void tsh::report_no_redirect_root(const char *path, std::span<const tree_node_t> nodes) {
-    say(path, "no \"tsh_redirect_root\" below the root, whose first child is not looked at",
-        look_of(nodes));
+tsh_error_t tsh::redirect_root_error(Nodes nodes) {
+    return error_of(TSH_ERROR_TREE,
+                    "no \"tsh_redirect_root\" below the root, whose first child is not looked at",
+                    look_of(nodes));
 }
