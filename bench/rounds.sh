@@ -19,7 +19,7 @@ ratio() {
 }
 
 # grammar AREAS SHORT: a grammar of 1,531 words in each area, with a line for a word or for a key. No
-# words are shared, for each of which libfyaml's documents search through all anchors.
+# words are shared.
 grammar() {
     awk -v areas="$1" -v short="$2" 'BEGIN {
         print "words:"

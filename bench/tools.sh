@@ -13,7 +13,7 @@ for tool in compile show diff find; do
 done
 utility=$build/bin/ocmd_gen
 
-echo "| Grammar | Bytes | Compiling, ms | libfyaml's load, ms | Ratio |"
+echo "| Grammar | Bytes | Compiling, ms | libyaml's events, ms | Ratio |"
 echo "|---|---|---|---|---|"
 for style in "a line a word" "a line a key"; do
     grammar 40 "$([[ $style == *word ]] && echo 1 || echo 0)" >grammar.yaml

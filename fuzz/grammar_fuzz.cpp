@@ -57,11 +57,6 @@ std::optional<std::string> shown(const Records &records) {
 
 } // namespace
 
-// libfyaml 0.7.12 loses its list of the pieces of a quoted text that has hundreds of quotes in it.
-extern "C" const char *__lsan_default_suppressions() {
-    return "leak:libfyaml\n";
-}
-
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char ***argv) {
     tool::register_types();
     static constexpr tool::Program kProgram{"grammar_fuzz", "", "", {}};

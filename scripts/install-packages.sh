@@ -5,7 +5,7 @@ set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")"
 declare -A group=(
-    [build]="g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev libfyaml-dev"
+    [build]="g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev libyaml-dev"
     [tests]="googletest python3-jsonschema python3-yaml dpkg-dev file"
     [lint]="git libbenchmark-dev clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"

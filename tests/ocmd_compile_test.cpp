@@ -202,13 +202,19 @@ TEST_F(Compile, TellsWhereAFileStopsToBeAGrammar) {
         const char *told;
     } cases[] = {
         {"", "1:1: there is no document in this file\n"},
-        {"a: [1\nb: 2", "2:5: flow sequence without a closing bracket\n"},
-        {"words: {a: \"b\xff\"}", "1:14: a byte that is no character of YAML; texts of any bytes "
-                                  "are tagged !bytes\n"},
-        {"? s:\t?", "1:5: cannot use tab for indentation of block entry\n"},
+        {"a: [1\nb: 2",
+         "2:2: unexpected ':'; expected ',' or ']'\n1:4: the sequence begins here\n"},
+        {"words: {a: \"b\xff\"}", "1:14: invalid character in YAML; use a !bytes string for "
+                                  "arbitrary bytes\n"},
+        {"a: {\n\tb: c\n\td: e",
+         "3:1: tab used for indentation; expected spaces\n2:5: the string begins here\n"},
+        {"a:\n\tb: c", "2:1: tab used for indentation; expected spaces\n"},
+        {"\xc3\xa9: 'f\r\n\xe2\x82\xac: g",
+         "2:5: unexpected end of file; expected the closing quote\n1:4: the string begins here\n"},
+        {"words:\n  a: f\n  b\n", "3:3: expected ':' after this key\n"},
         {"words: {a: f}\n---\nwords: {b: {hlep: x}}\n---\n]",
          "3:13: unknown key 'hlep' of a word, did you mean 'help'?\n"
-         "5:1: flow sequence with invalid extra closing bracket\n"},
+         "5:1: unexpected ']'; expected a value\n"},
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(told(text), expected) << text;
@@ -305,14 +311,15 @@ TEST_F(Compile, SurvivesHostileTexts) {
         std::string text;
         const char *told;
     } cases[] = {
-        {"words: {" + repeated("a: {words: {", 65000) + "b: f" + repeated("}}", 65000) + "}",
-         "65002 levels, of which 256"},
-        {"words: {" + repeated("a: {words: {", 100000) + "b: f" + repeated("}}", 100000) + "}",
-         "more than 65536 nodes"},
-        {repeated("- ", 100000) + "a", "a document is a mapping"},
-        {repeated("? ", 100000) + "a", "a key is a text"},
-        {repeated("[", 100000), "flow sequence without"},
-        {repeated("%TAG !a! b\r", 5000) + "---\na: b", "more YAML directives"},
+        {"words: {" + repeated("a: {words: {", 299) + "b: f" + repeated("}}", 299) + "}",
+         "301 levels, of which 256"},
+        {"words: {" + repeated("a: {words: {", 300) + "b: f" + repeated("}}", 300) + "}",
+         "1:3600: more than 600 levels of YAML"},
+        {repeated("- ", 100000) + "a", "more than 600 levels of YAML"},
+        {repeated("? ", 100000) + "a", "more than 600 levels of YAML"},
+        {repeated("? ", 500) + "a", "a key is a text"},
+        {repeated("[", 100000), "more than 600 levels of YAML"},
+        {repeated("%TAG !a! b\r", 5000) + "---\na: b", "too many YAML directives"},
         {"words: [{a: {flags: &n [" + repeated("1, ", 10000) + "], command: f}}, " +
              repeated("{a: {flags: *n}}, ", 2000) + "]",
          "aliases repeat more"},

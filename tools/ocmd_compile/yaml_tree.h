@@ -4,6 +4,7 @@
 #include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/source_file.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -41,6 +42,10 @@ struct YamlDocument {
         return nodes[i].kind == YamlKind::kAlias ? nodes[i].target : i;
     }
 };
+
+/// A file with more levels is refused: the time for each node grows with those around it. It is
+/// twice the words on the longest way through a tree, and some.
+constexpr size_t kMostYamlLevels = 600;
 
 /// Reads the documents of a file one by one. Texts go to the store where they do not stand in the
 /// file as they are.

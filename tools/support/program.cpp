@@ -79,7 +79,7 @@ int tell_of_memory(const Program &program) {
     return program.out_of_memory;
 }
 
-// GLib ends by SIGTRAP or calls itself until the stack is used up, libfyaml reads through null.
+// GLib ends by SIGTRAP or calls itself until the stack is used up.
 constexpr std::array kSignals{SIGABRT, SIGSEGV, SIGTRAP};
 
 int out_of_memory_status = kTrouble;
