@@ -345,6 +345,13 @@ TEST_F(Show, WritesEveryByteAsJson) {
               "");
     EXPECT_EQ(shell("ocmd_show --json main.par | grep -o '\"intf_mask\":\"0xf*\",\"reserved.*'"),
               "\"intf_mask\":\"0xffffffffffffffff\",\"reserved\":\"00000001\"},\n");
+    nodes[9].flags = TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE | 1, nodes[9].param_count = 1;
+    nodes[9].params[0].type_mask = 0x40100003;
+    store(nodes);
+    EXPECT_EQ(shell("ocmd_show --json main.par | grep '\"index\":9,' | "
+                    "grep -o '\"flags\":[^]]*]\\|\"type_mask\":[^]]*]'"),
+              "\"flags\":13,\"flag_names\":[\"terminal\",\"submode\"]\n"
+              "\"type_mask\":1074790403,\"type_names\":[\"INTEGER\",\"INTEGER RANGE\"]\n");
 }
 
 // Two files, one made of the other, are the same to the byte.
@@ -380,10 +387,12 @@ TEST_F(Show, TellsWhatAGrammarCannotSay) {
         const char *loss;
         std::function<void(Nodes &)> spoil;
     } table[] = {
-        {"node 1 a: bytes behind the end of token", [](Nodes &n) { n[1].token[9] = 'x'; }},
-        {"node 1 a: a parameter past param_count", [](Nodes &n) { n[1].params[0].int_min = 1; }},
-        {"node 1 a: child indices past child_count", [](Nodes &n) { n[1].children[0] = 2; }},
-        {"node 1 a: marks of links past child_count",
+        {"node 1 a: bytes after the end of token", [](Nodes &n) { n[1].token[9] = 'x'; }},
+        {"node 1 a: entries of params beyond param_count",
+         [](Nodes &n) { n[1].params[0].int_min = 1; }},
+        {"node 1 a: entries of children beyond child_count",
+         [](Nodes &n) { n[1].children[0] = 2; }},
+        {"node 1 a: entries of child_link_bits beyond child_count",
          [](Nodes &n) { n[1].child_link_bits[0] = 1; }},
         {"node 1 a: reserved bytes", [](Nodes &n) { n[1].reserved[7] = 1; }},
         {"node 3 c: interface kind 0 without 18 and 19",

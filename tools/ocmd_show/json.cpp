@@ -1,13 +1,15 @@
-// Records as JSON: all that lies in them, and nothing else but each node's index. Numbers of more
-// than 53 bits would lose digits in many readers, so masks of 64 bits are texts and bit arrays are
-// lists of positions.
+// Records as JSON: every field by the record's table, and each node's index. Many JSON readers
+// represent numbers of up to 53 bits exactly, so 64-bit numbers are hexadecimal strings.
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/record_bytes.h"
-#include "tools/support/tree_shape.h"
+#include "tools/support/record_tables.h"
+#include "tools/support/types.h"
 #include "tools/support/utf8.h"
 
+#include <bit>
 #include <cstring>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,10 +21,6 @@ using tool::Container;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
-
-template <typename Value> std::span<const uint8_t> bytes_of(const Value &value) {
-    return {reinterpret_cast<const uint8_t *>(&value), sizeof value};
-}
 
 class JsonWriter {
 public:
@@ -50,50 +48,94 @@ private:
     }
 
     void write(const tree_node_t &node) {
-        const auto parameters = std::span{node.params};
         output_ << '\n'; // a line for each node
         begin();
         number("index", next_index_++);
-        field("name", node.name);
-        field("token", node.token);
-        field("help", node.help);
-        field("submode_help", node.submode_help);
-        field("aux_text", node.aux_text);
-        field("func_id", node.func_id);
-        field("mode_id", node.mode_id);
-        field("aux_label", node.aux_label);
-        number("optional", node.optional);
-        number("cmi_msg_type", node.cmi_msg_type);
-        number("flags", node.flags);
-        number("token_id", node.token_id);
-        number("command_id", node.command_id);
-        positions("perms_mask", node.perms_mask);
-        list("params", parameters.first(node.param_count));
-        unused("unused_params", parameters.subspan(node.param_count));
-        number("aux_value1", node.aux_value1);
-        number("param_count", node.param_count);
-        number("aux_value2", node.aux_value2);
-        number("child_count", node.child_count);
-        list("children", tool::links_of(node));
-        unused("unused_children", std::span{node.children}.subspan(node.child_count));
-        positions("child_link_bits", node.child_link_bits);
-        mask("intf_mask", node.intf_mask);
-        bytes("reserved", node.reserved);
+        write_fields(tool::node_record_fields(), &node);
         output_ << '}';
     }
 
     void write(const parameter_info_t &parameter) {
         begin();
-        number("type_mask", parameter.type_mask);
-        mask("intf_mask", parameter.intf_mask);
-        bytes("opaque1", parameter.opaque1);
-        number("int_min", parameter.int_min);
-        number("int_max", parameter.int_max);
-        bytes("opaque2", parameter.opaque2);
+        write_fields(tool::parameter_record_fields(), &parameter);
         output_ << '}';
     }
 
+    void write_fields(std::span<const tsh_field_t> fields, const void *record) {
+        for (const tsh_field_t &field : fields)
+            write_field(field, record);
+    }
+
+    void write_field(const tsh_field_t &field, const void *record) {
+        const std::span<const uint8_t> bytes = tool::bytes_of(record, field);
+        switch (field.kind) {
+        case TSH_FIELD_TEXT:
+            return string_field(field.name, bytes);
+        case TSH_FIELD_BYTES:
+            key(field.name);
+            return digits(without_zeros_at_end(bytes));
+        case TSH_FIELD_LINKS:
+            return elements<uint16_t>(field, record);
+        case TSH_FIELD_PARAMETERS:
+            return elements<parameter_info_t>(field, record);
+        case TSH_FIELD_SIGNED:
+            key(field.name) << static_cast<int64_t>(tsh_field_number(&field, record));
+            return;
+        default:
+            if (field.width == 1)
+                return list(field.name, positions(bytes));
+            write_number(field, tsh_field_number(&field, record));
+        }
+    }
+
+    void write_number(const tsh_field_t &field, uint64_t value) {
+        if (field.width > sizeof(uint32_t)) {
+            key(field.name) << "\"0x";
+            output_.hexadecimal(value) << '"';
+            return;
+        }
+        key(field.name) << value;
+        if (field.kind == TSH_FIELD_FLAGS)
+            list("flag_names", tool::flag_names(static_cast<uint32_t>(value)));
+        else if (field.kind == TSH_FIELD_TYPES)
+            list("type_names", type_names(static_cast<uint32_t>(value)));
+    }
+
+    static std::vector<uint32_t> positions(std::span<const uint8_t> bits) {
+        std::vector<uint32_t> set;
+        for (uint32_t i = 0; i < bits.size(); ++i)
+            for (unsigned rest = bits[i]; rest != 0; rest &= rest - 1)
+                set.push_back(8 * i + static_cast<uint32_t>(std::countr_zero(rest)));
+        return set;
+    }
+
+    static std::vector<std::string_view> type_names(uint32_t mask) {
+        std::vector<std::string_view> names;
+        for (const param_reg_info_t *type : tool::types_of(mask))
+            if (type != nullptr)
+                names.emplace_back(type->name);
+        return names;
+    }
+
+    // The elements in use, and the others up to the last that is not zero; usually none is.
+    template <typename Element> void elements(const tsh_field_t &field, const void *record) {
+        const auto *first = reinterpret_cast<const Element *>(tool::bytes_of(record, field).data());
+        const std::span<const Element> all{first, field.count};
+        const size_t used = tool::used_elements(record, field);
+        list(field.name, all.first(used));
+        const size_t rest = without_zeros_at_end(as_bytes(all.subspan(used))).size();
+        if (rest > 0)
+            list(std::string{"unused_"} + field.name,
+                 all.subspan(used, (rest - 1) / sizeof(Element) + 1));
+    }
+
+    template <typename Element>
+    static std::span<const uint8_t> as_bytes(std::span<const Element> elements) {
+        return {reinterpret_cast<const uint8_t *>(elements.data()), elements.size_bytes()};
+    }
+
     void write(uint32_t number) { output_ << number; }
+    void write(std::string_view value) { string(value); }
 
     void begin() {
         output_ << '{';
@@ -120,27 +162,29 @@ private:
         first_ = false;
     }
 
-    // Entries past those in use, up to the last that is not zero; mostly there are none.
-    template <typename Entry> void unused(std::string_view name, std::span<const Entry> entries) {
-        const std::span<const uint8_t> all{reinterpret_cast<const uint8_t *>(entries.data()),
-                                           entries.size_bytes()};
-        const size_t size = without_zeros_at_end(all).size();
-        if (size > 0)
-            list(name, entries.first((size - 1) / sizeof(Entry) + 1));
-    }
-
     void number(std::string_view name, uint32_t value) { key(name) << value; }
-    void number(std::string_view name, int32_t value) { key(name) << value; }
-
-    void mask(std::string_view name, uint64_t value) {
-        key(name) << "\"0x";
-        output_.hexadecimal(value) << '"';
-    }
 
     void text(std::string_view name, std::string_view value) {
-        if (!tool::is_utf8(value))
-            return hex(key(name), {reinterpret_cast<const uint8_t *>(value.data()), value.size()});
-        key(name) << '"';
+        key(name);
+        if (tool::is_utf8(value))
+            string(value);
+        else
+            hex({reinterpret_cast<const uint8_t *>(value.data()), value.size()});
+    }
+
+    // A field that is more than one UTF-8 string padded with zeros is written as its bytes.
+    void string_field(std::string_view name, std::span<const uint8_t> bytes) {
+        const auto *first = reinterpret_cast<const char *>(bytes.data());
+        const std::string_view value{first, strnlen(first, bytes.size())};
+        const auto all = without_zeros_at_end(bytes);
+        if (all.size() <= value.size())
+            return text(name, value);
+        key(name);
+        hex(all);
+    }
+
+    void string(std::string_view value) {
+        output_ << '"';
         for (size_t i = 0; i < value.size(); ++i)
             if (!tool::is_control_at(value, i))
                 character(value[i]);
@@ -149,26 +193,10 @@ private:
         output_ << '"';
     }
 
-    // A text of a record. A field that holds more than one text of UTF-8 with zeros behind it is
-    // shown by its bytes.
-    template <size_t Size> void field(std::string_view name, const char (&value)[Size]) {
-        const size_t length = strnlen(value, Size);
-        const auto whole = without_zeros_at_end(bytes_of(value));
-        if (whole.size() <= length)
-            text(name, {value, length});
-        else
-            hex(key(name), whole);
-    }
-
-    void hex(TextOutput &output, std::span<const uint8_t> value) {
-        output << "{\"hex\":";
+    void hex(std::span<const uint8_t> value) {
+        output_ << "{\"hex\":";
         digits(value);
-        output << '}';
-    }
-
-    template <size_t Size> void bytes(std::string_view name, const uint8_t (&value)[Size]) {
-        key(name);
-        digits(without_zeros_at_end(value));
+        output_ << '}';
     }
 
     void digits(std::span<const uint8_t> value) {
@@ -191,16 +219,8 @@ private:
         output_ << c;
     }
 
-    template <size_t Size> void positions(std::string_view name, const uint8_t (&bits)[Size]) {
-        std::vector<uint32_t> set;
-        for (uint32_t i = 0; i < 8 * Size; ++i)
-            if ((bits[i / 8] >> i % 8 & 1U) != 0)
-                set.push_back(i);
-        list(name, set);
-    }
-
     TextOutput &output_;
-    bool first_ = true; // of the object in hand nothing is written yet
+    bool first_ = true; // the current object has no key yet
     uint32_t next_index_ = 0;
 };
 

@@ -1,17 +1,19 @@
-// Nodes one by one, with what their records do not say: parents, true depth, names of types.
-// Fields that hold nothing are left out.
+// Nodes one by one: their fields, and what their records do not contain: parents, depth, type
+// names.
 #include "bmask/bmask.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/record_bytes.h"
 #include "tools/ocmd_show/strays.h"
 #include "tools/support/command_lines.h"
-#include "tools/support/grammar_fields.h"
+#include "tools/support/record_tables.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
 #include "tools/support/wording.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <iterator>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -26,6 +28,17 @@ using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
 
+constexpr std::string_view kIndent = "  ";
+constexpr std::string_view kInnerIndent = "    ";
+
+// The fields that are printed as values, in the order of lists for readers.
+std::vector<tsh_field_t> listed(std::span<const tsh_field_t> fields) {
+    std::vector<tsh_field_t> some;
+    std::ranges::copy_if(fields, std::back_inserter(some), &tsh_field_t::list_order);
+    std::ranges::sort(some, {}, &tsh_field_t::list_order);
+    return some;
+}
+
 class NodeWriter {
 public:
     NodeWriter(tool::Nodes nodes, TextOutput &output)
@@ -37,8 +50,7 @@ public:
         output_ << "node " << index << ": ";
         output_ << tool::double_quoted(text_of(node.name)) << '\n';
         write_place(index);
-        write_texts(node);
-        write_numbers(node);
+        write_fields(node_fields_, &node);
         for (uint32_t i = 0; i < node.param_count; ++i)
             write_parameter(i + 1, node.params[i]);
         for (const std::string &stray : strays_of(node))
@@ -75,87 +87,54 @@ private:
         output_ << '\n';
     }
 
-    void write_texts(const tree_node_t &node) {
-        text("help", text_of(node.help));
-        text("submode_help", text_of(node.submode_help));
-        text("func_id", text_of(node.func_id));
-        text("mode_id", text_of(node.mode_id));
-        text("aux_text", text_of(node.aux_text));
-        text("aux_label", text_of(node.aux_label));
+    void write_fields(std::span<const tsh_field_t> fields, const void *record) {
+        for (const tsh_field_t &field : fields)
+            write_field(field, record);
     }
 
-    void write_numbers(const tree_node_t &node) {
-        write_flags(node.flags);
-        number("optional", node.optional);
-        number("token_id", node.token_id);
-        number("command_id", node.command_id);
-        number("cmi_msg_type", node.cmi_msg_type);
-        number("aux_value1", node.aux_value1);
-        number("aux_value2", node.aux_value2);
-        mask("intf_mask", node.intf_mask);
-
-        std::array<char, BMASK256_TEXT_SIZE> list;
-        bmask128_t permissions;
-        bmask128_from_bitarray(bmask128_init(&permissions), node.perms_mask,
-                               sizeof node.perms_mask);
-        if (bmask128_sprintf(list.data(), &permissions) > 0)
-            row("perms_mask") << list.data() << '\n';
-        bmask256_t marks;
-        bmask256_from_bitarray(bmask256_init(&marks), node.child_link_bits,
-                               sizeof node.child_link_bits);
-        if (bmask256_sprintf(list.data(), &marks) > 0)
-            row("child_link_bits") << list.data() << '\n';
-    }
-
-    void write_flags(uint32_t flags) {
-        struct Named {
-            uint32_t flag;
-            const char *name;
-        };
-        constexpr std::array kNamed{
-            Named{TREE_FLAG_TERMINAL, "terminal"},
-            Named{TREE_FLAG_SUBMODE, "submode"},
-            Named{TREE_FLAG_EXCLUDED, "excluded in single mode"},
-            Named{TREE_FLAG_EXCLUDED_ALSO, "excluded in single mode"},
-        };
-        if (flags == 0)
+    // Omits fields that are all zero.
+    void write_field(const tsh_field_t &field, const void *record) {
+        const std::span<const uint8_t> held = without_zeros_at_end(tool::bytes_of(record, field));
+        if (held.empty())
             return;
-        row("flags") << "0x";
+        switch (field.kind) {
+        case TSH_FIELD_TEXT:
+            return text(field.name, tool::string_in(record, field));
+        case TSH_FIELD_BYTES:
+            row(field.name);
+            return digits(held);
+        case TSH_FIELD_SIGNED:
+            row(field.name) << static_cast<int64_t>(tsh_field_number(&field, record)) << '\n';
+            return;
+        case TSH_FIELD_FLAGS:
+            return write_flags(field.name, tsh_field_number(&field, record));
+        case TSH_FIELD_SET:
+            row(field.name);
+            return field.width == 1 ? ranges(held) : mask(tsh_field_number(&field, record));
+        default:
+            row(field.name) << tsh_field_number(&field, record) << '\n';
+        }
+    }
+
+    void write_flags(std::string_view name, uint64_t flags) {
+        row(name) << "0x";
         output_.hexadecimal(flags);
-        for (const Named &named : kNamed)
-            if ((flags & named.flag) != 0)
-                output_ << ", " << named.name;
+        for (const std::string_view flag : tool::flag_names(static_cast<uint32_t>(flags)))
+            output_ << ", " << flag;
         output_ << '\n';
     }
 
-    void write_parameter(uint32_t position, const parameter_info_t &parameter) {
-        row("parameter") << position << ", <" << tool::types_text(parameter.type_mask)
-                         << ">, type_mask 0x";
-        output_.hexadecimal(parameter.type_mask) << '\n';
-        number("  int_min", parameter.int_min);
-        number("  int_max", parameter.int_max);
-        mask("  intf_mask", parameter.intf_mask);
-        bytes("  opaque1", parameter.opaque1);
-        bytes("  opaque2", parameter.opaque2);
+    void ranges(std::span<const uint8_t> bit_array) {
+        std::array<char, BMASK256_TEXT_SIZE> list;
+        bmask256_t set;
+        bmask256_from_bitarray(bmask256_init(&set), bit_array.data(),
+                               static_cast<int32_t>(bit_array.size()));
+        bmask256_sprintf(list.data(), &set);
+        output_ << list.data() << '\n';
     }
 
-    TextOutput &row(std::string_view name) { return output_ << "  " << name << ": "; }
-
-    void text(std::string_view name, std::string_view value) {
-        if (!value.empty())
-            row(name) << tool::double_quoted(value) << '\n';
-    }
-
-    template <typename Number> void number(std::string_view name, Number value) {
-        if (value != 0)
-            row(name) << value << '\n';
-    }
-    void number(std::string_view name, uint16_t value) { number(name, uint32_t{value}); }
-
-    void mask(std::string_view name, uint64_t value) {
-        if (value == 0)
-            return;
-        row(name) << "0x";
+    void mask(uint64_t value) {
+        output_ << "0x";
         output_.hexadecimal(value);
         const char *before = " (";
         for (; value != 0; value &= value - 1, before = ",")
@@ -163,21 +142,36 @@ private:
         output_ << ")\n";
     }
 
-    template <size_t Size> void bytes(std::string_view name, const uint8_t (&value)[Size]) {
-        const auto held = without_zeros_at_end(value);
-        if (held.empty())
-            return;
-        row(name);
-        for (const uint8_t byte : held)
+    void digits(std::span<const uint8_t> bytes) {
+        for (const uint8_t byte : bytes)
             output_.hexadecimal(byte, 2);
         output_ << '\n';
+    }
+
+    void write_parameter(uint32_t position, const parameter_info_t &parameter) {
+        row("parameter") << position << ", <" << tool::types_text(parameter.type_mask)
+                         << ">, type_mask 0x";
+        output_.hexadecimal(parameter.type_mask) << '\n';
+        indent_ = kInnerIndent;
+        write_fields(parameter_fields_, &parameter);
+        indent_ = kIndent;
+    }
+
+    TextOutput &row(std::string_view name) { return output_ << indent_ << name << ": "; }
+
+    void text(std::string_view name, std::string_view value) {
+        if (!value.empty())
+            row(name) << tool::double_quoted(value) << '\n';
     }
 
     tool::Nodes nodes_;
     tool::LinkTable links_;
     tool::ParentTable parents_;
     std::vector<tool::Levels> levels_;
+    std::vector<tsh_field_t> node_fields_ = listed(tool::node_record_fields());
+    std::vector<tsh_field_t> parameter_fields_ = listed(tool::parameter_record_fields());
     TextOutput &output_;
+    std::string_view indent_ = kIndent;
 };
 
 } // namespace

@@ -1,4 +1,4 @@
-// Bytes of records as they are shown.
+// Bytes of a field without its padding.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace show {
 
-/// What is left when the zeros at the end are taken off, which a field has behind what it holds.
+/// Returns the bytes up to the last that is not zero.
 std::span<const uint8_t> without_zeros_at_end(std::span<const uint8_t> bytes);
 
 } // namespace show

@@ -1,8 +1,10 @@
-// Finding bytes that mean nothing.
+// Nonzero bytes in unused parts of a record, by the record's table.
 #include "tools/ocmd_show/strays.h"
 
+#include "tools/ocmd_show/record_bytes.h"
+#include "tools/support/record_tables.h"
+
 #include <algorithm>
-#include <array>
 #include <span>
 
 namespace show {
@@ -11,58 +13,48 @@ namespace {
 
 using Bytes = std::span<const uint8_t>;
 
-struct TextField {
-    const char *name;
-    size_t offset;
-    size_t size;
-};
-
-#define TEXT_FIELD(field)                                                                          \
-    TextField {                                                                                    \
-#field, offsetof(tree_node_t, field), sizeof(tree_node_t::field)                           \
-    }
-
-constexpr std::array kTextFields{
-    TEXT_FIELD(name),     TEXT_FIELD(token),   TEXT_FIELD(help),    TEXT_FIELD(submode_help),
-    TEXT_FIELD(aux_text), TEXT_FIELD(func_id), TEXT_FIELD(mode_id), TEXT_FIELD(aux_label),
-};
-
-#undef TEXT_FIELD
-
 bool holds_something(Bytes bytes) {
-    return std::ranges::any_of(bytes, [](uint8_t byte) { return byte != 0; });
+    return !without_zeros_at_end(bytes).empty();
 }
 
-bool has_mark_past_links(const tree_node_t &node) {
-    constexpr unsigned kPositions = 8 * sizeof node.child_link_bits;
-    for (unsigned position = node.child_count; position < kPositions; ++position)
-        if ((node.child_link_bits[position / 8] >> position % 8 & 1U) != 0)
+bool has_number_from(Bytes bit_array, size_t first) {
+    for (size_t number = first; number < 8 * bit_array.size(); ++number)
+        if ((bit_array[number / 8] >> number % 8 & 1U) != 0)
             return true;
     return false;
+}
+
+bool has_strays(const tree_node_t &node, const tsh_field_t &field) {
+    const Bytes bytes = tool::bytes_of(&node, field);
+    const size_t used = tool::used_elements(&node, field);
+    if (field.kind == TSH_FIELD_TEXT)
+        return holds_something({std::ranges::find(bytes, 0), bytes.end()});
+    if ((field.traits & TSH_FIELD_RESERVED) != 0)
+        return holds_something(bytes);
+    if (field.counter == 0)
+        return false;
+    return field.kind == TSH_FIELD_SET ? has_number_from(bytes, used)
+                                       : holds_something(bytes.subspan(used * field.width));
+}
+
+std::string stray_text(const tsh_field_t &field) {
+    const std::string name = field.name;
+    if (field.kind == TSH_FIELD_TEXT)
+        return "bytes after the end of " + name;
+    if ((field.traits & TSH_FIELD_RESERVED) != 0)
+        return "reserved bytes";
+    const auto counter =
+        std::ranges::find(tool::node_record_fields(), field.counter, &tsh_field_t::offset);
+    return "entries of " + name + " beyond " + counter->name;
 }
 
 } // namespace
 
 std::vector<std::string> strays_of(const tree_node_t &node) {
-    const Bytes record{reinterpret_cast<const uint8_t *>(&node), sizeof node};
     std::vector<std::string> strays;
-    for (const TextField &field : kTextFields) {
-        const Bytes text = record.subspan(field.offset, field.size);
-        if (holds_something({std::ranges::find(text, 0), text.end()}))
-            strays.push_back(std::string{"bytes behind the end of "} + field.name);
-    }
-    const size_t parameters = offsetof(tree_node_t, params);
-    const size_t used = node.param_count * sizeof(parameter_info_t);
-    if (holds_something(record.subspan(parameters + used, sizeof node.params - used)))
-        strays.emplace_back("a parameter past param_count");
-    const size_t links = offsetof(tree_node_t, children);
-    const size_t in_use = node.child_count * sizeof node.children[0];
-    if (holds_something(record.subspan(links + in_use, sizeof node.children - in_use)))
-        strays.emplace_back("child indices past child_count");
-    if (has_mark_past_links(node))
-        strays.emplace_back("marks of links past child_count");
-    if (holds_something(node.reserved))
-        strays.emplace_back("reserved bytes");
+    for (const tsh_field_t &field : tool::node_record_fields())
+        if (has_strays(node, field))
+            strays.push_back(stray_text(field));
     return strays;
 }
 

@@ -1,5 +1,4 @@
-// What a record holds where it should hold nothing. No reader looks there, but the bytes are in the
-// file.
+// Nonzero bytes in unused parts of a record. Readers ignore them.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -9,8 +8,8 @@
 
 namespace show {
 
-/// One text for each place: bytes behind the end of a text, parameters and links past their counts,
-/// marks of links that are not there, reserved bytes. Mostly empty. The node is of a sound tree.
+/// Returns a text for each place with such bytes: after the end of a string, beyond a count, in
+/// reserved bytes. Usually there is none. The node is of a valid tree.
 std::vector<std::string> strays_of(const tree_node_t &node);
 
 } // namespace show

@@ -7,6 +7,7 @@
 #include "tools/ocmd_show/yaml_entries.h"
 #include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
+#include "tools/support/record_tables.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
@@ -109,18 +110,21 @@ private:
     uint32_t told_ = 0;
 };
 
-bool lacks_implied_kinds(uint64_t interfaces) {
-    return (interfaces & TREE_INTF_ANY) != 0 &&
-           (interfaces & TREE_INTF_IMPLIED) != TREE_INTF_IMPLIED;
+bool lacks_implied_kinds(std::span<const tsh_field_t> fields, const void *record) {
+    return std::ranges::any_of(fields, [&](const tsh_field_t &field) {
+        const uint64_t kinds = tsh_field_number(&field, record);
+        return (field.traits & TSH_FIELD_INTERFACES) != 0 && (kinds & TREE_INTF_ANY) != 0 &&
+               (kinds & TREE_INTF_IMPLIED) != TREE_INTF_IMPLIED;
+    });
 }
 
 void tell_losses(const tree_node_t &node, uint32_t index, Losses &losses) {
     const std::string name = yaml_value(name_of(node));
     for (const std::string &stray : strays_of(node))
         losses.tell("node %u %s: %s", index, name.c_str(), stray.c_str());
-    bool lacking = lacks_implied_kinds(node.intf_mask);
+    bool lacking = lacks_implied_kinds(tool::node_record_fields(), &node);
     for (const parameter_info_t &parameter : tool::params_of(node))
-        lacking |= lacks_implied_kinds(parameter.intf_mask);
+        lacking |= lacks_implied_kinds(tool::parameter_record_fields(), &parameter);
     if (lacking)
         losses.tell("node %u %s: interface kind 0 without 18 and 19", index, name.c_str());
 }

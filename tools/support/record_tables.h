@@ -5,7 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
+#include <string_view>
+#include <vector>
 
 namespace tool {
 
@@ -27,9 +30,33 @@ inline std::span<const tsh_flag_t> node_flags() {
     return {flags, count};
 }
 
+/// Names of the set bits of tree_node_t.flags that have one.
+inline std::vector<std::string_view> flag_names(uint32_t flags) {
+    std::vector<std::string_view> names;
+    for (const tsh_flag_t &flag : node_flags())
+        if ((flags >> flag.bit & 1U) != 0)
+            names.emplace_back(flag.name);
+    return names;
+}
+
+/// Number of elements of a field that its counter declares as used. The node is valid.
+inline size_t used_elements(const void *record, const tsh_field_t &field) {
+    if (field.counter == 0)
+        return field.count;
+    uint16_t used = 0;
+    memcpy(&used, static_cast<const uint8_t *>(record) + field.counter, sizeof used);
+    return used;
+}
+
 /// Bytes of a field of a record.
 inline std::span<const uint8_t> bytes_of(const void *record, const tsh_field_t &field) {
     return {static_cast<const uint8_t *>(record) + field.offset, size_t{field.width} * field.count};
+}
+
+/// The string in a TEXT field, which ends at its NUL or with the field.
+inline std::string_view string_in(const void *record, const tsh_field_t &field) {
+    const auto *text = static_cast<const char *>(record) + field.offset;
+    return {text, strnlen(text, size_t{field.width} * field.count)};
 }
 
 } // namespace tool
