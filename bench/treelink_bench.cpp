@@ -6,8 +6,8 @@
 // a folder in memory to leave the disk out of it.
 // --growth: chains of one-node subtrees are linked from 4 files, each subtree attached below
 // another: best links every parent before what hangs below it, worst after it, random in any order.
+#include "base/huge_pages.h"
 #include "bench/ratio_report.h"
-#include "feature/tsh/src/huge_pages_internal.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
 #include "treelink/link_driver.h"
@@ -133,7 +133,7 @@ void expect(bool good, const char *what) {
 Array inflate_and_copy(const ParFiles &files) {
     const size_t size = files.node_count * sizeof(tree_node_t);
     Array array{static_cast<tree_node_t *>(malloc(size))};
-    tsh::prefer_huge_pages(array.get(), size);
+    base::prefer_huge_pages(array.get(), size);
     std::vector<tree_node_t> read;
     size_t copied = 0;
     for (const std::string &name : files.names) {

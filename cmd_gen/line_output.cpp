@@ -30,10 +30,10 @@ constexpr auto kFirstEndings = [] {
 
 LineNumbers::LineNumbers(uint32_t first) : base_(first - first % kHundred) {
     constexpr size_t kWidth = 6;
-    TextBuilder<kSize> digits;
+    base::TextBuilder<kSize> digits;
     digits.number(first);
     const size_t missing = kWidth - std::min(kWidth, digits.text().size());
-    TextBuilder<kSize> number;
+    base::TextBuilder<kSize> number;
     number << "\n[";
     number.blanks(missing) << digits.text() << "].";
     length_ = number.text().copy(text_.data(), text_.size());

@@ -34,7 +34,7 @@ private:
     };
 
     bool prepare(const tree_node_t &node, size_t longest) {
-        tsh::TextBuilder<tsh::kLongestGappedWord> word;
+        base::TextBuilder<tsh::kLongestGappedWord> word;
         const auto look = [&](const tree_node_t &seen) -> tsh::NodeLook {
             if (tsh::is_left_out(seen))
                 return {};

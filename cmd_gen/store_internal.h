@@ -1,7 +1,7 @@
 // Items side by side in one growing block of memory.
 #pragma once
 
-#include "feature/tsh/src/huge_pages_internal.h"
+#include "base/huge_pages.h"
 #include "feature/tsh/src/memory.h"
 
 #include <cstddef>
@@ -33,9 +33,9 @@ public:
     [[nodiscard]] bool grow(size_t count) {
         if (count <= capacity_)
             return true;
-        if (!resize(next_room(count * sizeof(Item))))
+        if (!resize(base::next_room(count * sizeof(Item))))
             return false;
-        prefer_huge_pages(items_, capacity_ * sizeof(Item));
+        base::prefer_huge_pages(items_, capacity_ * sizeof(Item));
         return true;
     }
 

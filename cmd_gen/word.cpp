@@ -10,7 +10,7 @@
 
 namespace {
 
-using Types = tsh::TextBuilder<tsh::kLongestTypes>;
+using Types = base::TextBuilder<tsh::kLongestTypes>;
 
 Types types_of(const parameter_info_t &param) {
     Types types;

@@ -1,8 +1,8 @@
 // How a word is spelled, piece by piece: the token, then the parameters, each with its mark.
 #pragma once
 
+#include "base/text_builder.h"
 #include "cmd_gen/word.h"
-#include "feature/tsh/src/text_builder_internal.h"
 #include "parse_tree/tree_node.h"
 
 #include <cstddef>
@@ -21,7 +21,7 @@ constexpr size_t kLongestWord = TREE_TOKEN_SIZE + TREE_MAX_PARAMS * kLongestType
 
 static_assert(kLongestWord + 1 == TSH_WORD_SIZE);
 
-using Word = TextBuilder<kLongestWord>;
+using Word = base::TextBuilder<kLongestWord>;
 
 /// One piece with its mark.
 void add_token(Word &word, const tree_node_t &node);

@@ -1,7 +1,7 @@
 // Checks of values against the types and the bounds of a parameter.
 #include "param_reg/values.h"
 
-#include "feature/tsh/src/text_builder_internal.h"
+#include "base/text_builder.h"
 #include "param_reg/number_values_internal.h"
 #include "param_reg/types_internal.h"
 #include "param_reg/value_forms_internal.h"
@@ -17,8 +17,8 @@ namespace {
 using tsh::Interval;
 using tsh::NumberType;
 
-using Expected = tsh::TextBuilder<TSH_EXPECTED_SIZE - 1>;
-using Reason = tsh::TextBuilder<TSH_REASON_SIZE - 1>;
+using Expected = base::TextBuilder<TSH_EXPECTED_SIZE - 1>;
+using Reason = base::TextBuilder<TSH_REASON_SIZE - 1>;
 
 // The maximum length in bytes; 0: none.
 int64_t longest_of(const parameter_info_t &parameter) {

@@ -1,9 +1,9 @@
 // Main trees: finding, mapping and reading main par files, and the state of the loaded tree.
 #include "parse_tree/tree_load.h"
 
+#include "base/errno_kept.h"
 #include "base/escape.h"
-#include "feature/tsh/src/errno_kept_internal.h"
-#include "feature/tsh/src/owners_internal.h"
+#include "base/owners.h"
 #include "feature/tsh/src/trace_internal.h"
 #include "parse_tree/load_error_internal.h"
 #include "parse_tree/tree_internal.h"
@@ -40,7 +40,7 @@ int32_t fail(const char *message) {
 }
 
 int32_t fail_with_reason(const char *what) {
-    const tsh::ErrnoKept kept;
+    const base::ErrnoKept kept;
     fprintf(stderr, "%s: %s\n", what, strerror(errno));
     return -1;
 }
@@ -163,7 +163,7 @@ int32_t verify_and_read_parse_tree(const char *path, tree_node_t **out) {
 
     errno = 0; // a short read sets none
     const auto bytes = static_cast<size_t>(size);
-    tsh::Block<tree_node_t> nodes{static_cast<tree_node_t *>(malloc(std::max<size_t>(bytes, 1)))};
+    base::Block<tree_node_t> nodes{static_cast<tree_node_t *>(malloc(std::max<size_t>(bytes, 1)))};
     if (nodes == nullptr ||
         !read_whole(file.descriptor(), reinterpret_cast<char *>(nodes.get()), bytes))
         return fail_with_reason("Error reading file");

@@ -1,10 +1,10 @@
 // The tree writer: layout of the compiler's tree in preorder, and the record that stores it.
 #include "parse_tree/tree_writer.h"
 
+#include "base/errno_kept.h"
 #include "base/escape.h"
+#include "base/owners.h"
 #include "bmask/bmask.h"
-#include "feature/tsh/src/errno_kept_internal.h"
-#include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/byte_order_internal.h"
@@ -171,7 +171,7 @@ bool flushes(void *stream, int32_t compressed) {
 }
 
 int32_t writing_failed() {
-    const tsh::ErrnoKept kept;
+    const base::ErrnoKept kept;
     puts("Error in writing to main_tree file");
     return -1;
 }
@@ -180,7 +180,7 @@ int32_t writing_failed() {
 
 void write_tree_to_file(parser_node_t *root, uint32_t version, const subtree_path_t *attach_path,
                         void *stream) {
-    const tsh::Block<tree_node_t> scratch{
+    const base::Block<tree_node_t> scratch{
         static_cast<tree_node_t *>(calloc(kScratchNodes, sizeof(tree_node_t)))};
     if (scratch == nullptr)
         end_without_memory();

@@ -6,9 +6,9 @@
 #include "param_reg/builtin_types.h"
 #include "treelink/attach_graph_internal.h"
 #include "treelink/attach_internal.h"
+#include "treelink/link_memory_internal.h"
 #include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
-#include "treelink/memory_internal.h"
 #include "treelink/sibling_order.h"
 
 #include <algorithm>
@@ -73,7 +73,7 @@ public:
 
     tree_node_t *link() {
         const auto count = static_cast<size_t>(total());
-        tsh::Block<tree_node_t> array = tsh::allocate<tree_node_t>(count);
+        base::Block<tree_node_t> array = tsh::allocate<tree_node_t>(count);
         nodes_ = {array.get(), count};
         copy_subtrees();
         const std::vector<Wish> wishes = collect_wishes();

@@ -2,7 +2,7 @@
 // whole, and is renamed over the old one.
 #include "treelink/file_replacement.h"
 
-#include "feature/tsh/src/errno_kept_internal.h"
+#include "base/errno_kept.h"
 
 #include <algorithm>
 #include <array>
@@ -45,7 +45,7 @@ public:
         close(number);
     }
     ~Descriptor() {
-        const tsh::ErrnoKept kept;
+        const base::ErrnoKept kept;
         if (number_ >= 0)
             close(number_);
     }
@@ -178,7 +178,7 @@ private:
 };
 
 tsh_file_replacement_t::~tsh_file_replacement_t() {
-    const tsh::ErrnoKept kept;
+    const base::ErrnoKept kept;
     if (stream_ != nullptr) {
         __fpurge(stream_);
         fclose(stream_);
@@ -341,7 +341,7 @@ bool tsh_file_replacement_t::rename_over_target() {
 void tsh_file_replacement_t::drop_name() {
     if (temporary_[0] == '\0')
         return;
-    const tsh::ErrnoKept kept;
+    const base::ErrnoKept kept;
     unlinkat(folder_.number(), temporary_.data(), 0);
     temporary_ = {};
 }
@@ -363,7 +363,7 @@ bool tsh_file_replacement_t::write_over_old() {
     const Descriptor kept = copy_of_old(old.st_size);
     if (overwrite(from, body.st_size, longest))
         return true;
-    const tsh::ErrnoKept reason;
+    const base::ErrnoKept reason;
     [[maybe_unused]] const bool as_it_was = kept && overwrite(kept.number(), old.st_size, longest);
     return false;
 }

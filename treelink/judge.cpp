@@ -3,8 +3,8 @@
 
 #include "parse_tree/tree_library.h"
 #include "treelink/attach_internal.h"
+#include "treelink/link_memory_internal.h"
 #include "treelink/link_table_internal.h"
-#include "treelink/memory_internal.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,14 +1,14 @@
 // The link driver: which files are read, in which order, and where the result goes.
 #include "treelink/link_driver.h"
 
+#include "base/errno_kept.h"
 #include "base/escape.h"
-#include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
 #include "platform/robust_string.h"
 #include "treelink/file_replacement.h"
-#include "treelink/memory_internal.h"
+#include "treelink/link_memory_internal.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -76,10 +76,10 @@ void read_listed_file(const par_file_entry_t &entry, const FileName &root_name) 
 }
 
 using FileReplacement =
-    std::unique_ptr<tsh_file_replacement_t, tsh::Releaser<tsh_file_replacement_abandon>>;
+    std::unique_ptr<tsh_file_replacement_t, base::Releaser<tsh_file_replacement_abandon>>;
 
 int32_t fail(const char *message) {
-    const tsh::ErrnoKept kept;
+    const base::ErrnoKept kept;
     puts(message);
     return -1;
 }
@@ -126,7 +126,7 @@ int32_t update_main_parse_tree_file(const par_file_list_t *list, const char *roo
     const int32_t node_count = get_linked_parse_tree(&linked, list, root);
     if (node_count < 0)
         return -1;
-    const tsh::Block<tree_node_t> tree{linked};
+    const base::Block<tree_node_t> tree{linked};
     return tsh_main_tree_write(tree.get(), static_cast<uint32_t>(node_count), output,
                                network_order);
 }

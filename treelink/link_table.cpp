@@ -3,9 +3,9 @@
 
 #include "base/escape.h"
 #include "platform/robust_string.h"
+#include "treelink/link_memory_internal.h"
 #include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
-#include "treelink/memory_internal.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -4,7 +4,7 @@
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_node_internal.h"
-#include "treelink/memory_internal.h"
+#include "treelink/link_memory_internal.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -40,7 +40,7 @@ void double_capacity(uint32_t wanted) {
         puts("Fatal error: Memory could not be allocated ");
         exit(kCannotGrowStatus);
     }
-    const tsh::Block<tree_node_t> old_array{tsh_main_tree};
+    const base::Block<tree_node_t> old_array{tsh_main_tree};
     tsh_main_tree = static_cast<tree_node_t *>(grown);
     tsh_main_tree_max_nodes = capacity;
     std::copy_n(old_array.get(), old_capacity, tsh_main_tree);

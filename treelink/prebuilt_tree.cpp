@@ -3,9 +3,9 @@
 #include "parse_tree/tree_check_internal.h"
 #include "parse_tree/tree_load.h"
 #include "parse_tree/tree_node_internal.h"
+#include "treelink/link_memory_internal.h"
 #include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
-#include "treelink/memory_internal.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // Reading subtree files and filing what they hold.
 #include "treelink/subtree_read.h"
 
+#include "base/errno_kept.h"
 #include "base/escape.h"
-#include "feature/tsh/src/errno_kept_internal.h"
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/byte_order.h"
 #include "parse_tree/byte_order_internal.h"
@@ -10,9 +10,9 @@
 #include "parse_tree/tree_file.h"
 #include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
+#include "treelink/link_memory_internal.h"
 #include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
-#include "treelink/memory_internal.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -39,7 +39,7 @@ namespace {
 uint32_t filed_nodes;
 uint32_t filed_subtrees;
 
-using GzipFile = std::unique_ptr<gzFile_s, tsh::Releaser<gzclose>>;
+using GzipFile = std::unique_ptr<gzFile_s, base::Releaser<gzclose>>;
 
 bool is_directory(const char *path) {
     struct stat status {};
@@ -223,7 +223,7 @@ int32_t treelink_init(void) {
 int32_t read_parser_file(const char *file_name, uint8_t kind) {
     const GzipFile file = open_par_file(file_name);
     if (file == nullptr) {
-        const tsh::ErrnoKept kept;
+        const base::ErrnoKept kept;
         tsh::warn(Loss::kPart, "Treelink Error: Parser file %s could not be opened \n", file_name);
         return -1;
     }
@@ -268,7 +268,7 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
         return -1;
 
     // Memory that nothing arrives for is never touched, so the claim alone costs nothing.
-    tsh::Block<tree_node_t> buffer = tsh::allocate<tree_node_t>(count);
+    base::Block<tree_node_t> buffer = tsh::allocate<tree_node_t>(count);
     const std::span<tree_node_t> tree{buffer.get(), count};
     if (!input.read_whole(tree.data(), header->tree_bytes))
         return input.refuse_as_unreadable();

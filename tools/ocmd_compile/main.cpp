@@ -2,6 +2,7 @@
 //
 // Read, understand, check, lay out, write: every file goes through the first three whatever was
 // found before, so that one run tells all; the last two follow only when nothing is wrong.
+#include "base/owners.h"
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_compile/grammar.h"
 #include "tools/ocmd_compile/grammar_checks.h"
@@ -11,7 +12,6 @@
 #include "tools/ocmd_compile/yaml_tree.h"
 #include "tools/support/output_file.h"
 #include "tools/support/program.h"
-#include "tools/support/releaser.h"
 #include "tools/support/types.h"
 
 #include <algorithm>
@@ -116,7 +116,7 @@ bool write_record(const Document &document, gzFile stream) {
                                     document.version, &path, stream, 1, 1, 0) == 0;
 }
 
-using GzipStream = std::unique_ptr<gzFile_s, tool::Releaser<gzclose>>;
+using GzipStream = std::unique_ptr<gzFile_s, base::Releaser<gzclose>>;
 
 void write_records(std::span<const Document> documents, const tool::OutputFile &output) {
     errno = 0;

@@ -2,8 +2,8 @@
 // line atom by atom and may be at several positions at once.
 #pragma once
 
+#include "base/huge_pages.h"
 #include "tools/ocmd_diff/atom_table.h"
-#include "tools/support/huge_vector.h"
 #include "tools/support/tree_input.h"
 
 #include <cstdint>
@@ -128,10 +128,10 @@ private:
     const Atom slash_ = atoms_.number_of("/");
     const Atom nothing_ = atoms_.number_of("");
     std::vector<Record> records_;
-    tool::HugeVector<Word> words_;     // by node
-    tool::HugeVector<Atom> spellings_; // by node: its whole word as if it were one atom
-    tool::HugeVector<Facts> facts_;    // by node
-    tool::HugeVector<NodeNumber> links_;
+    base::HugeVector<Word> words_;     // by node
+    base::HugeVector<Atom> spellings_; // by node: its whole word as if it were one atom
+    base::HugeVector<Facts> facts_;    // by node
+    base::HugeVector<NodeNumber> links_;
     std::vector<Step> long_words_; // their first step
     uint32_t wordless_count_ = 0;
     std::vector<Special> specials_;

@@ -3,10 +3,10 @@
 // states that the same lines follow.
 #pragma once
 
+#include "base/huge_pages.h"
 #include "tools/ocmd_diff/field_labels.h"
 #include "tools/ocmd_diff/line_automaton.h"
 #include "tools/ocmd_diff/sequence_table.h"
-#include "tools/support/huge_vector.h"
 
 #include <cstdint>
 #include <span>
@@ -128,9 +128,9 @@ private:
     LineAutomaton &automaton_;
     FieldLabels *labels_;
     AtomMarks marks_;
-    tool::HugeVector<Facts> facts_;   // by state
-    tool::HugeVector<Class> classes_; // by state
-    tool::HugeVector<Edge> edges_;
+    base::HugeVector<Facts> facts_;   // by state
+    base::HugeVector<Class> classes_; // by state
+    base::HugeVector<Edge> edges_;
     std::vector<State> node_states_;    // by position
     std::vector<State> special_states_; // by position from kFirstSpecial on
     SequenceTable<Position> sets_;

@@ -1,7 +1,7 @@
 // Sequences of items, each known by a number.
 #pragma once
 
-#include "tools/support/huge_vector.h"
+#include "base/huge_pages.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -78,9 +78,9 @@ private:
         }
     }
 
-    tool::HugeVector<Item> items_;
+    base::HugeVector<Item> items_;
     size_t used_ = 0;
-    tool::HugeVector<Place> places_;
+    base::HugeVector<Place> places_;
     std::vector<uint32_t> slots_; // open addressing by hash
 };
 

@@ -1,10 +1,10 @@
 // ocmd_find: which command of a tree a line is, and whether a saved configuration is made of such.
+#include "base/owners.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/forest.h"
 #include "tools/ocmd_find/line_finder.h"
 #include "tools/ocmd_find/saved_config.h"
 #include "tools/support/program.h"
-#include "tools/support/releaser.h"
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
 #include "tools/support/types.h"
@@ -79,7 +79,7 @@ Status answer(LineFinder &finder, std::span<char *const> words) {
 // A file that cannot be read does not keep the others from being checked.
 Status check_config(LineFinder &finder, const char *path, TextOutput &output) {
     const bool is_input = strcmp(path, "-") == 0;
-    const std::unique_ptr<FILE, tool::Releaser<fclose>> opened{is_input ? nullptr
+    const std::unique_ptr<FILE, base::Releaser<fclose>> opened{is_input ? nullptr
                                                                         : fopen(path, "r")};
     if (!is_input && opened == nullptr) {
         tool::tell("%s: cannot be opened: %s", path, strerror(errno));

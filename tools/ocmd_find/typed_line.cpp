@@ -1,7 +1,7 @@
 // The shell's own word splitting, with places in the line as it was typed.
 #include "tools/ocmd_find/typed_line.h"
 
-#include "tools/support/releaser.h"
+#include "base/owners.h"
 
 #include "feature/tsh/src/str_list.h"
 #include "feature/tsh/src/word_split.h"
@@ -44,7 +44,7 @@ TypedLine::TypedLine(std::string line) : text_(std::move(line)) {
         fault_ = {"a zero byte", zero};
         return;
     }
-    const std::unique_ptr<str_list_t, tool::Releaser<str_list_free>> list{
+    const std::unique_ptr<str_list_t, base::Releaser<str_list_free>> list{
         strsplit(text_.c_str(), " ")};
     if (list == nullptr) {
         // Nothing else makes no words but blanks, or a quote with nothing behind it.

@@ -1,12 +1,12 @@
 // ocmd_link: links a root file and subtree files into a main par file. The pipeline stands in
 // link(), at the end.
 #include "base/escape.h"
+#include "base/owners.h"
 #include "tools/ocmd_link/progress.h"
 #include "tools/ocmd_link/unread.h"
 #include "tools/support/file_bytes.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
-#include "tools/support/releaser.h"
 #include "tools/support/tree_look.h"
 #include "tools/support/tree_shape.h"
 
@@ -78,7 +78,7 @@ struct Request {
 };
 
 struct LinkedTree {
-    std::unique_ptr<tree_node_t, tool::Releaser<free>> nodes;
+    std::unique_ptr<tree_node_t, base::Releaser<free>> nodes;
     uint32_t node_count;
 };
 

@@ -27,9 +27,9 @@ std::string Count::text() const {
     return is_beyond() ? "more than " + text : text;
 }
 
-HugeVector<Count> count_lines_below(const LinkTable &links,
-                                    std::span<const uint16_t> children_first) {
-    HugeVector<Count> below(links.node_count());
+base::HugeVector<Count> count_lines_below(const LinkTable &links,
+                                          std::span<const uint16_t> children_first) {
+    base::HugeVector<Count> below(links.node_count());
     for (const uint16_t node : children_first) {
         Count count;
         uint64_t own = 0;

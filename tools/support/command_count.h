@@ -2,7 +2,7 @@
 // counted once, however many ways lead there.
 #pragma once
 
-#include "tools/support/huge_vector.h"
+#include "base/huge_pages.h"
 #include "tools/support/tree_shape.h"
 
 #include <cstdint>
@@ -43,7 +43,7 @@ private:
 
 /// The number of command lines below each node of a sound tree, its own line not counted; 0 for
 /// nodes that the root does not reach.
-HugeVector<Count> count_lines_below(const LinkTable &links,
-                                    std::span<const uint16_t> children_first);
+base::HugeVector<Count> count_lines_below(const LinkTable &links,
+                                          std::span<const uint16_t> children_first);
 
 } // namespace tool

@@ -3,9 +3,9 @@
 #include "tools/support/command_lines.h"
 
 #include "base/escape.h"
+#include "base/huge_pages.h"
 #include "cmd_gen/word.h"
 #include "tools/support/command_count.h"
-#include "tools/support/huge_vector.h"
 #include "tools/support/tree_shape.h"
 
 #include <array>
@@ -66,7 +66,7 @@ private:
 
     LinkTable links_;
     std::vector<Spelled> spelled_;
-    HugeVector<char> words_; // each with a newline behind it
+    base::HugeVector<char> words_; // each with a newline behind it
 };
 
 // The line in hand of a walk: words are added on the way down and taken off on the way back.
@@ -156,7 +156,7 @@ private:
 };
 
 SpelledTree::SpelledTree(Nodes nodes) : links_(nodes) {
-    const HugeVector<Count> below = count_lines_below(links_, children_first(links_));
+    const base::HugeVector<Count> below = count_lines_below(links_, children_first(links_));
     std::vector<bool> leads_to_line(nodes.size());
     for (uint32_t node = 0; node < nodes.size(); ++node)
         leads_to_line[node] = links_.has_line(node) || !below[node].is_zero();

@@ -1,7 +1,7 @@
 // Results that go to a file: the file is replaced as a whole or not at all.
 #pragma once
 
-#include "tools/support/releaser.h"
+#include "base/owners.h"
 #include "treelink/file_replacement.h"
 
 #include <cstdio>
@@ -28,7 +28,7 @@ public:
 
 private:
     std::string name_;
-    std::unique_ptr<tsh_file_replacement_t, Releaser<tsh_file_replacement_abandon>>
+    std::unique_ptr<tsh_file_replacement_t, base::Releaser<tsh_file_replacement_abandon>>
         replacement_; // null for standard output
 };
 

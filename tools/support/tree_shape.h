@@ -2,8 +2,8 @@
 // recurses, for a tree may be as deep as it has nodes.
 #pragma once
 
+#include "base/huge_pages.h"
 #include "parse_tree/tree_node.h"
-#include "tools/support/huge_vector.h"
 
 #include <cstdint>
 #include <cstring>
@@ -61,7 +61,7 @@ public:
 
 private:
     std::vector<uint32_t> first_; // of each node in links_, and one past the last
-    HugeVector<uint16_t> links_;
+    base::HugeVector<uint16_t> links_;
     std::vector<uint8_t> lines_;
 };
 

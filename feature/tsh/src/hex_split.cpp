@@ -1,8 +1,8 @@
 // Hexadecimal fields, in blocks of GLib because that is how their receivers release them.
 #include "feature/tsh/src/hex_split.h"
 
+#include "base/owners.h"
 #include "feature/tsh/src/char_set_internal.h"
-#include "feature/tsh/src/owners_internal.h"
 
 #include <algorithm>
 #include <glib.h>
@@ -65,7 +65,7 @@ char **hex_split(const char *string, const char *delimiters) {
     size_t count = 0;
     for (FieldCutter cutter = start; !cutter.at_end(); cutter.next())
         ++count;
-    std::unique_ptr<char *, tsh::Releaser<g_strfreev>> fields(g_try_new0(char *, count + 1));
+    std::unique_ptr<char *, base::Releaser<g_strfreev>> fields(g_try_new0(char *, count + 1));
     if (fields == nullptr)
         return nullptr;
 

@@ -1,9 +1,9 @@
 // What the splitters share: owners of texts and lists, and how a list is built.
 #pragma once
 
+#include "base/owners.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/memory_internal.h"
-#include "feature/tsh/src/owners_internal.h"
 #include "feature/tsh/src/str_list.h"
 
 #include <cstddef>
@@ -12,8 +12,8 @@
 
 namespace tsh {
 
-using OwnedText = std::unique_ptr<char, Releaser<tsh_free>>;
-using OwnedList = std::unique_ptr<str_list_t, Releaser<str_list_free>>;
+using OwnedText = std::unique_ptr<char, base::Releaser<tsh_free>>;
+using OwnedList = std::unique_ptr<str_list_t, base::Releaser<str_list_free>>;
 
 /// The longest line that is split. Offsets in it, and the size of a copy with some bytes to spare,
 /// fit 31 bits; a longer line is one that there is no memory for: malloc_failed().

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace tsh {
+namespace base {
 
 /// Deleter that calls a release function.
 template <auto release> struct Releaser {
@@ -14,4 +14,4 @@ template <auto release> struct Releaser {
 /// A block from malloc or calloc.
 template <typename T> using Block = std::unique_ptr<T, Releaser<free>>;
 
-} // namespace tsh
+} // namespace base

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace tsh {
+namespace base {
 
 /// Holds up to Capacity bytes; what does not fit is cut, and a number left out whole.
 template <size_t Capacity> class TextBuilder {
@@ -43,4 +43,4 @@ private:
     size_t used_ = 0;
 };
 
-} // namespace tsh
+} // namespace base

@@ -1,14 +1,15 @@
-// Large blocks of memory on large pages. All of it stands here, because the utility uses it beside
-// the library.
+// Large blocks of memory on huge pages.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
 
-namespace tsh {
+namespace base {
 
 /// Blocks from this size on are worth asking for: wherever they begin, one whole huge page of 2 MB
 /// fits. To fill a fresh block of 1 or 2 MB takes the same time either way, one of 4 MB half as
@@ -34,4 +35,38 @@ constexpr size_t next_room(size_t needed) {
     return std::max(twice, needed > kFirstRoom ? kHugeBlock : kFirstRoom);
 }
 
-} // namespace tsh
+/// Allocator for large vectors: their blocks begin at a huge page and prefer such pages. Only pages
+/// that are written to take memory.
+template <typename Item> class HugePages {
+public:
+    using value_type = Item;
+
+    HugePages() = default;
+    template <typename Other> explicit HugePages(const HugePages<Other> & /*other*/) {}
+
+    Item *allocate(size_t count) {
+        if (count * sizeof(Item) < kLarge)
+            return static_cast<Item *>(::operator new(count * sizeof(Item)));
+        const size_t size = (count * sizeof(Item) + kHugePage - 1) / kHugePage * kHugePage;
+        void *block = ::operator new (size, std::align_val_t{kHugePage});
+        madvise(block, size, MADV_HUGEPAGE); // a wish
+        return static_cast<Item *>(block);
+    }
+
+    void deallocate(Item *block, size_t count) {
+        if (count * sizeof(Item) < kLarge)
+            ::operator delete(block);
+        else
+            ::operator delete (block, std::align_val_t{kHugePage});
+    }
+
+    friend bool operator==(const HugePages &, const HugePages &) { return true; }
+
+private:
+    static constexpr size_t kHugePage = size_t{1} << 21U;
+    static constexpr size_t kLarge = kHugePage / 4; // bytes that are worth a page
+};
+
+template <typename Item> using HugeVector = std::vector<Item, HugePages<Item>>;
+
+} // namespace base

@@ -1,7 +1,7 @@
 // The linker's blocks, and the end of a link without memory.
-#include "treelink/memory_internal.h"
+#include "treelink/link_memory_internal.h"
 
-#include "feature/tsh/src/huge_pages_internal.h"
+#include "base/huge_pages.h"
 #include "treelink/subtree_read.h"
 
 void tsh::end_out_of_memory() {
@@ -12,6 +12,6 @@ void *tsh::allocate_bytes(size_t size) {
     void *block = malloc(std::max(size, size_t{1}));
     if (block == nullptr)
         end_out_of_memory();
-    prefer_huge_pages(block, size);
+    base::prefer_huge_pages(block, size);
     return block;
 }

@@ -3,7 +3,7 @@
 // tables grows, ends the process its own way.
 #pragma once
 
-#include "feature/tsh/src/owners_internal.h"
+#include "base/owners.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -18,18 +18,18 @@ namespace tsh {
 void *allocate_bytes(size_t size);
 
 /// Room for count objects, not cleared.
-template <typename T> Block<T> allocate(size_t count) {
+template <typename T> base::Block<T> allocate(size_t count) {
     if (count > SIZE_MAX / sizeof(T))
         end_out_of_memory();
-    return Block<T>{static_cast<T *>(allocate_bytes(count * sizeof(T)))};
+    return base::Block<T>{static_cast<T *>(allocate_bytes(count * sizeof(T)))};
 }
 
 /// Room for count objects, all zero.
-template <typename T> Block<T> allocate_zeroed(size_t count = 1) {
+template <typename T> base::Block<T> allocate_zeroed(size_t count = 1) {
     void *block = calloc(std::max(count, size_t{1}), sizeof(T));
     if (block == nullptr)
         end_out_of_memory();
-    return Block<T>{static_cast<T *>(block)};
+    return base::Block<T>{static_cast<T *>(block)};
 }
 
 /// Runs the body of an exported operation that uses containers; no exception leaves it.

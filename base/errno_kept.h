@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-namespace tsh {
+namespace base {
 
 /// Gives errno back, when it goes, the value that it had.
 class ErrnoKept {
@@ -17,4 +17,4 @@ private:
     int reason_ = errno;
 };
 
-} // namespace tsh
+} // namespace base
