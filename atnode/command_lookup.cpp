@@ -9,6 +9,24 @@
 using tsh::trace;
 using tsh::traces_navigation;
 
+namespace {
+
+struct Descent {
+    const tree_node_t *node; // null where a word matched nothing
+    int32_t words_tried;
+};
+
+// From a node down, one level for each word, by a lookup of (node, word).
+template <typename Find>
+Descent descend(const tree_node_t *node, const str_list_t &words, const Find &find) {
+    int32_t tried = 0;
+    while (node != nullptr && tried < words.size)
+        node = find(node, words.str[tried++]);
+    return {node, tried};
+}
+
+} // namespace
+
 const tree_node_t *atnode_find_cmd_index(const tree_node_t *node, const char *cmdline) {
     const tsh::OwnedList words(strsplit(cmdline, " "));
     if (words == nullptr) {
@@ -16,10 +34,21 @@ const tree_node_t *atnode_find_cmd_index(const tree_node_t *node, const char *cm
             trace("Empty cmdline, index not found...\n");
         return nullptr;
     }
-    int32_t tried = 0;
-    while (node != nullptr && tried < words->size)
-        node = atnode_find_token(node, 0, words->str[tried++]);
-    if (tried < words->size && traces_navigation())
+    const auto find = [](const tree_node_t *parent, const char *word) {
+        return atnode_find_token(parent, 0, word);
+    };
+    const Descent descent = descend(node, *words, find);
+    if (descent.words_tried < words->size && traces_navigation())
         trace("Cmdline not parsed fully, index not found...\n");
-    return node;
+    return descent.node;
+}
+
+const tree_node_t *tsh_tree_find_words(const tsh_tree_t *tree, const tree_node_t *node,
+                                       const str_list_t *words) {
+    if (words == nullptr || words->size == 0)
+        return nullptr;
+    const auto find = [tree](const tree_node_t *parent, const char *word) {
+        return tsh_tree_find_token(tree, parent, 0, word);
+    };
+    return descend(node, *words, find).node;
 }
