@@ -1,7 +1,7 @@
 // Cursors: the path from the root, a step for each level.
 #include "atnode/cursor.h"
 
-#include "feature/tsh/src/owners_internal.h"
+#include "base/owners.h"
 
 #include <new>
 #include <utility>
@@ -17,7 +17,7 @@ struct Step {
 
 struct tsh_cursor_t {
     const tsh_tree_t *tree;
-    tsh::Block<Step> path; // a valid tree has no path of more steps than nodes
+    base::Block<Step> path; // a valid tree has no path of more steps than nodes
     uint32_t depth;
 };
 
@@ -30,7 +30,7 @@ const tree_node_t *node_at(const tsh_cursor_t &cursor, uint32_t level) {
 } // namespace
 
 tsh_cursor_t *tsh_cursor_new(const tsh_tree_t *tree) {
-    tsh::Block<Step> path{static_cast<Step *>(calloc(tsh_tree_node_count(tree), sizeof(Step)))};
+    base::Block<Step> path{static_cast<Step *>(calloc(tsh_tree_node_count(tree), sizeof(Step)))};
     if (path == nullptr)
         return nullptr;
     return new (std::nothrow) tsh_cursor_t{tree, std::move(path), 1};
