@@ -3,7 +3,7 @@
 
 #include "base/escape.h"
 #include "feature/tsh/src/trace.h"
-#include "param_reg/builtin_types.h"
+#include "param_reg/values.h"
 #include "treelink/attach_graph_internal.h"
 #include "treelink/attach_internal.h"
 #include "treelink/link_memory_internal.h"
@@ -12,7 +12,6 @@
 #include "treelink/sibling_order.h"
 
 #include <algorithm>
-#include <array>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -24,16 +23,12 @@ uint32_t tsh_current_position;
 
 namespace {
 
-// Parameters of these types may stand beside each other.
-constexpr std::array kSharedTypes{PARAM_TYPE_URI, PARAM_TYPE_INTERFACE};
-
 bool stand_for_same_word(const tree_node_t &existing, const tree_node_t &added) {
     if (existing.token[0] != '\0' || added.token[0] != '\0')
         return strcmp(existing.token, added.token) == 0;
     const uint32_t type = existing.params[0].type_mask;
     return existing.param_count != 0 && added.param_count != 0 &&
-           type == added.params[0].type_mask &&
-           std::ranges::find(kSharedTypes, type) == kSharedTypes.end();
+           type == added.params[0].type_mask && tsh_mask_may_repeat(nullptr, type) == 0;
 }
 
 void refuse(const tree_node_t &child, const tree_node_t &parent, const char *reason) {

@@ -2,10 +2,10 @@
 // is told twice, but keep no other word from being checked.
 #include "tools/ocmd_compile/grammar_checks.h"
 
-#include "param_reg/builtin_types.h"
+#include "param_reg/values.h"
 #include "tools/support/tree_input.h"
+#include "tools/support/types.h"
 #include "tools/support/utf8.h"
-#include "tools/support/value_types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -125,7 +125,7 @@ void same_word(const Run &run) {
             if (word == nullptr || !word->sound)
                 continue;
             const uint32_t mask = word->key.types[0];
-            const bool may_repeat = mask == PARAM_TYPE_URI || mask == PARAM_TYPE_INTERFACE;
+            const bool may_repeat = tsh_mask_may_repeat(nullptr, mask) != 0;
             const Link *other = nullptr;
             if (!word->key.token.empty())
                 other = keywords.emplace(word->key.token, &link).first->second;
@@ -173,7 +173,7 @@ void blank_in_word(const Run &run) {
 
 // As the record will hold it.
 int64_t bound_of(const Setting *setting, uint32_t type_mask) {
-    return tool::bound_of(type_mask,
+    return tsh_mask_bound(nullptr, type_mask,
                           setting == nullptr ? 0 : static_cast<int32_t>(setting->number[0]));
 }
 
@@ -184,7 +184,7 @@ void bounds(const Run &run) {
             const Setting *min = find_setting(document, word, "min", i);
             const Setting *max = find_setting(document, word, "max", i);
             const Setting *length = find_setting(document, word, "length", i);
-            if (length != nullptr && !tool::may_take_text(mask))
+            if (length != nullptr && !tool::may_have_length(mask))
                 run.tell(document, length->place,
                          "a length is for texts, " + quoted(tool::word_key({}, {&mask, 1})) +
                              " takes none");

@@ -1,6 +1,7 @@
 // Reading the key of a word from left to right: the keyword up to the first '<', then parameters.
 #include "tools/ocmd_compile/word_key.h"
 
+#include "param_reg/values.h"
 #include "tools/support/types.h"
 #include "tools/support/wording.h"
 
@@ -34,8 +35,8 @@ std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
         tell(text, quoted(text) + " is no type mask of 32 bits");
         return {};
     }
-    if (const param_reg_info_t *type = tool::find_type(text))
-        return type->id;
+    if (const tsh_type_t *type = tsh_type_by_name(nullptr, text.data(), text.size()))
+        return type->mask;
     if (text.empty())
         tell(text, "a parameter without a type");
     else
@@ -53,7 +54,7 @@ std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) 
         const std::optional<uint32_t> type = read_type(name, tell);
         if (!type)
             return {};
-        if (mask && tool::class_bits(*mask) != tool::class_bits(*type)) {
+        if (mask && tsh_mask_class(*mask) != tsh_mask_class(*type)) {
             tell(name, quoted(name) + " is of another class than " +
                            quoted(tool::types_text(*mask)) + ", a parameter takes one class");
             return {};

@@ -2,8 +2,8 @@
 // short for several fields, or speak of the parameters.
 #include "tools/ocmd_compile/word_reader.h"
 
+#include "param_reg/values.h"
 #include "tools/ocmd_compile/values.h"
-#include "tools/support/value_types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -197,7 +197,8 @@ void WordReader::add_missing_bounds() {
                 return setting.field == &field && setting.parameter == i;
             });
         };
-        const auto greatest = static_cast<uint32_t>(tool::greatest_bound(word().key.types[i - 1]));
+        const auto greatest =
+            static_cast<uint32_t>(tsh_mask_highest_bound(nullptr, word().key.types[i - 1]));
         if (find(min) != settings.end() && find(max) == settings.end())
             document_.settings.push_back({&max, i, find(min)->place, {}, {greatest, 0}});
     }
@@ -309,12 +310,12 @@ void WordReader::take_length(const Pair &pair) {
 
 void WordReader::take_lowest(const Pair &pair) {
     take_limit(pair, parameter_field("min"), INT32_MIN,
-               tool::greatest_bound(word().key.types[parameter_ - 1]));
+               tsh_mask_highest_bound(nullptr, word().key.types[parameter_ - 1]));
 }
 
 void WordReader::take_highest(const Pair &pair) {
     take_limit(pair, parameter_field("max"), INT32_MIN,
-               tool::greatest_bound(word().key.types[parameter_ - 1]));
+               tsh_mask_highest_bound(nullptr, word().key.types[parameter_ - 1]));
 }
 
 void WordReader::take_limit(const Pair &pair, const GrammarField &field, int64_t least,

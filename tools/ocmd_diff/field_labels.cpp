@@ -3,7 +3,6 @@
 
 #include "tools/support/grammar_fields.h"
 #include "tools/support/types.h"
-#include "tools/support/value_types.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
@@ -52,9 +51,9 @@ std::string value_text(const void *record, const GrammarField &field) {
 void add_bounds(const parameter_info_t &parameter, const std::string &name, Values &values) {
     const bool is_unbounded = parameter.int_min == 0 && parameter.int_max == 0;
     const auto add = [&](const char *key, int32_t bound) {
-        values.emplace_back(
-            name + key,
-            is_unbounded ? kNone : std::to_string(tool::bound_of(parameter.type_mask, bound)));
+        values.emplace_back(name + key, is_unbounded ? kNone
+                                                     : std::to_string(tsh_mask_bound(
+                                                           nullptr, parameter.type_mask, bound)));
     };
     if (tool::has_length(parameter)) {
         add(" length", parameter.int_min);

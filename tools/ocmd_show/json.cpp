@@ -98,7 +98,7 @@ private:
         if (field.kind == TSH_FIELD_FLAGS)
             list("flag_names", tool::flag_names(static_cast<uint32_t>(value)));
         else if (field.kind == TSH_FIELD_TYPES)
-            list("type_names", type_names(static_cast<uint32_t>(value)));
+            list("type_names", tool::names_of_types(static_cast<uint32_t>(value)));
     }
 
     static std::vector<uint32_t> positions(std::span<const uint8_t> bits) {
@@ -107,14 +107,6 @@ private:
             for (unsigned rest = bits[i]; rest != 0; rest &= rest - 1)
                 set.push_back(8 * i + static_cast<uint32_t>(std::countr_zero(rest)));
         return set;
-    }
-
-    static std::vector<std::string_view> type_names(uint32_t mask) {
-        std::vector<std::string_view> names;
-        for (const param_reg_info_t *type : tool::types_of(mask))
-            if (type != nullptr)
-                names.emplace_back(type->name);
-        return names;
     }
 
     // The elements in use, and the others up to the last that is not zero; usually none is.

@@ -1,12 +1,11 @@
 // Keys of words and of parameters, by the table of fields.
 #include "tools/ocmd_show/yaml_entries.h"
 
-#include "param_reg/param_registry.h"
 #include "tools/ocmd_show/record_bytes.h"
 #include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
-#include "tools/support/value_types.h"
+#include "tools/support/types.h"
 
 #include <algorithm>
 #include <array>
@@ -95,13 +94,13 @@ std::string value_of(const void *record, const GrammarField &field) {
 // Bounds. Those of a text are its longest length, which lies where a lowest value would.
 void add_bounds(Entries &entries, const parameter_info_t &parameter) {
     const uint32_t mask = parameter.type_mask;
-    const int64_t min = tool::bound_of(mask, parameter.int_min);
-    const int64_t max = tool::bound_of(mask, parameter.int_max);
+    const int64_t min = tsh_mask_bound(nullptr, mask, parameter.int_min);
+    const int64_t max = tsh_mask_bound(nullptr, mask, parameter.int_max);
     if (tool::has_length(parameter)) {
         add_entry(entries, "length", min == 0 ? "" : std::to_string(min));
         return;
     }
-    const bool to_the_greatest = min != 0 && max == tool::greatest_bound(mask);
+    const bool to_the_greatest = min != 0 && max == tsh_mask_highest_bound(nullptr, mask);
     add_entry(entries, "min", min == 0 ? "" : std::to_string(min));
     add_entry(entries, "max", (min == 0 && max == 0) || to_the_greatest ? "" : std::to_string(max));
 }

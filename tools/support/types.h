@@ -1,7 +1,7 @@
-// Parameter types by name: the registry as the tools use it.
+// Parameter types as the tools name them.
 #pragma once
 
-#include "param_reg/param_registry.h"
+#include "param_reg/values.h"
 
 #include <cstdint>
 #include <string>
@@ -10,25 +10,23 @@
 
 namespace tool {
 
-/// Fills the registry with the built-in types, once per process. Without memory throws
-/// std::bad_alloc.
+/// Registers the built-in types, once per process, for the library's listing of command lines.
+/// Throws std::bad_alloc without memory.
 void register_types();
 
-/// The bits of a type mask that tell family and class; types of different classes do not mix.
-uint32_t class_bits(uint32_t mask);
-
-/// The type of this name, ignoring case; null when there is none. Needs register_types.
-const param_reg_info_t *find_type(std::string_view name);
-
-/// The types of a mask, one for each of its type bits from the lowest on; null for one that is not
-/// registered. Needs register_types.
-std::vector<const param_reg_info_t *> types_of(uint32_t mask);
-
-/// All registered names, in the registry's order.
+/// The names of all built-in types.
 std::vector<std::string_view> type_names();
 
-/// A mask as a grammar writes it between angle brackets: names joined by " | ", or the number when
-/// the registry cannot name all of it.
+/// The names of the built-in types of a mask, lowest type bit first.
+std::vector<std::string_view> names_of_types(uint32_t mask);
+
+/// A mask as a grammar spells it between angle brackets.
 std::string types_text(uint32_t mask);
+
+/// Whether a mask may include a type whose values have a maximum length.
+bool may_have_length(uint32_t mask);
+
+/// Whether the bounds that a parameter stores can be a maximum length, 0 (none) included.
+bool has_length(const parameter_info_t &parameter);
 
 } // namespace tool
