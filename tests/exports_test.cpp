@@ -11,6 +11,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <span>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -89,6 +90,56 @@ TEST(Exports, RecordsAreReadByTheirTables) {
     EXPECT_EQ(numbers_in(table(tsh_parameter_fields), &node.params[1]),
               "type_mask=1074790401 intf_mask=1 intf_mask:0 int_min=-2 int_max=9 ");
     EXPECT_EQ(1U << table(tsh_node_flags).back().bit, TREE_FLAG_EXCLUDED_ALSO);
+}
+
+std::string type_of(const tsh_field_t &field) {
+    std::ostringstream type;
+    if (field.kind == TSH_FIELD_TEXT || field.kind == TSH_FIELD_BYTES)
+        return field.kind == TSH_FIELD_TEXT ? "string" : "bytes";
+    if (field.width == 1)
+        return "bit array";
+    if (field.kind == TSH_FIELD_PARAMETERS)
+        type << "parameter";
+    else
+        type << (field.kind == TSH_FIELD_SIGNED ? "int" : "uint") << 8 * field.width;
+    if (field.count > 1)
+        type << '[' << field.count << ']';
+    return type.str();
+}
+
+// The first four columns of a page's rows that begin with a number.
+std::string documented(const char *heading, const char *end) {
+    const std::string page = harness::read_file(TEST_FILES "/../doc/files.md");
+    const size_t from = page.find(heading);
+    std::istringstream lines(page.substr(from, page.find(end, from) - from));
+    std::string rows;
+    for (std::string line; std::getline(lines, line);) {
+        size_t bar = 0;
+        for (int column = 0; column < 4 && bar != std::string::npos; ++column)
+            bar = line.find('|', bar + 1);
+        if (line.size() > 2 && isdigit(line[2]) != 0)
+            rows.append(line, 0, bar) += "|\n";
+    }
+    return rows;
+}
+
+std::string described(std::span<const tsh_field_t> fields) {
+    std::ostringstream rows;
+    for (const tsh_field_t &field : fields)
+        rows << "| " << field.offset << " | " << field.width * field.count << " | " << field.name
+             << " | " << type_of(field) << " |\n";
+    return rows.str();
+}
+
+TEST(Exports, ThePageOnFilesDescribesEveryFieldAndFlag) {
+    EXPECT_EQ(documented("## The node record", "All other bits"),
+              described(table(tsh_node_fields)));
+    EXPECT_EQ(documented("A parameter:", "- Strings"), described(table(tsh_parameter_fields)));
+    std::ostringstream flags;
+    for (const tsh_flag_t &flag : table(tsh_node_flags))
+        flags << "| " << flag.bit << " | 0x" << std::hex << (1U << flag.bit) << std::dec << " | "
+              << flag.name << " | " << flag.effect << " |\n";
+    EXPECT_EQ(documented("All other bits", "A parameter:"), flags.str());
 }
 
 TEST(Exports, TheMainTreeHasAPlaceOfItsOwn) {
