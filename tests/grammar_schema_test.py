@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The schema and the compiler agree: grammar_schema_test.py SOURCE OCMD_COMPILE
 
-They know the same keys, accept the example grammars and the first example of the format's
-description, and both refuse the same mistakes.
+They know the same keys with the same limits, accept the example grammars and the first example of
+the format's description, and refuse the same mistakes.
 """
 import glob
 import json
@@ -67,11 +67,47 @@ for name, text in good.items():
     expect(name, not schema_faults(text), schema_faults(text))
     expect(name, not compiler_faults(text), compiler_faults(text))
 
+
+
+def limits(definition):
+    """The longest text, the most bytes, the highest numbers and elements that a definition allows."""
+    while "$ref" in definition:
+        *_, name = definition["$ref"].split("/")
+        definition = schema["$defs"].get(name) or schema["$defs"]["parameter"]["properties"][name]
+    for choice in [definition] + definition.get("anyOf", []):
+        if "maxLength" in choice:
+            yield "text", choice["maxLength"]
+        elif "maximum" in choice:
+            yield "number", choice["maximum"]
+        elif "maximum" in choice.get("items", {}):
+            yield "element", choice["items"]["maximum"]
+        elif "{0," in choice.get("pattern", ""):
+            yield "bytes", int(re.search(r"\{0,(\d+)\}", choice["pattern"])[1])
+        elif "$ref" in choice:
+            yield from limits(choice)
+
+
+forms = {"text": lambda limit: "x" * limit, "bytes": lambda limit: "'" + "0f" * limit + "'",
+         "number": str, "element": "[{}]".format}
+frames = {"keys_of_words": "words: {a<UINT64>: {KEY: VALUE}}",
+          "submode": "words: {a: {submode: {KEY: VALUE}}}",
+          "parameter": "words: {a<UINT64>: {parameters: [{KEY: VALUE}]}}"}
+checked = 0
+for definition, frame in frames.items():
+    for key, value in schema["$defs"][definition]["properties"].items():
+        word = frame.replace("KEY", key).replace("UINT64", "STRING" if key == "length" else "UINT64")
+        for kind, limit in limits(value):
+            text = word.replace("VALUE", forms[kind](limit))
+            expect("highest value: " + text, not schema_faults(text), schema_faults(text))
+            expect("highest value: " + text, not compiler_faults(text), compiler_faults(text))
+            text = word.replace("VALUE", forms[kind](limit + 1))
+            expect("value too high seen by the schema: " + text, schema_faults(text))
+            expect("value too high seen by the compiler: " + text, compiler_faults(text))
+            checked += 1
+expect("keys with limits", checked >= 32, checked)
+
 for text in ("words: {a: {hlep: x, command: f}}",
-             "words: {a: {help: " + 64 * "x" + ", command: f}}",
              "words: {a: {command: f, optional: maybe}}",
-             "words: {a: {command: f, permissions: [128]}}",
-             "words: {a: {command: f, message_type: 65536}}",
              "words: {a: {submode: {mode: m, name: n}}}",
              "words: {<INTEGER>: {min: 1, length: 2, command: f}}",
              "words: {a<INTEGER>b: f}",
