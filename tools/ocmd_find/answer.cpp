@@ -179,8 +179,8 @@ Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution
     } else if (resolution.end->candidates().empty()) {
         refusal.what += " is too much: nothing can follow here";
     } else if (reading.value != nullptr) {
-        refusal.what +=
-            " is no " + printable(word_of(forest, *reading.value)) + ": " + reading.value_fault;
+        refusal.what = "invalid " + printable(word_of(forest, *reading.value)) + " " +
+                       refusal.what + ": " + reading.value_fault;
         refusal.is_unknown = reading.value->keyword.empty();
     } else {
         refusal.what += " is unknown here";

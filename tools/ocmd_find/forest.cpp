@@ -9,7 +9,7 @@
 
 namespace find {
 
-Forest::Forest(const tool::TreeFile &file) {
+Forest::Forest(const tool::TreeFile &file, const tsh_types_t *types) : types_(types) {
     size_t next_root = 0;
     for (const tool::TreeRecord &record : file.records()) {
         const auto root = static_cast<NodeNumber>(next_root);

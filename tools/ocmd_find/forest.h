@@ -1,6 +1,7 @@
 // The nodes of all trees of a file under one numbering.
 #pragma once
 
+#include "param_reg/values.h"
 #include "tools/support/tree_input.h"
 
 #include <cstdint>
@@ -12,8 +13,11 @@ using NodeNumber = uint32_t;
 
 class Forest {
 public:
-    /// Takes a file with sound trees, which must outlive this.
-    explicit Forest(const tool::TreeFile &file);
+    /// Takes a file with valid trees and the types of its parameters, null for the built-in ones.
+    /// Both must outlive this.
+    explicit Forest(const tool::TreeFile &file, const tsh_types_t *types = nullptr);
+
+    [[nodiscard]] const tsh_types_t *types() const { return types_; }
 
     [[nodiscard]] const tree_node_t &node(NodeNumber number) const;
 
@@ -33,6 +37,7 @@ private:
     };
     [[nodiscard]] const Tree &tree_of(NodeNumber number) const;
 
+    const tsh_types_t *types_;
     std::vector<Tree> trees_;
     std::vector<NodeNumber> first_;
 };

@@ -124,7 +124,7 @@ private:
         Candidate candidate{way, std::move(keyword), value, {}};
         const tree_node_t &node = forest_.node(way.node);
         if (value < node.param_count)
-            candidate.check.emplace(node.params[value]);
+            candidate.check.emplace(forest_.types(), node.params[value]);
         junction_.candidates_.push_back(std::move(candidate));
     }
 

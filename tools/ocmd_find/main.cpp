@@ -1,5 +1,6 @@
 // ocmd_find: which command of a tree a line is, and whether a saved configuration is made of such.
 #include "base/owners.h"
+#include "param_reg/values.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/forest.h"
 #include "tools/ocmd_find/line_finder.h"
@@ -16,6 +17,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <new>
 #include <span>
 #include <string>
 #include <unistd.h>
@@ -35,6 +37,7 @@ using tool::TreeFile;
 
 constexpr std::array kOptions{
     Option{0, "config", "SAVED", "Check every line of a saved configuration; may be repeated."},
+    Option{0, "any-value", nullptr, "Accept any word as a value without numeric bounds."},
 };
 
 constexpr tool::Program kProgram{
@@ -44,6 +47,17 @@ constexpr tool::Program kProgram{
     "accept. FILE is a main par file or a subtree file. The status is 0 when every line is known,\n"
     "1 when one is not or the tree has faults, and 2 in case of trouble.",
     kOptions};
+
+using Types = std::unique_ptr<tsh_types_t, base::Releaser<tsh_types_free>>;
+
+// Bounds and lengths are still checked.
+Types types_without_forms() {
+    Types types{tsh_types_new()};
+    if (types == nullptr)
+        throw std::bad_alloc{};
+    tsh_types_ignore_forms(types.get());
+    return types;
+}
 
 constexpr Status kKnown = tool::kDone;
 constexpr Status kUnknown = tool::kFaults;
@@ -130,7 +144,8 @@ Status find_lines(const CommandLine &line) {
     }
     const TreeFile file = tool::open_sound(operands[0]);
     tool::register_types();
-    const Forest forest{file};
+    const Types types = line.has("any-value") ? types_without_forms() : nullptr;
+    const Forest forest{file, types.get()};
     LineFinder finder{forest};
     return line.has("config") ? check_configs(finder, line) : answer(finder, operands.subspan(1));
 }

@@ -1,36 +1,29 @@
-// What may stand in a line for a parameter.
+// Check of the values of one parameter.
 #pragma once
 
-#include "parse_tree/tree_node.h"
-#include "tools/support/value_types.h"
+#include "param_reg/values.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace find {
 
-/// The check of values of one parameter. Integers, and ranges and lists of them, have to be written
-/// as such and to lie within the bounds; texts have a greatest length; any word does for other
-/// types. Bounds that are both 0 are none, and so is a length below 1.
+/// The values of one parameter, by a handle of types. Both must outlive this.
 class ValueCheck {
 public:
-    /// Types are known by the registry, which must be filled.
-    explicit ValueCheck(const parameter_info_t &parameter);
+    ValueCheck(const tsh_types_t *types, const parameter_info_t &parameter)
+        : types_(types), parameter_(&parameter) {}
 
     /// Whether a value is all that is left of its line.
-    [[nodiscard]] bool takes_rest() const { return takes_rest_; }
+    [[nodiscard]] bool takes_rest() const;
 
-    /// What is wrong with a value, or nothing: one of the parameter's types has to accept it.
+    /// Why a value is refused, or nothing.
     [[nodiscard]] std::optional<std::string> fault_of(std::string_view value) const;
 
 private:
-    std::vector<const tool::ValueType *> types_; // empty when any word does
-    bool takes_rest_ = false;
-    int32_t int_min_;
-    int32_t int_max_;
+    const tsh_types_t *types_;
+    const parameter_info_t *parameter_;
 };
 
 } // namespace find
