@@ -1,5 +1,5 @@
-// The checks, one function each. Words in which faults were found are passed by, so that no mistake
-// is told twice, but keep no other word from being checked.
+// The checks, one function each. Invalid words are skipped, so that no error is reported twice; all
+// other words are still checked.
 #include "tools/ocmd_compile/grammar_checks.h"
 
 #include "param_reg/values.h"
@@ -24,10 +24,10 @@ using tool::kRedirectRoot;
 using tool::Level;
 using tool::quoted;
 
-constexpr const char *kSoundWord = "the word is understood";
-constexpr const char *kSoundTree = "the document is understood";
+constexpr const char *kSoundWord = "the word is valid";
+constexpr const char *kSoundTree = "the document is valid";
 
-// What one check works with.
+// Input and output of one check.
 struct Run {
     const Grammar &grammar;
     bool main;
@@ -48,7 +48,7 @@ bool is_whole(const Document &document) {
     return document.complete && std::ranges::all_of(document.words, &Word::sound);
 }
 
-// Calls with every document and each of its words that is understood.
+// Calls the function with every document and each of its valid words.
 template <typename Call> void for_each_word(const Run &run, const Call &call) {
     for (const Document &document : run.grammar.documents)
         for (const Word &word : document.words)
@@ -56,7 +56,7 @@ template <typename Call> void for_each_word(const Run &run, const Call &call) {
                 call(document, word);
 }
 
-// Calls with every list of words, once for each, shared or not.
+// Calls the function once for every list of words, shared or not.
 template <typename Call> void for_each_list(const Run &run, const Call &call) {
     for (const Document &document : run.grammar.documents) {
         std::unordered_set<uint32_t> seen;
@@ -107,15 +107,14 @@ void duplicate_name(const Run &run) {
             return;
         const auto [other, named] = first->second;
         run.tell(document, word.name_place,
-                 "the name " + quoted(word.name) + " is taken" +
-                     (word.name_given ? "" : ", and made here from the path of words"),
-                 {{other->file, named->name_place, "also defined here"}});
+                 "duplicate node name " + quoted(word.name) +
+                     (word.name_given ? "" : " (generated from the path of words)"),
+                 {{other->file, named->name_place, "first defined here"}});
     });
 }
 
-// The linker's rule for conflicting nodes, which look-ups follow as well: keywords are told apart
-// by their keyword alone, parameters by the first type, and several INTERFACE or URI may stand
-// together.
+// The linker's rule for conflicting nodes, which lookups follow as well: keywords differ by their
+// keyword alone, parameters by their first type, and several INTERFACE or URI are allowed.
 void same_word(const Run &run) {
     for_each_list(run, [&](const Document &document, std::span<const Link> links) {
         std::unordered_map<std::string_view, const Link *> keywords;
@@ -133,9 +132,9 @@ void same_word(const Run &run) {
                 other = parameters.emplace(mask, &link).first->second;
             if (other != nullptr && other != &link && other->child != link.child)
                 run.tell(document, link.place,
-                         spelled(*word) + " stands for the same word as " +
-                             spelled(document.words[other->child]) + " beside it",
-                         {{document.file, other->place, "which stands here"}});
+                         spelled(*word) + " and its sibling " +
+                             spelled(document.words[other->child]) + " match the same word",
+                         {{document.file, other->place, "sibling defined here"}});
         }
     });
 }
@@ -143,19 +142,19 @@ void same_word(const Run &run) {
 void dead_end(const Run &run) {
     constexpr uint32_t kEnds = TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE;
     for (const Document &document : run.grammar.documents) {
-        std::unordered_set<uint32_t> behind_redirect;
+        std::unordered_set<uint32_t> redirect_roots;
         for (const Word &word : document.words)
             if (word.name == kRedirectRoot)
                 for (const Link &link : document.links_of(word))
-                    behind_redirect.insert(link.child);
+                    redirect_roots.insert(link.child);
         for (uint32_t i = document.is_root ? 1 : 0; i < document.words.size(); ++i) {
             const Word &word = document.words[i];
-            const bool waits_for_words = word.name_given && !run.main;
-            if (document.complete && word.sound && word.link_count == 0 && !waits_for_words &&
+            const bool may_be_attach_point = word.name_given && !run.main;
+            if (document.complete && word.sound && word.link_count == 0 && !may_be_attach_point &&
                 (flags_of(document, word) & kEnds) == 0 && word.name != kRedirectRoot &&
-                !behind_redirect.contains(i))
+                !redirect_roots.contains(i))
                 run.tell(document, word.place,
-                         "no command ends at " + spelled(word) + " or below it");
+                         "dead end: no command ends at " + spelled(word) + " or at a descendant");
         }
     }
 }
@@ -166,12 +165,12 @@ void blank_in_word(const Run &run) {
             word.key.token, [](char c) { return c == ' ' || tool::is_control(c); });
         if (blank && !word.exact_token)
             run.tell(document, word.place,
-                     "a keyword with a blank can never be typed; words below a word stand under "
-                     "'words'");
+                     "keyword contains a space or control character; put following words "
+                     "under 'words'");
     });
 }
 
-// As the record will hold it.
+// A bound as the record will store it.
 int64_t bound_of(const Setting *setting, uint32_t type_mask) {
     return tsh_mask_bound(nullptr, type_mask,
                           setting == nullptr ? 0 : static_cast<int32_t>(setting->number[0]));
@@ -186,16 +185,15 @@ void bounds(const Run &run) {
             const Setting *length = find_setting(document, word, "length", i);
             if (length != nullptr && !tool::may_have_length(mask))
                 run.tell(document, length->place,
-                         "a length is for texts, " + quoted(tool::word_key({}, {&mask, 1})) +
-                             " takes none");
+                         "'length' is not allowed for " + quoted(tool::word_key({}, {&mask, 1})) +
+                             "; only string types have a length");
             if (length != nullptr || max == nullptr || bound_of(min, mask) <= bound_of(max, mask))
                 continue;
             if (min == nullptr)
-                run.tell(document, max->place,
-                         "the highest value is below 0, the lowest when none is given");
+                run.tell(document, max->place, "'max' is less than the default 'min', 0");
             else
-                run.tell(document, min->place, "the lowest value is greater than the highest",
-                         {{document.file, max->place, "which stands here"}});
+                run.tell(document, min->place, "'min' is greater than 'max'",
+                         {{document.file, max->place, "'max' is given here"}});
         }
     });
 }
@@ -204,11 +202,12 @@ void message_type(const Run &run) {
     for_each_word(run, [&](const Document &document, const Word &word) {
         const Setting *type = find_setting(document, word, "message_type");
         if (type != nullptr && type->number[0] > UINT8_MAX)
-            run.tell(document, type->place, "message types go from 0 to 255");
+            run.tell(document, type->place, "message type out of range; expected 0 to 255");
     });
 }
 
-// The loader looks for it behind the first child of the root, and goes on at its first child.
+// The loader looks for this node after the first child of the root; its first child becomes the
+// redirect root.
 void redirect_root(const Run &run) {
     for (const Document &document : run.grammar.documents) {
         const bool to_be_loaded = run.main || (document.is_root && document.wants_redirect_root);
@@ -216,7 +215,7 @@ void redirect_root(const Run &run) {
             !document.words[0].sound)
             continue;
         const std::span<const Link> links = document.links_of(document.words[0]);
-        if (links.size() > TREE_MAX_CHILDREN) // told, and there is no room for another
+        if (links.size() > TREE_MAX_CHILDREN) // reported, and there is no capacity for another
             continue;
         const auto found = std::find_if(
             links.begin() + (links.empty() ? 0 : 1), links.end(), [&](const Link &link) {
@@ -224,14 +223,14 @@ void redirect_root(const Run &run) {
             });
         if (found == links.end())
             run.tell(document, document.place,
-                     "the root has no 'tsh_redirect_root' behind its first word, so that no tree "
-                     "with it can be loaded");
+                     "root has no 'tsh_redirect_root' after its first word; the tree cannot be "
+                     "loaded");
         else if (document.words[found->child].link_count == 0)
-            run.tell(document, found->place, "'tsh_redirect_root' has no node below it");
+            run.tell(document, found->place, "'tsh_redirect_root' has no child");
     }
 }
 
-// Heights come from below, in the order in which the words were finished.
+// Heights are computed bottom-up, in the order in which the words were finished.
 void depth(const Run &run) {
     for (const Document &document : run.grammar.documents) {
         if (!is_whole(document))
@@ -248,8 +247,8 @@ void depth(const Run &run) {
                     return levels[link.child];
                 }).child;
         run.tell(document, document.words[i].place,
-                 std::to_string(levels[0]) + " levels, of which " +
-                     std::to_string(TREE_MAX_LEVELS) + " are walked; here are more");
+                 "tree has " + std::to_string(levels[0]) + " levels, the limit is " +
+                     std::to_string(TREE_MAX_LEVELS) + "; the limit is exceeded here");
     }
 }
 
@@ -270,12 +269,12 @@ void unknown_attach_point(const Run &run) {
         for (const std::string_view name : tool::attach_names(document.attach_path))
             if (!names.contains(name))
                 run.tell(document, document.attach_place,
-                         "no node of these files is named " + quoted(name));
+                         "unknown attach point " + quoted(name) + "; no input file defines it");
 }
 
 void always(const Run &run) {
     for (const Document &document : run.grammar.documents)
-        run.tell(document, document.place, "here is a document");
+        run.tell(document, document.place, "document starts here");
 }
 
 struct Row {
@@ -287,31 +286,33 @@ constexpr std::array kTable{
     Row{{"duplicate-name", Level::kError, kSoundWord, "Two nodes of one tree have the same name."},
         duplicate_name},
     Row{{"same-word", Level::kError, kSoundWord,
-         "Two siblings stand for the same word, so that one can never be reached."},
+         "Two siblings match the same word, so one of them is unreachable."},
         same_word},
     Row{{"blank-in-word", Level::kError, kSoundWord,
-         "A keyword has a blank in it and is not tagged !bytes."},
+         "A keyword contains a space or a control character and is not tagged !bytes."},
         blank_in_word},
     Row{{"bounds", Level::kError, kSoundWord,
-         "The lowest value of a parameter is greater than its highest, or a length is given where "
-         "no text is taken."},
+         "The minimum of a parameter exceeds its maximum, or 'length' is given for a type that "
+         "cannot be a string."},
         bounds},
     Row{{"redirect-root", Level::kError, kSoundWord,
-         "The root lacks what a main tree is loaded by."},
+         "The root has no child \"tsh_redirect_root\" after its first child, or that node has no "
+         "child."},
         redirect_root},
     Row{{"dead-end", Level::kWarning, kSoundWord,
-         "A word below which no command ends. Words with a name of their own, to which other "
-         "files may attach, are passed by without --main."},
+         "No command ends at a word or at a descendant. Without --main, named words are skipped, "
+         "because other files may attach words to them."},
         dead_end},
     Row{{"depth", Level::kWarning, kSoundTree,
-         "The tree has more than 256 levels, which the shell does not walk whole."},
+         "The tree has more than 256 levels; the shell does not traverse deeper levels "
+         "completely."},
         depth},
-    Row{{"message-type", Level::kWarning, kSoundWord, "A message type is above 255."},
+    Row{{"message-type", Level::kWarning, kSoundWord, "A message type is greater than 255."},
         message_type},
     Row{{"missing-help", Level::kOff, kSoundWord, "A word has no help text."}, missing_help},
-    Row{{"unknown-attach-point", Level::kOff, "", "An attach point is no node of the files given."},
+    Row{{"unknown-attach-point", Level::kOff, "", "No input file defines the attach point."},
         unknown_attach_point},
-    Row{{"always", Level::kOff, "", "Finds every document; for trying these options."}, always},
+    Row{{"always", Level::kOff, "", "Reports every document; for testing these options."}, always},
 };
 
 } // namespace
@@ -330,7 +331,7 @@ void check(const Grammar &grammar, bool main, const tool::CheckLevels &levels, M
         if (levels.of(i) == Level::kOff)
             continue;
         const Severity severity =
-            levels.of(i) == Level::kError ? Severity::kFault : Severity::kWarning;
+            levels.of(i) == Level::kError ? Severity::kError : Severity::kWarning;
         kTable[i].run({grammar, main, kTable[i].check.name, severity, messages});
     }
 }

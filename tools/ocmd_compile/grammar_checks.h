@@ -1,5 +1,4 @@
-// What is asked of a grammar beyond being understood: named checks, each of which can be a fault, a
-// warning, or off.
+// Named checks of valid grammars, each of which can be an error, a warning, or off.
 #pragma once
 
 #include "tools/ocmd_compile/grammar.h"
@@ -13,8 +12,8 @@ namespace compiler {
 /// The table of checks.
 std::span<const tool::Check> grammar_checks();
 
-/// Makes all checks that are on and tells what they find.
-/// @param main whether a main tree is to be made, to which nothing will be attached.
+/// Runs all enabled checks and reports their findings.
+/// @param main whether the output is a main tree, to which nothing will be attached.
 void check(const Grammar &grammar, bool main, const tool::CheckLevels &levels, Messages &messages);
 
 } // namespace compiler

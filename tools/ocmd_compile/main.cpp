@@ -1,7 +1,7 @@
-// ocmd_compile: makes subtree files, or a main par file, from grammars.
+// ocmd_compile: compiles grammars into subtree files, or into a main par file.
 //
-// Read, understand, check, lay out, write: every file goes through the first three whatever was
-// found before, so that one run tells all; the last two follow only when nothing is wrong.
+// Stages: read, understand, check, lay out, write. The first three run for every file, so that one
+// run reports all errors; the last two run only if there are none.
 #include "base/owners.h"
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_compile/grammar.h"
@@ -40,21 +40,20 @@ using compiler::SourceFile;
 using tool::CommandLine;
 
 constexpr std::array kOptions{
-    tool::Option{
-        'o', "output", "OUT",
-        "Write to this file, - for standard output; else each FILE.yaml becomes FILE.par."},
-    tool::Option{0, "main", nullptr, "Make a main par file of one document."},
+    tool::Option{'o', "output", "OUT",
+                 "Write to OUT (- for standard output). Default: FILE.par for each FILE.yaml."},
+    tool::Option{0, "main", nullptr, "Compile one document into a main par file."},
     tool::kStrictOption,
     tool::kWarnOption,
     tool::kErrorOption,
     tool::kListChecksOption,
-    tool::Option{0, "list-keys", nullptr, "List the keys of the format and end."},
+    tool::Option{0, "list-keys", nullptr, "Print all keys of the grammar format and exit."},
 };
 
 constexpr tool::Program kProgram{
     "ocmd_compile", "GRAMMAR.yaml...",
-    "Makes subtree files from grammars written in YAML, one record from each document, or a main\n"
-    "par file from one document. Every mistake is told; where there is one, nothing is written.",
+    "Compiles YAML grammars into subtree files (one record per document), or one document into a\n"
+    "main par file. All errors are reported; on error, no file is written.",
     kOptions};
 
 void list_keys() {
@@ -73,18 +72,18 @@ void understand(const SourceFile &file, size_t most_words, Grammar &grammar, Mes
         grammar.documents.push_back(
             compiler::understand(yaml, most_words, grammar.texts, messages));
     if (grammar.documents.size() == documents && messages.faults() == faults)
-        messages.fault(file, {}, "there is no document in this file");
+        messages.fault(file, {}, "file contains no YAML document");
 }
 
-// A main tree has a root, and nothing to be attached to.
+// Reports documents that cannot become a main tree: a second one, or one with attach points.
 void want_one_root(const Grammar &grammar, Messages &messages) {
     for (const Document &document : grammar.documents) {
         if (&document != grammar.documents.data())
             messages.fault(*document.file, document.place,
-                           "a main tree is made of one document, here is another");
+                           "more than one document; --main accepts exactly one");
         if (!document.attach_path.empty())
             messages.fault(*document.file, document.attach_place,
-                           "a main tree is attached to nothing");
+                           "'below' is not allowed with --main");
     }
 }
 
@@ -139,7 +138,7 @@ void write(std::span<const Document> documents, const std::string &path, bool ma
     output.commit();
 }
 
-// Documents stand in the order of their files, each of which has some.
+// Documents are in the order of their files; every file has at least one.
 void write_each_file(std::span<const Document> documents, bool main) {
     while (!documents.empty()) {
         const SourceFile *file = documents.front().file;
@@ -153,7 +152,7 @@ void write_each_file(std::span<const Document> documents, bool main) {
 
 // ---- The run ----
 
-// The files that are read, under whatever names.
+// The input files, by identity instead of name.
 class Inputs {
 public:
     explicit Inputs(std::span<char *const> paths) {
@@ -170,7 +169,7 @@ public:
 private:
     using Identity = std::pair<dev_t, ino_t>;
 
-    // Of a file that can be replaced.
+    // The identity of a regular file.
     static std::optional<Identity> identity(const char *path) {
         struct stat file {};
         if (stat(std::string_view{path} == "-" ? "/dev/stdin" : path, &file) != 0 ||
@@ -182,24 +181,24 @@ private:
     std::set<Identity> files_;
 };
 
-// What is written must hit no file that is read. Without a name for the output each file gives one.
+// Refuses outputs that would overwrite an input or each other.
 void check_outputs(const CommandLine &line, const char *given) {
     const Inputs inputs{line.operands()};
     if (given != nullptr) {
         if (inputs.have(given))
-            tool::refuse("%s: would be replaced by what is made of it", given);
+            tool::refuse("%s: output would overwrite an input file", given);
         return;
     }
     std::unordered_set<std::string> outputs;
     for (const char *input : line.operands()) {
         if (std::string_view{input} == "-")
-            tool::refuse("standard input has no name to make the output's from: -o is missing");
+            tool::refuse("cannot derive an output name from standard input; use -o");
         const std::string output = output_for(input);
         if (inputs.have(output))
-            tool::refuse("%s: would be replaced by what is made of %s: -o is missing",
-                         output.c_str(), input);
+            tool::refuse("%s: output of %s would overwrite an input file; use -o", output.c_str(),
+                         input);
         if (!outputs.insert(output).second)
-            tool::refuse("%s: two files would be written to %s", input, output.c_str());
+            tool::refuse("%s: another input also produces %s; use -o", input, output.c_str());
     }
 }
 
@@ -212,7 +211,7 @@ tool::Status compile(const CommandLine &line) {
     const char *output = line.value("output");
     const bool main = line.has("main");
     if (line.operands().empty())
-        tool::refuse("no grammar to compile");
+        tool::refuse("missing operand: GRAMMAR.yaml");
     check_outputs(line, output);
 
     tool::register_types();

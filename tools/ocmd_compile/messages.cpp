@@ -1,4 +1,4 @@
-// Messages as the user sees them.
+// Output of messages.
 #include "tools/ocmd_compile/messages.h"
 
 #include "tools/support/program.h"
@@ -16,17 +16,17 @@ namespace {
 using tool::is_inside_character;
 
 constexpr size_t kWindow = 96; // bytes of a long line that are shown
-constexpr size_t kLead = 32;   // of them, before the place
+constexpr size_t kLead = 32;   // of these, before the position
 
-constexpr size_t kMostInside = 3; // bytes of a character behind its first
+constexpr size_t kMostInside = 3; // continuation bytes of a character
 
-// Whether a cut there would split a character.
+// Returns whether truncating the line there would split a character.
 bool is_inside(std::string_view line, size_t place) {
     return place < line.size() && is_inside_character(line[place]);
 }
 
-// The part of a line that is shown: without the blanks at its start, whole when it is short. Bytes
-// that are no UTF-8 may look like one character without end.
+// Range of a line that is shown: without leading spaces, and complete if it is short. Invalid UTF-8
+// may look like one endless character.
 std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
     size_t begin = std::min(line.find_first_not_of(" \t"), column);
     if (column - begin > kWindow - kLead)
@@ -39,7 +39,8 @@ std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
     return {begin, end};
 }
 
-// The line of a place, and a caret below the place with a tilde for each further character.
+// Prints the source line, and below it a caret at the position with a tilde for each further
+// character.
 void show_line(const SourceFile &file, Place place) {
     const size_t number = file.position(place.begin).line;
     const std::string_view line = file.line(number);
@@ -68,23 +69,23 @@ void show_line(const SourceFile &file, Place place) {
             "", marks.c_str());
 }
 
-void tell_place(const SourceFile &file, Place place, const char *kind, const std::string &text) {
+void tell_place(const SourceFile &file, Place place, Severity severity, const std::string &text) {
     const Position at = file.position(place.begin);
-    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, kind, text.c_str());
+    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, tool::label(severity),
+               text.c_str());
     show_line(file, place);
 }
 
 void tell_message(const Message &message) {
-    const char *kind = message.severity == Severity::kWarning ? "warning: " : "";
-    tell_place(*message.file, message.place, kind, message.text);
+    tell_place(*message.file, message.place, message.severity, message.text);
     for (const Note &note : message.notes)
-        tell_place(*note.file, note.place, "", note.text);
+        tell_place(*note.file, note.place, Severity::kNote, note.text);
 }
 
 } // namespace
 
 void Messages::add(Message message) {
-    faults_ += message.severity == Severity::kFault ? 1 : 0;
+    faults_ += message.severity == Severity::kError ? 1 : 0;
     const auto known = std::find_if(files_.rbegin(), files_.rend(), [&](const FileMessages &file) {
         return file.file == message.file;
     });
@@ -98,7 +99,7 @@ void Messages::add(Message message) {
 
 void Messages::fault(const SourceFile &file, Place place, std::string text,
                      std::vector<Note> notes) {
-    add({Severity::kFault, &file, place, std::move(text), std::move(notes)});
+    add({Severity::kError, &file, place, std::move(text), std::move(notes)});
 }
 
 void Messages::tell() const {
@@ -109,7 +110,7 @@ void Messages::tell() const {
         std::ranges::stable_sort(ordered, {}, [](const Message *m) { return m->place.begin; });
         std::ranges::for_each(ordered, [](const Message *m) { tell_message(*m); });
         if (of_file.others > 0)
-            tool::tell("%s: %zu further messages are not shown", of_file.file->name().c_str(),
+            tool::tell("%s: %zu more messages not shown", of_file.file->name().c_str(),
                        of_file.others);
     }
 }

@@ -1,17 +1,18 @@
-// What is wrong with grammars, collected over all files and told at the end: file, line, column,
-// what, and the line itself with the place underlined.
+// Errors and warnings of all files, collected and printed at the end: file, line, column, label,
+// text, and the source line with the position underlined.
 #pragma once
 
 #include "tools/ocmd_compile/source_file.h"
+#include "tools/support/program.h"
 
 #include <string>
 #include <vector>
 
 namespace compiler {
 
-enum class Severity : uint8_t { kWarning, kFault };
+using tool::Severity;
 
-/// Another place that a message speaks of.
+/// Another position that a message refers to, with a sentence of its own.
 struct Note {
     const SourceFile *file;
     Place place;
@@ -31,11 +32,11 @@ public:
     void add(Message message);
     void fault(const SourceFile &file, Place place, std::string text, std::vector<Note> notes = {});
 
-    /// How many faults there are, those included that are not kept.
+    /// Number of errors, including those that are not kept.
     [[nodiscard]] size_t faults() const { return faults_; }
 
-    /// Tells all messages on standard error, file by file, in the order of their places. Of one
-    /// file, the first kMostPerFile are told and the others counted.
+    /// Prints all messages to standard error, file by file, in the order of their positions. Prints
+    /// the first kMostPerFile messages of each file and the number of the others.
     void tell() const;
 
     static constexpr size_t kMostPerFile = 100;
@@ -47,7 +48,7 @@ private:
         size_t others;
     };
 
-    std::vector<FileMessages> files_; // in the order in which they were first spoken of
+    std::vector<FileMessages> files_; // in the order of their first message
     size_t faults_ = 0;
 };
 

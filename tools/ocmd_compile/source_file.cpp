@@ -28,7 +28,7 @@ bool ends_line(std::string_view bytes, size_t i) {
 }
 
 [[noreturn]] void cannot_read(const std::string &name) {
-    tool::fail("%s: cannot be read: %s", name.c_str(), strerror(errno));
+    tool::fail("%s: cannot read: %s", name.c_str(), strerror(errno));
 }
 
 // Bytes to make room for: those of the file and one more, at which its end is seen.
@@ -54,8 +54,7 @@ std::string read_whole(int descriptor, const std::string &name) {
             cannot_read(name);
         known += static_cast<size_t>(std::max<ssize_t>(count, 0));
         if (known > kMostBytes)
-            tool::fail("%s: is larger than %zu bytes, too large for a grammar", name.c_str(),
-                       kMostBytes);
+            tool::fail("%s: file too large (limit: %zu bytes)", name.c_str(), kMostBytes);
     }
 }
 

@@ -96,7 +96,8 @@ Document Understanding::whole() {
     out_.file = yaml_.file;
     out_.place = yaml_[0].place;
     if (yaml_[0].kind != YamlKind::kMapping) {
-        values_.fault(out_.place, "a document is a mapping of keys such as 'below' and 'words'");
+        values_.fault(out_.place,
+                      "invalid document; expected a mapping of keys such as 'below' and 'words'");
         return std::move(out_);
     }
     out_.is_root = !has_below();
@@ -151,16 +152,20 @@ void Understanding::take_below(const Pair &pair) {
     out_.attach_place = values_.place_of(pair);
     out_.attach_path = names_below(pair);
     if (out_.attach_path.size() > kMostPathBytes)
-        values_.fault_at(pair, "attach points of " + std::to_string(out_.attach_path.size()) +
-                                   " bytes, there is room for " + std::to_string(kMostPathBytes));
+        values_.fault_at(pair,
+                         "attach points too long: " + std::to_string(out_.attach_path.size()) +
+                             " bytes (limit: " + std::to_string(kMostPathBytes) + ")");
     else if (tool::attach_names(out_.attach_path).size() > kMostAttachPoints)
-        values_.fault_at(pair, "more than " + std::to_string(kMostAttachPoints) + " attach points");
+        values_.fault_at(
+            pair, "too many attach points (limit: " + std::to_string(kMostAttachPoints) + ")");
     else if (out_.attach_path.find('\0') != std::string::npos)
-        values_.fault_at(pair, "a text with a zero byte");
+        values_.fault_at(pair, "string contains a NUL byte");
 }
 
 std::string Understanding::names_below(const Pair &pair) {
-    const auto expected = [] { return std::string{"'below' takes the name of a node, or a list"}; };
+    const auto expected = [] {
+        return std::string{"invalid 'below'; expected a node name, or a list of node names"};
+    };
     if (values_.kind(pair) != YamlKind::kSequence)
         return std::string{values_.text(pair, expected).value_or("")};
     std::string path;
@@ -170,7 +175,8 @@ std::string Understanding::names_below(const Pair &pair) {
             continue;
         if (name->empty() || name->size() >= TREE_NAME_SIZE ||
             name->find(',') != std::string_view::npos)
-            values_.fault_at(item, "an attach point is a name of 1 to 63 bytes without a comma");
+            values_.fault_at(
+                item, "invalid attach point; expected a name of 1 to 63 bytes without a comma");
         (path += path.empty() ? "" : ",") += *name;
     }
     return path;
@@ -178,7 +184,7 @@ std::string Understanding::names_below(const Pair &pair) {
 
 void Understanding::take_number(const Pair &pair, uint32_t &number) {
     const auto expected = [&] {
-        return quoted(values_.key(pair).text) + " takes a number from 0 to " +
+        return "invalid " + quoted(values_.key(pair).text) + "; expected 0 to " +
                std::to_string(UINT32_MAX);
     };
     const auto text = values_.text(pair, expected);
@@ -191,7 +197,8 @@ void Understanding::take_number(const Pair &pair, uint32_t &number) {
 
 void Understanding::take_redirect_root(const Pair &pair) {
     const auto expected = [] {
-        return std::string{"'redirect_root' takes yes or no, in a document without 'below'"};
+        return std::string{
+            "invalid 'redirect_root'; expected yes or no, in a document without 'below'"};
     };
     const auto text = values_.text(pair, expected);
     const std::optional<bool> wanted = text ? read_yes_no(*text) : std::nullopt;
@@ -209,8 +216,8 @@ void Understanding::tell_unknown(const Pair &pair) {
     else
         known.emplace_back("words");
     values_.unknown_key(pair, "of a document", known,
-                        is_of_words ? ", it belongs to the word at the top"
-                        : values_.kind(pair) == YamlKind::kMapping ? ", words stand under 'words'"
+                        is_of_words ? "; it belongs to the top-level word"
+                        : values_.kind(pair) == YamlKind::kMapping ? "; put words under 'words'"
                                                                    : "");
 }
 
@@ -237,7 +244,7 @@ void Understanding::begin_subtree(const std::optional<Pair> &words) {
         return;
     const Place place = count == 0 ? out_.place : values_.key_place(open_.back().pairs[1]);
     values_.fault(place,
-                  "a subtree has one word at its top, this one has " + std::to_string(count));
+                  "a subtree must have exactly one top-level word, found " + std::to_string(count));
 }
 
 // A main tree is loaded only with such a node; that it stands right is for the checks.
@@ -288,9 +295,9 @@ void Understanding::add_links(uint32_t parent, const Pair &words, const std::str
         links.second = static_cast<uint32_t>(open.pairs.size());
         if (open.pairs.size() > TREE_MAX_CHILDREN)
             values_.fault_at_key(open.pairs[TREE_MAX_CHILDREN],
-                                 std::to_string(open.pairs.size()) +
-                                     " words below one word, there is room for " +
-                                     std::to_string(TREE_MAX_CHILDREN));
+                                 "too many words: " + std::to_string(open.pairs.size()) +
+                                     " (limit: " + std::to_string(TREE_MAX_CHILDREN) +
+                                     " per word)");
         out_.links.resize(out_.links.size() + open.pairs.size(), {kNoWord, {}});
         if (yaml_[list].anchored)
             links_of_.emplace(list, links);
@@ -310,10 +317,12 @@ std::vector<Pair> Understanding::words_in(const Pair &list) {
         if (pairs.size() == 1)
             words.push_back(pairs.front());
         else if (values_.kind(item) != YamlKind::kBroken)
-            values_.fault_at(item, "an item of a list of words is a mapping with one word");
+            values_.fault_at(item,
+                             "invalid item in a list of words; expected a mapping with one word");
     }
     if (values_.kind(list) == YamlKind::kScalar && !values_.is_empty(list))
-        values_.fault_at(list, "'words' takes a mapping of words, or a list of such");
+        values_.fault_at(list,
+                         "invalid 'words'; expected a mapping of words, or a list of mappings");
     return words;
 }
 
@@ -348,8 +357,8 @@ uint32_t Understanding::word_below(const OpenList &list, const Pair &pair) {
     if (const auto known = word_of_.find(value); known != word_of_.end())
         return key ? shared_word(list, pair, *key, known->second) : kNoWord;
     if (out_.words.size() == most_words_) {
-        values_.fault_at_key(pair,
-                             "more than " + std::to_string(most_words_) + " nodes in one tree");
+        values_.fault_at_key(pair, "too many nodes (limit: " + std::to_string(most_words_) +
+                                       " per tree)");
         too_many_ = true;
         return kNoWord;
     }
@@ -367,17 +376,18 @@ uint32_t Understanding::shared_word(const OpenList &list, const Pair &pair, cons
     const Word &shared = out_.words[word];
     if (shared.sound && !(shared.key == key)) {
         values_.fault_at_key(pair,
-                             "the alias is the word " +
+                             "alias of word " +
                                  quoted(tool::word_key(shared.key.token, shared.key.masks())) +
-                                 ", which is not what its key says",
-                             {values_.note(shared.place, "it stands here")});
+                                 " used with a different key",
+                             {values_.note(shared.place, "the word is defined here")});
         return kNoWord;
     }
     const size_t before = std::min<size_t>(list.next - 1, TREE_MAX_CHILDREN);
     for (const Link &link : std::span{out_.links}.subspan(list.first_link, before))
         if (link.child == word)
-            values_.fault_at_key(pair, "the same node stands twice below one word",
-                                 {values_.note(link.place, "first here")});
+            values_.fault_at_key(pair,
+                                 "duplicate child: the same node is attached twice to one word",
+                                 {values_.note(link.place, "first attached here")});
     return word;
 }
 
@@ -434,7 +444,7 @@ void Understanding::take_marks(uint32_t index, const Pair &list) {
     const Positions positions = positions_below(out_.words[index]);
     const auto expected = [] {
         return std::string{
-            "'marked' takes a list of words below this one, or names of their nodes"};
+            "invalid 'marked'; expected a list of child words, or names of their nodes"};
     };
     if (values_.kind(list) != YamlKind::kSequence)
         values_.fault_at(list, expected());
@@ -447,10 +457,9 @@ void Understanding::take_marks(uint32_t index, const Pair &list) {
         if (found == positions.end()) // a made name looks like a word, but is spelled otherwise
             found = positions.find(*text);
         if (found == positions.end())
-            values_.fault_at(item, "there is no " + quoted(*text) + " below this word");
+            values_.fault_at(item, "this word has no child " + quoted(*text));
         else if (found->second == kSeveral)
-            values_.fault_at(item, "several words below are " + quoted(*text) +
-                                       ", give the name of the node");
+            values_.fault_at(item, quoted(*text) + " is ambiguous here; use the node name");
         else
             marks.bits[found->second / 8] |= static_cast<uint8_t>(1U << found->second % 8);
     }

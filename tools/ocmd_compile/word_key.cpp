@@ -1,4 +1,4 @@
-// Reading the key of a word from left to right: the keyword up to the first '<', then parameters.
+// Parser for the key of a word: the keyword up to the first '<', then parameters.
 #include "tools/ocmd_compile/word_key.h"
 
 #include "param_reg/values.h"
@@ -24,7 +24,7 @@ std::string_view trimmed(std::string_view text) {
     return text;
 }
 
-// One alternative between angle brackets: a name or a mask in hexadecimal.
+// Parses one alternative between angle brackets: a type name or a mask in hexadecimal.
 std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
     if (text.starts_with("0x") || text.starts_with("0X")) {
         uint32_t mask = 0;
@@ -32,20 +32,20 @@ std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
             std::from_chars(text.data() + 2, text.data() + text.size(), mask, 16);
         if (error == std::errc{} && end == text.data() + text.size())
             return mask;
-        tell(text, quoted(text) + " is no type mask of 32 bits");
+        tell(text, "invalid type mask " + quoted(text) + "; expected a 32-bit number");
         return {};
     }
     if (const tsh_type_t *type = tsh_type_by_name(nullptr, text.data(), text.size()))
         return type->mask;
     if (text.empty())
-        tell(text, "a parameter without a type");
+        tell(text, "missing parameter type");
     else
         tell(text,
              "unknown parameter type " + quoted(text) + tool::suggestion(text, tool::type_names()));
     return {};
 }
 
-// What stands between '<' and '>': types of one class, separated by '|'.
+// Parses the text between '<' and '>': types of one class, separated by '|'.
 std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) {
     std::optional<uint32_t> mask;
     for (;;) {
@@ -55,8 +55,8 @@ std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) 
         if (!type)
             return {};
         if (mask && tsh_mask_class(*mask) != tsh_mask_class(*type)) {
-            tell(name, quoted(name) + " is of another class than " +
-                           quoted(tool::types_text(*mask)) + ", a parameter takes one class");
+            tell(name, "types " + quoted(tool::types_text(*mask)) + " and " + quoted(name) +
+                           " belong to different classes; a parameter has one class");
             return {};
         }
         mask = mask.value_or(0) | *type;
@@ -66,20 +66,21 @@ std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) 
     }
 }
 
-// Everything from the first '<' on.
+// Parses everything from the first '<' on.
 bool read_parameters(std::string_view text, WordKey &key, const TellPart &tell) {
     while (!text.empty()) {
         const size_t close = text.find('>');
         if (text.front() != '<' || close == std::string_view::npos) {
-            tell(text, text.front() == '<' ? "a '>' is missing"
-                                           : "only parameters may stand behind a parameter");
+            tell(text, text.front() == '<'
+                           ? "missing '>'"
+                           : "unexpected text after a parameter; expected '<TYPE>'");
             return false;
         }
         const std::optional<uint32_t> mask = read_types(text.substr(1, close - 1), tell);
         if (!mask)
             return false;
         if (key.parameter_count == TREE_MAX_PARAMS) {
-            tell(text, "more than two parameters at one position");
+            tell(text, "too many parameters (limit: 2)");
             return false;
         }
         key.types[key.parameter_count++] = *mask;
@@ -105,8 +106,7 @@ std::optional<std::string> read_bytes(std::string_view text, const TellPart &tel
                                        g_ascii_xdigit_value(code[3]));
             i += 3;
         } else {
-            tell(code, "in !bytes a backslash stands before x and two digits, or before another "
-                       "backslash");
+            tell(code, "invalid escape in !bytes; expected '\\xNN' or '\\\\'");
             return {};
         }
     }
@@ -128,17 +128,16 @@ std::optional<WordKey> read_word_key(std::string_view text, bool bytes, TextStor
         key.token = texts.keep(*token);
     }
     if (key.token.size() > kMostBytes) {
-        tell(text.substr(0, bracket), "a keyword of " + std::to_string(key.token.size()) +
-                                          " bytes, there is room for " +
-                                          std::to_string(kMostBytes));
+        tell(text.substr(0, bracket), "keyword too long: " + std::to_string(key.token.size()) +
+                                          " bytes (limit: " + std::to_string(kMostBytes) + ")");
         return {};
     }
     if (text.empty()) {
-        tell(text, "an empty key is no word; a node without a word is written <>");
+        tell(text, "empty key; write <> for a node without a word");
         return {};
     }
     if (key.token.find('\0') != std::string_view::npos) {
-        tell(text, "a keyword with a zero byte");
+        tell(text, "keyword contains a NUL byte");
         return {};
     }
     if (!read_parameters(text.substr(bracket), key, tell))

@@ -36,26 +36,25 @@ unsigned bits_of(const GrammarField &field) {
 }
 
 std::string expected_of(const GrammarField &field) {
-    const std::string takes = quoted(field.key) + " takes ";
-    const std::string number =
-        "a number from 0 to " + std::to_string((uint64_t{1} << bits_of(field) % 64) - 1);
+    const std::string expected = "invalid " + quoted(field.key) + "; expected ";
+    const std::string number = "0 to " + std::to_string((uint64_t{1} << bits_of(field) % 64) - 1);
     switch (field.kind) {
     case FieldKind::kText:
-        return takes + "a text";
+        return expected + "a string";
     case FieldKind::kNumber:
-        return takes + number;
+        return expected + number;
     case FieldKind::kYesNo:
-        return takes + "yes, no or " + number;
+        return expected + "yes, no or " + number;
     case FieldKind::kFlag:
-        return takes + "yes or no";
+        return expected + "yes or no";
     case FieldKind::kSet:
-        return takes + "a list of numbers from 0 to " + std::to_string(bits_of(field) - 1) +
+        return expected + "a list of numbers from 0 to " + std::to_string(bits_of(field) - 1) +
                ", or a mask";
     case FieldKind::kSigned: // read by their own rules
     case FieldKind::kBytes:
         break;
     }
-    return takes + "up to " + std::to_string(field.size) + " bytes in hexadecimal";
+    return expected + "up to " + std::to_string(field.size) + " bytes in hexadecimal";
 }
 
 // The number that a text stands for in a field of that kind.
@@ -143,7 +142,8 @@ WordReader::Rest WordReader::read(const Pair &pair) {
     if (values_.kind(pair) == YamlKind::kMapping)
         take_all(word_rules(), pair, "of a word");
     else if (values_.kind(pair) == YamlKind::kSequence)
-        values_.fault_at(pair, "a word takes a mapping of keys, or the function of its command");
+        values_.fault_at(pair,
+                         "invalid value of a word; expected a mapping of keys, or a function name");
     else if (!values_.is_empty(pair))
         take_command(pair);
     return end();
@@ -182,7 +182,7 @@ void WordReader::take_all(const Rules &rules, const Pair &mapping, const char *w
         const bool looks_like_word =
             &rules == &word_rules() && values_.kind(pair) == YamlKind::kMapping;
         values_.unknown_key(pair, where, keys_of(rules),
-                            looks_like_word ? ", words stand under 'words'" : "");
+                            looks_like_word ? "; put words under 'words'" : "");
     }
 }
 
@@ -231,11 +231,10 @@ void WordReader::take_field(const Pair &pair, const GrammarField &field) {
 
 void WordReader::take_text(const Pair &pair, const GrammarField &field, std::string_view text) {
     if (text.size() >= field.size)
-        values_.fault_at(pair, "a text of " + std::to_string(text.size()) + " bytes, " +
-                                   quoted(field.key) + " has room for " +
-                                   std::to_string(field.size - 1));
+        values_.fault_at(pair, quoted(field.key) + " too long: " + std::to_string(text.size()) +
+                                   " bytes (limit: " + std::to_string(field.size - 1) + ")");
     else if (text.find('\0') != std::string_view::npos)
-        values_.fault_at(pair, "a text with a zero byte");
+        values_.fault_at(pair, "string contains a NUL byte");
     else
         add(pair, field, text, {});
 }
@@ -261,10 +260,10 @@ void WordReader::add(const Pair &pair, const GrammarField &field, std::string_vi
         const std::string_view other = known.field->key;
         if (field.kind != FieldKind::kFlag || known.number != number)
             values_.fault_at(pair,
-                             quoted(field.key) + (other == field.key
-                                                      ? " is said twice"
-                                                      : " cannot stand beside " + quoted(other)),
-                             {values_.note(known.place, "and here")});
+                             other == field.key ? quoted(field.key) + " is given more than once"
+                                                : quoted(other) + " and " + quoted(field.key) +
+                                                      " cannot be combined",
+                             {values_.note(known.place, "also given here")});
         return;
     }
     document_.settings.push_back({&field, parameter_, values_.place_of(pair), text, number});
@@ -288,7 +287,8 @@ void WordReader::take_command(const Pair &pair) {
     const YamlNode &value = values_.value(pair);
     if (value.kind == YamlKind::kScalar && value.text.empty()) {
         values_.fault_at(pair,
-                         "a command without a function; 'terminal: yes' ends one that has none");
+                         "'command' requires a function name; use 'terminal: yes' for a command "
+                         "without a function");
         return;
     }
     take_field(pair, kCommand);
@@ -321,7 +321,7 @@ void WordReader::take_highest(const Pair &pair) {
 void WordReader::take_limit(const Pair &pair, const GrammarField &field, int64_t least,
                             int64_t greatest) {
     const auto expected = [&] {
-        return quoted(field.key) + " takes a number from " + std::to_string(least) + " to " +
+        return "invalid " + quoted(field.key) + "; expected " + std::to_string(least) + " to " +
                std::to_string(greatest);
     };
     const auto text = values_.text(pair, expected);
@@ -340,10 +340,10 @@ void WordReader::take_bound(const Pair &pair) {
         take_by(parameter_rules(), pair);
         parameter_ = 0;
     } else if (word().sound) {
-        values_.fault_at_key(pair, quoted(values_.key(pair).text) +
-                                       (count == 0 ? " is for a word with a parameter"
-                                                   : " of one of two parameters stands under "
-                                                     "'parameters'"));
+        const std::string key = quoted(values_.key(pair).text);
+        values_.fault_at_key(pair, count == 0 ? key + " requires a parameter"
+                                              : "for a word with two parameters, give " + key +
+                                                    " under 'parameters'");
     }
 }
 
@@ -353,9 +353,9 @@ void WordReader::take_parameters(const Pair &pair) {
     if (values_.kind(pair) == YamlKind::kBroken || !word().sound)
         return;
     if (items.size() != count || count == 0) {
-        values_.fault_at_key(pair, "'parameters' takes a list of one mapping for each parameter of "
-                                   "the word, which has " +
-                                       std::to_string(count));
+        values_.fault_at_key(pair, "invalid 'parameters'; expected a list with one mapping per "
+                                   "parameter of the word (" +
+                                       std::to_string(count) + ")");
         return;
     }
     for (const Pair &item : items) {
@@ -363,7 +363,7 @@ void WordReader::take_parameters(const Pair &pair) {
         if (values_.kind(item) == YamlKind::kMapping)
             take_all(parameter_rules(), item, "of a parameter");
         else if (values_.kind(item) != YamlKind::kBroken && !values_.is_empty(item))
-            values_.fault_at(item, "a parameter is described by a mapping of keys");
+            values_.fault_at(item, "invalid parameter; expected a mapping of keys");
     }
     parameter_ = 0;
 }

@@ -343,7 +343,7 @@ struct YamlReader::Parser {
             node.of_bytes = true;
         else if (!is_plain_tag(tag))
             messages.fault(file, node.place,
-                           "unknown tag '" + std::string{tag} + "', !bytes for texts is known");
+                           "unknown tag '" + std::string{tag} + "'; expected !bytes");
     }
 
     void learn_anchor(YamlNode &node, uint32_t index, const yaml_char_t *anchor) {
@@ -367,7 +367,7 @@ struct YamlReader::Parser {
                                "' must come first");
         } else if (document[found->second].end == 0) {
             messages.fault(file, alias.place, "alias refers to a node that contains it",
-                           {{&file, document[found->second].place, "which begins here"}});
+                           {{&file, document[found->second].place, "the node begins here"}});
         } else {
             alias.kind = YamlKind::kAlias;
             alias.target = found->second;

@@ -91,7 +91,7 @@ std::vector<Pair> YamlValues::pairs(uint32_t mapping) {
         if (key(pair).kind == YamlKind::kScalar)
             pairs.push_back(pair);
         else if (key(pair).kind != YamlKind::kBroken)
-            fault_at_key(pair, "a key is a text");
+            fault_at_key(pair, "key must be a string");
     }
     const auto text = [&](const Pair &pair) { return tagged_text(pair); };
     std::vector<Pair> sorted = pairs;
@@ -108,8 +108,8 @@ std::vector<Pair> YamlValues::without_repeats(const std::vector<Pair> &pairs) {
         if (is_new)
             firsts.push_back(pair);
         else
-            fault_at_key(pair, "the key " + quoted(key(pair).text) + " stands twice",
-                         {note(first->second, "first here")});
+            fault_at_key(pair, "duplicate key " + quoted(key(pair).text),
+                         {note(first->second, "first used here")});
     }
     return firsts;
 }

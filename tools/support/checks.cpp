@@ -39,7 +39,7 @@ size_t CheckLevels::find(std::string_view name) const {
     std::vector<std::string_view> names;
     for (const Check &check : table_)
         names.emplace_back(check.name);
-    refuse("no check is called '%s'%s", std::string{name}.c_str(), suggestion(name, names).c_str());
+    refuse("unknown check '%s'%s", std::string{name}.c_str(), suggestion(name, names).c_str());
 }
 
 void CheckLevels::list() const {

@@ -1,5 +1,4 @@
-// Named checks: one table of a tool says which there are, and its command line how seriously each
-// is taken.
+// Named checks with a severity that options can change.
 #pragma once
 
 #include "tools/support/program.h"
@@ -16,27 +15,27 @@ enum class Level : uint8_t { kOff, kWarning, kError };
 /// One check of a tool's table.
 struct Check {
     const char *name;
-    Level level;       ///< Unless the command line says otherwise.
-    const char *needs; ///< What must hold before the check is made, in words; empty for nothing.
-    const char *finds; ///< What it finds, in words.
+    Level level;       ///< Default level.
+    const char *needs; ///< Precondition of the check, in words; empty if there is none.
+    const char *finds; ///< What the check reports, in words.
 };
 
 /// Options of every tool with checks; they go into its table of options.
 inline constexpr Option kWarnOption{'W', "warn", "NAME",
-                                    "Make a check a warning, or switch it off: -W no-NAME."};
-inline constexpr Option kErrorOption{'E', "error", "NAME", "Make a check a fault."};
-inline constexpr Option kStrictOption{0, "strict", nullptr, "Make every warning a fault."};
+                                    "Report check NAME as a warning; -W no-NAME disables it."};
+inline constexpr Option kErrorOption{'E', "error", "NAME", "Report check NAME as an error."};
+inline constexpr Option kStrictOption{0, "strict", nullptr, "Treat warnings as errors."};
 inline constexpr Option kListChecksOption{0, "list-checks", nullptr,
-                                          "List the checks with their levels and end."};
+                                          "Print all checks with their levels and exit."};
 
-/// How seriously each check of a table is taken in this run.
+/// Levels of all checks of a table in this run.
 class CheckLevels {
 public:
-    /// Applies the options in the order given; --strict counts last. A name that is no check is
-    /// refused. --list-checks is answered, and ends the run.
+    /// Applies the options in the order given, then --strict. Refuses an unknown name. Answers
+    /// --list-checks and exits.
     CheckLevels(std::span<const Check> table, const CommandLine &line);
 
-    /// Of the check at this place in the table.
+    /// Level of the check at this index.
     [[nodiscard]] Level of(size_t check) const { return levels_[check]; }
 
 private:

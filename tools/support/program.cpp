@@ -162,6 +162,11 @@ CommandLine parse(const Program &program, int argc, char **argv) {
     return line;
 }
 
+const char *label(Severity severity) {
+    constexpr std::array kLabels{"error: ", "warning: ", "note: "};
+    return kLabels[static_cast<size_t>(severity)];
+}
+
 const char *name_in_messages() {
     return program_name;
 }

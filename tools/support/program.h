@@ -1,6 +1,7 @@
 // The frame of every tool: its name in messages, its statuses, its options, and the end of a run.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -53,6 +54,16 @@ private:
     std::vector<Given> given_;
     std::span<char *const> operands_;
 };
+
+/// How serious a message about a position in an input file is.
+enum class Severity : uint8_t {
+    kError,
+    kWarning,
+    kNote, ///< A second position, or a detail, of the message before.
+};
+
+/// The label between position and text of such a message: "error: ", "warning: " or "note: ".
+const char *label(Severity severity);
 
 /// Ends a run from anywhere inside it, once its reason has been told.
 struct Stop {
