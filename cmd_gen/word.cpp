@@ -12,15 +12,24 @@ namespace {
 
 using Types = base::TextBuilder<tsh::kLongestTypes>;
 
-Types types_of(const parameter_info_t &param) {
-    Types types;
-    types << "<";
+// Empty for an unknown type.
+std::string_view name_of(uint32_t key, const tsh_types_t *types) {
+    if (types != nullptr) {
+        const tsh_type_t *type = tsh_type_by_mask(types, key);
+        return type == nullptr ? "" : type->name;
+    }
+    const param_reg_info_t *type = param_reg_info_get(key);
+    return type == nullptr ? "" : type->name;
+}
+
+Types types_of(const parameter_info_t &param, const tsh_types_t *types) {
+    Types names;
+    names << "<";
     tsh::TypeKeys keys{param.type_mask};
     while (const auto key = keys.next())
-        if (const param_reg_info_t *type = param_reg_info_get(*key))
-            types << type->name;
-    types << ">";
-    return types;
+        names << name_of(*key, types);
+    names << ">";
+    return names;
 }
 
 std::string_view mark_of(const tree_node_t &node) {
@@ -35,16 +44,17 @@ void add_token(Word &word, const tree_node_t &node) {
     word << std::string_view{node.token, strnlen(node.token, sizeof node.token)} << mark_of(node);
 }
 
-void add_param(Word &word, const tree_node_t &node, const parameter_info_t &param) {
-    word << types_of(param).text() << mark_of(node);
+void add_param(Word &word, const tree_node_t &node, const parameter_info_t &param,
+               const tsh_types_t *types) {
+    word << types_of(param, types).text() << mark_of(node);
 }
 
-Word spell(const tree_node_t &node) {
+Word spell(const tree_node_t &node, const tsh_types_t *types) {
     Word word;
     if (node.token[0] != '\0')
         add_token(word, node);
     for (const parameter_info_t &param : params_of(node))
-        add_param(word, node, param);
+        add_param(word, node, param, types);
     return word;
 }
 

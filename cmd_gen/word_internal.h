@@ -3,6 +3,7 @@
 
 #include "base/text_builder.h"
 #include "cmd_gen/word.h"
+#include "param_reg/values.h"
 #include "parse_tree/tree_node.h"
 
 #include <cstddef>
@@ -23,11 +24,13 @@ static_assert(kLongestWord + 1 == TSH_WORD_SIZE);
 
 using Word = base::TextBuilder<kLongestWord>;
 
-/// One piece with its mark.
+/// One piece with its mark. The names of types are those of a handle; without one, those of the
+/// registry.
 void add_token(Word &word, const tree_node_t &node);
-void add_param(Word &word, const tree_node_t &node, const parameter_info_t &param);
+void add_param(Word &word, const tree_node_t &node, const parameter_info_t &param,
+               const tsh_types_t *types = nullptr);
 
 /// The whole word; nothing for a node without token and parameters.
-Word spell(const tree_node_t &node);
+Word spell(const tree_node_t &node, const tsh_types_t *types = nullptr);
 
 } // namespace tsh

@@ -1,17 +1,17 @@
-// Answers are lines of a name, a colon and a value; words that may follow are lines of their own.
+// Properties are lines of a name, a colon and a value; words that may follow have lines of their
+// own.
 #include "tools/ocmd_find/answer.h"
 
-#include "tools/ocmd_find/trail.h"
-#include "tools/support/grammar_fields.h"
+#include "base/escape.h"
+#include "tools/support/command_lines.h"
 #include "tools/support/program.h"
-#include "tools/support/tree_shape.h"
 #include "tools/support/utf8.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 #include <set>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -19,48 +19,29 @@ namespace find {
 
 namespace {
 
+using base::escaped;
 using tool::printable;
 using tool::TextOutput;
-
-// Words with their help, each once.
-using Words = std::vector<std::pair<std::string, std::string>>;
 
 constexpr size_t kNameWidth = 12;
 constexpr size_t kWidestWord = 32; // that is lined up with others
 
-template <size_t N> std::string text_in(const char (&field)[N]) {
-    return printable(tool::text_of(field));
-}
-
-Words words_of(const Forest &forest, std::span<const Candidate *const> candidates) {
-    Words words;
-    std::set<Words::value_type> known;
-    for (const Candidate *candidate : candidates) {
-        Words::value_type word{printable(word_of(forest, *candidate)),
-                               text_in(forest.node(candidate->way.node).help)};
-        if (known.insert(word).second)
-            words.push_back(std::move(word));
-    }
-    return words;
-}
-
-Words words_after(const Forest &forest, const Junction &junction) {
-    std::vector<const Candidate *> candidates(junction.candidates().size());
-    std::ranges::transform(junction.candidates(), candidates.begin(),
-                           [](const Candidate &candidate) { return &candidate; });
-    return words_of(forest, candidates);
-}
-
-Words words_of(const Forest &forest, const std::vector<Match> &matches) {
-    std::vector<const Candidate *> candidates(matches.size());
-    std::ranges::transform(matches, candidates.begin(), &Match::candidate);
-    return words_of(forest, candidates);
-}
-
-std::string listed(const Words &words) {
+// Candidates with their help, each once. Of the node given, none: its last value is a LINE, which
+// could go on.
+std::string listed_candidates(const tsh_answer_t &answer, const tree_node_t *read = nullptr) {
+    std::vector<std::pair<std::string, std::string>> words;
+    std::set<std::pair<std::string, std::string>> known;
     size_t width = 0;
-    for (const auto &[word, help] : words)
-        width = std::max(width, std::min(word.size(), kWidestWord));
+    for (uint32_t n = 0; n < tsh_answer_candidate_count(&answer); ++n) {
+        const tsh_candidate_t *candidate = tsh_answer_candidate(&answer, n);
+        if (candidate->node == read)
+            continue;
+        std::pair word{escaped(candidate->text), escaped(candidate->node->help)};
+        if (!known.insert(word).second)
+            continue;
+        width = std::max(width, std::min(word.first.size(), kWidestWord));
+        words.push_back(std::move(word));
+    }
     std::string text;
     for (const auto &[word, help] : words) {
         text.append("  ").append(word);
@@ -71,11 +52,45 @@ std::string listed(const Words &words) {
     return text;
 }
 
-std::string in_a_row(const Words &words) {
-    std::string text;
-    for (const auto &[word, help] : words)
-        (text += text.empty() ? "" : ", ") += word;
-    return text;
+void add_word(std::string &line, std::string_view word) {
+    if (word.empty())
+        return;
+    // The byte behind a closing quote would belong to the word before it.
+    (line += line.empty() ? "" : line.ends_with('"') ? "  " : " ") += word;
+}
+
+// As ocmd_show --commands spells the command, words left out included.
+std::string command_of(const tsh_reading_t &reading) {
+    std::string line;
+    for (uint32_t i = 0; i < reading.path_count; ++i) {
+        const tree_node_t &node = *reading.path[i];
+        add_word(line, tool::word_of(node));
+        if (i + 1 < reading.path_count && (node.flags & TREE_FLAG_SUBMODE) != 0)
+            add_word(line, "/");
+    }
+    return line;
+}
+
+// As it was typed, keywords in full.
+std::string typed_line(const tsh_reading_t &reading, std::string_view typed) {
+    std::string line;
+    uint32_t level = 0;
+    for (uint32_t i = 0; i < reading.word_count; ++i) {
+        const tsh_word_t &word = reading.words[i];
+        for (; level < word.level; ++level)
+            add_word(line, "/");
+        const std::string_view text =
+            word.parameter < 0 ? std::string_view{word.text}
+                               : typed.substr(word.range.begin, word.range.end - word.range.begin);
+        const bool is_joined = i > 0 && reading.words[i - 1].range.end == word.range.begin &&
+                               word.parameter == 0 && reading.words[i - 1].node == word.node &&
+                               reading.words[i - 1].parameter < 0;
+        if (is_joined)
+            line += text;
+        else
+            add_word(line, text);
+    }
+    return line;
 }
 
 // A field without a value is left out.
@@ -84,55 +99,37 @@ void print_field(TextOutput &output, std::string_view name, std::string_view val
         return;
     output << name << ':';
     output.blanks(kNameWidth - name.size());
-    output << value << '\n';
+    output << escaped(value) << '\n';
 }
 
-void print_node(const Forest &forest, const Trail &trail, const Way &way, bool is_complete,
-                TextOutput &output) {
-    const tree_node_t &node = forest.node(way.node);
-    const bool is_submode = tool::is_submode(node);
-    print_field(output, "command", printable(trail.command));
-    print_field(output, "line", printable(trail.line));
+void print_reading(const FileGrammar &grammar, const tsh_reading_t &reading, std::string_view typed,
+                   TextOutput &output) {
+    const bool is_complete = reading.command != nullptr;
+    const tree_node_t &node = is_complete ? *reading.command : *reading.node;
+    print_field(output, "command", command_of(reading));
+    print_field(output, "line", typed_line(reading, typed));
     print_field(output, "complete", is_complete ? "yes" : "no");
     print_field(output, "node",
-                text_in(node.name) + " (" + std::to_string(forest.index_of(way.node)) + ")");
-    print_field(output, "help", text_in(node.help));
-    print_field(output, "function", text_in(node.func_id));
-    print_field(output, "mode", text_in(node.mode_id));
-    if (is_complete && is_submode)
-        print_field(output, "submode",
-                    node.submode_help[0] == '\0' ? "yes" : text_in(node.submode_help));
+                std::string{node.name} + " (" + std::to_string(grammar.index_of(node)) + ")");
+    print_field(output, "help", node.help);
+    print_field(output, "function", node.func_id);
+    print_field(output, "mode", node.mode_id);
+    if (reading.is_submode != 0)
+        print_field(output, "submode", node.submode_help[0] == '\0' ? "yes" : node.submode_help);
 }
 
-void print_following(std::string_view heading, const Forest &forest, const Junction &junction,
+void print_candidates(std::string_view heading, const tsh_answer_t &answer, const tree_node_t *read,
+                      TextOutput &output) {
+    const std::string candidates = listed_candidates(answer, read);
+    if (!candidates.empty())
+        output << heading << ":\n" << candidates;
+}
+
+void print_following(std::string_view heading, const tsh_context_t &context,
+                     const std::string &line, const tree_node_t *read, tsh_answer_t &answer,
                      TextOutput &output) {
-    if (!junction.candidates().empty())
-        output << heading << ":\n" << listed(words_after(forest, junction));
-}
-
-// Where a line stands that may not end yet.
-std::vector<Way> unfinished(const Junction &junction) {
-    std::vector<Way> ways;
-    for (uint32_t i = 0; i < junction.places().size(); ++i)
-        ways.push_back({junction.places()[i].node, i});
-    return ways;
-}
-
-// What of a line is to blame, and where it begins.
-struct Blamed {
-    std::string_view text;
-    size_t place;
-};
-
-// What was measured as a value, else the word.
-Blamed blamed_in(const TypedLine &line, const Resolution &resolution) {
-    const TypedWord &word = line.words()[resolution.word];
-    const Candidate *value = resolution.reading.value;
-    if (value == nullptr)
-        return {word.text, word.place};
-    if (value->check->takes_rest())
-        return {line.rest_from(resolution.word), line.place_with_quote(resolution.word)};
-    return {word.value(), word.place};
+    checked(tsh_complete(&context, line.data(), line.size(), line.size(), 0, &answer));
+    print_candidates(heading, answer, read, output);
 }
 
 // Columns of a terminal that a text takes up.
@@ -150,69 +147,72 @@ size_t width_of(const std::string &text) {
 
 } // namespace
 
-void print_answer(LineFinder &finder, const TypedLine &line, const Resolution &resolution,
-                  TextOutput &output) {
-    const Forest &forest = finder.forest();
-    const Junction &end = *resolution.end;
-    const bool is_complete = resolution.is_complete();
-    const std::vector<Way> ways = is_complete ? end.endings() : unfinished(end);
-    for (size_t i = 0; i < ways.size(); ++i) {
-        if (i > 0)
+tsh_verdict_t checked(tsh_verdict_t verdict) {
+    return verdict != TSH_NO_MEMORY ? verdict : throw std::bad_alloc{};
+}
+
+bool enter(tsh_context_t &context, const tsh_answer_t &answer) {
+    const int32_t result = tsh_context_enter(&context, &answer);
+    return result != -2 ? result == 0 : throw std::bad_alloc{};
+}
+
+tsh_verdict_t print_answer(const FileGrammar &grammar, std::string_view line, TextOutput &output) {
+    const ContextPtr context = grammar.new_context();
+    const AnswerPtr answer = grammar.new_answer();
+    const tsh_verdict_t verdict =
+        checked(tsh_resolve(context.get(), line.data(), line.size(), 0, answer.get()));
+    const tsh_reason_t reason = tsh_answer_reason(answer.get());
+    if (reason == TSH_REASON_TOO_MANY_WORDS || reason == TSH_REASON_ZERO_BYTE)
+        tool::fail("%s", tsh_answer_text(answer.get()));
+    if (verdict == TSH_REFUSED || verdict == TSH_AMBIGUOUS) {
+        print_refusal(*answer, line);
+        return verdict;
+    }
+    for (uint32_t n = 0; n < tsh_answer_reading_count(answer.get()); ++n) {
+        if (n > 0)
             output << '\n';
-        if (ways[i].node != Place::kStart)
-            print_node(forest, trail_of(forest, line, resolution, ways[i]), ways[i], is_complete,
-                       output);
+        print_reading(grammar, *tsh_answer_reading(answer.get(), n), line, output);
     }
-    print_following("follows", forest, end, output);
-    if (const JunctionPtr submode = finder.submode_after(end))
-        print_following("commands of the submode", forest, *submode, output);
+    if (verdict == TSH_INCOMPLETE) {
+        print_candidates("follows", *answer, nullptr, output);
+        output.flush();
+        tool::tell("%s", tsh_answer_text(answer.get()));
+    }
+    if (verdict != TSH_ACCEPTED)
+        return verdict;
+    std::string continued{line};
+    const AnswerPtr following = grammar.new_answer();
+    print_following("follows", *context, continued.append(line.ends_with('"') ? "  " : " "),
+                    tsh_answer_reading(answer.get(), 0)->node, *following, output);
+    if (enter(*context, *answer))
+        print_following("commands of the submode", *context, "", nullptr, *following, output);
+    return verdict;
 }
 
-Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
-    if (resolution.is_read)
-        return {"the command is not complete", line.text().size(), 0};
-    const Reading &reading = resolution.reading;
-    const Blamed blamed = blamed_in(line, resolution);
-    Refusal refusal{tool::quoted(printable(blamed.text)), blamed.place, blamed.text.size()};
-    if (!reading.ambiguous.empty()) {
-        refusal.what += " is ambiguous: " + in_a_row(words_of(forest, reading.ambiguous));
-    } else if (resolution.end->candidates().empty()) {
-        refusal.what += " is too much: nothing can follow here";
-    } else if (reading.value != nullptr) {
-        refusal.what = "invalid " + printable(word_of(forest, *reading.value)) + " " +
-                       refusal.what + ": " + reading.value_fault;
-        refusal.is_unknown = reading.value->keyword.empty();
-    } else {
-        refusal.what += " is unknown here";
-        refusal.is_unknown = true;
-    }
-    return refusal;
-}
-
-std::string suggestion_for(std::string_view word, std::span<const JunctionPtr> junctions) {
+std::string suggestion_for(const tsh_answer_t &answer, std::string_view line) {
+    const tsh_reason_t reason = tsh_answer_reason(&answer);
+    if (reason != TSH_REASON_UNKNOWN && reason != TSH_REASON_VALUE)
+        return "";
+    const tsh_range_t range = tsh_answer_range(&answer);
+    const std::string_view word = line.substr(range.begin, range.end - range.begin);
     std::vector<std::string_view> keywords;
-    for (const JunctionPtr &junction : junctions)
-        for (const Candidate &candidate : junction->candidates())
-            if (!candidate.keyword.empty())
-                keywords.push_back(candidate.keyword);
-    return printable(tool::suggestion(word, keywords));
+    for (uint32_t n = 0; n < tsh_answer_candidate_count(&answer); ++n)
+        if (const tsh_candidate_t *candidate = tsh_answer_candidate(&answer, n);
+            candidate->insert[0] != '\0' &&
+            (reason == TSH_REASON_UNKNOWN || !word.starts_with(candidate->insert)))
+            keywords.emplace_back(candidate->insert);
+    return escaped(tool::suggestion(word, keywords));
 }
 
-void tell_refusal(const Forest &forest, const TypedLine &line, const Resolution &resolution) {
-    const Refusal refusal = refusal_of(forest, line, resolution);
-    const std::string suggestion =
-        refusal.is_unknown
-            ? suggestion_for(line.words()[resolution.word].text, {&resolution.end, 1})
-            : "";
-    tool::tell("%s%s", refusal.what.c_str(), suggestion.c_str());
-    const std::string text = printable(line.text());
-    const size_t left = width_of(text.substr(0, refusal.place));
-    const size_t width = width_of(text.substr(refusal.place, refusal.length));
-    const Words words = resolution.reading.ambiguous.empty()
-                            ? words_after(forest, *resolution.end)
-                            : words_of(forest, resolution.reading.ambiguous);
+void print_refusal(const tsh_answer_t &answer, std::string_view line) {
+    tool::tell("%s%s", tsh_answer_text(&answer), suggestion_for(answer, line).c_str());
+    const tsh_range_t range = tsh_answer_range(&answer);
+    const std::string text = printable(line);
+    const size_t left = width_of(text.substr(0, range.begin));
+    const size_t width = width_of(text.substr(range.begin, range.end - range.begin));
     fprintf(stderr, "  %s\n  %s%s\n%s", text.c_str(), std::string(left, ' ').c_str(),
-            std::string(std::max<size_t>(width, 1), '^').c_str(), listed(words).c_str());
+            std::string(std::max<size_t>(width, 1), '^').c_str(),
+            listed_candidates(answer).c_str());
 }
 
 } // namespace find

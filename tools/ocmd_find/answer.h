@@ -1,38 +1,33 @@
-// What is told of a line: all about the command it is, or why it is none.
+// Output for a resolved or rejected command line.
 #pragma once
 
-#include "tools/ocmd_find/line_finder.h"
+#include "tools/ocmd_find/file_grammar.h"
 #include "tools/support/text_output.h"
 
-#include <cstddef>
-#include <span>
 #include <string>
 #include <string_view>
 
 namespace find {
 
-/// Writes all that is known of a line whose words were all taken, for each node it leads to, and
-/// what may follow.
-void print_answer(LineFinder &finder, const TypedLine &line, const Resolution &resolution,
-                  tool::TextOutput &output);
+/// Returns a verdict; throws std::bad_alloc for TSH_NO_MEMORY.
+tsh_verdict_t checked(tsh_verdict_t verdict);
 
-/// Why a line is no command, and which bytes of it are to blame; none when its end is.
-struct Refusal {
-    std::string what;
-    size_t place;
-    size_t length;
-    bool is_unknown = false; ///< They do not even begin with a word of the tree.
-};
+/// Enters the submode of an answer. @return whether it enters one. Without memory throws
+/// std::bad_alloc.
+bool enter(tsh_context_t &context, const tsh_answer_t &answer);
 
-/// The line must not be complete.
-Refusal refusal_of(const Forest &forest, const TypedLine &line, const Resolution &resolution);
+/// Resolves a typed line outside all submodes. Writes the properties of the command and what may
+/// follow to the output; of a line that is no command, an error message with the line, a caret
+/// below the word in question and what may stand there to standard error.
+/// @return the verdict.
+tsh_verdict_t print_answer(const FileGrammar &grammar, std::string_view line,
+                           tool::TextOutput &output);
 
-/// ", did you mean 'x'?" for the keyword that comes closest to a word at any of these junctions, or
-/// nothing.
-std::string suggestion_for(std::string_view word, std::span<const JunctionPtr> junctions);
+/// Writes why a line was not accepted to standard error, with the line, a caret and the candidates.
+void print_refusal(const tsh_answer_t &answer, std::string_view line);
 
-/// Writes the refusal to standard error, the line with a caret under what is to blame, and what
-/// may stand there.
-void tell_refusal(const Forest &forest, const TypedLine &line, const Resolution &resolution);
+/// Returns ", did you mean 'x'?" for the candidate nearest to the refused word; empty if there is
+/// none, or if the word is known.
+std::string suggestion_for(const tsh_answer_t &answer, std::string_view line);
 
 } // namespace find

@@ -1,9 +1,7 @@
-// ocmd_find: which command of a tree a line is, and whether a saved configuration is made of such.
+// ocmd_find: resolves command lines and checks saved configurations.
 #include "base/owners.h"
-#include "param_reg/values.h"
 #include "tools/ocmd_find/answer.h"
-#include "tools/ocmd_find/forest.h"
-#include "tools/ocmd_find/line_finder.h"
+#include "tools/ocmd_find/file_grammar.h"
 #include "tools/ocmd_find/saved_config.h"
 #include "tools/support/program.h"
 #include "tools/support/text_output.h"
@@ -12,22 +10,25 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <memory>
-#include <new>
 #include <span>
 #include <string>
+#include <string_view>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace find {
 
 namespace {
 
 using tool::CommandLine;
-using tool::fail;
 using tool::Option;
 using tool::refuse;
 using tool::Status;
@@ -37,27 +38,20 @@ using tool::TreeFile;
 
 constexpr std::array kOptions{
     Option{0, "config", "SAVED", "Check every line of a saved configuration; may be repeated."},
+    Option{0, "in", "LINE", "Begin configurations in the submode that this typed line enters."},
+    Option{0, "leave", "WORD,...", "Treat these words, too, as leaving one submode."},
+    Option{0, "leave-all", "WORD,...", "Treat these words, too, as leaving all submodes."},
     Option{0, "any-value", nullptr, "Accept any word as a value without numeric bounds."},
 };
 
 constexpr tool::Program kProgram{
     "ocmd_find", "FILE [WORD...]",
-    "Resolves an abbreviated line as the shell does and tells all about the command: \"/\" enters\n"
-    "a submode. With --config, tells every line of a saved configuration that the tree does not\n"
-    "accept. FILE is a main par file or a subtree file. The status is 0 when every line is known,\n"
-    "1 when one is not or the tree has faults, and 2 in case of trouble.",
+    "Resolves an abbreviated command line as the shell does and prints the command's properties;\n"
+    "\"/\" enters a submode. With --config, reports every line of a saved configuration that the\n"
+    "tree does not accept. FILE is a main par file or a subtree file. Exit status: 0 if every "
+    "line\n"
+    "is valid, 1 if a line or the tree is not, 2 on error.",
     kOptions};
-
-using Types = std::unique_ptr<tsh_types_t, base::Releaser<tsh_types_free>>;
-
-// Bounds and lengths are still checked.
-Types types_without_forms() {
-    Types types{tsh_types_new()};
-    if (types == nullptr)
-        throw std::bad_alloc{};
-    tsh_types_ignore_forms(types.get());
-    return types;
-}
 
 constexpr Status kKnown = tool::kDone;
 constexpr Status kUnknown = tool::kFaults;
@@ -73,25 +67,18 @@ std::string joined(std::span<char *const> words) {
     return text;
 }
 
-Status answer(LineFinder &finder, std::span<char *const> words) {
-    const TypedLine line{joined(words)};
-    if (line.words().empty())
-        refuse("no words to look up");
-    if (line.fault())
-        fail("%s", line.fault()->what.c_str());
-    const Resolution resolution = finder.resolve(finder.start(), line, true);
-    if (!resolution.is_read) {
-        tell_refusal(finder.forest(), line, resolution);
-        return kUnknown;
-    }
+Status answer(const FileGrammar &grammar, std::span<char *const> words) {
     TextOutput output;
-    print_answer(finder, line, resolution, output);
+    const std::string line = joined(words);
+    const tsh_verdict_t verdict = print_answer(grammar, line, output);
+    if (verdict == TSH_EMPTY)
+        refuse("no words to look up");
     output.flush();
-    return kKnown;
+    return verdict == TSH_ACCEPTED ? kKnown : kUnknown;
 }
 
 // A file that cannot be read does not keep the others from being checked.
-Status check_config(LineFinder &finder, const char *path, TextOutput &output) {
+Status check_config(ConfigCheck &config, const char *path, TextOutput &output) {
     const bool is_input = strcmp(path, "-") == 0;
     const std::unique_ptr<FILE, base::Releaser<fclose>> opened{is_input ? nullptr
                                                                         : fopen(path, "r")};
@@ -100,7 +87,6 @@ Status check_config(LineFinder &finder, const char *path, TextOutput &output) {
         return tool::kTrouble;
     }
     try {
-        ConfigCheck config{finder, output};
         const bool is_known =
             is_input ? config.check(stdin, "standard input") : config.check(opened.get(), path);
         output.flush();
@@ -110,12 +96,43 @@ Status check_config(LineFinder &finder, const char *path, TextOutput &output) {
     }
 }
 
-Status check_configs(LineFinder &finder, const CommandLine &line) {
+// In lower case.
+std::vector<std::string> words_in(std::string_view list) {
+    std::vector<std::string> words;
+    while (!list.empty()) {
+        const size_t end = std::min(list.find(','), list.size());
+        if (end > 0)
+            std::ranges::transform(list.substr(0, end), std::back_inserter(words.emplace_back()),
+                                   [](unsigned char c) { return std::tolower(c); });
+        list.remove_prefix(std::min(end + 1, list.size()));
+    }
+    return words;
+}
+
+// Words that are named take the meaning of the option, whatever they meant before.
+LeavingWords leaving_words(const CommandLine &line) {
+    LeavingWords words;
+    for (const CommandLine::Given &given : line.given()) {
+        if (given.name != "leave" && given.name != "leave-all")
+            continue;
+        for (std::string &word : words_in(given.value)) {
+            std::erase(words.one, word);
+            std::erase(words.all, word);
+            (given.name == "leave" ? words.one : words.all).push_back(std::move(word));
+        }
+    }
+    return words;
+}
+
+Status check_configs(const FileGrammar &grammar, const CommandLine &line) {
     TextOutput output;
+    const LeavingWords leaving = leaving_words(line);
+    const char *within = line.value("in");
+    ConfigCheck config{grammar, leaving, within == nullptr ? "" : within, output};
     Status status = kKnown;
     for (const CommandLine::Given &given : line.given())
         if (given.name == "config")
-            status = std::max(status, check_config(finder, given.value, output));
+            status = std::max(status, check_config(config, given.value, output));
     return status;
 }
 
@@ -142,12 +159,13 @@ Status find_lines(const CommandLine &line) {
             refuse("standard input cannot be both the tree and a configuration");
         keep_closed_input();
     }
+    for (const char *option : {"in", "leave", "leave-all"})
+        if (line.has(option) && !line.has("config"))
+            refuse("--%s without --config", option);
     const TreeFile file = tool::open_sound(operands[0]);
     tool::register_types();
-    const Types types = line.has("any-value") ? types_without_forms() : nullptr;
-    const Forest forest{file, types.get()};
-    LineFinder finder{forest};
-    return line.has("config") ? check_configs(finder, line) : answer(finder, operands.subspan(1));
+    const FileGrammar grammar{file, !line.has("any-value")};
+    return line.has("config") ? check_configs(grammar, line) : answer(grammar, operands.subspan(1));
 }
 
 } // namespace

@@ -1,135 +1,218 @@
-// A line is tried in the submode that was opened last, then in those around it; the first that
-// knows it closes those inside.
+// Where a file indents its lines, a line belongs to the nearest line above it that is indented
+// less. Else it is tried in the innermost submode, then in those around it; the first that accepts
+// it closes those inside.
 #include "tools/ocmd_find/saved_config.h"
 
+#include "resolve/resolver.h"
 #include "tools/ocmd_find/answer.h"
+#include "tools/ocmd_find/config_lines.h"
 #include "tools/support/program.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <optional>
-#include <utility>
 
 namespace find {
 
 namespace {
 
-// Unknown words for which the nearest known one is looked for, at up to a millisecond each.
-constexpr uint32_t kMostNearest = 200;
+// Unknown words for which the nearest known one is searched, in up to a millisecond each.
+constexpr uint32_t kMostSuggestions = 200;
 
-// No shell is deeper inside: its stack of ancestors holds no more.
-constexpr size_t kMostLevels = TREE_MAX_LEVELS;
+// The shell's stack of ancestors holds no more.
+constexpr uint32_t kMostSubmodes = TREE_MAX_LEVELS - 1;
 
-// More than any shell writes; what has no end is not read to it.
-constexpr size_t kMostLineBytes = size_t{1} << 26U;
-
-// The stream's next line, without its newline; of one that is too long, a byte too many.
-std::optional<std::string> next_line(FILE *stream) {
-    std::string line;
-    int byte = getc_unlocked(stream);
-    if (byte == EOF)
-        return std::nullopt;
-    for (; byte != EOF && byte != '\n' && line.size() <= kMostLineBytes;
-         byte = getc_unlocked(stream))
-        line += static_cast<char>(byte);
-    return line;
+bool is_one_of(std::string_view word, const std::vector<std::string> &words) {
+    return std::ranges::any_of(words, [&](const std::string &other) {
+        return std::ranges::equal(word, other, [](unsigned char a, unsigned char b) {
+            return std::tolower(a) == std::tolower(b);
+        });
+    });
 }
 
-// Of lines that are no command, the one that more is known of tells the fault best.
-bool is_closer(const Resolution &one, const Resolution &other) {
-    const auto closeness = [](const Resolution &resolution) {
-        const Reading &reading = resolution.reading;
-        return std::pair{resolution.word, !reading.ambiguous.empty() || reading.value != nullptr};
-    };
-    return closeness(one) > closeness(other);
-}
-
-bool is_comment(const std::string &text) {
-    const size_t first = text.find_first_not_of(" \t\r\f\v");
-    return first == std::string::npos || text[first] == '!' || text[first] == '#';
+std::string_view trimmed(std::string_view line) {
+    const size_t first = line.find_first_not_of(kIndentation);
+    const size_t last = line.find_last_not_of(kIndentation);
+    return first == std::string_view::npos ? std::string_view{}
+                                           : line.substr(first, last - first + 1);
 }
 
 } // namespace
 
+ConfigCheck::ConfigCheck(const FileGrammar &grammar, const LeavingWords &leaving,
+                         std::string_view within, tool::TextOutput &output)
+    : leaving_(leaving), output_(output), context_(grammar.new_context()),
+      answer_(grammar.new_answer()), within_(within) {}
+
 bool ConfigCheck::check(FILE *stream, const std::string &name) {
-    levels_ = {finder_.start()};
     name_ = name;
     line_number_ = 0;
-    nearest_left_ = kMostNearest;
-    bool are_all_known = true;
-    while (std::optional<std::string> line = next_line(stream)) {
+    suggestions_left_ = kMostSuggestions;
+    are_all_accepted_ = true;
+    parents_.clear();
+    leave_to(0);
+    if (!within_.empty()) {
+        const tsh_verdict_t verdict =
+            checked(tsh_resolve(context_.get(), within_.data(), within_.size(), 0, answer_.get()));
+        if (verdict != TSH_ACCEPTED)
+            tool::fail("--in: %s",
+                       verdict == TSH_EMPTY ? "no words" : tsh_answer_text(answer_.get()));
+        if (!find::enter(*context_, *answer_))
+            tool::fail("--in: '%s' enters no submode", within_.c_str());
+    }
+    base_depth_ = tsh_context_depth(context_.get());
+
+    ConfigLines lines{stream};
+    const bool are_indented = lines.are_indented();
+    while (const std::optional<std::string_view> line = lines.next()) {
         ++line_number_;
         if (line->size() > kMostLineBytes)
             fail("a line of more than " + std::to_string(kMostLineBytes) +
                  " bytes, too long for a configuration");
-        are_all_known = check_line(std::move(*line)) && are_all_known;
+        if (is_comment(*line))
+            continue;
+        if (are_indented)
+            check_indented(*line);
+        else
+            check_line(*line);
     }
+    write_waiting();
     if (ferror(stream) != 0)
         fail(std::string{"cannot be read: "} + strerror(errno));
-    return are_all_known;
+    return are_all_accepted_;
 }
 
-bool ConfigCheck::check_line(std::string text) {
-    if (is_comment(text))
-        return true;
-    const TypedLine line{std::move(text)};
-    if (line.fault()) {
-        tell(line.fault()->place, line.fault()->what);
+// ---- Which submode a line belongs to ----
+
+void ConfigCheck::check_line(std::string_view line) {
+    if (!leave_by_word(line, tsh_context_depth(context_.get())))
+        check_command(line, TSH_OUTWARD);
+}
+
+void ConfigCheck::check_indented(std::string_view line) {
+    indentation_ = indentation_of(line);
+    if (waiting_ && indentation_ > waiting_->indentation) {
+        ++waiting_->skipped;
+        return;
+    }
+    write_waiting();
+    while (!parents_.empty() && parents_.back().indentation >= indentation_)
+        parents_.pop_back();
+    const uint32_t depth = parents_.empty() ? base_depth_ : parents_.back().depth;
+    if (!parents_.empty() && !parents_.back().has_submode) {
+        report(std::to_string(line.find_first_not_of(kIndentation) + 1) +
+                   ": unexpected indentation: the line above enters no submode",
+               true);
+        return;
+    }
+    if (leave_by_word(line, depth)) {
+        parents_.push_back({indentation_, tsh_context_depth(context_.get()), false});
+        return;
+    }
+    leave_to(depth);
+    const Outcome outcome = check_command(line, 0);
+    if (outcome != Outcome::kNotUnderstood)
+        parents_.push_back(
+            {indentation_, tsh_context_depth(context_.get()), outcome == Outcome::kEntered});
+}
+
+void ConfigCheck::leave_to(uint32_t depth) {
+    const uint32_t entered = tsh_context_depth(context_.get());
+    tsh_context_leave(context_.get(), entered - std::min(entered, depth));
+}
+
+// Leaves the submode that a line of the same indentation entered, else the one around the line,
+// whose depth is given.
+bool ConfigCheck::leave_by_word(std::string_view line, uint32_t depth) {
+    const std::string_view word = trimmed(line);
+    const bool leaves_all = is_one_of(word, leaving_.all);
+    if (!leaves_all && !is_one_of(word, leaving_.one))
         return false;
-    }
-    return line.words().empty() || enter_command(line);
-}
-
-bool ConfigCheck::enter_command(const TypedLine &line) {
-    std::optional<Resolution> best;
-    for (size_t level = levels_.size(); level-- > 0;) {
-        Resolution resolution = finder_.resolve(levels_[level], line, false);
-        if (resolution.is_complete()) {
-            levels_.resize(level + 1);
-            return open_submode(*resolution.end);
-        }
-        if (!best || is_closer(resolution, *best))
-            best = std::move(resolution);
-    }
-    tell_refused(line, *best);
-    return false;
-}
-
-void ConfigCheck::tell_refused(const TypedLine &line, const Resolution &closest) {
-    const Refusal refusal = refusal_of(finder_.forest(), line, closest);
-    // The first word might have been meant for any submode, the others for one only.
-    std::vector<JunctionPtr> places = levels_;
-    if (closest.word > 0)
-        places = {closest.end};
-    std::string suggestion;
-    if (nearest_left_ > 0 && refusal.is_unknown) {
-        --nearest_left_;
-        suggestion = suggestion_for(line.words()[closest.word].text, places);
-    }
-    tell(refusal.place, refusal.what + suggestion);
-}
-
-bool ConfigCheck::open_submode(const Junction &end) {
-    JunctionPtr submode = finder_.submode_after(end);
-    if (submode == nullptr)
-        return true;
-    if (levels_.size() == kMostLevels) {
-        tell(0, "more than " + std::to_string(kMostLevels - 1) + " submodes inside one another");
-        return false;
-    }
-    levels_.push_back(std::move(submode));
+    const uint32_t entered = tsh_context_depth(context_.get());
+    leave_to(leaves_all || entered == 0 ? 0 : std::min(depth, entered - (entered > depth ? 0 : 1)));
+    const uint32_t left = tsh_context_depth(context_.get());
+    base_depth_ = std::min(base_depth_, left);
+    for (Parent &parent : parents_)
+        parent.depth = std::min(parent.depth, left);
     return true;
 }
 
-void ConfigCheck::tell(size_t place, const std::string &what) {
-    output_ << name_ << ':' << line_number_ << ':' << static_cast<uint64_t>(place + 1) << ": "
-            << what << '\n';
+// ---- Commands ----
+
+ConfigCheck::Outcome ConfigCheck::check_command(std::string_view line, uint32_t options) {
+    options |= TSH_SAVED_LINE;
+    const auto resolve = [&](uint32_t more) {
+        return checked(
+            tsh_resolve(context_.get(), line.data(), line.size(), options | more, answer_.get()));
+    };
+    tsh_verdict_t verdict = resolve(TSH_BRIEF);
+    if (verdict == TSH_EMPTY)
+        return Outcome::kAccepted;
+    if (verdict != TSH_ACCEPTED) {
+        verdict = resolve(0);
+        const std::string message = message_of_answer(line);
+        // A line with wrong values enters its submode all the same.
+        if (tsh_answer_reason(answer_.get()) == TSH_REASON_VALUE)
+            verdict = resolve(TSH_BRIEF | TSH_ANY_VALUE);
+        report(message, verdict != TSH_ACCEPTED);
+        if (verdict != TSH_ACCEPTED)
+            return Outcome::kNotUnderstood;
+    }
+    return enter() ? Outcome::kEntered : Outcome::kAccepted;
 }
 
-// What was told of lines comes first.
-void ConfigCheck::fail(const std::string &what) {
+std::string ConfigCheck::message_of_answer(std::string_view line) {
+    std::string message = std::to_string(tsh_answer_range(answer_.get()).begin + 1) + ": " +
+                          tsh_answer_text(answer_.get());
+    if (suggestions_left_ == 0)
+        return message;
+    const std::string suggestion = suggestion_for(*answer_, line);
+    if (tsh_answer_reason(answer_.get()) == TSH_REASON_UNKNOWN)
+        --suggestions_left_;
+    return message + suggestion;
+}
+
+// Leaves the submodes that the line was not found in. @return whether it enters one.
+bool ConfigCheck::enter() {
+    const uint32_t left = tsh_answer_levels_left(answer_.get());
+    if (tsh_context_depth(context_.get()) - left < kMostSubmodes) {
+        if (find::enter(*context_, *answer_))
+            return true;
+    } else if (tsh_answer_reading(answer_.get(), 0)->is_submode != 0) {
+        report("1: more than " + std::to_string(kMostSubmodes) + " submodes inside one another");
+    }
+    tsh_context_leave(context_.get(), left);
+    return false;
+}
+
+// ---- Messages ----
+
+// One that waits is written when no deeper line follows.
+void ConfigCheck::report(const std::string &message, bool waits) {
+    are_all_accepted_ = false;
+    write_waiting();
+    waiting_ = {name_ + ':' + std::to_string(line_number_) + ':' + message, indentation_};
+    if (!waits)
+        write_waiting();
+}
+
+void ConfigCheck::write_waiting() {
+    if (!waiting_)
+        return;
+    output_ << waiting_->message;
+    if (const uint64_t skipped = waiting_->skipped; skipped > 0)
+        output_ << "; " << skipped << (skipped == 1 ? " line" : " lines")
+                << " below it not checked";
+    output_ << '\n';
+    waiting_.reset();
+}
+
+// Messages on lines come first.
+void ConfigCheck::fail(const std::string &message) {
+    write_waiting();
     output_.flush();
-    tool::fail("%s: %s", name_.c_str(), what.c_str());
+    tool::fail("%s: %s", name_.c_str(), message.c_str());
 }
 
 } // namespace find

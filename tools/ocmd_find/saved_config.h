@@ -1,39 +1,76 @@
-// The check of saved configurations, line by line.
+// Check of saved configurations.
 #pragma once
 
-#include "tools/ocmd_find/line_finder.h"
+#include "tools/ocmd_find/file_grammar.h"
 #include "tools/support/text_output.h"
 
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace find {
 
+/// Words that leave submodes, in lower case, whether the grammar knows them or not.
+struct LeavingWords {
+    std::vector<std::string> one{"exit", "quit"};
+    std::vector<std::string> all{"end"};
+};
+
 class ConfigCheck {
 public:
-    /// Faults go to the output, one line each: FILE:LINE:COLUMN: what; columns are bytes from 1.
-    ConfigCheck(LineFinder &finder, tool::TextOutput &output) : finder_(finder), output_(output) {}
+    /// Lines of a configuration begin in the submodes of the line, if it is not empty; a line that
+    /// enters none ends the run after a message. Errors go to the output, one line each:
+    /// FILE:LINE:COLUMN: MESSAGE; columns are bytes from 1.
+    ConfigCheck(const FileGrammar &grammar, const LeavingWords &leaving, std::string_view within,
+                tool::TextOutput &output);
 
-    /// Checks a configuration from its first line on. @return whether every line is a command.
-    /// Ends the run with kTrouble, after a message, when the stream cannot be read.
+    /// Checks a configuration. @return whether every line is a command. Ends the run with kTrouble,
+    /// after a message, if the stream cannot be read.
     bool check(FILE *stream, const std::string &name);
 
 private:
-    bool check_line(std::string text);
-    bool enter_command(const TypedLine &line);
-    bool open_submode(const Junction &end);
-    void tell_refused(const TypedLine &line, const Resolution &closest);
-    void tell(size_t place, const std::string &what);
-    [[noreturn]] void fail(const std::string &what);
+    /// A line that deeper lines belong to.
+    struct Parent {
+        size_t indentation;
+        uint32_t depth; ///< Submodes entered behind it.
+        bool has_submode;
+    };
+    /// A message that waits for the number of lines that are skipped because of it.
+    struct Waiting {
+        std::string message;
+        size_t indentation;
+        uint64_t skipped = 0;
+    };
+    enum class Outcome : uint8_t { kAccepted, kEntered, kNotUnderstood };
 
-    LineFinder &finder_;
+    void check_line(std::string_view line);
+    void check_indented(std::string_view line);
+    bool leave_by_word(std::string_view line, uint32_t depth);
+    void leave_to(uint32_t depth);
+    Outcome check_command(std::string_view line, uint32_t options);
+    [[nodiscard]] bool enter();
+    void report(const std::string &message, bool waits = false);
+    void write_waiting();
+    [[noreturn]] void fail(const std::string &message);
+    [[nodiscard]] std::string message_of_answer(std::string_view line);
+
+    const LeavingWords &leaving_;
     tool::TextOutput &output_;
-    std::vector<JunctionPtr> levels_; // where lines may begin: at the top and in open submodes
+    ContextPtr context_;
+    AnswerPtr answer_;
+    std::string within_;
+
     std::string name_;
     uint64_t line_number_ = 0;
-    uint32_t nearest_left_ = 0;
+    uint32_t suggestions_left_ = 0;
+    bool are_all_accepted_ = true;
+    uint32_t base_depth_ = 0;
+    std::vector<Parent> parents_; // each indented more than the one before
+    std::optional<Waiting> waiting_;
+    size_t indentation_ = 0; // of the line
 };
 
 } // namespace find

@@ -1,0 +1,228 @@
+// All readings of a line at once: a nondeterministic automaton over the tree, simulated word by
+// word.
+//
+// Its states are places in the tree (a node, and how much of it has been read); layer k holds the
+// states in which the line can be after k words. Which nodes a state leads to without a word (nodes
+// without one, optional ones left out, submodes entered) is its closure. Of each state only the
+// best readings are kept, as edges back to the layer before, so layers and edges form a graph of
+// all readings that count. Preference is a rank: within a layer, two readings have the same rank if
+// all their words are of the same kinds, and ranks are ordered as the readings are, word by word
+// from the left. The rank of a state in the next layer follows from the pair (rank before, kind of
+// the word), so comparing readings takes constant time.
+//
+// States are processed in the order of their ranks, and the closure of a node is computed for the
+// first state that reaches it; later ones of the same rank add an edge, worse ones nothing. So no
+// node is looked at twice for a word, whatever shares it.
+#pragma once
+
+#include "resolve/context_internal.h"
+#include "resolve/grammar_internal.h"
+#include "resolve/line_words_internal.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tsh {
+
+using Index = uint32_t;
+constexpr Index kNone = UINT32_MAX;
+
+/// How much of a node has been read.
+enum class Position : uint8_t {
+    kKeyword,    ///< Its keyword, if it has one; no value.
+    kOneValue,   ///< These values too.
+    kTwoValues,  //
+    kEntered,    ///< All, and its submode has been entered.
+    kBefore,     ///< Nothing: its word comes next.
+    kInOneValue, ///< As kOneValue, and the value goes on to the end of the line.
+    kInTwoValues ///< Likewise.
+};
+
+/// The parameter whose value was read last; of a position behind or within a value.
+constexpr uint32_t last_parameter(Position position) {
+    return position == Position::kOneValue || position == Position::kInOneValue ? 0 : 1;
+}
+
+constexpr bool is_within_rest(Position position) {
+    return position == Position::kInOneValue || position == Position::kInTwoValues;
+}
+
+/// How many values were read.
+constexpr uint32_t values_read(Position position) {
+    switch (position) {
+    case Position::kKeyword:
+    case Position::kEntered:
+    case Position::kBefore:
+        return 0;
+    default:
+        return last_parameter(position) + 1;
+    }
+}
+
+/// How a word was read; the order is that of preference for a typed line.
+enum class Kind : uint8_t { kSlash, kFull, kAbbreviated, kJoined, kValue, kRest };
+
+/// Where a word was seen from: a state, or a closure.
+class Source {
+public:
+    static Source state(Index index) { return Source{index << 1U}; }
+    static Source closure(Index index) { return Source{index << 1U | 1U}; }
+    [[nodiscard]] bool is_closure() const { return (bits_ & 1U) != 0; }
+    [[nodiscard]] Index index() const { return bits_ >> 1U; }
+    bool operator==(const Source &) const = default;
+
+private:
+    explicit Source(uint32_t bits) : bits_(bits) {}
+    uint32_t bits_;
+};
+
+/// A state of one layer.
+struct State {
+    NodeNumber node;
+    Position position;
+    uint32_t rank;    ///< In the layer; for layer 0 the submodes between it and the innermost.
+    Index first_edge; ///< Its words; none in layer 0.
+    Index last_edge;
+    Index next_of_node; ///< Another state of the node in the layer.
+    uint64_t key;       ///< Of the rank: rank before and kind of the word.
+};
+
+/// A word that leads to a state.
+struct Edge {
+    Source from;
+    Index next; ///< Of the same state.
+    Kind kind;
+    uint8_t keyword_length; ///< Of a joined word.
+};
+
+/// A node whose children may come next.
+struct Closure {
+    NodeNumber node;
+    uint32_t rank;
+    Index first_link; ///< States and closures that it follows without a word.
+    Index last_link;
+    bool leaves_out; ///< A word is left out on the way.
+};
+
+struct ClosureLink {
+    Source from;
+    Index next; ///< Of the same closure.
+};
+
+/// A node at which the line may end.
+struct Ending {
+    NodeNumber node;
+    Source from;     ///< A state of the node itself, or the closure that the node follows.
+    bool leaves_out; ///< A word is left out at the end of the line.
+};
+
+/// A value that was refused.
+struct RefusedValue {
+    NodeNumber node = 0;
+    uint32_t parameter = 0;
+    uint32_t keyword_length = 0; ///< Of a joined word.
+    bool takes_rest = false;
+    bool is_out_of_bounds = false;
+    bool exists = false;
+};
+
+class LineParser {
+public:
+    explicit LineParser(const tsh_grammar_t &grammar);
+
+    /// Reads the words, at most the first count, of a line in the context's submode.
+    void parse(const tsh_context_t &context, const LineWords &words, size_t count,
+               uint32_t options);
+
+    /// Words that were read; the next one, if any, was refused.
+    [[nodiscard]] size_t words_read() const { return first_states_.size() - 1; }
+    /// Nodes at which the line may end, those of the best rank.
+    [[nodiscard]] const std::vector<Ending> &endings() const { return endings_; }
+    [[nodiscard]] const RefusedValue &refused_value() const { return refused_value_; }
+
+    [[nodiscard]] std::span<const State> layer(size_t number) const;
+    /// Indices of the states of the last layer, best ones first.
+    [[nodiscard]] std::span<const Index> last_states() const { return order_; }
+    [[nodiscard]] Index first_state(size_t layer) const { return first_states_[layer]; }
+
+    [[nodiscard]] const State &state(Index index) const { return states_[index]; }
+    [[nodiscard]] const Edge &edge(Index index) const { return edges_[index]; }
+    [[nodiscard]] const Closure &closure(Index index) const { return closures_[index]; }
+    [[nodiscard]] const ClosureLink &link(Index index) const { return links_[index]; }
+    [[nodiscard]] size_t state_count() const { return states_.size(); }
+    [[nodiscard]] size_t closure_count() const { return closures_.size(); }
+
+    /// What was typed for a value of a node.
+    [[nodiscard]] std::string_view value_text(size_t word, uint32_t keyword_length,
+                                              bool takes_rest) const;
+
+private:
+    /// What is known of the word that is being read.
+    struct CurrentWord {
+        size_t index = 0;
+        bool is_slash = false;
+        bool is_full = false; // the first of the keywords is the word itself
+        WordRange keywords;
+    };
+    struct JoinedKeyword {
+        WordNumber word;
+        uint8_t length;
+    };
+    /// The entries of a node, and numbers that tell whether they are of this step.
+    struct NodeMark {
+        uint32_t state_number = 0;
+        Index state = 0;
+        uint32_t closure_number = 0;
+        Index closure = 0;
+    };
+
+    void start(const tsh_context_t &context);
+    void add_first_state(NodeNumber node, Position position, uint32_t rank);
+    bool read_word(size_t index);
+    void look_up(size_t index);
+    void find_endings();
+    void begin_layer();
+    void next_number();
+    void rank_layer();
+    template <typename Visit> void for_each_rank(Visit visit);
+    void leave_state(Index index);
+    void leave_closures();
+    void leave_closure(Index index);
+    void pass(NodeNumber node, Index closure);
+    void meet(NodeNumber node, Source from);
+    void try_value(NodeNumber node, uint32_t parameter, uint32_t keyword_length, Source from);
+    void add_edge(NodeNumber node, Position position, Kind kind, uint32_t keyword_length,
+                  Source from);
+    void add_closure(NodeNumber node, Source from, bool leaves_out);
+    [[nodiscard]] uint64_t key_of(Kind kind, uint32_t keyword_length) const;
+    [[nodiscard]] bool is_visible(NodeNumber node) const { return !hidden_->holds(node); }
+
+    const tsh_grammar_t &grammar_;
+    const HiddenNodes *hidden_ = nullptr;
+    const LineWords *words_ = nullptr;
+    uint32_t options_ = 0;
+    bool may_enter_ = true;
+
+    std::vector<State> states_;
+    std::vector<Edge> edges_;
+    std::vector<Closure> closures_;
+    std::vector<ClosureLink> links_;
+    std::vector<Index> first_states_; // of each layer
+    std::vector<Index> order_;        // the states of the last layer, best ones first
+    std::vector<NodeMark> marks_;     // by node
+    uint32_t number_ = 0;             // of the step
+
+    // While a layer is left.
+    CurrentWord word_;
+    std::vector<JoinedKeyword> joined_;
+    bool is_ending_ = false; // nothing is read, the line ends
+    uint32_t rank_ = 0;
+    std::vector<Index> kept_in_;  // closures to be left, nothing left out before them
+    std::vector<Index> left_out_; // those behind a word left out
+
+    std::vector<Ending> endings_;
+    RefusedValue refused_value_;
+};
+
+} // namespace tsh
