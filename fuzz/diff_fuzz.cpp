@@ -1,21 +1,30 @@
-// Any bytes as two small trees: their difference, applied to the lines of one, gives the lines of
-// the other.
+// Any bytes as two small trees with bounds, compared in the plain way: all lines are listed, with
+// what their parameters accept beside them, and compared as sets.
 //
-// Reaches: diff::LineStates::reach, diff::Difference::is_at, diff::DifferenceCount::count,
-// diff::DifferenceList::list
+// Reaches: diff::NodePool::add, diff::LineDfa::start_of, diff::ProductAutomaton::differs,
+// diff::DifferenceCount::count, diff::DifferenceList::list
 #include "fuzz/memory_file.h"
 #include "fuzz/small_tree.h"
+#include "param_reg/values.h"
 #include "tools/ocmd_diff/difference_count.h"
 #include "tools/ocmd_diff/difference_list.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/types.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
+#include <map>
 #include <set>
 
 namespace {
 
 using Lines = std::set<std::string>;
+using ValuesOfLines = std::map<std::string, std::set<std::string>>;
+
+// Stands before and after the bounds in a token, and before them where there was no token.
+constexpr char kMark = '#';
+constexpr char kWithoutToken = '!';
 
 Lines lines_of(const std::string &text) {
     Lines lines;
@@ -27,12 +36,129 @@ Lines lines_of(const std::string &text) {
     return lines;
 }
 
+// The tree with the bounds of its parameters in its tokens.
+std::string marked(std::string tree) {
+    for (tree_node_t &node : nodes_in(tree)) {
+        int64_t low = 0;
+        int64_t high = 0;
+        tsh_parameter_bounds(nullptr, &node.params[0], &low, &high);
+        const std::string mark =
+            kMark + std::to_string(high) + (node.token[0] == '\0' ? kWithoutToken : kMark);
+        if (node.param_count > 0)
+            strcat(node.token, mark.c_str());
+    }
+    return tree;
+}
+
+ValuesOfLines values_of(const Lines &marked_lines) {
+    ValuesOfLines values;
+    for (const std::string &marked_line : marked_lines) {
+        std::string line = marked_line;
+        std::string bounds;
+        for (size_t begin; (begin = line.find(kMark)) != std::string::npos;) {
+            const size_t end = line.find_first_of({kMark, kWithoutToken}, begin + 1);
+            bounds += line.substr(begin, end - begin);
+            const bool is_optional =
+                line[end] == kWithoutToken && line.compare(end + 1, 3, "[o]") == 0;
+            line.erase(begin, end + 1 - begin + (is_optional ? 3 : 0));
+        }
+        values[line].insert(bounds);
+    }
+    return values;
+}
+
+struct Tree {
+    tool::TreeFile file;
+    Lines lines;
+    ValuesOfLines values;
+};
+
+Tree read_tree(int descriptor, const std::string &bytes, const CapturedOutput &output) {
+    const auto list = [&](const tool::TreeFile &file) {
+        tool::TextOutput text;
+        show::show_commands(file, {}, text);
+        text.flush();
+        return lines_of(output.take());
+    };
+    tool::TreeFile file{store(descriptor, bytes)};
+    Lines lines = list(file);
+    const Lines marked_lines = list(tool::TreeFile{store(descriptor + 2, marked(bytes))});
+    return {std::move(file), std::move(lines), values_of(marked_lines)};
+}
+
 // Moves the lines that are marked so from one set to the other, where they must not be yet.
-void apply(const Lines &told, const std::string &mark, Lines &from, Lines &to) {
-    for (const std::string &line : told)
+void apply(const Lines &listed, const std::string &mark, Lines &from, Lines &to) {
+    for (const std::string &line : listed)
         if (line.starts_with(mark)) {
             want(from.erase(line.substr(mark.size())) == 1);
             want(to.insert(line.substr(mark.size())).second);
+        }
+}
+
+// Whether changes are listed of this line. "P: ..." is about the line P and usually about those
+// that begin with it, "P ...: ..." about all those.
+enum class Changed { kNo, kMaybe, kYes };
+
+Changed find_changes(const Lines &listed, const std::string &line) {
+    constexpr std::string_view kMore = " ...";
+    Changed changed = Changed::kNo;
+    for (const std::string &text : listed) {
+        std::string_view prefix{text};
+        if (!text.starts_with("~ "))
+            continue;
+        prefix = prefix.substr(2, text.find(": ") - 2);
+        const bool is_line = !prefix.ends_with(kMore);
+        if (!is_line)
+            prefix.remove_suffix(kMore.size());
+        if (line == prefix && is_line)
+            return Changed::kYes;
+        if (line.starts_with(std::string{prefix} + ' '))
+            changed = std::max(changed, is_line ? Changed::kMaybe : Changed::kYes);
+    }
+    return changed;
+}
+
+void want_difference(const Lines &listed, const diff::Extent &extent, const Tree &before,
+                     const Tree &after) {
+    Lines removed;
+    Lines rest = before.lines;
+    apply(listed, "- ", rest, removed);
+    Lines added;
+    Lines rest_after = after.lines;
+    apply(listed, "+ ", rest_after, added);
+    want(rest == rest_after);
+    want(extent.only_before == tool::Count{removed.size()});
+    want(extent.only_after == tool::Count{added.size()});
+    want(extent.changed == tool::Count{listed.size() - removed.size() - added.size()});
+}
+
+void compare(const Tree &before, const Tree &after, diff::FieldLabels *labels,
+             const CapturedOutput &output) {
+    diff::LineNfa nfa{std::array{&before.file, &after.file}, labels};
+    diff::LineDfa dfa{nfa, labels};
+    diff::ProductAutomaton product{dfa};
+    const diff::StatePair start = product.start();
+    const bool differs = product.differs(start);
+    want(differs || before.values == after.values);
+    want(!differs || labels != nullptr || before.values != after.values);
+    if (!differs)
+        return;
+    const diff::Extent extent = diff::DifferenceCount{product}.count(start);
+    {
+        tool::TextOutput text;
+        diff::DifferenceList{product, text}.list(start);
+        text.flush();
+    }
+    const std::string listing = output.take();
+    const Lines listed = lines_of(listing);
+    want(listed.size() == static_cast<size_t>(std::ranges::count(listing, '\n')));
+    want_difference(listed, extent, before, after);
+    for (const auto &[line, values] : before.values)
+        if (const auto same = after.values.find(line); same != after.values.end()) {
+            const Changed changed = find_changes(listed, line);
+            want(changed != Changed::kNo || same->second == values, line.c_str());
+            want(changed != Changed::kYes || same->second != values || labels != nullptr,
+                 line.c_str());
         }
 }
 
@@ -46,42 +172,10 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Input input{data, size};
     const CapturedOutput output;
-    std::array<Lines, 2> lines;
-    std::vector<tool::TreeFile> files;
-    for (int i = 0; i < 2; ++i) {
-        files.emplace_back(store(100 + i, small_main_tree(input)));
-        tool::TextOutput text;
-        show::show_commands(files.back(), {}, text);
-        text.flush();
-        lines[static_cast<size_t>(i)] = lines_of(output.take());
-    }
-
-    diff::LineAutomaton automaton{std::array{&files[0], &files[1]}, true};
-    const diff::FieldLabels labels{automaton};
-    diff::LineStates states{automaton, nullptr};
-    const diff::Pair start{states.reach(automaton.start_of(0)),
-                           states.reach(automaton.start_of(1))};
-    diff::Difference difference{states};
-    want(difference.is_at(start) == (lines[0] != lines[1]));
-    if (!difference.is_at(start))
-        return 0;
-    const diff::Extent extent = diff::DifferenceCount{difference}.count(start);
-    {
-        tool::TextOutput text;
-        diff::DifferenceList{difference, labels, text}.list(start);
-        text.flush();
-    }
-    const std::string listing = output.take();
-    const Lines told = lines_of(listing);
-    want(told.size() == static_cast<size_t>(std::count(listing.begin(), listing.end(), '\n')));
-    Lines removed;
-    Lines rest = lines[0];
-    apply(told, "- ", rest, removed);
-    Lines added;
-    Lines rest_after = lines[1];
-    apply(told, "+ ", rest_after, added);
-    want(rest == rest_after);
-    want(extent.only_before == tool::Count{removed.size()});
-    want(extent.only_after == tool::Count{added.size()});
+    const Tree before = read_tree(100, small_bounded_tree(input), output);
+    const Tree after = read_tree(101, small_bounded_tree(input), output);
+    compare(before, after, nullptr, output);
+    diff::FieldLabels labels;
+    compare(before, after, &labels, output);
     return 0;
 }

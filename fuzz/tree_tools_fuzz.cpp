@@ -51,19 +51,18 @@ void show_all(const tool::TreeFile &file) {
 }
 
 void compare(const tool::TreeFile &before, const tool::TreeFile &after) {
-    diff::LineAutomaton automaton{std::array{&before, &after}, false};
-    diff::FieldLabels labels{automaton};
-    diff::LineStates states{automaton, &labels};
-    const diff::Pair start{states.reach(automaton.start_of(0)),
-                           states.reach(automaton.start_of(1))};
-    diff::Difference difference{states};
-    if (!difference.is_at(start))
+    diff::FieldLabels labels;
+    diff::LineNfa nfa{std::array{&before, &after}, &labels};
+    diff::LineDfa dfa{nfa, &labels};
+    diff::ProductAutomaton product{dfa};
+    const diff::StatePair start = product.start();
+    if (!product.differs(start))
         return;
-    diff::DifferenceCount{difference}.count(start);
+    diff::DifferenceCount{product}.count(start);
     tool::TextOutput output;
     if (std::ranges::all_of(before.records(), can_be_listed) &&
         std::ranges::all_of(after.records(), can_be_listed))
-        diff::DifferenceList{difference, labels, output}.list(start);
+        diff::DifferenceList{product, output}.list(start);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Sums over classes, which are numbered from the ends of lines upwards, and over pairs of classes.
+// Sums over states and over pairs of states, each in a walk without recursion.
 #include "tools/ocmd_diff/difference_count.h"
 
 #include "tools/support/program.h"
@@ -7,20 +7,10 @@ namespace diff {
 
 namespace {
 
-// Pairs that there is room for, at some hundred bytes each: for small trees, and for nodes and
-// links.
+// Pairs that can be counted, at some hundred bytes each: a constant for small trees, and an amount
+// for nodes and links.
 constexpr size_t kFreePairs = 1U << 20U;
 constexpr size_t kSizePerPair = 4;
-
-std::vector<tool::Count> count_lines(const LineStates &states) {
-    std::vector<tool::Count> lines(states.class_count());
-    for (LineStates::Class c = LineStates::kNoLines + 1; c < states.class_count(); ++c)
-        for (const Edge &edge : states.edges_of(states.first_of(c))) {
-            lines[c] += lines[states.class_of(edge.to.state())];
-            lines[c] += static_cast<uint64_t>(edge.to.ends());
-        }
-    return lines;
-}
 
 } // namespace
 
@@ -31,78 +21,116 @@ Extent &Extent::operator+=(const Extent &other) {
     return *this;
 }
 
-DifferenceCount::DifferenceCount(Difference &difference)
-    : difference_(difference), states_(difference.states()), lines_(count_lines(states_)) {}
-
-Extent DifferenceCount::count(const Pair &start) {
-    if (!start.is_of_both())
-        return alone(start);
-    enter(start);
+tool::Count LineCount::after(Target target) {
+    if (target.is_final_leaf())
+        return 0;
+    if (const tool::Count *count = counts_.find(target.state(), 0))
+        return *count;
+    stack_.push_back({target.state(), 0, 0});
     while (true) {
-        Level &level = way_.back();
-        if (level.next_step < steps_.size()) {
-            const Pair to = steps_[level.next_step++].to;
-            level.sum += of_step(to);
-            if (!to.is_of_both())
-                level.sum += alone(to);
-            else if (const auto known = known_.find(key_of(to)); known != known_.end())
-                level.sum += known->second;
-            else
-                enter(to);
+        Frame &frame = stack_.back();
+        const auto edges = dfa_.edges_of(frame.state);
+        bool is_taken = true;
+        while (is_taken && frame.next_edge < edges.size())
+            is_taken = take_edge(frame, edges[frame.next_edge]);
+        if (!is_taken)
             continue;
-        }
-        const Level done = level;
-        steps_.resize(done.first_step);
-        way_.pop_back();
-        if (way_.empty())
+        const Frame done = frame;
+        stack_.pop_back();
+        counts_.insert(done.state, 0, done.sum);
+        if (stack_.empty())
             return done.sum;
-        way_.back().sum += done.sum;
-        remember(done);
     }
 }
 
-// The lines of the one tree that has any there.
-Extent DifferenceCount::alone(const Pair &pair) const {
+// Adds the lines of an edge to the sum. @return false if they have to be counted first.
+bool LineCount::take_edge(Frame &frame, const Edge &edge) {
+    if (!edge.to.is_final_leaf()) {
+        const Target to = dfa_.without_pending(edge.to);
+        const tool::Count *count = counts_.find(to.state(), 0);
+        if (count == nullptr) {
+            stack_.push_back({to.state(), 0, 0});
+            return false;
+        }
+        frame.sum += *count;
+        if (!dfa_.is_final(to)) {
+            ++frame.next_edge;
+            return true;
+        }
+    }
+    ++frame.next_edge;
+    frame.sum += 1;
+    return true;
+}
+
+DifferenceCount::DifferenceCount(ProductAutomaton &product)
+    : product_(product), dfa_(product.dfa()), lines_(dfa_), changes_(dfa_) {}
+
+Extent DifferenceCount::count(const StatePair &start) {
+    if (!start.is_of_both())
+        return of_one_tree(start);
+    enter(start);
+    while (!stack_.empty()) {
+        Frame &frame = stack_.back();
+        const auto transition = product_.next(frame.cursor);
+        if (!transition) {
+            leave();
+            continue;
+        }
+        frame.sum += of_transition(*transition);
+        if (!transition->to.is_of_both())
+            frame.sum += of_one_tree(transition->to);
+        else if (const Extent *extent = known(transition->to))
+            frame.sum += *extent;
+        else if (product_.differs(transition->to))
+            enter(transition->to);
+    }
+    return total_;
+}
+
+Extent DifferenceCount::of_one_tree(const StatePair &pair) {
     Extent extent;
     if (pair.before.exists())
-        extent.only_before = lines_[states_.class_of(pair.before.state())];
+        extent.only_before = lines_.after(pair.before);
     else
-        extent.only_after = lines_[states_.class_of(pair.after.state())];
+        extent.only_after = lines_.after(pair.after);
     return extent;
 }
 
-// What is told at the step itself.
-Extent DifferenceCount::of_step(const Pair &to) const {
-    const bool ends_before = to.before.exists() && to.before.ends();
-    const bool ends_after = to.after.exists() && to.after.ends();
+Extent DifferenceCount::of_transition(const PairTransition &transition) {
+    const auto &[before, after] = transition.to;
+    const bool ends_before = before.exists() && dfa_.is_final(before);
+    const bool ends_after = after.exists() && dfa_.is_final(after);
     Extent extent;
-    extent.only_before = static_cast<uint64_t>(ends_before && !ends_after);
-    extent.only_after = static_cast<uint64_t>(ends_after && !ends_before);
-    extent.changed =
-        static_cast<uint64_t>(to.is_of_both() && states_.label_of(to.before.state()) !=
-                                                     states_.label_of(to.after.state()));
+    extent.only_before = ends_before && !ends_after ? 1 : 0;
+    extent.only_after = ends_after && !ends_before ? 1 : 0;
+    extent.changed = changes_.of(transition).size();
     return extent;
 }
 
-uint64_t DifferenceCount::key_of(const Pair &pair) const {
-    return uint64_t{states_.class_of(pair.before.state())} << 32U |
-           states_.class_of(pair.after.state());
+const Extent *DifferenceCount::known(const StatePair &pair) {
+    return known_.find(product_.representative(pair.before.state()),
+                       product_.representative(pair.after.state()));
 }
 
-void DifferenceCount::remember(const Level &level) {
-    const size_t most = kFreePairs + states_.automaton().size() / kSizePerPair;
+void DifferenceCount::enter(const StatePair &pair) {
+    stack_.push_back({pair, product_.transitions_of(pair), {}});
+}
+
+void DifferenceCount::leave() {
+    const Frame done = stack_.back();
+    stack_.pop_back();
+    if (stack_.empty())
+        total_ = done.sum;
+    else
+        stack_.back().sum += done.sum;
+    const size_t most = kFreePairs + dfa_.nfa().size() / kSizePerPair;
     if (known_.size() >= most)
-        tool::fail("the trees differ at more than %zu pairs of places, too many to count by; a "
-                   "listing has no such bound",
+        tool::fail("more than %zu differing pairs of states; --stat cannot count them, run without "
+                   "--stat",
                    most);
-    known_.emplace(level.pair, level.sum);
-}
-
-// Any pair of the same classes has the same extent; the one met first stands for all.
-void DifferenceCount::enter(const Pair &pair) {
-    const size_t first = steps_.size();
-    difference_.append_steps(pair, steps_);
-    way_.push_back({key_of(pair), first, first, {}});
+    known_.insert(product_.representative(done.pair.before.state()),
+                  product_.representative(done.pair.after.state()), done.sum);
 }
 
 } // namespace diff

@@ -1,16 +1,16 @@
-// The extent of a difference, counted without listing it.
+// The number of lines that a listing of the differences has.
 #pragma once
 
-#include "tools/ocmd_diff/difference.h"
+#include "tools/ocmd_diff/change_texts.h"
+#include "tools/ocmd_diff/pair_map.h"
+#include "tools/ocmd_diff/product_automaton.h"
 #include "tools/support/command_count.h"
 
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 namespace diff {
 
-/// How many lines a listing has of each kind.
 struct Extent {
     tool::Count only_before;
     tool::Count only_after;
@@ -19,34 +19,56 @@ struct Extent {
     Extent &operator+=(const Extent &other);
 };
 
-class DifferenceCount {
+/// Counts the lines of each state once.
+class LineCount {
 public:
-    explicit DifferenceCount(Difference &difference);
+    explicit LineCount(LineDfa &dfa) : dfa_(dfa) {}
 
-    /// What a listing from there has. Each pair of classes is counted once; ends the run with
-    /// kTrouble, after a message, when there are more of them than there is room for.
-    Extent count(const Pair &start);
+    /// The lines that go on from a state; whether one ends there does not matter.
+    tool::Count after(Target target);
 
 private:
-    struct Level {
-        uint64_t pair;
-        size_t first_step;
-        size_t next_step;
+    struct Frame {
+        State state;
+        uint32_t next_edge;
+        tool::Count sum;
+    };
+
+    bool take_edge(Frame &frame, const Edge &edge);
+
+    LineDfa &dfa_;
+    PairMap<tool::Count> counts_; // by state and 0
+    std::vector<Frame> stack_;
+};
+
+class DifferenceCount {
+public:
+    explicit DifferenceCount(ProductAutomaton &product);
+
+    /// Counts what a listing has from a pair on. Each pair is counted once; if there are too many,
+    /// exits with kTrouble, after a message.
+    Extent count(const StatePair &start);
+
+private:
+    struct Frame {
+        StatePair pair;
+        ProductAutomaton::Cursor cursor;
         Extent sum;
     };
 
-    void enter(const Pair &pair);
-    void remember(const Level &level);
-    [[nodiscard]] Extent alone(const Pair &pair) const;
-    [[nodiscard]] Extent of_step(const Pair &to) const;
-    [[nodiscard]] uint64_t key_of(const Pair &pair) const;
+    void enter(const StatePair &pair);
+    void leave();
+    [[nodiscard]] Extent of_one_tree(const StatePair &pair);
+    [[nodiscard]] Extent of_transition(const PairTransition &transition);
+    const Extent *known(const StatePair &pair);
 
-    Difference &difference_;
-    const LineStates &states_;
-    std::vector<tool::Count> lines_; // that follow, by class
-    std::unordered_map<uint64_t, Extent> known_;
-    std::vector<PairStep> steps_;
-    std::vector<Level> way_;
+    ProductAutomaton &product_;
+    LineDfa &dfa_;
+    LineCount lines_;
+    ChangeTexts changes_;
+    PairMap<Extent> known_;
+    std::vector<Frame> stack_;
+    Extent total_;
 };
 
 } // namespace diff

@@ -1,5 +1,5 @@
-// A walk over pairs and, where one tree stands alone, over its states. Most lines end in leaves, so
-// runs of leaves are printed without further ado.
+// A walk over pairs and, where one tree is alone, over its states. Most lines end in leaves, so
+// runs of leaves are printed in a loop of their own.
 #include "tools/ocmd_diff/difference_list.h"
 
 #include "cmd_gen/word.h"
@@ -11,140 +11,132 @@ namespace {
 using tool::copy_in_chunks;
 using tool::TextOutput;
 
-constexpr size_t kMostAtom = TSH_WORD_SIZE; // with a newline in place of the zero
+// With a newline, and every byte escaped as \xNN.
+constexpr size_t kLongestSymbol = 4 * TSH_WORD_SIZE;
 constexpr char kOldMark = '-';
 constexpr char kNewMark = '+';
 constexpr char kChangedMark = '~';
 
 } // namespace
 
-Beginning::Beginning() {
+Prefix::Prefix() {
     append({}); // the mark and
-    append({}); // its blank
+    append({}); // its space
 }
 
-void Beginning::append(std::string_view atom) {
-    const size_t needed = length_ + atom.size() + 1 + tool::kCopyChunk;
+void Prefix::append(std::string_view symbol) {
+    const size_t needed = length_ + symbol.size() + 1 + tool::kCopyChunk;
     if (needed > bytes_.size())
         bytes_.resize(2 * needed);
-    length_ += atom.copy(bytes_.data() + length_, atom.size());
+    length_ += symbol.copy(bytes_.data() + length_, symbol.size());
     bytes_[length_++] = ' ';
 }
 
-void DifferenceList::list(const Pair &start) {
+void DifferenceList::list(const StatePair &start) {
     if (start.is_of_both())
         enter(start);
     else
-        enter_one_side(start);
-    while (!way_.empty()) {
-        const bool goes_on = way_.back().is_of_both ? go_on_in_both() : go_on_in_one();
+        enter_one_tree(start);
+    while (!stack_.empty()) {
+        const bool goes_on = stack_.back().is_of_both ? go_on_in_both() : go_on_in_one();
         if (!goes_on)
-            way_.pop_back();
+            stack_.pop_back();
     }
 }
 
-// The mark stays as it is as long as one tree stands alone.
-void DifferenceList::enter_one_side(const Pair &pair) {
-    beginning_.mark(pair.before.exists() ? kOldMark : kNewMark);
+// The mark stays the same as long as one tree is alone.
+void DifferenceList::enter_one_tree(const StatePair &pair) {
+    prefix_.mark(pair.before.exists() ? kOldMark : kNewMark);
     enter(pair.before.exists() ? pair.before : pair.after);
 }
 
-void DifferenceList::enter(Target state) {
-    const auto edges = states_.edges_of(state.state());
-    Level level{};
-    level.length = beginning_.text().size();
-    level.next = edges.data();
-    level.end = edges.data() + edges.size();
-    way_.push_back(level);
+void DifferenceList::enter(Target target) {
+    stack_.push_back({.length = prefix_.text().size(), .state = target.state()});
 }
 
-void DifferenceList::enter(const Pair &pair) {
-    Level level{};
-    level.length = beginning_.text().size();
-    level.steps = steps_.from(pair);
-    level.is_of_both = true;
-    way_.push_back(level);
+void DifferenceList::enter(const StatePair &pair) {
+    stack_.push_back({.length = prefix_.text().size(),
+                      .cursor = product_.transitions_of(pair),
+                      .is_of_both = true});
 }
 
 bool DifferenceList::go_on_in_one() {
-    Level &level = way_.back();
-    beginning_.cut(level.length);
-    print_leaves(level);
-    if (level.next == level.end)
+    Frame &frame = stack_.back();
+    prefix_.truncate(frame.length);
+    const auto edges = dfa_.edges_of(frame.state);
+    const size_t next = print_leaves(edges, frame.next_edge);
+    frame.next_edge = static_cast<uint32_t>(next) + 1;
+    if (next == edges.size())
         return false;
-    const Edge edge = *level.next++;
-    if (edge.to.ends())
-        print(edge.atom);
-    if (!edge.to.is_leaf()) {
-        beginning_.append(atoms_.text(edge.atom));
-        enter(edge.to);
+    const Symbol symbol = edges[next].symbol;
+    const Target to = dfa_.without_pending(edges[next].to);
+    if (dfa_.is_final(to))
+        print(symbol);
+    if (!to.is_final_leaf()) {
+        prefix_.append(symbols_.text(symbol));
+        enter(to);
     }
     return true;
 }
 
 bool DifferenceList::go_on_in_both() {
-    Level &level = way_.back();
-    beginning_.cut(level.length);
-    const auto step = steps_.take(level.steps);
-    if (step)
-        take(*step);
-    return step.has_value();
+    Frame &frame = stack_.back();
+    prefix_.truncate(frame.length);
+    const auto transition = product_.next(frame.cursor);
+    if (transition)
+        take(*transition);
+    return transition.has_value();
 }
 
-void DifferenceList::take(const PairStep &step) {
-    const Target before = step.to.before;
-    const Target after = step.to.after;
-    const bool ends_before = before.exists() && before.ends();
-    const bool ends_after = after.exists() && after.ends();
+void DifferenceList::take(const PairTransition &transition) {
+    const auto &[before, after] = transition.to;
+    const bool ends_before = before.exists() && dfa_.is_final(before);
+    const bool ends_after = after.exists() && dfa_.is_final(after);
     if (ends_before != ends_after) {
-        beginning_.mark(ends_before ? kOldMark : kNewMark);
-        print(step.atom);
+        prefix_.mark(ends_before ? kOldMark : kNewMark);
+        print(transition.symbol);
     }
-    const std::string_view atom = atoms_.text(step.atom);
-    if (step.to.is_of_both()) {
-        tell_changes(step);
-        beginning_.append(atom);
-        enter(step.to);
-    } else {
-        beginning_.append(atom);
-        enter_one_side(step.to);
-    }
+    print_changes(transition);
+    prefix_.append(symbols_.text(transition.symbol));
+    if (!transition.to.is_of_both())
+        enter_one_tree(transition.to);
+    else if (product_.differs(transition.to))
+        enter(transition.to);
 }
 
-void DifferenceList::print_leaves(Level &level) {
-    const std::string_view before = beginning_.text();
-    if (before.size() > TextOutput::kMostRoom - kMostAtom)
-        return;
-    const Edge *next = level.next; // local, as what is written might be a member for all it seems
-    const Edge *const end = level.end;
+// @return the index of the first edge that is not printed.
+size_t DifferenceList::print_leaves(std::span<const Edge> edges, size_t next) {
+    const std::string_view prefix = prefix_.text();
+    if (prefix.size() > TextOutput::kMostRoom - kLongestSymbol)
+        return next;
     char *place = output_.room();
     const char *full = output_.full();
-    for (; next != end && next->to.ends_all(); ++next) {
+    for (; next < edges.size() && edges[next].to.is_final_leaf(); ++next) {
         if (place >= full) {
             output_.take_until(place);
             place = output_.room();
         }
-        const std::string_view atom = atoms_.text(next->atom);
-        place = copy_in_chunks(place, before);
-        place = copy_in_chunks(place, {atom.data(), atom.size() + 1});
+        const std::string_view symbol = symbols_.text(edges[next].symbol);
+        place = copy_in_chunks(place, prefix);
+        place = copy_in_chunks(place, {symbol.data(), symbol.size() + 1});
     }
     output_.take_until(place);
-    level.next = next;
+    return next;
 }
 
-void DifferenceList::print(Atom atom) {
-    output_ << beginning_.text() << atoms_.text(atom) << '\n';
+void DifferenceList::print(Symbol symbol) {
+    output_ << prefix_.text() << symbols_.text(symbol) << '\n';
 }
 
-void DifferenceList::tell_changes(const PairStep &step) {
-    const uint32_t before = states_.label_of(step.to.before.state());
-    const uint32_t after = states_.label_of(step.to.after.state());
-    if (before == after)
+void DifferenceList::print_changes(const PairTransition &transition) {
+    const std::vector<std::string> &changes = changes_.of(transition);
+    if (changes.empty())
         return;
-    beginning_.mark(kChangedMark);
-    const bool is_line = step.to.before.ends() && step.to.after.ends();
-    output_ << beginning_.text() << atoms_.text(step.atom) << (is_line ? "\n" : " ...\n")
-            << labels_.changes(before, after);
+    prefix_.mark(kChangedMark);
+    const bool is_line = dfa_.is_final(transition.to.before) && dfa_.is_final(transition.to.after);
+    for (const std::string &change : changes)
+        output_ << prefix_.text() << symbols_.text(transition.symbol) << (is_line ? ": " : " ...: ")
+                << change << '\n';
 }
 
 } // namespace diff

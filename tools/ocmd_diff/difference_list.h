@@ -1,10 +1,9 @@
-// The listing of a difference: "- " and "+ " before the lines of one tree alone, "~ " before words
-// that both trees have but that do not stand for the same.
+// The listing of the differences between two trees: "- " and "+ " before lines of one tree alone,
+// "~ " before words for which the trees accept other values, or have other fields.
 #pragma once
 
-#include "tools/ocmd_diff/difference.h"
-#include "tools/ocmd_diff/field_labels.h"
-#include "tools/ocmd_diff/pair_steps.h"
+#include "tools/ocmd_diff/change_texts.h"
+#include "tools/ocmd_diff/product_automaton.h"
 #include "tools/support/text_output.h"
 
 #include <string_view>
@@ -12,16 +11,16 @@
 
 namespace diff {
 
-/// What has been read of a line, with a mark and a blank before it.
-class Beginning {
+/// The prefix of a line, with a mark and a space before it.
+class Prefix {
 public:
-    Beginning();
+    Prefix();
 
     void mark(char mark) { bytes_[0] = mark; }
 
-    /// Adds an atom and the blank behind it.
-    void append(std::string_view atom);
-    void cut(size_t length) { length_ = length; }
+    /// Adds a symbol and a space.
+    void append(std::string_view symbol);
+    void truncate(size_t length) { length_ = length; }
 
     /// Readable in whole chunks.
     [[nodiscard]] std::string_view text() const { return {bytes_.data(), length_}; }
@@ -33,41 +32,40 @@ private:
 
 class DifferenceList {
 public:
-    DifferenceList(Difference &difference, const FieldLabels &labels, tool::TextOutput &output)
-        : states_(difference.states()), atoms_(states_.automaton().atoms()), steps_(difference),
-          labels_(labels), output_(output) {}
+    DifferenceList(ProductAutomaton &product, tool::TextOutput &output)
+        : product_(product), dfa_(product.dfa()), symbols_(dfa_.nfa().symbols()), changes_(dfa_),
+          output_(output) {}
 
-    /// Lists all that differs from the start of lines on. Does not recurse; memory is in proportion
-    /// to the line in hand, but for what PairSteps keeps.
-    void list(const Pair &start);
+    /// Lists all that differs from a pair on. Does not recurse.
+    void list(const StatePair &start);
 
 private:
-    // What comes next at one place of the way: edges of one tree alone, or steps of both.
-    struct Level {
-        size_t length; // of the beginning there
-        const Edge *next = nullptr;
-        const Edge *end = nullptr;
-        PairSteps::Cursor steps{};
+    // Transitions that come next after a prefix: those of a state of one tree, or of a pair.
+    struct Frame {
+        size_t length; // of the prefix
+        State state = 0;
+        uint32_t next_edge = 0;
+        ProductAutomaton::Cursor cursor{};
         bool is_of_both = false;
     };
 
-    void enter(const Pair &pair);
-    void enter_one_side(const Pair &pair);
-    void enter(Target state);
+    void enter(const StatePair &pair);
+    void enter_one_tree(const StatePair &pair);
+    void enter(Target target);
     bool go_on_in_one();
     bool go_on_in_both();
-    void take(const PairStep &step);
-    void print_leaves(Level &level);
-    void print(Atom atom);
-    void tell_changes(const PairStep &step);
+    void take(const PairTransition &transition);
+    size_t print_leaves(std::span<const Edge> edges, size_t next);
+    void print(Symbol symbol);
+    void print_changes(const PairTransition &transition);
 
-    const LineStates &states_;
-    const AtomTable &atoms_;
-    PairSteps steps_;
-    const FieldLabels &labels_;
+    ProductAutomaton &product_;
+    LineDfa &dfa_;
+    const SymbolTable &symbols_;
+    ChangeTexts changes_;
     tool::TextOutput &output_;
-    Beginning beginning_;
-    std::vector<Level> way_;
+    Prefix prefix_;
+    std::vector<Frame> stack_;
 };
 
 } // namespace diff

@@ -1,146 +1,187 @@
-// Fields are read by the table that grammars are written and read by, under the same names.
+// Loops over the tables of fields: whatever a table lists is compared.
 #include "tools/ocmd_diff/field_labels.h"
 
-#include "tools/support/grammar_fields.h"
-#include "tools/support/types.h"
+#include "param_reg/values.h"
+#include "parse_tree/record_fields.h"
+#include "tools/ocmd_diff/value_changes.h"
+#include "tools/support/tree_shape.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
 #include <array>
-#include <set>
-#include <string_view>
-#include <utility>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <span>
 
 namespace diff {
 
 namespace {
 
-using tool::FieldKind;
-using tool::GrammarField;
+using Field = const tsh_field_t *;
+using Fields = std::vector<Field>;
 
-constexpr std::array<std::string_view, 11> kWordKeys{
-    "help",        "function",   "terminal", "submode",    "submode_help", "mode",
-    "permissions", "interfaces", "token_id", "command_id", "message_type"};
+constexpr uint32_t kBitsOfByte = 8;
 
-constexpr const char *kNone = "none";
+// The fields that lists for readers have, in their order.
+Fields listed(const tsh_field_t *(*table)(uint32_t *count)) {
+    uint32_t count = 0;
+    const tsh_field_t *first = table(&count);
+    Fields fields;
+    for (const tsh_field_t &field : std::span{first, count})
+        if (field.list_order != 0)
+            fields.push_back(&field);
+    std::ranges::sort(fields, {}, &tsh_field_t::list_order);
+    return fields;
+}
 
-/// Names of fields with their values in text.
-using Values = std::vector<std::pair<std::string, std::string>>;
+const Fields &node_fields() {
+    static const Fields fields = listed(tsh_node_fields);
+    return fields;
+}
 
-std::string set_text(const void *record, const GrammarField &field) {
+const Fields &parameter_fields() {
+    static const Fields fields = listed(tsh_parameter_fields);
+    return fields;
+}
+
+std::span<const tsh_flag_t> node_flags() {
+    uint32_t count = 0;
+    const tsh_flag_t *first = tsh_node_flags(&count);
+    return {first, count};
+}
+
+// Whether the field bounds the values that the word accepts.
+bool is_bound(Field field, const parameter_info_t &parameter) {
+    const uint32_t bounds = tsh_mask_bounds(nullptr, parameter.type_mask);
+    if (field->offset == offsetof(parameter_info_t, int_min))
+        return (bounds & (TSH_BOUNDS_NUMBERS | TSH_BOUNDS_LENGTH)) != 0;
+    return field->offset == offsetof(parameter_info_t, int_max) &&
+           (bounds & TSH_BOUNDS_NUMBERS) != 0;
+}
+
+std::string_view bytes_of(Field field, const void *record) {
+    const char *bytes = static_cast<const char *>(record) + field->offset;
+    const size_t size = size_t{field->width} * field->count;
+    return {bytes, field->kind == TSH_FIELD_TEXT ? strnlen(bytes, size) : size};
+}
+
+std::string name_of(Field field) {
+    return field->key != nullptr ? field->key : field->name;
+}
+
+std::string yes_or_no(uint64_t number) {
+    constexpr std::array kTexts{"no", "yes"};
+    return number < kTexts.size() ? kTexts[number] : std::to_string(number);
+}
+
+template <typename Contains> std::string set_text(Field field, Contains contains) {
     std::string text = "[";
-    for (uint32_t number = 0; number < field.size * 8U; ++number)
-        if (tool::set_holds(record, field, number))
+    const uint32_t bits = kBitsOfByte * field->width * field->count;
+    for (uint32_t number = 0; number < bits; ++number)
+        if (contains(number))
             (text += text.size() > 1 ? ", " : "") += std::to_string(number);
     return text + ']';
 }
 
-std::string value_text(const void *record, const GrammarField &field) {
-    switch (field.kind) {
-    case FieldKind::kText:
-        return tool::double_quoted(tool::text_in(record, field));
-    case FieldKind::kSet:
-        return set_text(record, field);
-    case FieldKind::kFlag:
-        return tool::number_in(record, field) != 0 ? "yes" : "no";
+// Hexadecimal digits up to the last byte that is not zero.
+std::string digits_of(std::string_view bytes) {
+    std::string text;
+    const size_t last = bytes.find_last_not_of('\0');
+    for (const char byte : bytes.substr(0, last == std::string_view::npos ? 0 : last + 1)) {
+        std::array<char, 3> digits;
+        snprintf(digits.data(), digits.size(), "%02x", static_cast<unsigned>(byte) & 0xFFU);
+        text += digits.data();
+    }
+    return text.empty() ? "none" : text;
+}
+
+std::string value_text(Field field, const void *record) {
+    switch (field->kind) {
+    case TSH_FIELD_TEXT:
+        return tool::double_quoted(bytes_of(field, record));
+    case TSH_FIELD_SET:
+        return set_text(
+            field, [&](uint32_t number) { return tsh_field_contains(field, record, number) != 0; });
+    case TSH_FIELD_SIGNED:
+        return std::to_string(static_cast<int64_t>(tsh_field_number(field, record)));
+    case TSH_FIELD_BYTES:
+        return digits_of(bytes_of(field, record));
     default:
-        return std::to_string(tool::number_in(record, field));
+        return (field->traits & TSH_FIELD_YES_NO) != 0
+                   ? yes_or_no(tsh_field_number(field, record))
+                   : std::to_string(tsh_field_number(field, record));
     }
 }
 
-void add_bounds(const parameter_info_t &parameter, const std::string &name, Values &values) {
-    const bool is_unbounded = parameter.int_min == 0 && parameter.int_max == 0;
-    const auto add = [&](const char *key, int32_t bound) {
-        values.emplace_back(name + key, is_unbounded ? kNone
-                                                     : std::to_string(tsh_mask_bound(
-                                                           nullptr, parameter.type_mask, bound)));
+// Flags with keys are named, the others are numbers of a set.
+void add_flags(Field field, const void *record, NamedValues &values) {
+    const auto has_key = [](uint32_t bit) {
+        return std::ranges::any_of(node_flags(), [&](const tsh_flag_t &flag) {
+            return flag.bit == bit && flag.key != nullptr;
+        });
     };
-    if (tool::has_length(parameter)) {
-        add(" length", parameter.int_min);
-    } else {
-        add(" min", parameter.int_min);
-        add(" max", parameter.int_max);
-    }
+    for (const tsh_flag_t &flag : node_flags())
+        if (flag.key != nullptr)
+            values.emplace_back(flag.key, yes_or_no(static_cast<uint64_t>(
+                                              tsh_field_contains(field, record, flag.bit))));
+    values.emplace_back(name_of(field), set_text(field, [&](uint32_t bit) {
+                            return tsh_field_contains(field, record, bit) != 0 && !has_key(bit);
+                        }));
 }
 
-void add_parameter(const parameter_info_t &parameter, const std::string &name, Values &values) {
-    const GrammarField &interfaces = tool::field_of(tool::parameter_fields(), "interfaces");
-    values.emplace_back(name + " type", tool::types_text(parameter.type_mask));
-    add_bounds(parameter, name, values);
-    values.emplace_back(name + " interfaces", value_text(&parameter, interfaces));
-}
-
-Values values_of(const tree_node_t &node) {
-    Values values;
-    for (const std::string_view key : kWordKeys) {
-        const GrammarField &field = tool::field_of(tool::word_fields(), key);
-        values.emplace_back(field.key, value_text(&node, field));
+NamedValues values_of(const tree_node_t &node) {
+    NamedValues values;
+    for (const Field field : node_fields())
+        if (field->kind == TSH_FIELD_FLAGS)
+            add_flags(field, &node, values);
+        else
+            values.emplace_back(name_of(field), value_text(field, &node));
+    std::string prefix = "parameter ";
+    for (const parameter_info_t &parameter : tool::params_of(node)) {
+        for (const Field field : parameter_fields())
+            if (!is_bound(field, parameter))
+                values.emplace_back(prefix + name_of(field), value_text(field, &parameter));
+        prefix = "second parameter ";
     }
-    for (int i = 0; i < node.param_count; ++i)
-        add_parameter(node.params[i], i == 0 ? "parameter" : "second parameter", values);
     return values;
-}
-
-std::string joined(const std::set<std::string> &texts) {
-    std::string all;
-    for (const std::string &text : texts)
-        (all += all.empty() ? "" : " | ") += text;
-    return texts.empty() ? kNone : all;
 }
 
 } // namespace
 
-uint32_t FieldLabels::label_of(std::span<const NodeNumber> nodes) {
-    Sayings sayings;
-    for (const NodeNumber node : nodes)
-        sayings.push_back(saying_of(node));
-    std::ranges::sort(sayings);
-    sayings.erase(std::unique(sayings.begin(), sayings.end()), sayings.end());
-    const auto [place, is_new] =
-        labels_.try_emplace(std::move(sayings), static_cast<uint32_t>(sets_.size()));
-    if (is_new)
-        sets_.push_back(&place->first);
-    return place->second;
+uint32_t FieldLabels::label_of(const tree_node_t &node) {
+    const auto append = [this](Field field, const void *record) {
+        bytes_.append(bytes_of(field, record)).append(1, '\0');
+    };
+    bytes_.clear();
+    for (const Field field : node_fields())
+        append(field, &node);
+    for (const parameter_info_t &parameter : tool::params_of(node))
+        for (const Field field : parameter_fields())
+            if (!is_bound(field, parameter))
+                append(field, &parameter);
+    const uint32_t label = values_.number_of(bytes_);
+    if (label == first_with_.size())
+        first_with_.push_back(&node);
+    return label;
 }
 
-FieldLabels::Saying FieldLabels::saying_of(NodeNumber node) {
-    std::string key;
-    for (const auto &[name, value] : values_of(automaton_.node(node)))
-        key.append(name).append(" ").append(value).append("\n");
-    const auto [place, is_new] =
-        sayings_.try_emplace(std::move(key), static_cast<Saying>(first_with_.size()));
-    if (is_new)
-        first_with_.push_back(node);
-    return place->second;
+uint32_t FieldLabels::set_of(std::vector<uint32_t> &labels) {
+    std::ranges::sort(labels);
+    const auto repeated = std::ranges::unique(labels);
+    labels.erase(repeated.begin(), repeated.end());
+    return sets_.number_of(labels);
 }
 
-std::string FieldLabels::changes(uint32_t before, uint32_t after) const {
-    struct Sides {
-        std::set<std::string> before;
-        std::set<std::string> after;
-    };
-    std::vector<std::string> names; // in the order of the table
-    std::map<std::string, Sides> fields;
-    const auto gather = [&](uint32_t label, std::set<std::string> Sides::*side) {
-        for (const Saying saying : *sets_[label])
-            for (auto &[name, value] : values_of(automaton_.node(first_with_[saying]))) {
-                const auto [place, is_new] = fields.try_emplace(name);
-                if (is_new)
-                    names.push_back(name);
-                (place->second.*side).insert(value);
-            }
-    };
-    gather(before, &Sides::before);
-    gather(after, &Sides::after);
-
-    std::string text;
-    for (const std::string &name : names) {
-        const Sides &sides = fields[name];
-        if (joined(sides.before) != joined(sides.after))
-            text +=
-                "    " + name + ": " + joined(sides.before) + " -> " + joined(sides.after) + '\n';
-    }
-    return text.empty() ? "    fields of the same values, put together in other ways\n" : text;
+std::vector<std::string> FieldLabels::changes(uint32_t before, uint32_t after) const {
+    ValueChanges changes;
+    for (const uint32_t label : sets_[before])
+        changes.add_before(values_of(*first_with_[label]));
+    for (const uint32_t label : sets_[after])
+        changes.add_after(values_of(*first_with_[label]));
+    const auto texts = changes.texts();
+    return texts.empty() ? std::vector<std::string>{"the same fields in other combinations"}
+                         : texts;
 }
 
 } // namespace diff

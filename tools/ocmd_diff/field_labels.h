@@ -1,40 +1,34 @@
-// What nodes say of their words, so that lines of both trees can be compared by it: function, mode,
-// help, permissions, interface kinds, ids and bounds.
+// The fields of records that do not decide what a line accepts, and how they differ between two
+// trees.
 #pragma once
 
-#include "tools/ocmd_diff/line_automaton.h"
+#include "parse_tree/tree_node.h"
+#include "tools/ocmd_diff/sequence_table.h"
 
 #include <cstdint>
-#include <map>
-#include <span>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace diff {
 
-/// Labels are equal for sets of nodes that say the same, however many nodes say it.
+/// Interned field values: nodes with equal fields have equal labels. A number for a set of labels
+/// is a label set.
 class FieldLabels {
 public:
-    explicit FieldLabels(const LineAutomaton &automaton) : automaton_(automaton) {}
+    /// Needs tool::register_types.
+    uint32_t label_of(const tree_node_t &node);
 
-    /// The label of a set of nodes; 0 for none.
-    uint32_t label_of(std::span<const NodeNumber> nodes);
+    /// The number of a set, which is reordered; equal sets have equal numbers.
+    uint32_t set_of(std::vector<uint32_t> &labels);
 
-    /// How two labels differ: a line for each field, indented, with the values of either side.
-    [[nodiscard]] std::string changes(uint32_t before, uint32_t after) const;
+    /// How two different label sets differ: a text for each field, "help "a" -> "b"".
+    [[nodiscard]] std::vector<std::string> changes(uint32_t before, uint32_t after) const;
 
 private:
-    using Saying = uint32_t; // what one node says
-    using Sayings = std::vector<Saying>;
-
-    Saying saying_of(NodeNumber node);
-
-    const LineAutomaton &automaton_;
-    std::unordered_map<std::string, Saying> sayings_;
-    std::vector<NodeNumber> first_with_; // by saying
-    std::map<Sayings, uint32_t> labels_{{{}, 0}};
-    std::vector<const Sayings *> sets_{&labels_.begin()->first}; // by label
+    SequenceTable<char> values_; // the bytes of all compared fields
+    std::string bytes_;
+    std::vector<const tree_node_t *> first_with_; // by label
+    SequenceTable<uint32_t> sets_;
 };
 
 } // namespace diff

@@ -1,8 +1,8 @@
-// ocmd_diff: the command lines that only one of two trees accepts.
-#include "tools/ocmd_diff/difference.h"
+// ocmd_diff: the differences between the command lines that two trees accept.
 #include "tools/ocmd_diff/difference_count.h"
 #include "tools/ocmd_diff/difference_list.h"
 #include "tools/ocmd_diff/field_labels.h"
+#include "tools/ocmd_diff/product_automaton.h"
 #include "tools/support/program.h"
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
@@ -24,16 +24,19 @@ using tool::TextOutput;
 using tool::TreeFile;
 
 constexpr std::array kOptions{
-    Option{0, "fields", nullptr, "Also tell where words of both trees do not stand for the same."},
-    Option{0, "stat", nullptr, "Only count what would be listed."},
-    Option{'q', "quiet", nullptr, "List nothing; the status tells whether the trees differ."},
+    Option{0, "fields", nullptr,
+           "Also report words that exist in both trees but differ in a field."},
+    Option{0, "stat", nullptr, "Print only the numbers of differences."},
+    Option{'q', "quiet", nullptr, "Print no differences; report only through the exit status."},
 };
 
 constexpr tool::Program kProgram{
     "ocmd_diff", "OLD NEW",
-    "Lists the command lines that only one of two trees accepts: \"- \" before those of OLD,\n"
-    "\"+ \" before those of NEW. Files are main par files or subtree files; - is standard input.\n"
-    "The status is 0 when nothing differs, 1 when something does, and 2 in case of trouble.",
+    "Lists the differences between the command lines that two trees accept: \"- \" before lines "
+    "of\n"
+    "OLD alone, \"+ \" before lines of NEW alone, \"~ \" before words that accept other values.\n"
+    "Files are main par files or subtree files; - is standard input.\n"
+    "Exit status: 0 if the trees are equal, 1 if they differ, 2 on error.",
     kOptions};
 
 constexpr Status kSame = tool::kDone;
@@ -48,37 +51,36 @@ TreeFile open_file(const char *path) {
     }
 }
 
-void print(const Extent &extent, bool has_changed, TextOutput &output) {
-    output << "- " << extent.only_before.text() << "\n+ " << extent.only_after.text() << '\n';
-    if (has_changed)
-        output << "~ " << extent.changed.text() << '\n';
+void print(const Extent &extent, TextOutput &output) {
+    output << "- " << extent.only_before.text() << "\n+ " << extent.only_after.text() << "\n~ "
+           << extent.changed.text() << '\n';
 }
 
 Status compare(const CommandLine &line) {
     const auto operands = line.operands();
     if (operands.size() != 2)
-        refuse("two files are needed, OLD and NEW");
+        refuse("missing operand; expected OLD and NEW");
     if (strcmp(operands[0], "-") == 0 && strcmp(operands[1], "-") == 0)
         refuse("standard input cannot be both files");
     const TreeFile old_file = open_file(operands[0]);
     const TreeFile new_file = open_file(operands[1]);
     tool::register_types();
 
-    const bool has_labels = line.has("fields");
-    LineAutomaton automaton{std::array{&old_file, &new_file}, !has_labels};
-    FieldLabels labels{automaton};
-    LineStates states{automaton, has_labels ? &labels : nullptr};
-    const Pair start{states.reach(automaton.start_of(0)), states.reach(automaton.start_of(1))};
-    Difference difference{states};
-    if (!difference.is_at(start))
+    FieldLabels field_labels;
+    FieldLabels *const labels = line.has("fields") ? &field_labels : nullptr;
+    LineNfa nfa{std::array{&old_file, &new_file}, labels};
+    LineDfa dfa{nfa, labels};
+    ProductAutomaton product{dfa};
+    const StatePair start = product.start();
+    if (!product.differs(start))
         return kSame;
     TextOutput output;
     if (line.has("quiet"))
         return kDiffer;
     if (line.has("stat"))
-        print(DifferenceCount{difference}.count(start), has_labels, output);
+        print(DifferenceCount{product}.count(start), output);
     else
-        DifferenceList{difference, labels, output}.list(start);
+        DifferenceList{product, output}.list(start);
     output.flush();
     return kDiffer;
 }

@@ -263,6 +263,8 @@ bool is_sound(const TreeFile &file) {
 
 TreeFile open_sound(const std::string &path) {
     TreeFile file{path};
+    if (file.records().empty() && file.complete())
+        fail("%s: empty file; expected a tree", file.name().c_str());
     if (!is_sound(file) || !file.complete())
         throw Stop{kFaults};
     return file;

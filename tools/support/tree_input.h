@@ -67,7 +67,7 @@ uint32_t tell_faults(const TreeFile &file);
 bool is_sound(const TreeFile &file);
 
 /// Opens a file for a tool that answers for all of it and follows links: one that is not sound or
-/// not complete ends the run with kFaults.
+/// not complete ends the run with kFaults, an empty one with kTrouble.
 TreeFile open_sound(const std::string &path);
 
 } // namespace tool
