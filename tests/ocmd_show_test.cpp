@@ -412,7 +412,7 @@ TEST_F(Show, TellsWhatAGrammarCannotSay) {
     }
 }
 
-TEST_F(Show, DrawsAPartOfATree) {
+TEST_F(Show, ShowsAPartOfATree) {
     store(device());
     const std::string drawn = " main.par | sed -n 's/^  n[0-9]* .label=//p'";
     EXPECT_EQ(shell("ocmd_show --dot --levels=1" + drawn), R"("root",shape=diamond];
@@ -420,8 +420,8 @@ TEST_F(Show, DrawsAPartOfATree) {
 "bay\n+1"];
 "none\n+1"];
 "rest",style="bold"];
-"tsh_redirect_root\n+1",shape=diamond];
 )");
+    EXPECT_EQ(shell("ocmd_show --dot --redirect-root main.par | grep -c redirect"), "2\n");
     const std::string interface =
         "\"<INTERFACE>[o]\",shape=ellipse,style=\"bold,dashed,filled\"];\n";
     EXPECT_EQ(shell("ocmd_show --dot --below '  show wear'" + drawn),
@@ -432,8 +432,24 @@ TEST_F(Show, DrawsAPartOfATree) {
          {"bay <STRING>[o] / lane<INTEGERINTEGER RANGE> / up <INTERFACE>[o]",
           "bay <STRING> lane<INTEGERINTEGER RANGE> up <INTERFACE>"})
         EXPECT_EQ(shell(("ocmd_show --dot --below '" + line).append("'").append(drawn)), interface);
-    EXPECT_EQ(shell("ocmd_show --dot --below 'show bay' main.par"),
-              "ocmd_show: main.par: no command line begins with \"show bay\"\nstatus 1");
+    for (const std::string words : {"show", "bay <STRING>", "bay <STRING>[o] / label"})
+        EXPECT_EQ(shell("ocmd_show --commands --below '" + words + "' main.par"),
+                  shell("ocmd_show --commands main.par | grep '^" + words.substr(0, 12) +
+                        "' | "
+                        "grep '" +
+                        words.substr(words.rfind(' ') + 1) + "'"));
+    EXPECT_EQ(shell("ocmd_show --yaml --below 'bay <STRING>' main.par >part.yaml && "
+                    "ocmd_compile -W no-dead-end -W no-bounds part.yaml && "
+                    "ocmd_show --commands part.par"),
+              shell("ocmd_show --commands main.par | sed -n 's/^bay //p'"));
+    EXPECT_EQ(
+        shell("ocmd_show --yaml --below 'show wear <INTERFACE>' main.par"),
+        "below: show.wear\nwords:\n  <INTERFACE>: {name: port, terminal: yes, optional: yes}\n");
+    EXPECT_EQ(shell("ocmd_show --json --below 'show wear' main.par | grep -o '^{\"index[^t]*'"),
+              "{\"index\":3,\"name\":\"por\n{\"index\":4,\"name\":\"show.wear\",\"\n");
+    for (const char *mode : {"dot", "commands", "yaml", "json"})
+        EXPECT_EQ(shell(std::string("ocmd_show --below 'show bay' main.par --") + mode),
+                  "ocmd_show: main.par: no command line starts with \"show bay\"\nstatus 1");
 }
 
 TEST_F(Show, RefusesUnsoundTreesAndTellsEveryFault) {
@@ -472,9 +488,10 @@ TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {
     EXPECT_EQ(shell("ocmd_show --yaml empty.par main.par"),
               "# empty.par\n# main.par\nredirect_root: no\nwords:\n  up: {terminal: yes}\n");
     for (const char *wrong :
-         {"", "--dot --json main.par", "--levels=1 main.par", "--below=up main.par",
-          "--dot --levels=-1 main.par", "--dot --levels=:1 main.par", "--dot --levels=1x main.par",
-          "--kind=tree main.par", "--none main.par"})
+         {"", "--dot --json main.par", "--levels=1 main.par", "--nodes --below=up main.par",
+          "--json --redirect-root main.par", "--dot --levels=-1 main.par",
+          "--dot --levels=:1 main.par", "--dot --levels=1x main.par", "--kind=tree main.par",
+          "--none main.par"})
         EXPECT_EQ(
             shell("ocmd_show " + std::string(wrong) + " >said 2>&1; s=$?; tail -n 1 said; exit $s"),
             "Try 'ocmd_show --help'.\nstatus 2");

@@ -2,11 +2,11 @@
 // graph.
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/command_lines.h"
+#include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/utf8.h"
 
 #include <algorithm>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,89 +28,6 @@ constexpr std::string_view kLegend =
     "  // bold: a command ends here; two borders: enters a submode, whose commands lie below\n"
     "  // dashed: the word may be left out; grey: shared, below several words\n"
     "  // +N: N words below are not drawn\n";
-
-constexpr std::string_view kOptionalMark = "[o]";
-
-std::string without_marks(std::string word) {
-    for (size_t mark = 0; (mark = word.find(kOptionalMark, mark)) != std::string::npos;)
-        word.erase(mark, kOptionalMark.size());
-    return word;
-}
-
-// Words joined by single blanks.
-std::string tidied(std::string_view line) {
-    std::string tidy;
-    for (const char c : line)
-        if (c != ' ' || (!tidy.empty() && tidy.back() != ' '))
-            tidy += c;
-    if (!tidy.empty() && tidy.back() == ' ')
-        tidy.pop_back();
-    return tidy;
-}
-
-// Finds nodes by the line that leads to them, spelled as lines are listed; the marks of optional
-// words and the slashes behind submodes may be left out. Types have blanks in their names, so words
-// are matched against what is left of the line instead of being cut out of it.
-class LineSearch {
-public:
-    LineSearch(Nodes nodes, const LinkTable &links, std::string_view line)
-        : nodes_(nodes), links_(links), line_(tidied(line)) {}
-
-    // All nodes that the whole line leads to; the root for an empty line.
-    std::vector<uint16_t> find(bool from_root) {
-        if (line_.empty())
-            return {0};
-        if (from_root)
-            try_word(0, 0);
-        else
-            reach(0, 0);
-        while (!states_.empty()) {
-            const auto [node, used] = states_.back();
-            states_.pop_back();
-            for (const uint16_t child : links_.below(node))
-                try_word(child, used);
-        }
-        return {found_.begin(), found_.end()};
-    }
-
-private:
-    // At this node so much of the line is used up.
-    using State = std::pair<uint16_t, size_t>;
-
-    void reach(uint16_t node, size_t used) {
-        if (met_.insert({node, used}).second)
-            states_.emplace_back(node, used);
-    }
-
-    void try_word(uint16_t node, size_t used) {
-        const std::string word = word_of(nodes_[node]);
-        if (word.empty())
-            return reach(node, used);
-        for (const std::string &spelling : {word, without_marks(word)})
-            if (line_.compare(used, spelling.size(), spelling) == 0)
-                take(node, used + spelling.size());
-    }
-
-    // The word of the node ends there, and so does every slash behind a submode.
-    void take(uint16_t node, size_t used) {
-        constexpr std::string_view kSlash = " /";
-        for (; used < line_.size(); used += kSlash.size()) {
-            if (line_[used] != ' ')
-                return;
-            reach(node, used + 1);
-            if (!tool::is_submode(nodes_[node]) || line_.compare(used, kSlash.size(), kSlash) != 0)
-                return;
-        }
-        found_.insert(node);
-    }
-
-    Nodes nodes_;
-    const LinkTable &links_;
-    std::string line_;
-    std::set<State> met_;
-    std::vector<State> states_; // met and not yet gone on from
-    std::set<uint16_t> found_;
-};
 
 // A text within a quoted text of the graph's language, where backslashes and ampersands begin
 // something.
@@ -134,11 +51,14 @@ void write_escaped(std::string_view text, TextOutput &output) {
 
 class Graph {
 public:
-    Graph(Nodes nodes, const LinkTable &links, TextOutput &output)
+    // Nodes that are not wanted are not drawn, and their links do not count.
+    Graph(Nodes nodes, const LinkTable &links, const std::vector<bool> &wanted, TextOutput &output)
         : nodes_(nodes), links_(links), output_(output), parents_(nodes.size()) {
+        links_.keep_links_to(wanted);
         for (uint32_t node = 0; node < nodes.size(); ++node)
-            for (const uint16_t child : links.below(node))
-                ++parents_[child];
+            if (wanted[node])
+                for (const uint16_t child : links_.below(node))
+                    ++parents_[child];
     }
 
     // Level by level, each node once, with its links; on the last level with those to nodes that
@@ -146,7 +66,7 @@ public:
     void draw(const std::string &title, std::vector<uint16_t> top, uint32_t levels) {
         output_ << "digraph \"";
         write_escaped(title, output_);
-        output_ << "\" {\n" << kLegend << "  rankdir=LR;\n  node [shape=box];\n";
+        output_ << "\" {\n" << kLegend << "  rankdir=LR;\n  ordering=out;\n  node [shape=box];\n";
         std::vector<bool> drawn(nodes_.size());
         std::vector<uint16_t> level = std::move(top);
         for (const uint16_t node : level)
@@ -216,30 +136,38 @@ private:
     }
 
     Nodes nodes_;
-    const LinkTable &links_;
+    LinkTable links_;
     TextOutput &output_;
     std::vector<uint32_t> parents_; // how many each node has
 };
 
+// All nodes but the one by which a main tree is loaded, unless it is requested.
+std::vector<bool> wanted_nodes(const TreeFile &file, Nodes nodes, const Request &request) {
+    std::vector<bool> wanted(nodes.size(), true);
+    if (request.redirect_root || file.container() != tool::Container::kMain)
+        return wanted;
+    for (const uint16_t child : tool::links_of(nodes[0]))
+        if (tool::text_of(nodes[child].name) == tool::kRedirectRoot)
+            wanted[child] = false;
+    return wanted;
+}
+
 } // namespace
 
-tool::Status show_dot(const TreeFile &file, const Part &part, TextOutput &output) {
-    bool found = false;
-    for (const TreeRecord &record : file.records()) {
-        const LinkTable links{record.nodes};
-        const auto top = LineSearch{record.nodes, links, part.below.value_or("")}.find(
-            tool::begins_with_root(file, record));
-        if (top.empty())
-            continue;
-        found = true;
-        Graph{record.nodes, links, output}.draw(file.name(), top, part.levels);
+tool::Status show_dot(const TreeFile &file, const Request &request, TextOutput &output) {
+    const auto draw = [&](Nodes nodes, const LinkTable &links, std::vector<uint16_t> top) {
+        const std::vector<bool> wanted = wanted_nodes(file, nodes, request);
+        Graph{nodes, links, wanted, output}.draw(file.name(), std::move(top), request.levels);
+    };
+    if (!request.below) {
+        for (const TreeRecord &record : file.records())
+            draw(record.nodes, LinkTable{record.nodes}, {0});
+        return tool::kDone;
     }
-    if (!found && part.below) {
-        tool::tell("%s: no command line begins with \"%s\"", file.name().c_str(),
-                   part.below->c_str());
-        return tool::kFaults;
-    }
-    return tool::kDone;
+    const std::vector<LineSearch> matches = search(file, *request.below);
+    for (const LineSearch &match : matches)
+        draw(match.record().nodes, match.links(), match.found());
+    return matches.empty() ? tool::kFaults : tool::kDone;
 }
 
 } // namespace show

@@ -3,11 +3,13 @@
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/record_bytes.h"
 #include "tools/support/record_tables.h"
+#include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
 
 #include <bit>
 #include <cstring>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -22,36 +24,70 @@ using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
 
+enum class NodeIndex : uint32_t {};
+
+// A record and the nodes of it that are shown.
+struct RecordPart {
+    const TreeRecord *record;
+    std::vector<NodeIndex> nodes;
+};
+
+std::vector<RecordPart> whole_records(const TreeFile &file) {
+    std::vector<RecordPart> parts;
+    for (const TreeRecord &record : file.records()) {
+        RecordPart &part = parts.emplace_back(RecordPart{&record, {}});
+        for (uint32_t node = 0; node < record.nodes.size(); ++node)
+            part.nodes.push_back(NodeIndex{node});
+    }
+    return parts;
+}
+
+std::vector<RecordPart> parts_below(const TreeFile &file, const std::string &line) {
+    std::vector<RecordPart> parts;
+    for (const LineSearch &match : search(file, line)) {
+        RecordPart &part = parts.emplace_back(RecordPart{&match.record(), {}});
+        std::set<uint16_t> nodes;
+        for (const uint16_t found : match.found()) {
+            const std::vector<uint16_t> reached = match.reached_from(found);
+            nodes.insert(reached.begin(), reached.end());
+        }
+        for (const uint16_t node : nodes)
+            part.nodes.push_back(NodeIndex{node});
+    }
+    return parts;
+}
+
 class JsonWriter {
 public:
     explicit JsonWriter(TextOutput &output) : output_(output) {}
 
-    void write(const TreeFile &file) {
+    void write(const TreeFile &file, std::span<const RecordPart> records) {
         begin();
         text("file", file.name());
         text("container", file.container() == Container::kMain ? "main" : "subtrees");
         text("byte_order", file.order() == tool::ByteOrder::kLittle ? "little" : "big");
         key("compressed") << (file.compressed() ? "true" : "false");
-        list("records", file.records());
+        list("records", records);
         output_ << "}\n";
     }
 
 private:
-    void write(const TreeRecord &record) {
+    void write(const RecordPart &part) {
         begin();
-        number("version", record.version);
-        number("path_kind", record.path_kind);
-        text("attach_path", record.attach_path);
-        next_index_ = 0;
-        list("nodes", record.nodes);
+        number("version", part.record->version);
+        number("path_kind", part.record->path_kind);
+        text("attach_path", part.record->attach_path);
+        nodes_ = part.record->nodes;
+        list("nodes", part.nodes);
         output_ << '}';
     }
 
-    void write(const tree_node_t &node) {
+    void write(NodeIndex node) {
         output_ << '\n'; // a line for each node
         begin();
-        number("index", next_index_++);
-        write_fields(tool::node_record_fields(), &node);
+        const auto index = static_cast<uint32_t>(node);
+        number("index", index);
+        write_fields(tool::node_record_fields(), &nodes_[index]);
         output_ << '}';
     }
 
@@ -213,13 +249,16 @@ private:
 
     TextOutput &output_;
     bool first_ = true; // the current object has no key yet
-    uint32_t next_index_ = 0;
+    tool::Nodes nodes_; // of the current record
 };
 
 } // namespace
 
-tool::Status show_json(const TreeFile &file, const Part & /*part*/, TextOutput &output) {
-    JsonWriter{output}.write(file);
+tool::Status show_json(const TreeFile &file, const Request &request, TextOutput &output) {
+    const auto parts = request.below ? parts_below(file, *request.below) : whole_records(file);
+    if (request.below && parts.empty())
+        return tool::kFaults;
+    JsonWriter{output}.write(file, parts);
     return tool::kDone;
 }
 

@@ -1,4 +1,4 @@
-// ocmd_show: what is in files of trees, as a summary, a list, a grammar, data or a graph.
+// Command line of ocmd_show.
 #include "base/escape.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/types.h"
@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace show {
 
@@ -28,53 +30,91 @@ using tool::Stop;
 using tool::TextOutput;
 using tool::TreeFile;
 
-constexpr std::array kOptions{
-    Option{0, "commands", nullptr, "List every command line."},
-    Option{0, "nodes", nullptr, "Tell all that each node holds."},
-    Option{0, "yaml", nullptr, "Write the grammar back, as ocmd_compile reads it."},
-    Option{0, "json", nullptr, "Write every field of every record for scripts."},
-    Option{0, "dot", nullptr, "Draw the tree: a graph for Graphviz."},
-    Option{0, "check", nullptr, "Only tell every fault of the file."},
-    Option{0, "below", "WORDS", "With --dot: draw only what lies below this line."},
-    Option{0, "levels", "N", "With --dot: draw N levels below the node on top."},
-    Option{0, "kind", "KIND", "Take the files for KIND, main or subtrees, instead of looking."},
-    Option{0, "byte-order", "ORDER",
-           "Take the files for ORDER, little or big, instead of looking."},
-};
-
-constexpr tool::Program kProgram{
-    "ocmd_show", "FILE...",
-    "Shows what main par files and subtree files hold, plain or gzip-compressed, in either byte\n"
-    "order; - is standard input. Without options a summary with the number of command lines.",
-    kOptions};
+// Options beside the mode that a mode may use, a bit each.
+enum Uses : unsigned { kNothing = 0, kBelow = 1, kLevels = 2, kRedirectRoot = 4 };
 
 struct Mode {
-    const char *option;
-    Status (*show)(const TreeFile &file, const Part &part, TextOutput &output);
+    Option option;
+    Show *show;
+    unsigned uses;
     const char *heading; // before the name of each of several files; null for none
     const char *heading_end;
 };
 
 constexpr std::array kModes{
-    Mode{"commands", show_commands, "", ":\n"}, Mode{"nodes", show_nodes, "", ":\n"},
-    Mode{"yaml", show_yaml, "# ", "\n"},        Mode{"json", show_json, nullptr, nullptr},
-    Mode{"dot", show_dot, "// ", "\n"},         Mode{"check", nullptr, nullptr, nullptr},
-    Mode{"", show_summary, nullptr, nullptr}, // names each file itself
+    Mode{{0, "commands", nullptr, "List every command line."}, show_commands, kBelow, "", ":\n"},
+    Mode{{0, "nodes", nullptr, "Print all fields of each node."}, show_nodes, kNothing, "", ":\n"},
+    Mode{{0, "yaml", nullptr, "Print the tree as a grammar for ocmd_compile."},
+         show_yaml,
+         kBelow,
+         "# ",
+         "\n"},
+    Mode{{0, "json", nullptr, "Print every field of every record for scripts."},
+         show_json,
+         kBelow,
+         nullptr,
+         nullptr},
+    Mode{{0, "dot", nullptr, "Draw the tree as a graph for Graphviz."},
+         show_dot,
+         kBelow | kLevels | kRedirectRoot,
+         "// ",
+         "\n"},
+    Mode{{0, "check", nullptr, "Only validate the files and report all errors."},
+         show_faults,
+         kNothing,
+         nullptr,
+         nullptr},
 };
+constexpr Mode kSummary{{}, show_summary, kNothing, nullptr, nullptr}; // names each file itself
+
+constexpr std::array kOtherOptions{
+    Option{0, "below", "WORDS", "Show only the commands that start with WORDS."},
+    Option{0, "levels", "N", "With --dot: draw N levels below the top node."},
+    Option{0, "redirect-root", nullptr, "With --dot: draw the redirect root, too."},
+    Option{0, "kind", "KIND", "Read the files as KIND (main or subtrees) instead of detecting it."},
+    Option{0, "byte-order", "ORDER",
+           "Read the files as ORDER (little or big) instead of detecting it."},
+};
+constexpr std::array kUses{kBelow, kLevels, kRedirectRoot}; // of the first other options
+
+constexpr auto kOptions = [] {
+    std::array<Option, kModes.size() + kOtherOptions.size()> options{};
+    const auto rest = std::ranges::transform(kModes, options.begin(), &Mode::option).out;
+    std::ranges::copy(kOtherOptions, rest);
+    return options;
+}();
+
+constexpr tool::Program kProgram{
+    "ocmd_show", "FILE...",
+    "Shows main par files and subtree files, plain or gzip-compressed, in either byte order.\n"
+    "FILE - is standard input. Without options prints a summary with the number of command lines.",
+    kOptions};
 
 const Mode &chosen_mode(const CommandLine &line) {
-    const Mode *chosen = nullptr;
+    const Mode *chosen = &kSummary;
     for (const Mode &mode : kModes) {
-        if (!line.has(mode.option))
+        if (!line.has(mode.option.name))
             continue;
-        if (chosen != nullptr)
-            refuse("--%s and --%s: only one of them at a time", chosen->option, mode.option);
+        if (chosen != &kSummary)
+            refuse("--%s and --%s exclude each other", chosen->option.name, mode.option.name);
         chosen = &mode;
     }
-    return chosen == nullptr ? kModes.back() : *chosen;
+    return *chosen;
 }
 
-// The value of the option that stands at the place of its argument among the names.
+// "--commands, --yaml or --dot"
+std::string modes_that_use(unsigned use) {
+    std::vector<std::string> names;
+    for (const Mode &mode : kModes)
+        if ((mode.uses & use) != 0)
+            names.push_back(std::string{"--"} + mode.option.name);
+    std::string text = names.front();
+    for (size_t i = 1; i < names.size(); ++i)
+        text += (i + 1 == names.size() ? " or " : ", ") + names[i];
+    return text;
+}
+
+// Returns the value whose name is the argument of the option, if the option is given.
 template <typename Value>
 std::optional<Value> choice(const CommandLine &line, const char *option,
                             const std::array<const char *, 2> &names) {
@@ -84,7 +124,7 @@ std::optional<Value> choice(const CommandLine &line, const char *option,
     for (size_t i = 0; i < names.size(); ++i)
         if (strcmp(given, names[i]) == 0)
             return static_cast<Value>(i);
-    refuse("--%s=%s: neither %s nor %s", option, given, names[0], names[1]);
+    refuse("invalid argument '%s' for --%s; expected %s or %s", given, option, names[0], names[1]);
 }
 
 uint32_t level_count(const char *text) {
@@ -92,19 +132,22 @@ uint32_t level_count(const char *text) {
     errno = 0;
     const unsigned long levels = strtoul(text, &end, 10);
     if (*text < '0' || *text > '9' || *end != '\0')
-        refuse("--levels=%s: not a number", text);
+        refuse("invalid argument '%s' for --levels; expected a number", text);
     return errno != 0 || levels > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(levels);
 }
 
-Part chosen_part(const CommandLine &line) {
-    if (!line.has("dot") && (line.has("below") || line.has("levels")))
-        refuse("--%s: only with --dot", line.has("below") ? "below" : "levels");
-    Part part;
+Request request_of(const CommandLine &line, const Mode &mode) {
+    for (size_t i = 0; i < kUses.size(); ++i)
+        if (line.has(kOtherOptions[i].name) && (mode.uses & kUses[i]) == 0)
+            refuse("--%s requires %s", kOtherOptions[i].name, modes_that_use(kUses[i]).c_str());
+    Request request;
     if (line.has("below"))
-        part.below = line.value("below");
+        if (std::string below = normalized(line.value("below")); !below.empty())
+            request.below = std::move(below);
     if (line.has("levels"))
-        part.levels = level_count(line.value("levels"));
-    return part;
+        request.levels = level_count(line.value("levels"));
+    request.redirect_root = line.has("redirect-root");
+    return request;
 }
 
 void write_heading(const Mode &mode, const std::string &name, TextOutput &output) {
@@ -115,9 +158,10 @@ class Run {
 public:
     explicit Run(const CommandLine &line)
         : mode_(chosen_mode(line)),
-          part_(chosen_part(line)), insist_{choice<Container>(line, "kind", {"main", "subtrees"}),
-                                            choice<ByteOrder>(line, "byte-order",
-                                                              {"little", "big"})},
+          request_(request_of(line, mode_)), insist_{choice<Container>(line, "kind",
+                                                                       {"main", "subtrees"}),
+                                                     choice<ByteOrder>(line, "byte-order",
+                                                                       {"little", "big"})},
           has_headings_(line.operands().size() > 1 && mode_.heading != nullptr) {
         if (line.operands().empty())
             refuse("no file");
@@ -136,23 +180,20 @@ public:
 
 private:
     Status show(const TreeFile &file) {
-        const bool only_check = mode_.show == nullptr;
+        const bool only_check = mode_.show == show_faults;
         Status status = file.complete() ? kDone : kFaults;
         if (only_check ? tell_faults(file) > 0 : !is_sound(file))
             return kFaults; // links of such trees may lead anywhere
         if (has_headings_)
             write_heading(mode_, file.name(), output_);
-        if (only_check)
-            output_ << file.name() << ": no faults in its trees\n";
-        else
-            status = std::max(status, mode_.show(file, part_, output_));
-        part_.records_before += file.records().size();
+        status = std::max(status, mode_.show(file, request_, output_));
+        request_.records_before += file.records().size();
         output_.flush(); // before anything is told of the next file
         return status;
     }
 
     const Mode &mode_;
-    Part part_;
+    Request request_;
     Insist insist_;
     bool has_headings_;
     TextOutput output_;

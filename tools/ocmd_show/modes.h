@@ -1,6 +1,7 @@
-// The ways of ocmd_show to show a file. All of them take files with sound trees.
+// The modes of ocmd_show: each shows a file with valid trees in its own form.
 #pragma once
 
+#include "tools/ocmd_show/line_search.h"
 #include "tools/support/program.h"
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
@@ -9,21 +10,29 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace show {
 
-/// What is asked for beside the mode.
-struct Part {
-    std::optional<std::string> below; ///< Only what lies below this line.
-    uint32_t levels = UINT32_MAX;     ///< Levels below the node on top.
-    size_t records_before = 0;        ///< Of the files that were shown before this one.
+/// What is requested beside the mode.
+struct Request {
+    std::optional<std::string> below; ///< Only the nodes below this line, normalized.
+    uint32_t levels = UINT32_MAX;     ///< Only this many levels below the top node.
+    bool redirect_root = false;       ///< Draw the redirect root.
+    size_t records_before = 0;        ///< Number of records in the files shown so far.
 };
 
-tool::Status show_summary(const tool::TreeFile &file, const Part &part, tool::TextOutput &output);
-tool::Status show_commands(const tool::TreeFile &file, const Part &part, tool::TextOutput &output);
-tool::Status show_nodes(const tool::TreeFile &file, const Part &part, tool::TextOutput &output);
-tool::Status show_yaml(const tool::TreeFile &file, const Part &part, tool::TextOutput &output);
-tool::Status show_json(const tool::TreeFile &file, const Part &part, tool::TextOutput &output);
-tool::Status show_dot(const tool::TreeFile &file, const Part &part, tool::TextOutput &output);
+/// Searches every record for the line. Reports if no record has it.
+std::vector<LineSearch> search(const tool::TreeFile &file, const std::string &line);
+
+using Show = tool::Status(const tool::TreeFile &file, const Request &request,
+                          tool::TextOutput &output);
+Show show_summary;
+Show show_commands;
+Show show_nodes;
+Show show_yaml;
+Show show_json;
+Show show_dot;
+Show show_faults;
 
 } // namespace show

@@ -176,7 +176,7 @@ private:
 
 } // namespace
 
-tool::Status show_nodes(const TreeFile &file, const Part & /*part*/, TextOutput &output) {
+tool::Status show_nodes(const TreeFile &file, const Request & /*request*/, TextOutput &output) {
     uint32_t number = 0;
     for (const TreeRecord &record : file.records()) {
         ++number;

@@ -90,7 +90,7 @@ void summarize(const TreeFile &file, const TreeRecord &record, TextOutput &outpu
 
 } // namespace
 
-tool::Status show_summary(const TreeFile &file, const Part & /*part*/, TextOutput &output) {
+tool::Status show_summary(const TreeFile &file, const Request & /*request*/, TextOutput &output) {
     const bool main = file.container() == Container::kMain;
     output << file.name() << ": " << (main ? "main par file" : "subtree file")
            << (file.compressed() ? ", gzip-compressed" : "")

@@ -4,6 +4,7 @@
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/strays.h"
+#include "tools/ocmd_show/subtree_copy.h"
 #include "tools/ocmd_show/yaml_entries.h"
 #include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
@@ -40,8 +41,6 @@ using tool::TreeRecord;
 
 constexpr size_t kBlockLevels = 16; // of words that are written by indentation
 constexpr size_t kLineWidth = 100;  // for words in one line
-constexpr uint32_t kUsualVersion = 1;
-constexpr uint32_t kUsualPathKind = 2;
 
 std::string_view name_of(const tree_node_t &node) {
     return tool::text_of(node.name);
@@ -448,16 +447,24 @@ private:
 
 } // namespace
 
-tool::Status show_yaml(const TreeFile &file, const Part &part, TextOutput &output) {
+tool::Status show_yaml(const TreeFile &file, const Request &request, TextOutput &output) {
     Losses losses{file, output};
     size_t number = 0;
-    for (const TreeRecord &record : file.records()) {
-        if (part.records_before + number > 0)
+    const auto write = [&](const TreeRecord &record, bool main) {
+        if (request.records_before + number > 0)
             output << "---\n";
         losses.begin_record(++number);
-        DocumentWriter{record, output, losses}.write(file.container() == Container::kMain);
+        DocumentWriter{record, output, losses}.write(main);
+    };
+    if (!request.below) {
+        for (const TreeRecord &record : file.records())
+            write(record, file.container() == Container::kMain);
+        return losses.finish();
     }
-    return losses.finish();
+    for (const LineSearch &match : search(file, *request.below))
+        for (const uint16_t found : match.found())
+            write(SubtreeCopy{match, found}.record(), false);
+    return number == 0 ? tool::kFaults : losses.finish();
 }
 
 } // namespace show

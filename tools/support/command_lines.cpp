@@ -274,4 +274,23 @@ void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &outp
         lister.list_below(0, line);
 }
 
+struct LineList::Tree : SpelledTree {
+    using SpelledTree::SpelledTree;
+};
+
+LineList::LineList(const TreeRecord &record, TextOutput &output)
+    : tree_(std::make_unique<Tree>(record.nodes)), output_(output) {}
+
+LineList::~LineList() = default;
+
+void LineList::add_below(std::span<const uint16_t> path) {
+    LineText line;
+    for (const uint16_t node : path.first(path.size() - 1)) {
+        line.add_word(tree_->word(node));
+        if (tree_->is_submode(node))
+            line.enter_submode();
+    }
+    CommandLister{*tree_, output_}.list_from(path.back(), line);
+}
+
 } // namespace tool

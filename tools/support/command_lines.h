@@ -8,6 +8,9 @@
 #include "tools/support/tree_input.h"
 #include "tools/support/tree_shape.h"
 
+#include <cstdint>
+#include <memory>
+#include <span>
 #include <string>
 
 namespace tool {
@@ -26,5 +29,22 @@ bool begins_with_root(const TreeFile &file, const TreeRecord &record);
 
 /// Lists the command lines of a record that is sound.
 void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output);
+
+/// Lists parts of the command lines of a record that is sound and outlives this.
+class LineList {
+public:
+    LineList(const TreeRecord &record, TextOutput &output);
+    ~LineList();
+    LineList(const LineList &) = delete;
+    LineList &operator=(const LineList &) = delete;
+
+    /// Lists the lines that begin with the words of these nodes, a path from the first word on.
+    void add_below(std::span<const uint16_t> path);
+
+private:
+    struct Tree;
+    std::unique_ptr<Tree> tree_;
+    TextOutput &output_;
+};
 
 } // namespace tool

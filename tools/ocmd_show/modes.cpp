@@ -1,0 +1,24 @@
+// What several modes share, and the check, which shows nothing else.
+#include "tools/ocmd_show/modes.h"
+
+namespace show {
+
+std::vector<LineSearch> search(const tool::TreeFile &file, const std::string &line) {
+    std::vector<LineSearch> matches;
+    for (const tool::TreeRecord &record : file.records()) {
+        matches.emplace_back(file, record, line);
+        if (matches.back().found().empty())
+            matches.pop_back();
+    }
+    if (matches.empty())
+        tool::tell("%s: no command line starts with \"%s\"", file.name().c_str(), line.c_str());
+    return matches;
+}
+
+tool::Status show_faults(const tool::TreeFile &file, const Request & /*request*/,
+                         tool::TextOutput &output) {
+    output << file.name() << ": no faults in its trees\n";
+    return tool::kDone;
+}
+
+} // namespace show
