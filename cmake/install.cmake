@@ -37,5 +37,5 @@ foreach(program ${TSH_PROGRAMS}) # bash looks for the program's name; one file c
   install(FILES ${completions}/${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endforeach()
-install(FILES doc/grammar.md doc/files.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES doc/grammar.md doc/files.md doc/json.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY examples/switch DESTINATION ${examples_dir} USE_SOURCE_PERMISSIONS)

@@ -345,6 +345,11 @@ TEST_F(Show, WritesEveryByteAsJson) {
               "");
     EXPECT_EQ(shell("ocmd_show --json main.par | grep -o '\"intf_mask\":\"0xf*\",\"reserved.*'"),
               "\"intf_mask\":\"0xffffffffffffffff\",\"reserved\":\"00000001\"},\n");
+    EXPECT_EQ(
+        shell("ocmd_show --json main.par | grep -o '\"[a-z_0-9]*\":' | grep -v hex | "
+              "tr -d '\":' | LC_ALL=C sort -u"),
+        shell("sed -n '/^## ocmd_show/,/^## [^o]/s/^| \\([a-z][^|]*\\) |.*/\\1/p' '" TEST_FILES
+              "/../doc/json.md' | sed 's/, /\\n/g' | LC_ALL=C sort -u"));
     nodes[9].flags = TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE | 1, nodes[9].param_count = 1;
     nodes[9].params[0].type_mask = 0x40100003;
     store(nodes);
@@ -397,9 +402,8 @@ TEST_F(Show, TellsWhatAGrammarCannotSay) {
         {"node 1 a: reserved bytes", [](Nodes &n) { n[1].reserved[7] = 1; }},
         {"node 3 c: interface kind 0 without 18 and 19",
          [](Nodes &n) { n[3].params[0].intf_mask = 1; }},
-        {"1 nodes that the root does not reach, the first of them node 6 \"\"",
-         [](Nodes &n) { n.resize(7); }},
-        {"the order of the nodes: node 2 does not stand where a compiler meets it",
+        {"1 unreachable node, first: node 6 \"\"", [](Nodes &n) { n.resize(7); }},
+        {"the order of the nodes: node 2 is not in the order of the compiler",
          [](Nodes &n) { std::swap(n[0].children[0], n[0].children[1]); }},
     };
     for (const auto &[loss, spoil] : table) {
@@ -407,7 +411,7 @@ TEST_F(Show, TellsWhatAGrammarCannotSay) {
         spoil(nodes);
         store(nodes);
         EXPECT_EQ(shell("ocmd_show --yaml main.par >main.yaml"),
-                  "ocmd_show: main.par: cannot be said in a grammar: " + std::string(loss) +
+                  "ocmd_show: main.par: cannot be expressed in a grammar: " + std::string(loss) +
                       "\nstatus 1");
     }
 }

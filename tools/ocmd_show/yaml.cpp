@@ -1,6 +1,6 @@
-// The grammar of a tree, as doc/grammar.md has it. Words are written in the order in which a
-// compiler meets them, shared ones where they are met first. Nothing recurses, and from some level
-// on braces take the place of indentation, which would grow with the square of the depth.
+// Grammars of trees, in the form of doc/grammar.md. Words are in the order in which the compiler
+// numbers nodes; a shared one is at its first link. Nothing recurses. Below some level braces
+// replace indentation, which would grow with the square of the depth.
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/strays.h"
@@ -59,14 +59,14 @@ std::string key_of(const tree_node_t &node) {
     return yaml_word(tool::text_of(node.token), parameters_of(node));
 }
 
-// The same as the compiler compares it.
+// The key as the compiler compares it.
 std::string plain_key_of(const tree_node_t &node) {
     return tool::word_key(tool::text_of(node.token), tool::type_masks_of(node));
 }
 
-// ---- What cannot be said ----
+// ---- Data that a grammar cannot express ----
 
-// Tells of it, but not without end.
+// Reports the first of them, and the number of the others.
 class Losses {
 public:
     Losses(const TreeFile &file, TextOutput &output) : file_(file), output_(output) {}
@@ -87,16 +87,17 @@ public:
         va_end(values);
         output_.flush();
         if (file_.container() == Container::kMain)
-            tool::tell("%s: cannot be said in a grammar: %s", file_.name().c_str(), what.data());
+            tool::tell("%s: cannot be expressed in a grammar: %s", file_.name().c_str(),
+                       what.data());
         else
-            tool::tell("%s: record %zu: cannot be said in a grammar: %s", file_.name().c_str(),
+            tool::tell("%s: record %zu: cannot be expressed in a grammar: %s", file_.name().c_str(),
                        record_, what.data());
         told_ = count_;
     }
 
     tool::Status finish() {
         if (count_ > told_)
-            tool::tell("%s: and %u more things that a grammar cannot say", file_.name().c_str(),
+            tool::tell("%s: %u more items cannot be expressed in a grammar", file_.name().c_str(),
                        count_ - told_);
         return count_ == 0 ? tool::kDone : tool::kFaults;
     }
@@ -134,7 +135,7 @@ bool is_marked(const tree_node_t &node, size_t link) {
     return (node.child_link_bits[link / 8] >> link % 8 & 1U) != 0;
 }
 
-// What the root reaches.
+// Nodes that are reachable from the root.
 struct Reach {
     std::vector<uint16_t> nodes;
     std::vector<bool> shared; // by more than one link
@@ -150,7 +151,7 @@ struct Reach {
     }
 };
 
-// The node that a root gets when its grammar names none, with the one below it, to the byte.
+// Returns whether the node and its child are, to the byte, those that the compiler adds to a root.
 bool is_usual_redirect_root(Nodes nodes, const Reach &reach, uint16_t index) {
     const std::vector<bool> &shared = reach.shared;
     if (index + size_t{2} != nodes.size() || shared[index] || shared[index + size_t{1}])
@@ -176,10 +177,10 @@ public:
         : record_(record), nodes_(record.nodes), output_(output), losses_(losses),
           written_(record.nodes.size()), reach_(tool::LinkTable{record.nodes}) {}
 
-    // A root is a node without a word that is attached to nothing.
+    // A root is a node without a word and without attach points.
     void write(bool main) {
         if (!main && nodes_.size() > TREE_WRITER_MAX_NODES)
-            losses_.tell("%zu nodes, one record has up to %d", nodes_.size(),
+            losses_.tell("%zu nodes; one record has up to %d", nodes_.size(),
                          TREE_WRITER_MAX_NODES);
         const tree_node_t &top = nodes_[0];
         is_root_ = record_.attach_path.empty() && top.token[0] == '\0' && top.param_count == 0;
@@ -196,11 +197,11 @@ public:
             write_subtree(entries);
         while (!open_.empty())
             go_on();
-        tell_of_order();
+        report_order();
     }
 
 private:
-    // A list of words that is being written.
+    // A list of words of which some are not written yet.
     struct Open {
         uint16_t node;
         uint16_t next;
@@ -363,10 +364,10 @@ private:
         });
     }
 
-    // Marked links, by the words they lead to, or by names where several words are alike.
+    // Marked links by the words to which they lead, or by names if words have the same spelling.
     void add_marks(Entries &entries, const tree_node_t &node) {
         if (std::ranges::count(node.child_link_bits, 0) == std::ssize(node.child_link_bits))
-            return; // as a rule
+            return; // the usual case
         const auto links = tool::links_of(node);
         std::map<std::string, uint32_t> words;
         std::map<std::string_view, uint32_t> names;
@@ -386,14 +387,15 @@ private:
             if (by_word || by_name)
                 list += (list.empty() ? "[" : ", ") + (by_word ? key_of(child) : yaml_value(name));
             else
-                losses_.tell("node %td: a marked link to one of several words that are alike",
-                             &node - nodes_.data());
+                losses_.tell(
+                    "node %td: a marked link to one of several words with the same spelling",
+                    &node - nodes_.data());
         }
         if (!list.empty())
             add_entry(entries, "marked", list + "]");
     }
 
-    // Made of the node's name, so that it tells something.
+    // Derived from the node's name, to be readable.
     const std::string &anchor_of(uint16_t index) {
         std::string &anchor = anchors_[index];
         if (!anchor.empty())
@@ -410,7 +412,7 @@ private:
         return anchor;
     }
 
-    // A node is written.
+    // Records that a node is written.
     void note(uint16_t index) {
         written_[index] = true;
         tell_losses(nodes_[index], index, losses_);
@@ -419,15 +421,15 @@ private:
         ++next_in_order_;
     }
 
-    void tell_of_order() {
-        const auto lost = std::ranges::find(written_, false);
-        const auto index = static_cast<uint32_t>(lost - written_.begin());
-        if (lost != written_.end())
-            losses_.tell("%td nodes that the root does not reach, the first of them node %u %s",
-                         std::ranges::count(written_, false), index,
-                         yaml_value(name_of(nodes_[index])).c_str());
+    void report_order() {
+        const auto lost = std::ranges::count(written_, false);
+        const auto first =
+            static_cast<uint32_t>(std::ranges::find(written_, false) - written_.begin());
+        if (lost > 0)
+            losses_.tell("%td unreachable node%s, first: node %u %s", lost, lost == 1 ? "" : "s",
+                         first, yaml_value(name_of(nodes_[first])).c_str());
         else if (first_out_of_order_ != UINT32_MAX)
-            losses_.tell("the order of the nodes: node %u does not stand where a compiler meets it",
+            losses_.tell("the order of the nodes: node %u is not in the order of the compiler",
                          first_out_of_order_);
     }
 
