@@ -1,12 +1,13 @@
 // Any line through the splitters and parsers, held against what is true of every result.
 //
 // Reaches: strsplit, tokenize, hex_split, str_list_join, get_unmatched_quote_index, strxtoi,
-// get_uint8_from_str, range_preparse_str
+// get_uint8_from_str, range_preparse_str, tsh_value_check, tsh_value_next_run
 #include "feature/tsh/src/hex_split.h"
 #include "feature/tsh/src/memory.h"
 #include "feature/tsh/src/number_parse.h"
 #include "feature/tsh/src/tokenizer.h"
 #include "feature/tsh/src/word_split.h"
+#include "param_reg/values.h"
 
 #include <algorithm>
 #include <cstring>
@@ -37,10 +38,39 @@ void check_words(str_list_t *list, const std::string &line, bool plain) {
     str_list_free(list);
 }
 
+// A value within bounds is one without, and as many ranges are read from it as were counted.
+void check_value(const tsh_type_t &type, std::string_view text) {
+    parameter_info_t parameter{};
+    parameter.type_mask = type.mask;
+    const auto accepts = [&](tsh_value_t *value) {
+        char reason[TSH_REASON_SIZE];
+        const tsh_check_t result =
+            tsh_value_check(nullptr, &parameter, text.data(), text.size(), value, reason);
+        g_assert((result == TSH_CHECK_ACCEPTED) == (*reason == '\0'));
+        return result == TSH_CHECK_ACCEPTED;
+    };
+    tsh_value_t value;
+    const bool is_in_form = accepts(&value);
+    size_t offset = 0;
+    int64_t low = 0;
+    int64_t high = 0;
+    uint32_t runs = 0;
+    while (is_in_form &&
+           tsh_value_next_run(&type, text.data(), text.size(), &offset, &low, &high) != 0)
+        ++runs;
+    g_assert(runs == value.run_count);
+    parameter.int_min = -5;
+    parameter.int_max = 10;
+    g_assert(is_in_form || !accepts(&value));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string line(reinterpret_cast<const char *>(data), size);
+    uint32_t type_count = 0;
+    const tsh_type_t *types = tsh_types_list(nullptr, &type_count);
+    std::for_each_n(types, type_count, [&](const tsh_type_t &type) { check_value(type, line); });
     line.resize(strlen(line.c_str()));
     const bool plain = line.find_first_of("\"\\\xFF|<>;") == std::string::npos;
     for (const char *specials : {"", "|;>\\"}) {
