@@ -325,8 +325,12 @@ TEST_F(Compile, SurvivesHostileTexts) {
         {repeated("? ", 500) + "a", "key must be a string"},
         {repeated("[", 100000), "more than 600 levels of YAML"},
         {repeated("%TAG !a! b\r", 5000) + "---\na: b", "too many YAML directives"},
-        {"words: [{a: {flags: &n [" + repeated("1, ", 10000) + "], command: f}}, " +
-             repeated("{a: {flags: *n}}, ", 2000) + "]",
+        {"words: {a: {help: &k !bytes '" + repeated("x", 800000) +
+             "'}}\n---\nwords: {a: {help: &k '" + repeated("x", 800000) + "'}, b: {words: [" +
+             repeated("{a: {help: *k}}, ", 3000) + "]}}",
+         "aliases repeat more"},
+        {"words: [{a: {marked: &m [" + repeated("b, ", 10000) + "], words: {b: f}}}, " +
+             repeated("{a: {marked: *m, words: {b: f}}}, ", 500) + "]",
          "aliases repeat more"},
         {R"(words: {a: !bytes "\\x4"})", "invalid escape in !bytes"},
         {R"(words: {a: {name: "a\0b", command: f}})", "string contains a NUL byte"},
@@ -369,6 +373,10 @@ TEST_F(Compile, RefusesWhatItCannotDo) {
          "a.yml:1:1: error: more than one document"},
         {"cat a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
         {"tr '\\n' '\\r' <a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
+        {"(printf '\\357\\273\\277'; cat a.yaml) | ocmd_compile -o - - | cmp - a.par", 0, ""},
+        {"iconv -t UTF-16 a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
+        {R"((printf '\376\377'; printf 'b: \360\237\216\211\nc: \n' | iconv -f UTF-8 -t UTF-16BE; printf '\330\075b') | ocmd_compile -o b.par -)",
+         1, "standard input:3:1: error: invalid character in YAML"},
         {R"(printf 'b:\r\nc: \r' | ocmd_compile -o b.par -)", 1,
          "standard input:2:1: error: unknown key 'c'"},
         {"echo 'below: x' | cat - a.yaml | ocmd_compile --main -o m.par -", 1,

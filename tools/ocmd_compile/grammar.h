@@ -3,6 +3,7 @@
 // a thousand.
 #pragma once
 
+#include "base/huge_pages.h"
 #include "tools/ocmd_compile/source_file.h"
 #include "tools/support/grammar_fields.h"
 
@@ -81,10 +82,10 @@ struct Document {
     Place attach_place;
     uint32_t version = 1;
     uint32_t path_kind = 2;
-    std::vector<Word> words;
-    std::vector<Setting> settings;
-    std::vector<Link> links;
-    std::vector<Marks> marks;
+    base::HugeVector<Word> words;
+    base::HugeVector<Setting> settings;
+    base::HugeVector<Link> links;
+    std::vector<Marks> marks;       ///< In the order of their words.
     std::vector<uint32_t> finished; ///< Words in the order in which all below them was known.
 
     [[nodiscard]] std::span<const Setting> settings_of(const Word &word) const {

@@ -97,6 +97,11 @@ void duplicate_name(const Run &run) {
     // Several roots are several trees.
     const bool one_tree = std::ranges::count_if(run.grammar.documents, &Document::is_root) <= 1;
     std::unordered_map<std::string_view, std::pair<const Document *, const Word *>> known;
+    size_t most_words = 0;
+    for (const Document &document : run.grammar.documents)
+        most_words = one_tree ? most_words + document.words.size()
+                              : std::max(most_words, document.words.size());
+    known.reserve(most_words);
     const Document *last = nullptr;
     for_each_word(run, [&](const Document &document, const Word &word) {
         if (!one_tree && last != &document)

@@ -60,11 +60,21 @@ void fill(tree_node_t &record, const Document &document, const Word &word) {
 
 std::vector<tree_node_t> lay_out(const Document &document) {
     std::vector<tree_node_t> records(document.words.size());
-    for (size_t i = 0; i < records.size(); ++i)
-        fill(records[i], document, document.words[i]);
-    for (const Marks &marks : document.marks)
-        std::ranges::copy(marks.bits, records[marks.word].child_link_bits);
+    lay_out(document, 0, records);
     return records;
+}
+
+void lay_out(const Document &document, size_t first, std::span<tree_node_t> records) {
+    for (size_t i = 0; i < records.size(); ++i) {
+        records[i] = {};
+        fill(records[i], document, document.words[first + i]);
+    }
+    const auto begin = std::ranges::lower_bound(document.marks, first, {}, &Marks::word);
+    for (const Marks &marks : std::span{begin, document.marks.end()}) {
+        if (marks.word - first >= records.size())
+            break;
+        std::ranges::copy(marks.bits, records[marks.word - first].child_link_bits);
+    }
 }
 
 } // namespace compiler

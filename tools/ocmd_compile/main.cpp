@@ -100,11 +100,16 @@ std::string output_for(const std::string &input) {
 }
 
 void write_main(const Document &document, const tool::OutputFile &output) {
-    std::vector<tree_node_t> records = compiler::lay_out(document);
+    constexpr size_t kMostAtOnce = 256; // records, which stay in the cache
+    std::vector<tree_node_t> records(std::min(kMostAtOnce, document.words.size()));
     errno = 0;
-    if (write_array_tree_to_file(records.data(), static_cast<uint32_t>(records.size()), 0, nullptr,
-                                 output.stream(), 0, 0, 1) != 0)
-        output.fail();
+    for (size_t first = 0; first < document.words.size(); first += records.size()) {
+        records.resize(std::min(records.size(), document.words.size() - first));
+        compiler::lay_out(document, first, records);
+        if (write_array_tree_to_file(records.data(), static_cast<uint32_t>(records.size()), 0,
+                                     nullptr, output.stream(), 0, 0, 1) != 0)
+            output.fail();
+    }
 }
 
 bool write_record(const Document &document, gzFile stream) {

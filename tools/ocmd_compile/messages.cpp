@@ -84,13 +84,26 @@ void tell_message(const Message &message) {
 
 } // namespace
 
+// Returns the index of a file's messages, or the count where it has none. The last file comes
+// first: it is the one that is being read.
+size_t Messages::index_of(const SourceFile &file) const {
+    for (size_t i = files_.size(); i > 0; --i)
+        if (files_[i - 1].file == &file)
+            return i - 1;
+    return files_.size();
+}
+
+bool Messages::keeps_next(const SourceFile &file) const {
+    const size_t index = index_of(file);
+    return index == files_.size() || files_[index].kept.size() < kMostPerFile;
+}
+
 void Messages::add(Message message) {
     faults_ += message.severity == Severity::kError ? 1 : 0;
-    const auto known = std::find_if(files_.rbegin(), files_.rend(), [&](const FileMessages &file) {
-        return file.file == message.file;
-    });
-    FileMessages &of_file =
-        known != files_.rend() ? *known : files_.emplace_back(FileMessages{message.file, {}, 0});
+    const size_t index = index_of(*message.file);
+    if (index == files_.size())
+        files_.push_back({message.file, {}, 0});
+    FileMessages &of_file = files_[index];
     if (of_file.kept.size() < kMostPerFile)
         of_file.kept.push_back(std::move(message));
     else

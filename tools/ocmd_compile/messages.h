@@ -32,6 +32,9 @@ public:
     void add(Message message);
     void fault(const SourceFile &file, Place place, std::string text, std::vector<Note> notes = {});
 
+    /// Returns whether the next message of a file is kept. If not, its text need not be made well.
+    [[nodiscard]] bool keeps_next(const SourceFile &file) const;
+
     /// Number of errors, including those that are not kept.
     [[nodiscard]] size_t faults() const { return faults_; }
 
@@ -47,6 +50,8 @@ private:
         std::vector<Message> kept;
         size_t others;
     };
+
+    [[nodiscard]] size_t index_of(const SourceFile &file) const;
 
     std::vector<FileMessages> files_; // in the order of their first message
     size_t faults_ = 0;

@@ -6,8 +6,10 @@
 #include "tools/support/utf8.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -20,7 +22,46 @@ namespace {
 // it keeps an endless input from filling the memory.
 constexpr size_t kMostBytes = size_t{1} << 28;
 
-constexpr std::string_view kByteOrderMark{"\xEF\xBB\xBF"}; // no part of the first line
+constexpr std::string_view kByteOrderMark{"\xEF\xBB\xBF"};
+
+// Returns UTF-16 after its byte order mark as UTF-8. A surrogate without its partner, and a last odd
+// byte, becomes a byte that UTF-8 does not have.
+std::string utf8_of_utf16(std::string_view bytes, bool big_endian) {
+    const auto unit_at = [&](size_t i) {
+        const auto first = static_cast<unsigned char>(bytes[i]);
+        const auto second = static_cast<unsigned char>(bytes[i + 1]);
+        return big_endian ? gunichar{first} << 8U | second : gunichar{second} << 8U | first;
+    };
+    const auto is_half = [](gunichar unit, gunichar first) { return unit >> 10U == first >> 10U; };
+    constexpr const char *kNoCharacter = "\xFF";
+    std::string text;
+    size_t i = 2;
+    for (; i + 1 < bytes.size(); i += 2) {
+        gunichar code = unit_at(i);
+        if (is_half(code, 0xD800) && i + 3 < bytes.size() && is_half(unit_at(i + 2), 0xDC00)) {
+            code = 0x10000 + ((code & 0x3FFU) << 10U) + (unit_at(i + 2) & 0x3FFU);
+            i += 2;
+        }
+        std::array<char, 6> character{};
+        const auto size = static_cast<size_t>(g_unichar_to_utf8(code, character.data()));
+        if (g_unichar_validate(code) != FALSE)
+            text.append(character.data(), size);
+        else
+            text += kNoCharacter;
+    }
+    return i < bytes.size() ? text.append(kNoCharacter) : text;
+}
+
+// Returns the text of a file as UTF-8 without a byte order mark.
+std::string text_of(std::string bytes) {
+    if (bytes.starts_with("\xFE\xFF"))
+        return utf8_of_utf16(bytes, true);
+    if (bytes.starts_with("\xFF\xFE"))
+        return utf8_of_utf16(bytes, false);
+    if (bytes.starts_with(kByteOrderMark))
+        bytes.erase(0, kByteOrderMark.size());
+    return bytes;
+}
 
 bool ends_line(std::string_view bytes, size_t i) {
     return bytes[i] == '\n' ||
@@ -61,12 +102,11 @@ std::string read_whole(int descriptor, const std::string &name) {
 } // namespace
 
 SourceFile::SourceFile(std::string name, std::string bytes)
-    : name_(std::move(name)),
-      bytes_(std::move(bytes)), starts_{bytes_.starts_with(kByteOrderMark)
-                                            ? uint32_t{kByteOrderMark.size()}
-                                            : 0} {
+    : name_(std::move(name)), bytes_(text_of(std::move(bytes))), starts_{0} {
+    constexpr size_t kUsualLine = 32;
+    starts_.reserve(bytes_.size() / kUsualLine);
     for (size_t i = 0; i < bytes_.size(); ++i)
-        if (ends_line(bytes_, i))
+        if (bytes_[i] <= '\r' && ends_line(bytes_, i))
             starts_.push_back(static_cast<uint32_t>(i + 1));
 }
 
@@ -79,7 +119,6 @@ SourceFile SourceFile::read(const std::string &path) {
 }
 
 Position SourceFile::position(uint32_t offset) const {
-    offset = std::max(offset, starts_.front());
     const auto after = std::ranges::upper_bound(starts_, offset);
     const auto line = static_cast<size_t>(after - starts_.begin());
     const uint32_t start = starts_[line - 1];

@@ -24,12 +24,14 @@ struct Position {
 
 class SourceFile {
 public:
+    /// Takes UTF-8, or UTF-16 with a byte order mark, which becomes UTF-8.
     SourceFile(std::string name, std::string bytes);
     /// Reads a file whole, "-" for standard input. One that cannot be read, or that is too large
     /// for a grammar, is told of and ends the run.
     static SourceFile read(const std::string &path);
 
     [[nodiscard]] const std::string &name() const { return name_; }
+    /// The text in UTF-8, without a byte order mark.
     [[nodiscard]] std::string_view bytes() const { return bytes_; }
     [[nodiscard]] Position position(uint32_t offset) const;
     /// Where a line begins; past the last line, the end of the file.

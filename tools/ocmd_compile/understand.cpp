@@ -25,6 +25,7 @@
 namespace compiler {
 
 using tool::quoted;
+using tool::quoted_start;
 
 namespace {
 
@@ -74,8 +75,10 @@ private:
 
     // Marked links
     using Positions = std::map<std::string, uint32_t, std::less<>>;
-    [[nodiscard]] Positions positions_below(const Word &word) const;
+    [[nodiscard]] Positions make_positions_below(const Word &word) const;
+    const Positions &positions_below(const Word &word);
     std::string as_word(std::string_view text);
+    Marks read_marks(uint32_t word, const Pair &list);
     void take_marks(uint32_t word, const Pair &list);
 
     const YamlDocument &yaml_;
@@ -88,6 +91,10 @@ private:
     std::unordered_map<uint32_t, uint32_t> word_of_; // of values that have an anchor
     std::unordered_map<uint32_t, std::pair<uint32_t, uint32_t>> links_of_; // of lists that have one
     bool too_many_ = false;
+
+    // What aliases may repeat: positions by a list's first link, marks by that and their list.
+    std::unordered_map<uint32_t, Positions> positions_;
+    std::map<std::pair<uint32_t, uint32_t>, std::pair<Marks, size_t>> known_marks_;
 };
 
 // ---- Documents ----
@@ -177,7 +184,8 @@ std::string Understanding::names_below(const Pair &pair) {
             name->find(',') != std::string_view::npos)
             values_.fault_at(
                 item, "invalid attach point; expected a name of 1 to 63 bytes without a comma");
-        (path += path.empty() ? "" : ",") += *name;
+        else
+            (path += path.empty() ? "" : ",") += *name;
     }
     return path;
 }
@@ -383,11 +391,10 @@ uint32_t Understanding::shared_word(const OpenList &list, const Pair &pair, cons
         return kNoWord;
     }
     const size_t before = std::min<size_t>(list.next - 1, TREE_MAX_CHILDREN);
-    for (const Link &link : std::span{out_.links}.subspan(list.first_link, before))
-        if (link.child == word)
-            values_.fault_at_key(pair,
-                                 "duplicate child: the same node is attached twice to one word",
-                                 {values_.note(link.place, "first attached here")});
+    const auto links = std::span{out_.links}.subspan(list.first_link, before);
+    if (const auto first = std::ranges::find(links, word, &Link::child); first != links.end())
+        values_.fault_at_key(pair, "duplicate child: the same node is attached twice to one word",
+                             {values_.note(first->place, "first attached here")});
     return word;
 }
 
@@ -411,7 +418,7 @@ void Understanding::read_word(uint32_t index, const Pair &pair, const std::strin
 constexpr uint32_t kSeveral = UINT32_MAX;
 
 // Where the words below a word stand, by their keys and, where these are no help, by their names.
-Understanding::Positions Understanding::positions_below(const Word &word) const {
+Understanding::Positions Understanding::make_positions_below(const Word &word) const {
     Positions positions;
     const std::span<const Link> links = out_.links_of(word);
     const auto count = static_cast<uint32_t>(std::min<size_t>(links.size(), TREE_MAX_CHILDREN));
@@ -432,16 +439,25 @@ Understanding::Positions Understanding::positions_below(const Word &word) const 
     return positions;
 }
 
+const Understanding::Positions &Understanding::positions_below(const Word &word) {
+    static const Positions kNone;
+    if (word.link_count == 0)
+        return kNone;
+    const auto [known, is_new] = positions_.try_emplace(word.first_link);
+    if (is_new)
+        known->second = make_positions_below(word);
+    return known->second;
+}
+
 // A text as the key of its word is spelled here, if it is one: types have more than one spelling.
 std::string Understanding::as_word(std::string_view text) {
-    const auto key =
-        read_word_key(text, false, values_.texts(), [](std::string_view, const std::string &) {});
+    const auto key = read_word_key(text, false, values_.texts(),
+                                   {[](std::string_view, const std::string &) {}, false});
     return key ? tool::word_key(key->token, key->masks()) : std::string{text};
 }
 
-void Understanding::take_marks(uint32_t index, const Pair &list) {
-    const size_t faults_before = values_.faults();
-    const Positions positions = positions_below(out_.words[index]);
+Marks Understanding::read_marks(uint32_t index, const Pair &list) {
+    const Positions &positions = positions_below(out_.words[index]);
     const auto expected = [] {
         return std::string{
             "invalid 'marked'; expected a list of child words, or names of their nodes"};
@@ -457,13 +473,30 @@ void Understanding::take_marks(uint32_t index, const Pair &list) {
         if (found == positions.end()) // a made name looks like a word, but is spelled otherwise
             found = positions.find(*text);
         if (found == positions.end())
-            values_.fault_at(item, "this word has no child " + quoted(*text));
+            values_.fault_at(item, "this word has no child " + quoted_start(*text));
         else if (found->second == kSeveral)
-            values_.fault_at(item, quoted(*text) + " is ambiguous here; use the node name");
+            values_.fault_at(item, quoted_start(*text) + " is ambiguous here; use the node name");
         else
             marks.bits[found->second / 8] |= static_cast<uint8_t>(1U << found->second % 8);
     }
-    out_.marks.push_back(marks);
+    return marks;
+}
+
+void Understanding::take_marks(uint32_t index, const Pair &list) {
+    const size_t faults_before = values_.faults();
+    const Word &word = out_.words[index];
+    const std::pair links_and_list{word.first_link, values_.index_of(list)};
+    const bool is_shared = values_.value(list).anchored && word.link_count > 0;
+    const auto known = is_shared ? known_marks_.find(links_and_list) : known_marks_.end();
+    if (known != known_marks_.end()) {
+        out_.marks.push_back({index, known->second.first.bits});
+        values_.fault_again(known->second.second);
+    } else {
+        out_.marks.push_back(read_marks(index, list));
+        if (is_shared)
+            known_marks_.emplace(links_and_list,
+                                 std::pair{out_.marks.back(), values_.faults() - faults_before});
+    }
     out_.words[index].sound = out_.words[index].sound && values_.faults() == faults_before;
 }
 

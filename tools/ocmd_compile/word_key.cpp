@@ -15,6 +15,7 @@ namespace compiler {
 namespace {
 
 using tool::quoted;
+using tool::quoted_start;
 
 constexpr std::string_view kBlanks = " \t";
 
@@ -32,7 +33,7 @@ std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
             std::from_chars(text.data() + 2, text.data() + text.size(), mask, 16);
         if (error == std::errc{} && end == text.data() + text.size())
             return mask;
-        tell(text, "invalid type mask " + quoted(text) + "; expected a 32-bit number");
+        tell(text, "invalid type mask " + quoted_start(text) + "; expected a 32-bit number");
         return {};
     }
     if (const tsh_type_t *type = tsh_type_by_name(nullptr, text.data(), text.size()))
@@ -41,7 +42,8 @@ std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
         tell(text, "missing parameter type");
     else
         tell(text,
-             "unknown parameter type " + quoted(text) + tool::suggestion(text, tool::type_names()));
+             "unknown parameter type " + quoted_start(text) +
+                 (tell.is_shown() ? tool::suggestion(text, tool::type_names()) : std::string{}));
     return {};
 }
 
@@ -55,7 +57,7 @@ std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) 
         if (!type)
             return {};
         if (mask && tsh_mask_class(*mask) != tsh_mask_class(*type)) {
-            tell(name, "types " + quoted(tool::types_text(*mask)) + " and " + quoted(name) +
+            tell(name, "types " + quoted(tool::types_text(*mask)) + " and " + quoted_start(name) +
                            " belong to different classes; a parameter has one class");
             return {};
         }

@@ -7,11 +7,25 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace compiler {
 
 /// Reports an error in a part of the text that is being parsed.
-using TellPart = std::function<void(std::string_view part, std::string text)>;
+class TellPart {
+public:
+    using Function = std::function<void(std::string_view part, std::string text)>;
+
+    TellPart(Function tell, bool is_shown) : tell_(std::move(tell)), is_shown_(is_shown) {}
+
+    void operator()(std::string_view part, std::string text) const { tell_(part, std::move(text)); }
+    /// Returns whether a user will see the message; if not, no time is spent on it.
+    [[nodiscard]] bool is_shown() const { return is_shown_; }
+
+private:
+    Function tell_;
+    bool is_shown_;
+};
 
 /// Returns the word of a key, or nothing after reporting its errors. With bytes set, the key was
 /// tagged "!bytes". Requires the registered types.

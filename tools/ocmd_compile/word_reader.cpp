@@ -240,6 +240,20 @@ void WordReader::take_text(const Pair &pair, const GrammarField &field, std::str
 }
 
 void WordReader::take_set(const Pair &pair, const GrammarField &field) {
+    const std::pair known{values_.index_of(pair), &field};
+    if (const auto set = sets_.find(known); set != sets_.end()) {
+        values_.fault_again(set->second.faults);
+        add(pair, field, {}, set->second.bits);
+        return;
+    }
+    const size_t faults_before = values_.faults();
+    const Bits set = read_set(pair, field);
+    if (values_.value(pair).anchored)
+        sets_.emplace(known, KnownSet{set, values_.faults() - faults_before});
+    add(pair, field, {}, set);
+}
+
+Bits WordReader::read_set(const Pair &pair, const GrammarField &field) {
     Bits set{};
     for (const Pair &item : values_.items(values_.index_of(pair))) {
         const auto text = values_.text(item, [&] { return expected_of(field); });
@@ -249,7 +263,7 @@ void WordReader::take_set(const Pair &pair, const GrammarField &field) {
         else if (text)
             values_.fault_at(item, expected_of(field));
     }
-    add(pair, field, {}, set);
+    return set;
 }
 
 void WordReader::add(const Pair &pair, const GrammarField &field, std::string_view text,

@@ -5,8 +5,10 @@
 #include "tools/ocmd_compile/yaml_values.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace compiler {
@@ -53,6 +55,7 @@ private:
     void take_field(const Pair &pair, const tool::GrammarField &field);
     void take_text(const Pair &pair, const tool::GrammarField &field, std::string_view text);
     void take_set(const Pair &pair, const tool::GrammarField &field);
+    Bits read_set(const Pair &pair, const tool::GrammarField &field);
     void add(const Pair &pair, const tool::GrammarField &field, std::string_view text, Bits number);
     void add_missing_bounds();
 
@@ -75,6 +78,13 @@ private:
     Document &document_;
     uint8_t parameter_ = 0; // what is spoken of: the word, or one of its parameters
     Rest rest_;
+
+    // Sets that aliases may repeat, by node and field.
+    struct KnownSet {
+        Bits bits;
+        size_t faults;
+    };
+    std::map<std::pair<uint32_t, const tool::GrammarField *>, KnownSet> sets_;
 };
 
 } // namespace compiler

@@ -18,6 +18,8 @@ namespace compiler {
 
 namespace {
 
+constexpr std::string_view kLineBreaks = "\r\n";
+
 // ---- Characters ----
 
 struct Character {
@@ -107,16 +109,22 @@ bool ends_with_line_break(std::string_view text) {
         kBreaks, [&](std::string_view line_break) { return text.ends_with(line_break); });
 }
 
-// libyaml compares each directive with all before it, which would take hours for a file of them. A
-// grammar needs none.
+// libyaml compares each directive with all before it, and copies what it says for each tag, so a
+// file of them would take hours. A grammar needs none.
 bool has_many_directives(const SourceFile &file, Messages &messages) {
     constexpr size_t kMost = 100;
+    constexpr size_t kMostBytes = 1000;
+    const std::string_view bytes = file.bytes();
     size_t count = 0;
-    for (size_t at = 0; (at = file.bytes().find('%', at)) != std::string_view::npos; ++at) {
-        if (!ends_with_line_break(file.bytes().substr(0, at)) || ++count <= kMost)
+    for (size_t at = 0; (at = bytes.find('%', at)) != std::string_view::npos; ++at) {
+        if (at > 0 && !ends_with_line_break(bytes.substr(0, at)))
+            continue;
+        const size_t length = std::min(bytes.find_first_of(kLineBreaks, at), bytes.size()) - at;
+        if (++count <= kMost && length <= kMostBytes)
             continue;
         const auto begin = static_cast<uint32_t>(at);
-        messages.fault(file, {begin, begin + 1}, "too many YAML directives (limit: 100)");
+        messages.fault(file, {begin, begin + 1},
+                       "too many YAML directives (limit: 100 lines of 1000 bytes)");
         return true;
     }
     return false;
@@ -161,7 +169,7 @@ constexpr std::array kPhrases{
     Phrase{"found unknown escape character",
            R"(unknown escape sequence; expected '\\' for a backslash)"},
     Phrase{"did not find expected hexdecimal number",
-           "expected hexadecimal digits: 2 after \\x, 4 after \\u, 8 after \\U", true},
+           R"(expected hexadecimal digits: 2 after \x, 4 after \u, 8 after \U)", true},
     Phrase{"found invalid Unicode character escape code", "no character has this number"},
     Phrase{"did not find expected alphabetic or numeric character",
            "invalid anchor or alias; expected letters, digits, '-' and '_'"},
@@ -236,7 +244,6 @@ bool is_plain_tag(std::string_view tag) {
     return tag.empty() || tag == "!" || tag.starts_with("tag:yaml.org,2002:");
 }
 
-constexpr std::string_view kLineBreaks = "\r\n";
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 
 // Removes what stands before the first of these characters.
@@ -343,7 +350,7 @@ struct YamlReader::Parser {
             node.of_bytes = true;
         else if (!is_plain_tag(tag))
             messages.fault(file, node.place,
-                           "unknown tag '" + std::string{tag} + "'; expected !bytes");
+                           "unknown tag " + tool::quoted_start(tag) + "; expected !bytes");
     }
 
     void learn_anchor(YamlNode &node, uint32_t index, const yaml_char_t *anchor) {
@@ -477,7 +484,7 @@ YamlReader::YamlReader(const SourceFile &file, TextStore &texts, Messages &messa
 YamlReader::~YamlReader() = default;
 
 bool YamlReader::next(YamlDocument &document) {
-    document = {};
+    document.nodes.clear();
     document.file = &parser_->file;
     parser_->anchors.clear();
     while (!parser_->stopped) {

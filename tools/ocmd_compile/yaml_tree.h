@@ -1,6 +1,7 @@
 // YAML as the grammar's reader sees it: the nodes of one document in a row, each with its place.
 #pragma once
 
+#include "base/huge_pages.h"
 #include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/source_file.h"
 
@@ -34,7 +35,7 @@ struct YamlNode {
 /// The nodes of a document in the order in which they stand; node 0 is its root.
 struct YamlDocument {
     const SourceFile *file = nullptr;
-    std::vector<YamlNode> nodes;
+    base::HugeVector<YamlNode> nodes;
 
     [[nodiscard]] const YamlNode &operator[](uint32_t i) const { return nodes[i]; }
     /// The node itself, or the one that an alias names.

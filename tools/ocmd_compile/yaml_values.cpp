@@ -9,7 +9,7 @@
 
 namespace compiler {
 
-using tool::quoted;
+using tool::quoted_start;
 
 // ---- Telling ----
 
@@ -28,9 +28,9 @@ void YamlValues::fault_at_key(const Pair &pair, std::string text, std::vector<No
 
 void YamlValues::unknown_key(const Pair &pair, const char *where,
                              std::span<const std::string_view> known, const std::string &hint) {
-    const bool is_shown = faults_ < Messages::kMostPerFile; // what is not need not be looked for
+    const bool is_shown = messages_.keeps_next(*yaml_.file);
     const std::string meant = is_shown ? tool::suggestion(key(pair).text, known) : "";
-    fault_at_key(pair, "unknown key " + quoted(key(pair).text) + " " + where +
+    fault_at_key(pair, "unknown key " + quoted_start(key(pair).text) + " " + where +
                            (meant.empty() ? hint : meant));
 }
 
@@ -45,7 +45,7 @@ Place YamlValues::place_of(const Pair &pair) const {
 
 // Parts of texts that stand in the file as they are have places of their own.
 TellPart YamlValues::tell_parts_at(Place whole) {
-    return [this, whole](std::string_view part, std::string text) {
+    const auto tell = [this, whole](std::string_view part, std::string text) {
         const auto bytes = reinterpret_cast<uintptr_t>(yaml_.file->bytes().data());
         const auto there = reinterpret_cast<uintptr_t>(part.data()); // or in the store of texts
         const bool inside = !part.empty() && there >= bytes + whole.begin &&
@@ -54,6 +54,7 @@ TellPart YamlValues::tell_parts_at(Place whole) {
         fault(inside ? Place{begin, begin + static_cast<uint32_t>(part.size())} : whole,
               std::move(text));
     };
+    return {tell, messages_.keeps_next(*yaml_.file)};
 }
 
 // ---- Nodes ----
@@ -63,20 +64,34 @@ bool YamlValues::is_empty(const Pair &pair) const {
     return node.kind == YamlKind::kScalar && node.plain && node.text.empty();
 }
 
-// Aliases let a short text stand for an endless one. Each node is read once where it stands, and
-// the largest tree may repeat a list of 128 permissions for every word.
-bool YamlValues::may_read(uint32_t item) {
-    constexpr size_t kMostRepeated = size_t{1} << 24U;
-    const size_t most = yaml_.nodes.size() + kMostRepeated;
-    if (read_ == most)
-        fault(yaml_[item].place, "aliases repeat more than any grammar says");
-    return read_++ < most;
+// Aliases let a short file stand for an endless one. Each node is read once where it stands; beyond
+// that, the largest tree repeats less than 16 nodes and 1 KB for each of its 65,536 words.
+YamlValues::Budget YamlValues::full_budget(const YamlDocument &yaml) {
+    constexpr size_t kRepeatedNodes = size_t{1} << 22U;
+    constexpr size_t kRepeatedBytes = size_t{1} << 26U;
+    constexpr size_t kBytesOfEscape = 2; // "\P" has 2 bytes and stands for 3
+    return {yaml.nodes.size() + kRepeatedNodes,
+            kBytesOfEscape * yaml.file->bytes().size() + kRepeatedBytes};
+}
+
+bool YamlValues::may_read(const Pair &pair) {
+    const size_t bytes = key(pair).text.size() + value(pair).text.size();
+    const bool is_enough = !left_.exhausted && left_.nodes > 0 && bytes <= left_.bytes;
+    if (is_enough) {
+        --left_.nodes;
+        left_.bytes -= bytes;
+    } else if (!left_.exhausted) {
+        fault_at_key(pair, "aliases repeat more than 4,194,304 nodes or 67,108,864 bytes");
+        left_.exhausted = true;
+    }
+    return is_enough;
 }
 
 std::vector<Pair> YamlValues::items(uint32_t sequence) {
     std::vector<Pair> items;
     if (yaml_[sequence].kind == YamlKind::kSequence)
-        for (uint32_t i = sequence + 1; i < yaml_[sequence].end && may_read(i); i = yaml_[i].end)
+        for (uint32_t i = sequence + 1; i < yaml_[sequence].end && may_read({i, i});
+             i = yaml_[i].end)
             items.push_back({i, i});
     return items;
 }
@@ -85,19 +100,33 @@ std::vector<Pair> YamlValues::pairs(uint32_t mapping) {
     std::vector<Pair> pairs;
     if (yaml_[mapping].kind != YamlKind::kMapping)
         return pairs;
-    for (uint32_t i = mapping + 1; i < yaml_[mapping].end && may_read(i);) {
+    constexpr size_t kUsual = 4;
+    pairs.reserve(kUsual);
+    for (uint32_t i = mapping + 1; i < yaml_[mapping].end;) {
         const Pair pair{i, yaml_[i].end};
         i = yaml_[pair.value].end;
+        if (!may_read(pair))
+            break;
         if (key(pair).kind == YamlKind::kScalar)
             pairs.push_back(pair);
         else if (key(pair).kind != YamlKind::kBroken)
             fault_at_key(pair, "key must be a string");
     }
+    return has_repeats(pairs) ? without_repeats(pairs) : pairs;
+}
+
+bool YamlValues::has_repeats(const std::vector<Pair> &pairs) const {
+    constexpr size_t kFew = 8; // compared one by one sooner than sorted
     const auto text = [&](const Pair &pair) { return tagged_text(pair); };
+    if (pairs.size() <= kFew) {
+        for (auto pair = pairs.begin(); pair != pairs.end(); ++pair)
+            if (std::ranges::find(pairs.begin(), pair, text(*pair), text) != pair)
+                return true;
+        return false;
+    }
     std::vector<Pair> sorted = pairs;
     std::ranges::sort(sorted, {}, text);
-    return std::ranges::adjacent_find(sorted, {}, text) == sorted.end() ? pairs
-                                                                        : without_repeats(pairs);
+    return std::ranges::adjacent_find(sorted, {}, text) != sorted.end();
 }
 
 std::vector<Pair> YamlValues::without_repeats(const std::vector<Pair> &pairs) {
@@ -108,7 +137,7 @@ std::vector<Pair> YamlValues::without_repeats(const std::vector<Pair> &pairs) {
         if (is_new)
             firsts.push_back(pair);
         else
-            fault_at_key(pair, "duplicate key " + quoted(key(pair).text),
+            fault_at_key(pair, "duplicate key " + quoted_start(key(pair).text),
                          {note(first->second, "first used here")});
     }
     return firsts;
@@ -118,14 +147,32 @@ std::optional<std::string_view> YamlValues::scalar_text(const Pair &pair) {
     const YamlNode &node = value(pair);
     if (!node.of_bytes)
         return node.text;
-    const std::optional<std::string> bytes =
-        read_bytes(node.text, tell_parts_at(yaml_[pair.value].place));
-    return bytes ? std::optional{texts_.keep(*bytes)} : std::nullopt;
+    return decoded_once(bytes_, index_of(pair), [&]() -> std::optional<std::string_view> {
+        const std::optional<std::string> bytes =
+            read_bytes(node.text, tell_parts_at(yaml_[pair.value].place));
+        return bytes ? std::optional{texts_.keep(*bytes)} : std::nullopt;
+    });
 }
 
 std::optional<WordKey> YamlValues::word_key(uint32_t scalar, Place place) {
     const YamlNode &node = yaml_[scalar];
-    return read_word_key(node.text, node.of_bytes, texts_, tell_parts_at(place));
+    return decoded_once(keys_, scalar, [&] {
+        return read_word_key(node.text, node.of_bytes, texts_, tell_parts_at(place));
+    });
+}
+
+template <typename Value, typename Decode>
+std::optional<Value>
+YamlValues::decoded_once(std::unordered_map<uint32_t, std::optional<Value>> &known, uint32_t scalar,
+                         const Decode &decode) {
+    if (!yaml_[scalar].anchored)
+        return decode();
+    const auto [entry, is_new] = known.try_emplace(scalar);
+    if (is_new)
+        entry->second = decode();
+    else if (!entry->second)
+        fault_again(1);
+    return entry->second;
 }
 
 } // namespace compiler

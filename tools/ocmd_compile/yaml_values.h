@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -30,8 +31,11 @@ public:
 
     // ---- Telling ----
 
-    /// How many faults were told: equal before and after means that nothing was wrong between.
+    /// Number of errors, those included that were reported before at another alias: equal before
+    /// and after means that nothing was wrong in between.
     [[nodiscard]] size_t faults() const { return faults_; }
+    /// Counts errors of a value that were reported where it was first read.
+    void fault_again(size_t count) { faults_ += count; }
     void fault(Place place, std::string text, std::vector<Note> notes = {});
     /// Tells of a value; of one that takes no room or only begins somewhere, at its key.
     void fault_at(const Pair &pair, std::string text, std::vector<Note> notes = {});
@@ -78,20 +82,35 @@ public:
     TextStore &texts() { return texts_; }
 
 private:
-    bool may_read(uint32_t item);
+    // What aliases may repeat of a document.
+    struct Budget {
+        size_t nodes;
+        size_t bytes; // of scalars
+        bool exhausted = false;
+    };
+
+    static Budget full_budget(const YamlDocument &yaml);
+    bool may_read(const Pair &pair);
     std::optional<std::string_view> scalar_text(const Pair &pair);
+    template <typename Value, typename Decode>
+    std::optional<Value> decoded_once(std::unordered_map<uint32_t, std::optional<Value>> &known,
+                                      uint32_t scalar, const Decode &decode);
     TellPart tell_parts_at(Place whole);
     // What tells keys apart: a text that is tagged stands for other bytes.
     [[nodiscard]] std::pair<std::string_view, bool> tagged_text(const Pair &pair) const {
         return {key(pair).text, key(pair).of_bytes};
     }
+    [[nodiscard]] bool has_repeats(const std::vector<Pair> &pairs) const;
     std::vector<Pair> without_repeats(const std::vector<Pair> &pairs);
 
     const YamlDocument &yaml_;
     TextStore &texts_;
     Messages &messages_;
     size_t faults_ = 0;
-    size_t read_ = 0; // items and pairs so far
+    Budget left_ = full_budget(yaml_);
+    // Of scalars that aliases may repeat.
+    std::unordered_map<uint32_t, std::optional<std::string_view>> bytes_;
+    std::unordered_map<uint32_t, std::optional<WordKey>> keys_;
 };
 
 } // namespace compiler

@@ -70,6 +70,17 @@ std::string quoted(std::string_view text) {
     return result.append(text).append("'");
 }
 
+std::string quoted_start(std::string_view text) {
+    constexpr size_t kMost = 80;
+    constexpr size_t kMostInside = 3; // bytes of a character after its first
+    if (text.size() <= kMost)
+        return quoted(text);
+    size_t end = kMost;
+    while (end > kMost - kMostInside && is_inside_character(text[end]))
+        --end;
+    return quoted(std::string{text.substr(0, end)}.append("..."));
+}
+
 std::string double_quoted(std::string_view text) {
     const bool utf8 = is_utf8(text);
     std::string result{'"'};

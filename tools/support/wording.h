@@ -10,6 +10,9 @@ namespace tool {
 /// The text between single quotes.
 std::string quoted(std::string_view text);
 
+/// Returns the text between single quotes; of a text that is longer than a line, its beginning.
+std::string quoted_start(std::string_view text);
+
 /// Returns the text between double quotes, on one line: control characters, and bytes beyond ASCII
 /// in a text that is not UTF-8, as \xNN; a backslash before a double quote or another backslash.
 std::string double_quoted(std::string_view text);
