@@ -41,7 +41,7 @@ const tree_node_t *child_in_turn(const tree_node_t *node, int32_t position) {
 }
 
 // A step of a preorder walk: to a child, by its place in the parent's list.
-struct Step {
+struct WalkStep {
     uint16_t index;
     uint16_t position;
 };
@@ -64,7 +64,7 @@ void atnode_traverse(const tree_node_t *node, int32_t carried1, int32_t carried2
 void atn_preorder_traverse(const tree_node_t *node, atnode_visit_t visit, int32_t carried1,
                            int32_t carried2, int32_t carried3, int32_t argument) {
     const tree_node_t *const first = node;
-    Step path[kLevelsPerCall]; // from the first node to the node in hand
+    WalkStep path[kLevelsPerCall]; // from the first node to the node in hand
     size_t depth = 0;
     visit_node(node, visit, argument);
     for (int32_t position = 0;;) {

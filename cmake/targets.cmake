@@ -1,8 +1,12 @@
 # How components and programs are declared.
 
-# tsh_component(FOLDER ...): see components.cmake. Its sources are part of the library.
+# tsh_component(FOLDER ...): see components.cmake. Its sources are part of the library. In unity builds
+# they are compiled together, so they must not declare the same name twice.
 function(tsh_component folder)
   add_subdirectory(${folder})
+  get_target_property(sources tsh_objects SOURCES)
+  list(FILTER sources INCLUDE REGEX "^${PROJECT_SOURCE_DIR}/${folder}/")
+  set_source_files_properties(${sources} PROPERTIES UNITY_GROUP ${folder})
   if(NOT INTERNAL IN_LIST ARGN)
     set_property(GLOBAL APPEND PROPERTY TSH_PUBLIC_COMPONENTS ${folder})
   endif()

@@ -5,12 +5,13 @@ set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."
 
+components=$(scripts/components.sh)
 wrong=0
 while read -r component included; do
     includes=$(git grep -nE '^#include "' -- "$component/*.h" "$component/*.cpp")
     allowed=$(tr ' ' '|' <<<"$component $included")
     grep -vE "#include \"(${allowed%|})/" <<<"$includes" && wrong=1
-done < <(scripts/components.sh)
+done <<<"$components"
 # Programs use the library as any other program does: without its internal headers.
 git grep -nE '^#include "([^"]*_internal\.h"|tests/)' -- tools examples && wrong=1 ||
     [ $? = 1 ] # git has found none

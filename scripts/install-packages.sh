@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a piece of work needs and that are missing:
-# install-packages.sh NAME..., where a name is one of the groups below or a package.
+# Installs missing Debian packages: install-packages.sh NAME..., where NAME is a package or one of
+# the groups below. Without root or sudo, prints the command that root has to run, and fails.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")"
@@ -10,6 +10,7 @@ declare -A group=(
     [lint]="git libbenchmark-dev clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"
     [i386]="gcc-multilib g++-multilib"
+    [release]="git lintian doxygen abigail-tools"
 )
 missing=()
 for name in "$@"; do
@@ -19,7 +20,11 @@ for name in "$@"; do
     done
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
-echo "missing packages: ${missing[*]}" >&2
-./as-root.sh true # or the lists would be said to be out of date
+install=(apt-get install -y --no-install-recommends "${missing[@]}")
+if ! ./as-root.sh true; then
+    printf 'Run this as root first:\n  %s\n' "${install[*]}" >&2
+    exit 1
+fi
+echo "installing ${#missing[@]} packages: ${missing[*]}" >&2
 ./as-root.sh apt-get update -qq || echo "some package lists are out of date" >&2
-./as-root.sh apt-get install -y -qq --no-install-recommends "${missing[@]}"
+./as-root.sh "${install[@]}"

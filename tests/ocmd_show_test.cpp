@@ -338,10 +338,10 @@ TEST_F(Show, WritesEveryByteAsJson) {
     nodes[8].reserved[3] = 1, nodes[8].intf_mask = UINT64_MAX;
     store(nodes);
     compile("canonical");
-    EXPECT_EQ(shell("ocmd_show --json main.par | python3 '" PYTHON_READER "' | cmp - main.par; "
+    EXPECT_EQ(shell("ocmd_show --json main.par | " PYTHON_READER " | cmp - main.par; "
                     "gzip -dc <canonical.par >plain.par; "
-                    "ocmd_show --json canonical.par | python3 '" PYTHON_READER
-                    "' | cmp - plain.par"),
+                    "ocmd_show --json canonical.par | " PYTHON_READER
+                    " | cmp - plain.par"),
               "");
     EXPECT_EQ(shell("ocmd_show --json main.par | grep -o '\"intf_mask\":\"0xf*\",\"reserved.*'"),
               "\"intf_mask\":\"0xffffffffffffffff\",\"reserved\":\"00000001\"},\n");

@@ -17,16 +17,21 @@ stand_in() { printf '#!/bin/sh\n%s\n' "$2" >"$scratch/$1" && chmod +x "$scratch/
 # refused TEXT: installing a package fails with this text.
 refused() {
     if PATH=$scratch scripts/install-packages.sh clang no-such &>"$scratch/said"; then exit 1; fi
-    diff "$scratch/said" <(printf 'missing packages: libclang-rt-dev no-such\n%b' "$1")
+    diff "$scratch/said" <(printf '%b\n' "$1")
 }
 
 stand_in dpkg-query '[ "$3" = clang ] && echo "hi "'
 stand_in id 'echo 1000'
-refused 'only root can do this, and there is no sudo\n'
+refused "only root can do this, and there is no sudo
+Run this as root first:
+  apt-get install -y --no-install-recommends libclang-rt-dev no-such"
 stand_in id 'echo 0'
 stand_in true ''
 stand_in apt-get 'echo "E: $1"; exit 100'
-refused 'E: update\nsome package lists are out of date\nE: install\n'
+refused "installing 2 packages: libclang-rt-dev no-such
+E: update
+some package lists are out of date
+E: install"
 
 if GIT_DIR=$scratch scripts/check-dependencies.sh 2>/dev/null; then exit 1; fi
 if (cd "$scratch/scripts" && ./write-listings.sh . scripts 2>/dev/null); then exit 1; fi

@@ -16,7 +16,7 @@ using tsh::OwnedText;
 using tsh::trace;
 using tsh::traces;
 
-constexpr char kWhiteSpace[] = " \t\n\r\f\v";
+constexpr char kDefaultSeparators[] = " \t\n\r\f\v";
 constexpr size_t kDelimiterRoom = 33;
 // Room for the two blanks that may be added and for zero bytes behind the text.
 constexpr size_t kSpareBytes = 5;
@@ -80,14 +80,14 @@ std::array<char, kDelimiterRoom> choose_delimiters(const char *delimiters) {
     std::array<char, kDelimiterRoom> chosen{};
     if (robust_strlen(delimiters) == 0) {
         note("Defaulting delimter to space...\n");
-        robust_strncpy(chosen.data(), kWhiteSpace, chosen.size());
+        robust_strncpy(chosen.data(), kDefaultSeparators, chosen.size());
         return chosen;
     }
     note("Using user specified delimiter...\n");
     robust_strncpy(chosen.data(), delimiters, chosen.size());
     if (std::string_view(delimiters).find(' ') != std::string_view::npos) {
         note("Adding std delimiters...\n");
-        robust_strncat(chosen.data(), kWhiteSpace, chosen.size());
+        robust_strncat(chosen.data(), kDefaultSeparators, chosen.size());
     }
     return chosen;
 }
