@@ -121,7 +121,6 @@ template <size_t Count> consteval auto exported(const std::array<Flag, Count> &f
                           .effect = flag.effect,
                           .key = flag.key.text,
                           .key_order = flag.key.order,
-                          .traits = flag.traits,
                           .bit = flag.bit};
     });
     return table;

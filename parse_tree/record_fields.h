@@ -22,10 +22,9 @@ typedef enum tsh_field_kind_t {
 } tsh_field_kind_t;
 
 /** Bits of traits. */
-#define TSH_FIELD_COMPARED 0x1u   /**< Part of what a command is: two trees differ if it differs. */
-#define TSH_FIELD_YES_NO 0x2u     /**< A number that grammars write as yes (1) or no (0). */
-#define TSH_FIELD_INTERFACES 0x4u /**< A set under the rule of TREE_INTF_ANY. */
-#define TSH_FIELD_RESERVED 0x8u   /**< Every byte is zero. */
+#define TSH_FIELD_YES_NO 0x1u     /**< A number that grammars write as yes (1) or no (0). */
+#define TSH_FIELD_INTERFACES 0x2u /**< A set under the rule of TREE_INTF_ANY. */
+#define TSH_FIELD_RESERVED 0x4u   /**< Every byte is zero. */
 
 /** One field of a record: count elements of width bytes each. */
 typedef struct tsh_field_t {
@@ -37,8 +36,9 @@ typedef struct tsh_field_t {
     uint16_t counter;   /**< Offset of the COUNT field with the number of used elements (of a SET:
                              only smaller numbers mean something); 0: all are used. */
     uint16_t key_order; /**< Rank of the key: grammars are written in ascending order; 0: no key. */
-    uint16_t list_order; /**< Rank in a list for readers; 0: not listed as a value. */
-    uint16_t traits;     /**< TSH_FIELD_COMPARED and the like. */
+    uint16_t list_order; /**< Rank in lists of values, as ocmd_show --nodes prints them and
+                              ocmd_diff compares them; 0: not in them. */
+    uint16_t traits;     /**< TSH_FIELD_YES_NO and the like. */
     tsh_field_kind_t kind;
 } tsh_field_t;
 
@@ -48,7 +48,6 @@ typedef struct tsh_flag_t {
     const char *effect; /**< What a set bit means, such as "a command ends at this node". */
     const char *key;    /**< Its key in a grammar; null: grammars list it under "flags". */
     uint16_t key_order; /**< Rank of the key among those of the node's fields; 0: no key. */
-    uint16_t traits;    /**< TSH_FIELD_COMPARED or 0. */
     uint32_t bit;       /**< Number of the bit, 0 the least significant. */
 } tsh_flag_t;
 

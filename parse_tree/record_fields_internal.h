@@ -72,24 +72,22 @@ struct Field : Member {
 #define PARAM(field)                                                                               \
     member<decltype(parameter_info_t::field)>(#field, offsetof(parameter_info_t, field))
 
-inline constexpr uint16_t kInterfaces = TSH_FIELD_COMPARED | TSH_FIELD_INTERFACES;
-
 // Member, kind, key with its rank, rank in lists for readers, traits. Ranks leave gaps for more.
 inline constexpr std::array kNodeFields{
     Field{NODE(name), TSH_FIELD_TEXT, {"name", 10}},
     Field{NODE(token), TSH_FIELD_TEXT},
-    Field{NODE(help), TSH_FIELD_TEXT, {"help", 20}, 10, TSH_FIELD_COMPARED},
-    Field{NODE(submode_help), TSH_FIELD_TEXT, {"submode_help", 60}, 20, TSH_FIELD_COMPARED},
+    Field{NODE(help), TSH_FIELD_TEXT, {"help", 20}, 10},
+    Field{NODE(submode_help), TSH_FIELD_TEXT, {"submode_help", 60}, 20},
     Field{NODE(aux_text), TSH_FIELD_TEXT, {"aux_text", 160}, 50},
-    Field{NODE(func_id), TSH_FIELD_TEXT, {"function", 30}, 30, TSH_FIELD_COMPARED},
-    Field{NODE(mode_id), TSH_FIELD_TEXT, {"mode", 70}, 40, TSH_FIELD_COMPARED},
+    Field{NODE(func_id), TSH_FIELD_TEXT, {"function", 30}, 30},
+    Field{NODE(mode_id), TSH_FIELD_TEXT, {"mode", 70}, 40},
     Field{NODE(aux_label), TSH_FIELD_TEXT, {"aux_label", 170}, 60},
     Field{NODE(optional), TSH_FIELD_NUMBER, {"optional", 80}, 80, TSH_FIELD_YES_NO},
-    Field{NODE(cmi_msg_type), TSH_FIELD_NUMBER, {"message_type", 150}, 110, TSH_FIELD_COMPARED},
+    Field{NODE(cmi_msg_type), TSH_FIELD_NUMBER, {"message_type", 150}, 110},
     Field{NODE(flags), TSH_FIELD_FLAGS, {"flags", 100}, 70},
-    Field{NODE(token_id), TSH_FIELD_NUMBER, {"token_id", 130}, 90, TSH_FIELD_COMPARED},
-    Field{NODE(command_id), TSH_FIELD_NUMBER, {"command_id", 140}, 100, TSH_FIELD_COMPARED},
-    Field{NODE(perms_mask), TSH_FIELD_SET, {"permissions", 110}, 150, TSH_FIELD_COMPARED},
+    Field{NODE(token_id), TSH_FIELD_NUMBER, {"token_id", 130}, 90},
+    Field{NODE(command_id), TSH_FIELD_NUMBER, {"command_id", 140}, 100},
+    Field{NODE(perms_mask), TSH_FIELD_SET, {"permissions", 110}, 150},
     Field{NODE(params), TSH_FIELD_PARAMETERS}.counted_by(offsetof(tree_node_t, param_count)),
     Field{NODE(aux_value1), TSH_FIELD_NUMBER, {"aux_value1", 180}, 120},
     Field{NODE(param_count), TSH_FIELD_COUNT},
@@ -98,42 +96,39 @@ inline constexpr std::array kNodeFields{
     Field{NODE(children), TSH_FIELD_LINKS}.counted_by(offsetof(tree_node_t, child_count)),
     Field{NODE(child_link_bits), TSH_FIELD_SET, {}, 160}.counted_by(
         offsetof(tree_node_t, child_count)),
-    Field{NODE(intf_mask), TSH_FIELD_SET, {"interfaces", 120}, 140, kInterfaces},
+    Field{NODE(intf_mask), TSH_FIELD_SET, {"interfaces", 120}, 140, TSH_FIELD_INTERFACES},
     Field{NODE(reserved), TSH_FIELD_BYTES, {}, 0, TSH_FIELD_RESERVED},
 };
 
 inline constexpr std::array kParameterFields{
-    Field{PARAM(type_mask), TSH_FIELD_TYPES, {}, 0, TSH_FIELD_COMPARED},
-    Field{PARAM(intf_mask), TSH_FIELD_SET, {"interfaces", 30}, 30, kInterfaces},
+    Field{PARAM(type_mask), TSH_FIELD_TYPES},
+    Field{PARAM(intf_mask), TSH_FIELD_SET, {"interfaces", 30}, 30, TSH_FIELD_INTERFACES},
     Field{PARAM(opaque1), TSH_FIELD_BYTES, {"opaque1", 40}, 40},
-    Field{PARAM(int_min), TSH_FIELD_SIGNED, {"min", 10}, 10, TSH_FIELD_COMPARED},
-    Field{PARAM(int_max), TSH_FIELD_SIGNED, {"max", 20}, 20, TSH_FIELD_COMPARED},
+    Field{PARAM(int_min), TSH_FIELD_SIGNED, {"min", 10}, 10},
+    Field{PARAM(int_max), TSH_FIELD_SIGNED, {"max", 20}, 20},
     Field{PARAM(opaque2), TSH_FIELD_BYTES, {"opaque2", 50}, 50},
 };
 
 #undef PARAM
 #undef NODE
 
-// Bit, name, effect, key with its rank among those of the fields, traits; lowest bit first.
+// Bit, name, effect, key with its rank among those of the fields; lowest bit first.
 struct Flag {
     uint8_t bit;
     const char *name;
     const char *effect;
     Key key{};
-    uint16_t traits = 0;
 };
 
 inline constexpr std::array kNodeFlags{
     Flag{std::countr_zero(TREE_FLAG_TERMINAL),
          "terminal",
          "a command ends at the node",
-         {"terminal", 40},
-         TSH_FIELD_COMPARED},
+         {"terminal", 40}},
     Flag{std::countr_zero(TREE_FLAG_SUBMODE),
          "submode",
          "the node enters a submode made of its children",
-         {"submode", 50},
-         TSH_FIELD_COMPARED},
+         {"submode", 50}},
     Flag{std::countr_zero(TREE_FLAG_EXCLUDED),
          "excluded in single mode",
          "single mode omits the node and its descendants",

@@ -2,8 +2,8 @@
 #include "tools/ocmd_diff/field_labels.h"
 
 #include "param_reg/values.h"
-#include "parse_tree/record_fields.h"
 #include "tools/ocmd_diff/value_changes.h"
+#include "tools/support/record_tables.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/wording.h"
 
@@ -23,32 +23,14 @@ using Fields = std::vector<Field>;
 
 constexpr uint32_t kBitsOfByte = 8;
 
-// The fields that lists for readers have, in their order.
-Fields listed(const tsh_field_t *(*table)(uint32_t *count)) {
-    uint32_t count = 0;
-    const tsh_field_t *first = table(&count);
-    Fields fields;
-    for (const tsh_field_t &field : std::span{first, count})
-        if (field.list_order != 0)
-            fields.push_back(&field);
-    std::ranges::sort(fields, {}, &tsh_field_t::list_order);
-    return fields;
-}
-
 const Fields &node_fields() {
-    static const Fields fields = listed(tsh_node_fields);
+    static const Fields fields = tool::listed(tool::node_record_fields());
     return fields;
 }
 
 const Fields &parameter_fields() {
-    static const Fields fields = listed(tsh_parameter_fields);
+    static const Fields fields = tool::listed(tool::parameter_record_fields());
     return fields;
-}
-
-std::span<const tsh_flag_t> node_flags() {
-    uint32_t count = 0;
-    const tsh_flag_t *first = tsh_node_flags(&count);
-    return {first, count};
 }
 
 // Whether the field bounds the values that the word accepts.
@@ -117,11 +99,11 @@ std::string value_text(Field field, const void *record) {
 // Flags with keys are named, the others are numbers of a set.
 void add_flags(Field field, const void *record, NamedValues &values) {
     const auto has_key = [](uint32_t bit) {
-        return std::ranges::any_of(node_flags(), [&](const tsh_flag_t &flag) {
+        return std::ranges::any_of(tool::node_flags(), [&](const tsh_flag_t &flag) {
             return flag.bit == bit && flag.key != nullptr;
         });
     };
-    for (const tsh_flag_t &flag : node_flags())
+    for (const tsh_flag_t &flag : tool::node_flags())
         if (flag.key != nullptr)
             values.emplace_back(flag.key, yes_or_no(static_cast<uint64_t>(
                                               tsh_field_contains(field, record, flag.bit))));

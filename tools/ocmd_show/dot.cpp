@@ -52,8 +52,8 @@ void write_escaped(std::string_view text, TextOutput &output) {
 class Graph {
 public:
     // Nodes that are not wanted are not drawn, and their links do not count.
-    Graph(Nodes nodes, const LinkTable &links, const std::vector<bool> &wanted, TextOutput &output)
-        : nodes_(nodes), links_(links), output_(output), parents_(nodes.size()) {
+    Graph(Nodes nodes, LinkTable links, const std::vector<bool> &wanted, TextOutput &output)
+        : nodes_(nodes), links_(std::move(links)), output_(output), parents_(nodes.size()) {
         links_.keep_links_to(wanted);
         for (uint32_t node = 0; node < nodes.size(); ++node)
             if (wanted[node])

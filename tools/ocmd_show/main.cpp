@@ -79,7 +79,7 @@ constexpr std::array kUses{kBelow, kLevels, kRedirectRoot}; // of the first othe
 
 constexpr auto kOptions = [] {
     std::array<Option, kModes.size() + kOtherOptions.size()> options{};
-    const auto rest = std::ranges::transform(kModes, options.begin(), &Mode::option).out;
+    Option *const rest = std::ranges::transform(kModes, options.begin(), &Mode::option).out;
     std::ranges::copy(kOtherOptions, rest);
     return options;
 }();

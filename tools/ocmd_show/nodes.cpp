@@ -10,10 +10,8 @@
 #include "tools/support/types.h"
 #include "tools/support/wording.h"
 
-#include <algorithm>
 #include <array>
 #include <bit>
-#include <iterator>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -30,14 +28,6 @@ using tool::TreeRecord;
 
 constexpr std::string_view kIndent = "  ";
 constexpr std::string_view kInnerIndent = "    ";
-
-// The fields that are printed as values, in the order of lists for readers.
-std::vector<tsh_field_t> listed(std::span<const tsh_field_t> fields) {
-    std::vector<tsh_field_t> some;
-    std::ranges::copy_if(fields, std::back_inserter(some), &tsh_field_t::list_order);
-    std::ranges::sort(some, {}, &tsh_field_t::list_order);
-    return some;
-}
 
 class NodeWriter {
 public:
@@ -87,9 +77,9 @@ private:
         output_ << '\n';
     }
 
-    void write_fields(std::span<const tsh_field_t> fields, const void *record) {
-        for (const tsh_field_t &field : fields)
-            write_field(field, record);
+    void write_fields(std::span<const tsh_field_t *const> fields, const void *record) {
+        for (const tsh_field_t *field : fields)
+            write_field(*field, record);
     }
 
     // Omits fields that are all zero.
@@ -168,8 +158,9 @@ private:
     tool::LinkTable links_;
     tool::ParentTable parents_;
     std::vector<tool::Levels> levels_;
-    std::vector<tsh_field_t> node_fields_ = listed(tool::node_record_fields());
-    std::vector<tsh_field_t> parameter_fields_ = listed(tool::parameter_record_fields());
+    std::vector<const tsh_field_t *> node_fields_ = tool::listed(tool::node_record_fields());
+    std::vector<const tsh_field_t *> parameter_fields_ =
+        tool::listed(tool::parameter_record_fields());
     TextOutput &output_;
     std::string_view indent_ = kIndent;
 };

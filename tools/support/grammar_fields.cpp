@@ -46,7 +46,7 @@ GrammarFields fields_with_keys(std::span<const tsh_field_t> fields,
         for (const tsh_flag_t &flag : flags)
             if (flag.key != nullptr)
                 keyed.push_back({flag.key, FieldKind::kFlag, field.offset, size,
-                                 static_cast<uint8_t>(flag.bit), flag.traits, flag.key_order});
+                                 static_cast<uint8_t>(flag.bit), 0, flag.key_order});
     }
     std::ranges::sort(keyed, {}, &GrammarField::order);
     return keyed;

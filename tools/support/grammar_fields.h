@@ -32,7 +32,7 @@ struct GrammarField {
     uint16_t offset;
     uint16_t size;       ///< In bytes.
     uint8_t bit = 0;     ///< Bit number of a kFlag.
-    uint16_t traits = 0; ///< TSH_FIELD_COMPARED and the like.
+    uint16_t traits = 0; ///< TSH_FIELD_YES_NO and the like.
     uint16_t order = 0;  ///< Rank among the keys.
 };
 

@@ -3,6 +3,7 @@
 
 #include "parse_tree/record_fields.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -28,6 +29,16 @@ inline std::span<const tsh_flag_t> node_flags() {
     uint32_t count = 0;
     const tsh_flag_t *const flags = tsh_node_flags(&count);
     return {flags, count};
+}
+
+/// The fields that are printed as values, in the order of lists.
+inline std::vector<const tsh_field_t *> listed(std::span<const tsh_field_t> fields) {
+    std::vector<const tsh_field_t *> some;
+    for (const tsh_field_t &field : fields)
+        if (field.list_order != 0)
+            some.push_back(&field);
+    std::ranges::sort(some, {}, &tsh_field_t::list_order);
+    return some;
 }
 
 /// Names of the set bits of tree_node_t.flags that have one.
