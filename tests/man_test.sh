@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # What a program says of itself, its man page and the completion agree: man_test.sh SOURCE
 # PROGRAM... Each has a page and is completed. Of those that know --help, the options of --help are those under OPTIONS, in both directions, and those that completion
-# offers; the checks of --list-checks are those under CHECKS, word for word.
+# offers; the checks of --list-checks are those under CHECKS, word for word, and the types of
+# --list-types those under PARAMETER TYPES.
 set -euo pipefail
 source=$1
 shift
@@ -32,6 +33,8 @@ for tool in "$@"; do
     same "options of $tool and the completion" "$(grep -- -- <<<"$options")" \
         "$(. "$source/share/bash-completion/completions/ocmd" && _ocmd "$tool" -- "$tool" &&
             printf '%s\n' "${COMPREPLY[@]}" | sort)"
+    grep -q -- --list-types <<<"$options" && same "types of $tool and $page" \
+        "$("$tool" --list-types)" "$(section "$page" "PARAMETER TYPES" | grep -P '\t')"
     grep -q -- --list-checks <<<"$options" || continue
     same "checks of $tool and $page" "$("$tool" --list-checks)" \
         "$(section "$page" CHECKS | awk -F'"' '

@@ -212,9 +212,9 @@ TEST_F(Compile, TellsWhereAFileStopsToBeAGrammar) {
         {"\xc3\xa9: 'f\r\n\xe2\x82\xac: g", "2:5: error: unexpected end of file; expected the "
                                             "closing quote\n1:4: note: the string begins here\n"},
         {"words:\n  a: f\n  b\n", "3:3: error: expected ':' after this key\n"},
-        {"words: {a: f}\n---\nwords: {b: {hlep: x}}\n---\n]",
-         "3:13: error: unknown key 'hlep' of a word, did you mean 'help'?\n"
-         "5:1: error: unexpected ']'; expected a value\n"},
+        {"words: {a: f}\n---\nbelow: a\nwords: {b: {hlep: x}}\n---\n]",
+         "4:13: error: unknown key 'hlep' of a word, did you mean 'help'?\n"
+         "6:1: error: unexpected ']'; expected a value\n"},
     };
     for (const auto &[text, expected] : cases)
         EXPECT_EQ(told(text), expected) << text;

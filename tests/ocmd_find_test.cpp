@@ -22,7 +22,7 @@ class Find : public harness::ScratchTest {
 protected:
     Find() {
         store("main.yaml", harness::read_file(TEST_FILES "/grammars/lamps.yaml"));
-        EXPECT_EQ(shell("ocmd_compile --main main.yaml").err, "");
+        EXPECT_EQ(shell("ocmd_compile --main -W no-shadowed main.yaml").err, "");
     }
 
     // The complaints of a saved configuration, without the file's name.

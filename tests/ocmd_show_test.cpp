@@ -139,7 +139,8 @@ protected:
     // Compiles a grammar of those beside this file to NAME.par.
     void compile(const std::string &name, const std::string &options = "") {
         store(name + ".yaml", read_file(TEST_FILES "/grammars/" + name + ".yaml"));
-        EXPECT_EQ(shell("ocmd_compile -W no-dead-end -W no-same-word -W no-redirect-root " +
+        EXPECT_EQ(shell("ocmd_compile -W no-dead-end -W no-same-word -W no-redirect-root "
+                        "-W no-unused-bounds -W no-second-root " +
                         options + " " + name + ".yaml"),
                   "");
     }
@@ -367,7 +368,8 @@ TEST_F(Show, WritesGrammarsThatCompileToTheSameBytes) {
     }
     const std::string there_and_back =
         "ocmd_show --yaml main.par >main.yaml && ocmd_compile --main -W no-same-word -W no-bounds "
-        "-W no-redirect-root -W no-dead-end -W no-message-type -o again.par main.yaml && "
+        "-W no-redirect-root -W no-dead-end -W no-message-type -W no-unused-bounds "
+        "-W no-suspect-name -W no-shadowed -o again.par main.yaml && "
         "cmp main.par again.par";
     for (uint32_t seed = 1; seed <= 40; ++seed) {
         store(Scrambled(seed, 60, true).nodes());

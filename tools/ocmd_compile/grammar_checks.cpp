@@ -10,11 +10,15 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
+#include <glib.h>
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 namespace compiler {
 
@@ -64,6 +68,12 @@ template <typename Call> void for_each_list(const Run &run, const Call &call) {
             if (document.complete && word.link_count > 1 && seen.insert(word.first_link).second)
                 call(document, document.links_of(word));
     }
+}
+
+std::string lower_case(std::string_view text) {
+    std::string lower{text};
+    std::ranges::transform(lower, lower.begin(), g_ascii_tolower);
+    return lower;
 }
 
 std::string spelled(const Word &word) {
@@ -118,11 +128,11 @@ void duplicate_name(const Run &run) {
     });
 }
 
-// The linker's rule for conflicting nodes, which lookups follow as well: keywords differ by their
-// keyword alone, parameters by their first type, and several INTERFACE or URI are allowed.
+// Lookups compare keywords by their keyword alone, ignoring case; the linker's rule for conflicting
+// nodes compares parameters by their first type, of which some may repeat.
 void same_word(const Run &run) {
     for_each_list(run, [&](const Document &document, std::span<const Link> links) {
-        std::unordered_map<std::string_view, const Link *> keywords;
+        std::unordered_map<std::string, const Link *> keywords;
         std::unordered_map<uint32_t, const Link *> parameters;
         for (const Link &link : links) {
             const Word *word = link.child == kNoWord ? nullptr : &document.words[link.child];
@@ -132,7 +142,7 @@ void same_word(const Run &run) {
             const bool may_repeat = tsh_mask_may_repeat(nullptr, mask) != 0;
             const Link *other = nullptr;
             if (!word->key.token.empty())
-                other = keywords.emplace(word->key.token, &link).first->second;
+                other = keywords.emplace(lower_case(word->key.token), &link).first->second;
             else if (word->key.parameter_count > 0 && !may_repeat)
                 other = parameters.emplace(mask, &link).first->second;
             if (other != nullptr && other != &link && other->child != link.child)
@@ -140,6 +150,28 @@ void same_word(const Run &run) {
                          spelled(*word) + " and its sibling " +
                              spelled(document.words[other->child]) + " match the same word",
                          {{document.file, other->place, "sibling defined here"}});
+        }
+    });
+}
+
+// The first-match lookup takes the first keyword that begins with the typed word, whatever comes
+// later. A keyword that equals its sibling is same_word's.
+void shadowed(const Run &run) {
+    for_each_list(run, [&](const Document &document, std::span<const Link> links) {
+        std::map<std::string, const Link *> before;
+        for (const Link &link : links) {
+            const Word *word = link.child == kNoWord ? nullptr : &document.words[link.child];
+            if (word == nullptr || !word->sound || word->key.token.empty())
+                continue;
+            const std::string token = lower_case(word->key.token);
+            const auto longer = before.upper_bound(token);
+            if (longer != before.end() && longer->first.starts_with(token))
+                run.tell(document, link.place,
+                         spelled(*word) + " is shadowed by its sibling " +
+                             spelled(document.words[longer->second->child]) +
+                             " in the shell's first-match lookup; put " + spelled(*word) + " first",
+                         {{document.file, longer->second->place, "sibling defined here"}});
+            before.emplace(token, &link);
         }
     });
 }
@@ -164,14 +196,22 @@ void dead_end(const Run &run) {
     }
 }
 
+// How to write a key such as `pace <INTEGER>` or `pace quick`.
+std::string advice_for(const WordKey &key) {
+    const std::string_view keyword = key.token.substr(0, key.token.find_last_not_of(' ') + 1);
+    if (key.parameter_count == 0 || keyword.find(' ') != std::string_view::npos)
+        return "put following words under 'words'";
+    return "write " + quoted(tool::word_key(keyword, key.masks())) + " without a space, or put " +
+           quoted(tool::word_key({}, key.masks())) + " under 'words'";
+}
+
 void blank_in_word(const Run &run) {
     for_each_word(run, [&](const Document &document, const Word &word) {
         const bool blank = std::ranges::any_of(
             word.key.token, [](char c) { return c == ' ' || tool::is_control(c); });
         if (blank && !word.exact_token)
             run.tell(document, word.place,
-                     "keyword contains a space or control character; put following words "
-                     "under 'words'");
+                     "keyword contains a space or control character; " + advice_for(word.key));
     });
 }
 
@@ -181,25 +221,65 @@ int64_t bound_of(const Setting *setting, uint32_t type_mask) {
                           setting == nullptr ? 0 : static_cast<int32_t>(setting->number[0]));
 }
 
-void bounds(const Run &run) {
+// What a word gives as bounds of one of its parameters; null if not given.
+struct Bounds {
+    const Document &document;
+    uint32_t mask;
+    const Setting *min;
+    const Setting *max; // at the position of min if only that is given
+    const Setting *length;
+
+    [[nodiscard]] std::string type() const { return quoted(tool::word_key({}, {&mask, 1})); }
+    [[nodiscard]] const Setting *first() const { return min != nullptr ? min : max; }
+    [[nodiscard]] bool may_have(uint32_t kinds) const {
+        return (tsh_mask_bounds(nullptr, mask) & (kinds | TSH_BOUNDS_UNKNOWN)) != 0;
+    }
+};
+
+// Calls the function with the bounds of every parameter of every valid word.
+template <typename Call> void for_each_bounds(const Run &run, const Call &call) {
     for_each_word(run, [&](const Document &document, const Word &word) {
-        for (int i = 1; i <= word.key.parameter_count; ++i) {
-            const uint32_t mask = word.key.masks()[static_cast<size_t>(i - 1)];
-            const Setting *min = find_setting(document, word, "min", i);
-            const Setting *max = find_setting(document, word, "max", i);
-            const Setting *length = find_setting(document, word, "length", i);
-            if (length != nullptr && !tool::may_have_length(mask))
-                run.tell(document, length->place,
-                         "'length' is not allowed for " + quoted(tool::word_key({}, {&mask, 1})) +
-                             "; only string types have a length");
-            if (length != nullptr || max == nullptr || bound_of(min, mask) <= bound_of(max, mask))
-                continue;
-            if (min == nullptr)
-                run.tell(document, max->place, "'max' is less than the default 'min', 0");
-            else
-                run.tell(document, min->place, "'min' is greater than 'max'",
-                         {{document.file, max->place, "'max' is given here"}});
-        }
+        for (int i = 1; i <= word.key.parameter_count; ++i)
+            call(Bounds{document, word.key.types.at(static_cast<size_t>(i - 1)),
+                        find_setting(document, word, "min", i),
+                        find_setting(document, word, "max", i),
+                        find_setting(document, word, "length", i)});
+    });
+}
+
+void bounds(const Run &run) {
+    for_each_bounds(run, [&](const Bounds &given) {
+        const auto &[document, mask, min, max, length] = given;
+        if (length != nullptr && !given.may_have(TSH_BOUNDS_LENGTH))
+            run.tell(document, length->place,
+                     "'length' is not allowed for " + given.type() +
+                         "; only string types have a length");
+        if (max == nullptr)
+            return;
+        if (given.may_have(TSH_BOUNDS_LENGTH) && !given.may_have(TSH_BOUNDS_NUMBERS))
+            run.tell(document, given.first()->place,
+                     quoted(given.first()->field->key) + " is not allowed for " + given.type() +
+                         "; use 'length' for the maximum length");
+        else if (bound_of(min, mask) > bound_of(max, mask) && min == nullptr)
+            run.tell(document, max->place, "'max' is less than the default 'min', 0");
+        else if (bound_of(min, mask) > bound_of(max, mask))
+            run.tell(document, min->place, "'min' is greater than 'max'",
+                     {{document.file, max->place, "'max' is given here"}});
+    });
+}
+
+void unused_bounds(const Run &run) {
+    for_each_bounds(run, [&](const Bounds &given) {
+        const auto &[document, mask, min, max, length] = given;
+        if (max == nullptr)
+            return;
+        if (!given.may_have(TSH_BOUNDS_NUMBERS | TSH_BOUNDS_LENGTH))
+            run.tell(document, given.first()->place,
+                     quoted(given.first()->field->key) + " has no effect: " + given.type() +
+                         " has no bounds");
+        else if (bound_of(min, mask) == 0 && bound_of(max, mask) == 0)
+            run.tell(document, given.first()->place,
+                     "'min' and 'max' are both 0, which means no bounds");
     });
 }
 
@@ -211,8 +291,8 @@ void message_type(const Run &run) {
     });
 }
 
-// The loader looks for this node after the first child of the root; its first child becomes the
-// redirect root.
+// The loader looks for this node after the first child of the root. Its first child becomes the
+// redirect root, or the root itself if it has none.
 void redirect_root(const Run &run) {
     for (const Document &document : run.grammar.documents) {
         const bool to_be_loaded = run.main || (document.is_root && document.wants_redirect_root);
@@ -230,8 +310,6 @@ void redirect_root(const Run &run) {
             run.tell(document, document.place,
                      "root has no 'tsh_redirect_root' after its first word; the tree cannot be "
                      "loaded");
-        else if (document.words[found->child].link_count == 0)
-            run.tell(document, found->place, "'tsh_redirect_root' has no child");
     }
 }
 
@@ -277,6 +355,41 @@ void unknown_attach_point(const Run &run) {
                          "unknown attach point " + quoted(name) + "; no input file defines it");
 }
 
+// A plain null is a string in a grammar, and so is a space after a comma between attach points.
+void suspect_name(const Run &run) {
+    const auto check = [&](const Document &document, Place place, const char *what,
+                           std::string_view name) {
+        constexpr std::array<std::string_view, 4> kNulls{"null", "Null", "NULL", "~"};
+        if (std::ranges::find(kNulls, name) != kNulls.end())
+            run.tell(document, place,
+                     std::string{what} + ' ' + quoted(name) +
+                         " is a string here, not an empty value; omit the key for none");
+        else if (name.starts_with(' ') || name.ends_with(' '))
+            run.tell(document, place,
+                     std::string{what} + ' ' + quoted(name) + " begins or ends with a space");
+    };
+    for_each_word(run, [&](const Document &document, const Word &word) {
+        for (const Setting &setting : document.settings_of(word))
+            if (setting.field->offset == offsetof(tree_node_t, func_id) && setting.parameter == 0)
+                check(document, setting.place, "function name", setting.text);
+    });
+    for (const Document &document : run.grammar.documents)
+        for (const std::string_view name : tool::attach_names(document.attach_path))
+            check(document, document.attach_place, "attach point", name);
+}
+
+void second_root(const Run &run) {
+    const std::vector<Document> &documents = run.grammar.documents;
+    const auto first = std::ranges::find_if(documents, &Document::is_root);
+    if (run.main || first == documents.end())
+        return;
+    const auto second = std::find_if(first + 1, documents.end(), std::mem_fn(&Document::is_root));
+    if (second != documents.end())
+        run.tell(*second, second->place,
+                 "second root among the input files; expected 'below' in a subtree",
+                 {{first->file, first->place, "first root defined here"}});
+}
+
 void always(const Run &run) {
     for (const Document &document : run.grammar.documents)
         run.tell(document, document.place, "document starts here");
@@ -293,16 +406,22 @@ constexpr std::array kTable{
     Row{{"same-word", Level::kError, kSoundWord,
          "Two siblings match the same word, so one of them is unreachable."},
         same_word},
+    Row{{"shadowed", Level::kWarning, kSoundWord,
+         "A sibling before a keyword begins with the same letters, so the shell's first-match "
+         "lookup finds the sibling."},
+        shadowed},
     Row{{"blank-in-word", Level::kError, kSoundWord,
          "A keyword contains a space or a control character and is not tagged !bytes."},
         blank_in_word},
     Row{{"bounds", Level::kError, kSoundWord,
          "The minimum of a parameter exceeds its maximum, or 'length' is given for a type that "
-         "cannot be a string."},
+         "cannot be a string, or 'min' or 'max' for a string type."},
         bounds},
+    Row{{"unused-bounds", Level::kWarning, kSoundWord,
+         "'min' or 'max' is given for a type without bounds, or both are 0, which means none."},
+        unused_bounds},
     Row{{"redirect-root", Level::kError, kSoundWord,
-         "The root has no child \"tsh_redirect_root\" after its first child, or that node has no "
-         "child."},
+         "The root has no child \"tsh_redirect_root\" after its first child."},
         redirect_root},
     Row{{"dead-end", Level::kWarning, kSoundWord,
          "No command ends at a word or at a descendant. Without --main, named words are skipped, "
@@ -312,6 +431,13 @@ constexpr std::array kTable{
          "The tree has more than 256 levels; the shell does not traverse deeper levels "
          "completely."},
         depth},
+    Row{{"suspect-name", Level::kWarning, kSoundWord,
+         "The name of a function or of an attach point is null or ~, or begins or ends with a "
+         "space."},
+        suspect_name},
+    Row{{"second-root", Level::kWarning, "",
+         "Several input documents are roots; a subtree has 'below'. Not checked with --main."},
+        second_root},
     Row{{"message-type", Level::kWarning, kSoundWord, "A message type is greater than 255."},
         message_type},
     Row{{"missing-help", Level::kOff, kSoundWord, "A word has no help text."}, missing_help},

@@ -3,6 +3,7 @@
 // Stages: read, understand, check, lay out, write. The first three run for every file, so that one
 // run reports all errors; the last two run only if there are none.
 #include "base/owners.h"
+#include "param_reg/values.h"
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_compile/grammar.h"
 #include "tools/ocmd_compile/grammar_checks.h"
@@ -10,8 +11,10 @@
 #include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/understand.h"
 #include "tools/ocmd_compile/yaml_tree.h"
+#include "tools/support/file_bytes.h"
 #include "tools/support/output_file.h"
 #include "tools/support/program.h"
+#include "tools/support/tree_look.h"
 #include "tools/support/types.h"
 
 #include <algorithm>
@@ -48,6 +51,7 @@ constexpr std::array kOptions{
     tool::kErrorOption,
     tool::kListChecksOption,
     tool::Option{0, "list-keys", nullptr, "Print all keys of the grammar format and exit."},
+    tool::Option{0, "list-types", nullptr, "Print all parameter types and exit."},
 };
 
 constexpr tool::Program kProgram{
@@ -60,6 +64,34 @@ void list_keys() {
     for (const compiler::KeyList &list : compiler::known_keys())
         for (const std::string_view key : list.keys)
             printf("%s\t%.*s\n", list.where, static_cast<int>(key.size()), key.data());
+}
+
+void list_types() {
+    uint32_t count = 0;
+    const tsh_type_t *types = tsh_types_list(nullptr, &count);
+    for (const tsh_type_t &type : std::span{types, count}) {
+        const char *blank = *type.article == '\0' ? "" : " ";
+        printf("%s\t%s%s%s\t%s\n", type.name, type.article, blank, type.plain_name, type.example);
+    }
+}
+
+// ---- Reading ----
+
+// Whether the bytes cannot be a grammar: gzip data, or a NUL byte where names of nodes end. UTF-16
+// has NUL bytes, too, after its byte order mark.
+bool is_binary(std::string_view bytes) {
+    const bool is_utf16 = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
+    return bytes.starts_with("\x1F\x8B") ||
+           (!is_utf16 && bytes.substr(0, TREE_NAME_SIZE).find('\0') != std::string_view::npos);
+}
+
+SourceFile read_grammar(const std::string &path) {
+    SourceFile file = SourceFile::read(path);
+    if (!is_binary(file.bytes()))
+        return file;
+    const bool is_tree =
+        path != "-" && tool::look_at(tool::FileBytes{path, path}.all(), {}).has_value();
+    tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
 }
 
 // ---- Understanding ----
@@ -190,6 +222,8 @@ private:
 void check_outputs(const CommandLine &line, const char *given) {
     const Inputs inputs{line.operands()};
     if (given != nullptr) {
+        if (*given == '\0')
+            tool::refuse("empty argument for -o; expected a file name");
         if (inputs.have(given))
             tool::refuse("%s: output would overwrite an input file", given);
         return;
@@ -213,6 +247,10 @@ tool::Status compile(const CommandLine &line) {
         list_keys();
         return tool::kDone;
     }
+    if (line.has("list-types")) {
+        list_types();
+        return tool::kDone;
+    }
     const char *output = line.value("output");
     const bool main = line.has("main");
     if (line.operands().empty())
@@ -223,7 +261,7 @@ tool::Status compile(const CommandLine &line) {
     Grammar grammar;
     Messages messages;
     for (const char *path : line.operands())
-        grammar.files.push_back(SourceFile::read(path));
+        grammar.files.push_back(read_grammar(path));
     for (const SourceFile &file : grammar.files)
         understand(file, main ? TREE_MAX_NODES : TREE_WRITER_MAX_NODES, grammar, messages);
     if (main)

@@ -24,8 +24,8 @@ constexpr size_t kMostBytes = size_t{1} << 28;
 
 constexpr std::string_view kByteOrderMark{"\xEF\xBB\xBF"};
 
-// Returns UTF-16 after its byte order mark as UTF-8. A surrogate without its partner, and a last odd
-// byte, becomes a byte that UTF-8 does not have.
+// Returns UTF-16 after its byte order mark as UTF-8. A surrogate without its partner, and a last
+// odd byte, becomes a byte that UTF-8 does not have.
 std::string utf8_of_utf16(std::string_view bytes, bool big_endian) {
     const auto unit_at = [&](size_t i) {
         const auto first = static_cast<unsigned char>(bytes[i]);

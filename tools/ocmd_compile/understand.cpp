@@ -225,8 +225,7 @@ void Understanding::tell_unknown(const Pair &pair) {
         known.emplace_back("words");
     values_.unknown_key(pair, "of a document", known,
                         is_of_words ? "; it belongs to the top-level word"
-                        : values_.kind(pair) == YamlKind::kMapping ? "; put words under 'words'"
-                                                                   : "");
+                                    : "; put words under 'words'");
 }
 
 void Understanding::begin_root(size_t faults_before) {
@@ -263,7 +262,7 @@ void Understanding::add_redirect_root() {
         taken.insert(word.name);
     const bool has_room =
         links.size() < TREE_MAX_CHILDREN && out_.words.size() + 2 <= most_words_ && !too_many_;
-    if (taken.contains(tool::kRedirectRoot) || links.empty() || !has_room)
+    if (taken.contains(tool::kRedirectRoot) || !has_room)
         return;
     const std::vector<Link> others{links.begin(), links.end()};
     const std::string inner_name = tool::name_below_redirect_root(taken);

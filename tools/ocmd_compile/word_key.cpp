@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <charconv>
 #include <glib.h>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace compiler {
 
@@ -23,6 +25,20 @@ std::string_view trimmed(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
     text.remove_suffix(text.size() - (text.find_last_not_of(kBlanks) + 1));
     return text;
+}
+
+// The type that was probably meant: the one spelled nearly so, or the first one that begins so.
+std::string advice_for(std::string_view name) {
+    const std::vector<std::string_view> types = tool::type_names();
+    std::string near = tool::suggestion(name, types);
+    if (!near.empty())
+        return near;
+    const auto longer = std::ranges::find_if(types, [&](std::string_view type) {
+        return type.size() > name.size() &&
+               g_ascii_strncasecmp(type.data(), name.data(), name.size()) == 0;
+    });
+    return longer == types.end() ? "; --list-types prints all types"
+                                 : ", did you mean " + quoted(*longer) + "?";
 }
 
 // Parses one alternative between angle brackets: a type name or a mask in hexadecimal.
@@ -41,9 +57,8 @@ std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
     if (text.empty())
         tell(text, "missing parameter type");
     else
-        tell(text,
-             "unknown parameter type " + quoted_start(text) +
-                 (tell.is_shown() ? tool::suggestion(text, tool::type_names()) : std::string{}));
+        tell(text, "unknown parameter type " + quoted_start(text) +
+                       (tell.is_shown() ? advice_for(text) : ""));
     return {};
 }
 

@@ -179,10 +179,8 @@ void WordReader::take_all(const Rules &rules, const Pair &mapping, const char *w
     for (const Pair &pair : values_.pairs(values_.index_of(mapping))) {
         if (take_by(rules, pair))
             continue;
-        const bool looks_like_word =
-            &rules == &word_rules() && values_.kind(pair) == YamlKind::kMapping;
         values_.unknown_key(pair, where, keys_of(rules),
-                            looks_like_word ? "; put words under 'words'" : "");
+                            &rules == &word_rules() ? "; put words under 'words'" : "");
     }
 }
 
@@ -272,7 +270,12 @@ void WordReader::add(const Pair &pair, const GrammarField &field, std::string_vi
         if (known.parameter != parameter_ || !same_thing(*known.field, field))
             continue;
         const std::string_view other = known.field->key;
-        if (field.kind != FieldKind::kFlag || known.number != number)
+        if (field.kind == FieldKind::kFlag && known.number != number) // of `command` and a key
+            values_.fault_at(pair,
+                             "'command' and '" + std::string{field.key} +
+                                 ": no' cannot be combined; use 'function' for a function alone",
+                             {values_.note(known.place, "also given here")});
+        else if (field.kind != FieldKind::kFlag)
             values_.fault_at(pair,
                              other == field.key ? quoted(field.key) + " is given more than once"
                                                 : quoted(other) + " and " + quoted(field.key) +
