@@ -81,7 +81,7 @@ const char *look_of(Nodes nodes) {
 } // namespace
 
 tsh_error_t tsh::mapping_error(const char *path, int error) {
-    const ParFile file{path};
+    const base::Descriptor file = tsh::open_par_file(path);
     const auto status = file.status();
     if (!status)
         return system_error(error == 0 ? errno : error);
@@ -97,7 +97,7 @@ tsh_error_t tsh::mapping_error(const char *path, int error) {
     snprintf(reason.data(), reason.size(), "its size of %jd bytes is not a multiple of %d",
              static_cast<intmax_t>(size), TREE_NODE_SIZE);
     std::array<unsigned char, sizeof(subtree_header_t)> start;
-    const ssize_t length = read(file.descriptor(), start.data(), start.size());
+    const ssize_t length = read(file.number(), start.data(), start.size());
     return error_of(TSH_ERROR_FORMAT, reason.data(),
                     look_of({start.data(), static_cast<size_t>(std::max<ssize_t>(length, 0))},
                             static_cast<uint64_t>(size)));

@@ -46,9 +46,9 @@ bool is_tree_size(off_t size) {
 
 // With all pages at once, for the check of the tree reads every record. Of a larger file nobody
 // reads more than the records that indices can name.
-Mapping::Mapping(const ParFile &file, size_t size) {
+Mapping::Mapping(const base::Descriptor &file, size_t size) {
     const int pages = size <= size_t{TREE_MAX_NODES} * TREE_NODE_SIZE ? MAP_POPULATE : 0;
-    void *mapping = mmap(nullptr, size, PROT_READ, MAP_SHARED | pages, file.descriptor(), 0);
+    void *mapping = mmap(nullptr, size, PROT_READ, MAP_SHARED | pages, file.number(), 0);
     if (mapping != MAP_FAILED)
         nodes_ = {static_cast<const tree_node_t *>(mapping), size / TREE_NODE_SIZE};
 }
@@ -67,7 +67,7 @@ const tree_node_t *find_redirect_root(const tree_node_t *nodes, const tree_node_
 
 tsh_tree_t *tsh_tree_open(const char *path, tsh_error_t *error) {
     errno = 0;
-    const tsh::ParFile file{path};
+    const base::Descriptor file = tsh::open_par_file(path);
     const off_t size = file.size();
     if (size <= 0 || !tsh::is_tree_size(size))
         return fail(tsh::mapping_error(path, errno), error);

@@ -14,7 +14,7 @@ namespace tsh {
 class Mapping {
 public:
     Mapping() = default;
-    Mapping(const ParFile &file, size_t size);
+    Mapping(const base::Descriptor &file, size_t size);
     ~Mapping() {
         if (!nodes_.empty())
             munmap(const_cast<tree_node_t *>(nodes_.data()), nodes_.size_bytes());

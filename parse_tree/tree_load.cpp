@@ -19,7 +19,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-using tsh::ParFile;
 using tsh::trace;
 using tsh::traces;
 
@@ -43,19 +42,6 @@ int32_t fail_with_reason(const char *what) {
     const base::ErrnoKept kept;
     fprintf(stderr, "%s: %s\n", what, strerror(errno));
     return -1;
-}
-
-// read() may hand a large file over in several pieces, with signals in between.
-bool read_whole(int descriptor, char *buffer, size_t size) {
-    for (size_t done = 0; done < size;) {
-        const ssize_t piece = read(descriptor, buffer + done, size - done);
-        if (piece < 0 && errno == EINTR)
-            continue;
-        if (piece <= 0)
-            return false;
-        done += static_cast<size_t>(piece);
-    }
-    return true;
 }
 
 [[noreturn]] void give_up(const char *message) {
@@ -120,7 +106,7 @@ int32_t tsh_parse_tree_filename_get(char *buffer, uint32_t capacity) {
 
 int32_t verify_and_mmap_parse_tree(const char *path, const tree_node_t **out) {
     {
-        const ParFile file{path};
+        const base::Descriptor file = tsh::open_par_file(path);
         const off_t size = file.size();
         if (size < 0)
             return -1;
@@ -131,7 +117,7 @@ int32_t verify_and_mmap_parse_tree(const char *path, const tree_node_t **out) {
 }
 
 int32_t mmap_main_parse_tree(const char *path, const tree_node_t **out) {
-    const ParFile file{path};
+    const base::Descriptor file = tsh::open_par_file(path);
     const off_t size = file.size();
     if (size < 0)
         return fail_with_reason("Error cannot stat file");
@@ -152,8 +138,8 @@ int32_t munmap_main_parse_tree(const void *address) {
 }
 
 int32_t verify_and_read_parse_tree(const char *path, tree_node_t **out) {
-    const ParFile file{path};
-    if (!file.is_open())
+    const base::Descriptor file = tsh::open_par_file(path);
+    if (!file)
         return fail_with_reason("Error opening file");
     const off_t size = file.size();
     if (size < 0)
@@ -164,8 +150,7 @@ int32_t verify_and_read_parse_tree(const char *path, tree_node_t **out) {
     errno = 0; // a short read sets none
     const auto bytes = static_cast<size_t>(size);
     base::Block<tree_node_t> nodes{static_cast<tree_node_t *>(malloc(std::max<size_t>(bytes, 1)))};
-    if (nodes == nullptr ||
-        !read_whole(file.descriptor(), reinterpret_cast<char *>(nodes.get()), bytes))
+    if (nodes == nullptr || base::read_fully(file, nodes.get(), bytes) != size)
         return fail_with_reason("Error reading file");
     *out = nodes.release();
     return static_cast<int32_t>(size / TREE_NODE_SIZE);

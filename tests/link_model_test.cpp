@@ -138,6 +138,7 @@ private:
         Subtree &copy = *list_.insert(std::next(behind), {"main_tree.par", {node}, {parent}});
         copy.nodes[0].flags = 1;
         copy.nodes[0].child_count = 0;
+        std::ranges::fill(copy.nodes[0].children, uint16_t{0});
         enter_names(copy);
         if (!owners_.contains(parent))
             borrow(parent, behind);

@@ -424,7 +424,7 @@ TEST_F(Link, ShowsItsStepsToWhoDebugsIt) {
 // The operations beside the link itself, as other programs call them.
 TEST_F(Link, ServesOtherPrograms) {
     store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
-    store_prebuilt("main_tree.pars", keyword("probe"));
+    store_prebuilt("main_tree.pars", keyword("probe").terminal().child(keyword("short")));
     std::string folder = path("");
     const Outcome outcome = harness::in_child([&] {
         prebuilt_main_tree_path = folder.data();
@@ -463,6 +463,14 @@ TEST_F(Link, ServesOtherPrograms) {
         printf("%d\n", get_main_parse_tree(nullptr, &tree));
         main_tree_to_dl_hash();
         printf("%d\n", node_pickup_from_main_tree("nowhere", nullptr, &ours));
+        std::filesystem::resize_file(path("main_tree.pars"),
+                                     0); // was read, so nothing depends on it
+        treelink_init();
+        printf("%d\n", node_pickup_from_main_tree("probe", treelink_table, &ours));
+        const tree_node_t &borrowed = ours.next->nodes[0];
+        printf("%s %x %u %u\n", borrowed.name, borrowed.flags, borrowed.child_count,
+               borrowed.children[0]);
+        treelink_cleanup(&ours.next, &none, treelink_table);
         free(tsh_main_tree);
         tsh_main_tree = nullptr; // then one under construction, which is no tree yet
         tsh_main_tree_node_count = 0;

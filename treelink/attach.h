@@ -62,7 +62,8 @@ TSH_API int32_t check_conflicting_children(const tree_node_t *array, int32_t par
                                            const tree_node_t *added);
 
 /** Inserts a child into the parent's list, in front of the first child that sorts after it by
- * treelink_lexicograph_cmp.
+ * treelink_lexicograph_cmp. The parent's child_link_bits stay as they are: bits at and after the
+ * position of the new child then mark other links than before.
  * @return 0; -1 after a message on standard error when the parent has 192 children. */
 TSH_API int32_t update_child_list(tree_node_t *array, uint32_t parent, uint32_t child);
 

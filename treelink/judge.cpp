@@ -97,6 +97,7 @@ void borrow(const dl_hash_entry_t &entry, GHashTable *table, subtree_entry_t &re
     *copy = *entry.node;
     copy->flags &= ~TREE_FLAG_TERMINAL;
     copy->child_count = 0;
+    std::ranges::fill(copy->children, uint16_t{0}); // indices into the prebuilt tree
     subtree_path_t path;
     populate_subtree_path(&path, kBorrowedPathKind, entry.parent->name);
     add_unresolved_subtree(&record.next, kBorrowedFileName, copy, 1, &path, table);

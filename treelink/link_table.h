@@ -17,7 +17,7 @@ typedef union treelink_cell_t {
     uint32_t location;      /**< Index of the node in the linked array. */
 } treelink_cell_t;
 
-/** Value of the prebuilt-tree tables; both nodes lie inside the mapped tree. */
+/** Value of the prebuilt-tree tables; both nodes lie inside the tree that was read. */
 typedef struct dl_hash_entry_t {
     const tree_node_t *node;
     const tree_node_t *parent; /**< The node through which it was reached; null for the root. */
@@ -26,7 +26,7 @@ typedef struct dl_hash_entry_t {
 /** The current link table; null between links. */
 TSH_API GHashTable *treelink_table;
 
-/** The prebuilt-tree tables, null until built. Each owns its entries and the mapping they point
+/** The prebuilt-tree tables, null until built. Each owns its entries and the tree they point
  * into; building it anew releases both. */
 TSH_API GHashTable *main_tree_dl_hash;  /**< Over "main_tree.pars". */
 TSH_API GHashTable *main_tree2_dl_hash; /**< Over "main_tree2.pars". */
@@ -67,11 +67,11 @@ TSH_API int32_t cleanup_link_table_entry(void *key, void *cell, void *unused);
 TSH_API int32_t atnodes_to_dl_hash(const tree_node_t *base, GHashTable *table, uint32_t index,
                                    const tree_node_t *parent);
 
-/** Builds main_tree_dl_hash over the prebuilt tree "main_tree.pars".
+/** Builds main_tree_dl_hash over the prebuilt tree "main_tree.pars", which is read into memory.
  * @return 0; 1 (the table keeps its value) silently without a prebuilt directory, and after
  *         "main_tree_to_hash: can't read file " on standard output when the directory is too long,
- *         the file cannot be mapped or its tree breaks the rules of its records; unless the file
- *         is just not there, standard error names it as well. */
+ *         the file cannot be read or its tree is invalid; standard error then names the file too,
+ * unless there is none. */
 TSH_API int32_t main_tree_to_dl_hash(void);
 
 /** The same for main_tree2_dl_hash and "main_tree2.pars". */

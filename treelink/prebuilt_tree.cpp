@@ -1,7 +1,7 @@
-// The prebuilt trees: their mappings, and the tables that tell every node's parent.
+// The prebuilt trees, and the tables of their nodes and parents.
 #include "base/escape.h"
+#include "parse_tree/par_file_internal.h"
 #include "parse_tree/tree_check_internal.h"
-#include "parse_tree/tree_load.h"
 #include "parse_tree/tree_node_internal.h"
 #include "treelink/link_memory_internal.h"
 #include "treelink/link_report_internal.h"
@@ -13,9 +13,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 #include <span>
-#include <sys/mman.h>
+#include <utility>
 #include <vector>
 
 GHashTable *main_tree_dl_hash;
@@ -26,72 +25,71 @@ namespace {
 
 constexpr size_t kPathSize = 204; // bytes of a prebuilt tree's path with its terminating zero
 
-using Nodes = std::span<const tree_node_t>;
-
 struct PrebuiltTree {
     const char *file;
     GHashTable **table; // exported; the program may have put another table there
     GHashTable *built = nullptr;
-    Nodes mapping = {};
+    base::Block<tree_node_t> nodes = {}; // to which the entries of the table point
 };
 
-PrebuiltTree main_tree{"main_tree.pars", &main_tree_dl_hash};
-PrebuiltTree main_tree2{"main_tree2.pars", &main_tree2_dl_hash};
+PrebuiltTree main_tree{.file = "main_tree.pars", .table = &main_tree_dl_hash};
+PrebuiltTree main_tree2{.file = "main_tree2.pars", .table = &main_tree2_dl_hash};
 
-// The loader keeps the size of its last mapping only, so mappings are undone here.
-void unmap(Nodes nodes) {
-    munmap(const_cast<tree_node_t *>(nodes.data()), nodes.size_bytes());
-}
-
-// Nothing, after a message, for a tree that is there and cannot be used. The reason is the
-// system's, or 0.
-std::optional<Nodes> refuse(const char *file, int reason = 0) {
+// Reports a tree that cannot be used. The reason is the system's, or 0. Returns no nodes.
+base::Block<tree_node_t> refuse(const char *file, int reason = 0) {
     tsh::warn(tsh::Loss::kNothing,
               "*** Treelink Warning ***: Prebuilt tree %s/%s cannot be used%s%s\n",
               prebuilt_main_tree_path, file, reason == 0 ? "" : ": ",
               reason == 0 ? "" : strerror(reason));
-    return std::nullopt;
+    return nullptr;
 }
 
-std::optional<Nodes> map_sound_tree(const char *file) {
+// Returns the valid tree in a file, or null after a report unless there is no such file. The file
+// is not mapped: if another process truncated it, its readers would be killed. Records that no
+// child index can name are not read.
+base::Block<tree_node_t> read_valid_tree(const char *file) {
     std::array<char, kPathSize> path;
     const int length = snprintf(path.data(), path.size(), "%s/%s", prebuilt_main_tree_path, file);
     if (length < 0 || static_cast<size_t>(length) >= path.size())
         return refuse(file);
-    const tree_node_t *tree = nullptr;
+    const base::Descriptor tree = tsh::open_par_file(path.data());
+    const off_t size = tree.size();
+    if (size < 0)
+        return errno == ENOENT || errno == ENOTDIR ? nullptr : refuse(file, errno);
+    if (size % TREE_NODE_SIZE != 0)
+        fputs("Problem with the parser file.\n", stderr);
+    if (size == 0 || size % TREE_NODE_SIZE != 0)
+        return refuse(file);
+    const auto count = static_cast<size_t>(std::min<off_t>(size / TREE_NODE_SIZE, TREE_MAX_NODES));
+    base::Block<tree_node_t> nodes = tsh::allocate<tree_node_t>(count);
+    const std::span array{nodes.get(), count};
     errno = 0;
-    const int32_t count = verify_and_mmap_parse_tree(path.data(), &tree);
-    const bool is_there = errno != ENOENT && errno != ENOTDIR;
-    if (count < 1)
-        return is_there ? refuse(file, errno) : std::nullopt;
-    const Nodes nodes{tree, static_cast<size_t>(count)};
-    if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(nodes); })) {
-        base::print_escaped(stderr, "%s: %s\n", path.data(), tsh::FaultText{nodes, *fault}.text());
-        unmap(nodes);
+    if (base::read_fully(tree, nodes.get(), array.size_bytes()) !=
+        static_cast<ssize_t>(array.size_bytes()))
+        return refuse(file, errno);
+    if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(array); })) {
+        base::print_escaped(stderr, "%s: %s\n", path.data(), tsh::FaultText{array, *fault}.text());
         return refuse(file);
     }
     return nodes;
 }
 
-void release(PrebuiltTree &tree) {
-    if (tree.built == nullptr || *tree.table != tree.built)
-        return;
-    tsh::release_name_table(tree.built);
-    unmap(tree.mapping);
-}
-
 int32_t build(PrebuiltTree &tree) {
     if (prebuilt_main_tree_path == nullptr)
         return 1;
-    const auto nodes = map_sound_tree(tree.file);
-    if (!nodes) {
+    base::Block<tree_node_t> nodes = read_valid_tree(tree.file);
+    if (nodes == nullptr) {
         puts("main_tree_to_hash: can't read file ");
         return 1;
     }
-    release(tree);
-    tree.mapping = *nodes;
+    const bool is_ours = *tree.table == tree.built;
+    if (is_ours)
+        tsh::release_name_table(tree.built);
+    else
+        tree.nodes.release(); // the program has the table, which points to them
+    tree.nodes = std::move(nodes);
     tree.built = *tree.table = tsh::new_name_table();
-    return atnodes_to_dl_hash(nodes->data(), tree.built, 0, nullptr);
+    return atnodes_to_dl_hash(tree.nodes.get(), tree.built, 0, nullptr);
 }
 
 struct Visit {

@@ -273,7 +273,7 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
     if (!input.read_whole(tree.data(), header->tree_bytes))
         return input.refuse_as_unreadable();
     if (to_host != 0)
-        tsh::swap_array_order(tree);
+        tsh::array_to_host(tree);
     if (tsh::at_c_edge([&] { return tsh::check_tree(tree); }))
         return input.refuse_as_corrupted();
     if (debug) {
