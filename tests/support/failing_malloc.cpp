@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 
 namespace {
 
@@ -56,8 +57,15 @@ void *__libc_realloc(void *block, size_t size);
 void *__libc_memalign(size_t alignment, size_t size);
 void __libc_free(void *block);
 
-static bool refused() {
-    if (!armed)
+// GLib's own allocations never fail: it ends the process then.
+static bool is_glib(const void *caller) {
+    Dl_info info{};
+    return dladdr(caller, &info) != 0 && info.dli_fname != nullptr &&
+           strstr(info.dli_fname, "libglib") != nullptr;
+}
+
+static bool refused(const void *caller) {
+    if (!armed || is_glib(caller))
         return false;
     ++tally.allocations;
     if (tally.allocations != failing && !(later_ones_too && tally.allocations > failing))
@@ -73,22 +81,23 @@ static void *counted(void *block) {
 }
 
 void *malloc(size_t size) {
-    return refused() ? nullptr : counted(__libc_malloc(size));
+    return refused(__builtin_return_address(0)) ? nullptr : counted(__libc_malloc(size));
 }
 
 void *calloc(size_t count, size_t size) {
-    return refused() ? nullptr : counted(__libc_calloc(count, size));
+    return refused(__builtin_return_address(0)) ? nullptr : counted(__libc_calloc(count, size));
 }
 
 void *realloc(void *block, size_t size) {
-    if (refused())
+    if (refused(__builtin_return_address(0)))
         return nullptr;
     void *moved = __libc_realloc(block, size);
     return block == nullptr ? counted(moved) : moved;
 }
 
 void *aligned_alloc(size_t alignment, size_t size) {
-    return refused() ? nullptr : counted(__libc_memalign(alignment, size));
+    return refused(__builtin_return_address(0)) ? nullptr
+                                                : counted(__libc_memalign(alignment, size));
 }
 
 void free(void *block) {

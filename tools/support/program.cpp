@@ -4,18 +4,14 @@
 #include "base/escape.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdarg>
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <getopt.h>
 #include <new>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 
 namespace tool {
 
@@ -72,44 +68,9 @@ int finish_output(int status) {
     return kTrouble;
 }
 
-// ---- Without memory ----
-
 int tell_of_memory(const Program &program) {
     tell("out of memory");
     return program.out_of_memory;
-}
-
-// GLib ends by SIGTRAP or calls itself until the stack is used up.
-constexpr std::array kSignals{SIGABRT, SIGSEGV, SIGTRAP};
-
-int out_of_memory_status = kTrouble;
-std::array<struct sigaction, kSignals.size()> actions_before;
-
-// Only what is safe in a signal handler happens here. A signal that has another cause strikes again
-// on the way back.
-void end_without_memory(int signal) {
-    const std::string_view ending = ": out of memory\n";
-    if (signal != SIGTRAP && errno != ENOMEM) {
-        for (size_t i = 0; i < kSignals.size(); ++i)
-            sigaction(kSignals[i], &actions_before[i], nullptr);
-        raise(signal);
-        return;
-    }
-    [[maybe_unused]] ssize_t as_possible = write(STDERR_FILENO, program_name, strlen(program_name));
-    as_possible = write(STDERR_FILENO, ending.data(), ending.size());
-    _exit(out_of_memory_status);
-}
-
-// The handler has a stack of its own.
-void expect_libraries_without_memory() {
-    alignas(std::max_align_t) static std::array<char, 16384> stack;
-    const stack_t handler_stack{stack.data(), 0, stack.size()};
-    sigaltstack(&handler_stack, nullptr);
-    struct sigaction action {};
-    action.sa_handler = end_without_memory;
-    action.sa_flags = SA_ONSTACK;
-    for (size_t i = 0; i < kSignals.size(); ++i)
-        sigaction(kSignals[i], &action, &actions_before[i]);
 }
 
 } // namespace
@@ -197,8 +158,6 @@ void refuse(const char *format, ...) {
 
 int run(const Program &program, int argc, char **argv, Status (*body)(const CommandLine &line)) {
     program_name = program.name;
-    out_of_memory_status = program.out_of_memory;
-    expect_libraries_without_memory();
     int status = kDone;
     try {
         status = body(parse(program, argc, argv));

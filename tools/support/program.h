@@ -83,8 +83,8 @@ const char *name_in_messages();
 [[noreturn, gnu::format(printf, 1, 2)]] void refuse(const char *format, ...);
 
 /// Runs a tool: parses its options, answers --help and --version, calls the body, and sees to it
-/// that standard output took every byte. Memory that runs out ends the run with the program's
-/// status for that after a message, also where a library does without it what a signal answers.
+/// that standard output took every byte. If memory runs out, prints a message and returns
+/// the program's status for that; GLib ends the process its own way, by a signal.
 /// @return the status to exit with.
 int run(const Program &program, int argc, char **argv, Status (*body)(const CommandLine &line));
 
