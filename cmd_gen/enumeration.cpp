@@ -46,17 +46,18 @@ void tsh::show_indentation() {
 
 int32_t generate_cmds(const tree_node_t *node, const char *prefix) {
     const std::string_view beginning = prefix == nullptr ? "" : prefix;
-    bool has_memory = true;
+    const bool had_error = ferror(stdout) != 0;
+    auto result = tsh::ListResult::kDone;
     if (tsh::traces(UINT32_MAX))
-        has_memory = tsh::list_traced(node, beginning);
+        result = tsh::list_traced(node, beginning);
     else if (node != nullptr)
-        has_memory = tsh::list_gathered(*node, beginning);
-    if (!has_memory) {
+        result = tsh::list_gathered(*node, beginning);
+    if (result == tsh::ListResult::kNoMemory) {
         report_no_memory();
         fputs("Mem alloc errorr..", stdout);
     }
-    const bool has_output = fflush(stdout) == 0 && ferror(stdout) == 0;
-    return has_memory && has_output ? 0 : -1;
+    const bool has_output = fflush(stdout) == 0 && (had_error || ferror(stdout) == 0);
+    return result == tsh::ListResult::kDone && has_output ? 0 : -1;
 }
 
 char *add_token_str(char *line, const tree_node_t *node) {

@@ -34,9 +34,9 @@ TSH_API int32_t submode_depth;       /**< Submodes that the enumeration is insid
  * @param node nothing is listed below null.
  * @param prefix what every line begins with; may be null.
  * @return 0; -1 when memory runs out, after the message of the allocation helper, "\nMem alloc
- *         failed..." on standard error and "Mem alloc errorr.." on standard output, and when
- *         standard output takes no more, which its error indicator shows, also one that was set
- *         before. No further lines are printed then. */
+ *         failed..." on standard error and "Mem alloc errorr.." on standard output, and when a
+ *         write of this call to standard output fails; an error indicator that was set before has
+ *         no effect. No further lines are printed then. */
 TSH_API int32_t generate_cmds(const tree_node_t *node, const char *prefix);
 
 /** Appends the node's token, and "[o]" when the node is optional.

@@ -88,7 +88,7 @@ public:
         return words;
     }
 
-    void hand_over() { block_.hand_over(); }
+    bool hand_over() { return block_.hand_over(); }
     [[nodiscard]] bool failed() const { return block_.failed(); }
 
 private:

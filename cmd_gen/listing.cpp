@@ -12,15 +12,14 @@ namespace {
 
 class Listing {
 public:
-    [[nodiscard]] bool list(const tree_node_t &node, std::string_view prefix) {
+    [[nodiscard]] tsh::ListResult list(const tree_node_t &node, std::string_view prefix) {
         if (!prepare(node, prefix.size()))
-            return false;
+            return tsh::ListResult::kNoMemory;
         line_.begin();
         line_.append(prefix);
         tsh::LineOutput output(block_.data());
         walk(output);
-        output.hand_over();
-        return true;
+        return output.hand_over() ? tsh::ListResult::kDone : tsh::ListResult::kLostOutput;
     }
 
 private:
@@ -119,6 +118,6 @@ private:
 
 } // namespace
 
-bool tsh::list_gathered(const tree_node_t &node, std::string_view prefix) {
+tsh::ListResult tsh::list_gathered(const tree_node_t &node, std::string_view prefix) {
     return Listing().list(node, prefix);
 }

@@ -8,13 +8,15 @@
 
 namespace tsh {
 
+/// How a listing ended. kLostOutput: a write of its own failed.
+enum class ListResult : uint8_t { kDone, kNoMemory, kLostOutput };
+
 /// The fast way: nodes are gathered first, and lines leave in large blocks.
-/// Both return false when memory runs out; output that is lost shows in the stream.
-[[nodiscard]] bool list_gathered(const tree_node_t &node, std::string_view prefix);
+[[nodiscard]] ListResult list_gathered(const tree_node_t &node, std::string_view prefix);
 
 /// The way that shows in the traces: every step by the operations that trace it, every line printed
 /// at once.
-[[nodiscard]] bool list_traced(const tree_node_t *node, std::string_view prefix);
+[[nodiscard]] ListResult list_traced(const tree_node_t *node, std::string_view prefix);
 
 /// What stands before each word.
 constexpr std::string_view kWordGap = "  ";

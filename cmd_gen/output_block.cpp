@@ -30,8 +30,10 @@ void OutputBlock::pass_block_on() {
 // The stream would copy the first part of every block and take two writes for it. Returns what was
 // written; the rest is for the stream, which keeps the error if there is one.
 size_t OutputBlock::write_past_stream(std::string_view text) {
-    if (ferror(stream_) != 0 || fflush(stream_) != 0)
+    if (failed_ || fflush(stream_) != 0) {
+        failed_ = true;
         return 0;
+    }
     const ssize_t written = write(fileno(stream_), text.data(), text.size());
     return written < 0 ? 0 : static_cast<size_t>(written);
 }

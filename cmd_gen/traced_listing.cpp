@@ -8,20 +8,24 @@
 
 namespace {
 
+using tsh::ListResult;
+
 class TracedListing {
 public:
-    [[nodiscard]] bool list(const tree_node_t *node, std::string_view prefix) {
+    [[nodiscard]] ListResult list(const tree_node_t *node, std::string_view prefix) {
         if (!line_.grow(SPC_STR_SIZE + prefix.size()) || !levels_.grow(1))
-            return false;
+            return ListResult::kNoMemory;
         line_.begin();
         line_.append(prefix);
         enter(node, false, line_.mark());
         bool has_memory = true;
-        while (depth_ > 0 && has_memory && ferror(stdout) == 0)
+        while (depth_ > 0 && has_memory && has_output())
             has_memory = list_child();
         while (depth_ > 0)
             leave();
-        return has_memory;
+        if (!has_memory)
+            return ListResult::kNoMemory;
+        return has_output() ? ListResult::kDone : ListResult::kLostOutput;
     }
 
 private:
@@ -83,19 +87,30 @@ private:
 
     void print_line(std::string_view word) {
         tsh::show_indentation();
-        printf("\n[%6u].", ++cmd_count);
-        fwrite(line_.text().data(), 1, line_.text().size(), stdout);
-        fwrite(tsh::kWordGap.data(), 1, tsh::kWordGap.size(), stdout);
-        fwrite(word.data(), 1, word.size(), stdout);
+        has_output_ = printf("\n[%6u].", ++cmd_count) >= 0;
+        put(line_.text());
+        put(tsh::kWordGap);
+        put(word);
+    }
+
+    // A trace that shares the stream may lose lines when it flushes them.
+    [[nodiscard]] bool has_output() const {
+        return has_output_ && (had_error_ || ferror(stdout) == 0);
+    }
+
+    void put(std::string_view text) {
+        has_output_ = has_output_ && fwrite(text.data(), 1, text.size(), stdout) == text.size();
     }
 
     tsh::Store<Level> levels_{tsh_realloc};
     size_t depth_ = 0;
     tsh::CommandLine line_;
+    bool had_error_ = ferror(stdout) != 0; // before the first write
+    bool has_output_ = true;               // every write of its own has succeeded
 };
 
 } // namespace
 
-bool tsh::list_traced(const tree_node_t *node, std::string_view prefix) {
+tsh::ListResult tsh::list_traced(const tree_node_t *node, std::string_view prefix) {
     return TracedListing().list(node, prefix);
 }

@@ -168,6 +168,14 @@ TEST(Enumeration, TellsOfLostOutput) {
             return 0;
         });
         EXPECT_EQ(outcome.status, 0);
+        const Outcome after_error = in_child([&] {
+            tsh_debug_filter = families;
+            EXPECT_EQ(getc(stdout), EOF); // which sets the error indicator
+            EXPECT_NE(ferror(stdout), 0);
+            return generate_cmds(g_atn, nullptr);
+        });
+        EXPECT_EQ(after_error.status, 0);
+        EXPECT_NE(after_error.out, "");
     }
 }
 
