@@ -3,7 +3,7 @@
 // of that, and what can be read back is held against plain recursions.
 //
 // Reaches: write_tree_to_file, write_tree_to_array, write_node_to_array, write_array_tree_to_file,
-// tsh_tree_check, tsh::has_cycle_or_is_too_deep, tsh_tree_fault_text, read_par_tree
+// tsh_tree_check, cycle_check, tsh_tree_fault_text, read_par_tree
 #include "base/escape.h"
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"

@@ -104,6 +104,9 @@ void swap_header_order(subtree_header_t *header) {
 
 enum class Direction { kToNetwork, kToHost };
 
+// The array of a caller here, who knows its size: the exported operations are not told.
+thread_local std::span<tree_node_t> array_in_hand;
+
 // Every reachable node is put on the list once, when the first link to it is seen, and converted
 // when its turn comes; so its links are read in host order on the way. 65,536 indices bound the
 // list whatever the links say.
@@ -128,10 +131,27 @@ void convert_reachable(tree_node_t *nodes, Direction direction) {
     }
 }
 
+void convert(tree_node_t *nodes, Direction direction) {
+    if (!array_in_hand.empty() && nodes == array_in_hand.data())
+        std::ranges::for_each(array_in_hand, swap_node_order);
+    else
+        convert_reachable(nodes, direction);
+}
+
 } // namespace
 
-void tsh::swap_array_order(std::span<tree_node_t> nodes) {
-    std::ranges::for_each(nodes, swap_node_order);
+void tsh::array_to_network(std::span<tree_node_t> nodes) {
+    array_in_hand = nodes;
+    if (!nodes.empty())
+        hton_array_tree(nodes.data(), 0, 0);
+    array_in_hand = {};
+}
+
+void tsh::array_to_host(std::span<tree_node_t> nodes) {
+    array_in_hand = nodes;
+    if (!nodes.empty())
+        ntoh_array_tree(nodes.data(), 0, 0);
+    array_in_hand = {};
 }
 
 void hton_subtree_header(subtree_header_t *header) {
@@ -143,11 +163,11 @@ void ntoh_subtree_header(subtree_header_t *header) {
 }
 
 void hton_array_tree(tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
-    convert_reachable(nodes, Direction::kToNetwork);
+    convert(nodes, Direction::kToNetwork);
 }
 
 void ntoh_array_tree(tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
-    convert_reachable(nodes, Direction::kToHost);
+    convert(nodes, Direction::kToHost);
 }
 
 void tsh_swap_array_order(tree_node_t *nodes, uint32_t count) {

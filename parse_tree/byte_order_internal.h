@@ -1,4 +1,4 @@
-// Conversion of a known number of records: one linear pass that never follows an index.
+// Conversion of a known number of records.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -7,7 +7,9 @@
 
 namespace tsh {
 
-/// Exchanges host and network order of every record; its own inverse.
-void swap_array_order(std::span<tree_node_t> nodes);
+/// Convert every record through hton_array_tree and ntoh_array_tree, which a device may replace.
+/// Those here then make one linear pass and follow no index.
+void array_to_network(std::span<tree_node_t> nodes);
+void array_to_host(std::span<tree_node_t> nodes);
 
 } // namespace tsh

@@ -6,6 +6,7 @@
 #include "platform/robust_string.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <new>
 #include <span>
@@ -25,10 +26,12 @@ void display_node(const tree_node_t &node, uint16_t index, size_t level) {
     putchar('\n');
 }
 
-} // namespace
+// The tree of a caller here, who knows its size: cycle_check is not told.
+thread_local std::span<const tree_node_t> tree_in_hand;
 
 // The walk leaves a node after everything below it, so that each height is made of known ones.
-bool tsh::has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
+// Throws std::bad_alloc.
+bool has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
     TreeWalk walk{nodes};
     std::vector<uint16_t> heights(nodes.size());
     for (Event event = walk.next(); event != Event::kEnd; event = walk.next()) {
@@ -37,7 +40,7 @@ bool tsh::has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
         uint16_t &height = heights[walk.node()];
         height = 1;
         if (event == Event::kLeft)
-            for (const uint16_t child : links_of(nodes[walk.node()]))
+            for (const uint16_t child : tsh::links_of(nodes[walk.node()]))
                 if (child < nodes.size())
                     height = std::max(height, static_cast<uint16_t>(heights[child] + 1));
         if (walk.depth() - 1 + height > TREE_MAX_LEVELS)
@@ -46,10 +49,25 @@ bool tsh::has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
     return false;
 }
 
+} // namespace
+
+int32_t tsh::cycle_check_of(std::span<const tree_node_t> nodes) {
+    tree_in_hand = nodes;
+    errno = 0;
+    const int32_t result = cycle_check(nodes.data(), 0, 0);
+    tree_in_hand = {};
+    if (result > 0 && errno == ENOMEM)
+        throw std::bad_alloc{};
+    return result;
+}
+
 int32_t cycle_check(const tree_node_t *nodes, uint32_t /*unused1*/, uint32_t /*unused2*/) {
     try {
-        return tsh::has_cycle_or_is_too_deep({nodes, TREE_MAX_NODES}) ? 1 : 0;
+        const bool is_known = !tree_in_hand.empty() && nodes == tree_in_hand.data();
+        const std::span tree = is_known ? tree_in_hand : std::span{nodes, TREE_MAX_NODES};
+        return has_cycle_or_is_too_deep(tree) ? 1 : 0;
     } catch (const std::bad_alloc &) {
+        errno = ENOMEM;
         return 1;
     }
 }

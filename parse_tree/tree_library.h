@@ -8,7 +8,8 @@
 /** Tells whether a cycle can be reached from node 0, or a level below the 256th.
  * The two numbers are not used; callers pass 0. Child indices must lie inside the array.
  * Takes 384 KB of memory for the walk.
- * @return 1 for a cycle or for too deep a tree, and where there is no memory to tell; else 0. */
+ * @return 1 for a cycle or for too deep a tree, and where there is no memory to tell, with errno
+ * ENOMEM; else 0. */
 TSH_API int32_t cycle_check(const tree_node_t *nodes, uint32_t unused1, uint32_t unused2);
 
 /** Prints the tree below node 0 on standard output, one line per node: index, name, token and

@@ -7,8 +7,8 @@
 
 namespace tsh {
 
-/// What cycle_check tells, of a tree of at most TREE_MAX_NODES nodes. Links that lead outside it
-/// are passed by. Throws std::bad_alloc.
-bool has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes);
+/// Returns what cycle_check, which a device may replace, tells of a tree of at most TREE_MAX_NODES
+/// nodes. The one here passes over links that lead outside it. Throws std::bad_alloc.
+int32_t cycle_check_of(std::span<const tree_node_t> nodes);
 
 } // namespace tsh

@@ -152,7 +152,7 @@ void report_layout_faults(std::span<const tree_node_t> nodes) {
                             nodes[faults.outside->node].name);
     if (faults.twice)
         fprintf(stderr, "Error: %s\n", tsh::FaultText{nodes, *faults.twice}.text());
-    if (tsh::has_cycle_or_is_too_deep(nodes))
+    if (tsh::cycle_check_of(nodes) != 0)
         fputs("Error:Cycle in parse tree or maximum depth exceeded\n", stderr);
 }
 
@@ -262,7 +262,7 @@ int32_t write_array_tree_to_file(tree_node_t *array, uint32_t node_count, uint32
                sizeof header, path_len, node_count, tree_bytes);
     if (network != 0) {
         hton_subtree_header(&header);
-        tsh::swap_array_order({array, node_count});
+        tsh::array_to_network({array, node_count});
     }
     const auto stores = [&](const void *bytes, uint32_t length) {
         return stores_all(stream, bytes, length, compressed);

@@ -47,3 +47,56 @@ for language in c cpp; do
         diff - <(printf 'tools  What the bench is equipped with\n    lamp  %s\n    loop  %s\n    peek  %s\n' \
             'Let the lamp of a bay blink' 'Send what a bay says back to it' 'Read a register')
 done
+
+# What a device brings itself: header and linker list the same functions, and definitions of the
+# program or of a library that is loaded before are called.
+diff <(sed '1,/^{/d' "$(dirname "$0")/../cmake/preemptible.list" | grep -oE '\w+' | sort) \
+    <(tr '\n' ' ' <"$include/platform/tsh_api.h" | sed 's/.*called://; s/\. \*\/.*//' |
+        grep -oE '\w+' | sort)
+cat >"$scratch/own.c" <<'C'
+#include <parse_tree/byte_order.h>
+#include <parse_tree/tree_library.h>
+#include <stdio.h>
+#include <treelink/sibling_order.h>
+int32_t treelink_lexicograph_cmp(const tree_node_t *a, const tree_node_t *b) {
+    fprintf(stderr, "%s %s\n", a->name, b->name);
+    return 1;
+}
+void ntoh_array_tree(tree_node_t *nodes, uint32_t unused1, uint32_t unused2) {
+    static int calls;
+    fprintf(stderr, "array %u %u\n", unused1, unused2);
+    tsh_swap_array_order(nodes, calls++ == 0 ? 4 : 1); /* the root file's nodes, then one word */
+}
+int32_t cycle_check(const tree_node_t *nodes, uint32_t unused1, uint32_t unused2) {
+    return nodes[unused1 + unused2].name[0] == 0;
+}
+void display_array_tree(const tree_node_t *nodes, uint32_t unused1, uint32_t unused2) {
+    fprintf(stderr, "tree %s\n", nodes[unused1 + unused2].name);
+}
+C
+cat >"$scratch/main.c" <<'C'
+#include <feature/tsh/src/trace.h>
+#include <string.h>
+#include <treelink/link_driver.h>
+int main(void) {
+    static par_file_list_t list = {.last_index = 1};
+    strcpy(list.entries[0].file_name, "b");
+    strcpy(list.entries[1].file_name, "c");
+    verbose = 1;
+    return update_main_parse_tree_file(&list, "root.par", "main.par", 0);
+}
+C
+cd "$scratch"
+printf 'words: {top: {name: top}}\n' >root.yaml
+printf 'below: top\nwords: {b: end}\n' >b.yaml
+printf 'below: top\nwords: {c: end}\n' >c.yaml
+bin/ocmd_compile root.yaml b.yaml c.yaml
+read -ra link < <(pkg-config --libs tsh)
+cc "${flags[@]}" main.c own.c "${link[@]}" -o device
+cc "${flags[@]}" -fPIC -shared own.c -o own.so
+cc "${flags[@]}" main.c "${link[@]}" -o program
+LD_LIBRARY_PATH=$(dirname "$PKG_CONFIG_PATH")
+export LD_LIBRARY_PATH ASAN_OPTIONS=verify_asan_link_order=0
+printf 'array 0 0\narray 0 0\narray 0 0\ntop.c top.b\ntree root\n' >expected
+./device 2>&1 >/dev/null | diff - expected
+LD_PRELOAD=./own.so ./program 2>&1 >/dev/null | diff - expected
