@@ -2,6 +2,7 @@
 // looked up here, and cannot lead into a circle since an alias inside its own anchor is refused.
 #include "tools/ocmd_compile/yaml_tree.h"
 
+#include "tools/support/grammar_fields.h"
 #include "tools/support/utf8.h"
 #include "tools/support/wording.h"
 
@@ -415,9 +416,10 @@ struct YamlReader::Parser {
                          const yaml_char_t *tag, const yaml_char_t *anchor) {
         const YamlNode node{.kind = kind,
                             .place = first_place(event, tag != nullptr || anchor != nullptr)};
-        if (open.size() == kMostYamlLevels) {
+        if (open.size() == tool::kMostYamlLevels) {
             messages.fault(file, node.place,
-                           "more than " + std::to_string(kMostYamlLevels) + " levels of YAML");
+                           "more than " + std::to_string(tool::kMostYamlLevels) +
+                               " levels of YAML");
             stopped = true;
         }
         add(document, node, tag, anchor);

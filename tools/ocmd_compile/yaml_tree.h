@@ -44,10 +44,6 @@ struct YamlDocument {
     }
 };
 
-/// A file with more levels is refused: the time for each node grows with those around it. It is
-/// twice the words on the longest way through a tree, and some.
-constexpr size_t kMostYamlLevels = 600;
-
 /// Reads the documents of a file one by one. Texts go to the store where they do not stand in the
 /// file as they are.
 class YamlReader {

@@ -40,7 +40,8 @@ using tool::TreeFile;
 using tool::TreeRecord;
 
 constexpr size_t kBlockLevels = 16; // of words that are written by indentation
-constexpr size_t kLineWidth = 100;  // for words in one line
+constexpr uint32_t kLevelsOfDocument = 1;
+constexpr size_t kLineWidth = 100; // for words in one line
 
 std::string_view name_of(const tree_node_t &node) {
     return tool::text_of(node.name);
@@ -129,6 +130,26 @@ void tell_losses(const tree_node_t &node, uint32_t index, Losses &losses) {
         losses.tell("node %u %s: interface kind 0 without 18 and 19", index, name.c_str());
 }
 
+// Returns the levels of collections in a value as it is written.
+uint32_t levels_in(std::string_view value) {
+    uint32_t deepest = 0;
+    uint32_t levels = 0;
+    char quote = '\0';
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (quote != '\0') {
+            i += quote == '"' && value[i] == '\\' ? 1 : 0;
+            quote = i < value.size() && value[i] == quote ? '\0' : quote;
+        } else if (value[i] == '"' || value[i] == '\'') {
+            quote = value[i];
+        } else if (value[i] == '[' || value[i] == '{') {
+            deepest = std::max(deepest, ++levels);
+        } else if (value[i] == ']' || value[i] == '}') {
+            --levels;
+        }
+    }
+    return deepest;
+}
+
 // ---- Documents ----
 
 bool is_marked(const tree_node_t &node, size_t link) {
@@ -209,6 +230,7 @@ private:
         bool in_braces;
         bool as_list;
         uint32_t indent;     // of its words
+        uint32_t levels;     // of YAML around each of its words
         const char *closing; // what stands behind its last word
     };
 
@@ -246,7 +268,7 @@ private:
             written_[links[--end]] = written_[nodes_.size() - 1] = true;
         write_lines(entries, 0);
         if (end > 0)
-            open_words(0, end, 0, false, "");
+            open_words(0, end, 0, kLevelsOfDocument, false, "");
         else if (entries.empty())
             output_ << "{}\n";
     }
@@ -256,7 +278,7 @@ private:
         const std::string_view first_point =
             std::string_view{record_.attach_path}.substr(0, record_.attach_path.find(','));
         output_ << "words:\n";
-        write_word(0, first_point, Open{0, 0, 0, false, false, 2, ""});
+        write_word(0, first_point, Open{0, 0, 0, false, false, 2, kLevelsOfDocument + 1, ""});
     }
 
     void go_on() {
@@ -295,6 +317,7 @@ private:
                                  name_of(node).empty() ? "\"\"" : yaml_value(name_of(node)));
         entries.insert(entries.end(), own.begin(), own.end());
         add_marks(entries, node);
+        report_depth(index, entries, list.levels);
         if (node.child_count == 0)
             write_leaf(key_of(node), entries, list, ending);
         else if (list.in_braces || open_.size() >= kBlockLevels)
@@ -321,7 +344,7 @@ private:
     void write_block(uint16_t index, const Entries &entries, const Open &list) {
         output_ << '\n';
         write_lines(entries, list.indent + 2);
-        open_words(index, nodes_[index].child_count, list.indent + 2, false, "");
+        open_words(index, nodes_[index].child_count, list.indent + 2, list.levels + 1, false, "");
     }
 
     void write_in_braces(uint16_t index, const Entries &entries, const Open &list) {
@@ -337,8 +360,8 @@ private:
             closing = item ? "]}}" : "]}";
         else
             closing = item ? "}}}" : "}}";
-        open_words(index, nodes_[index].child_count, list.indent + (list.in_braces ? 0 : 2), true,
-                   closing);
+        open_words(index, nodes_[index].child_count, list.indent + (list.in_braces ? 0 : 2),
+                   list.levels + 1, true, closing);
     }
 
     void write_lines(const Entries &entries, uint32_t indent) {
@@ -346,14 +369,16 @@ private:
             output_.blanks(indent) << key << ": " << value << '\n';
     }
 
-    void open_words(uint16_t index, uint16_t end, uint32_t indent, bool in_braces,
-                    const char *closing) {
+    void open_words(uint16_t index, uint16_t end, uint32_t indent, uint32_t levels_around,
+                    bool in_braces, const char *closing) {
         const bool as_list = must_be_list(index, end);
+        const uint32_t levels = levels_around + (as_list ? 2 : 1); // a list has a mapping in it
         if (in_braces)
             output_ << "words: " << (as_list ? '[' : '{');
         else
             output_.blanks(indent) << "words:\n";
-        open_.push_back({index, 0, end, in_braces, as_list, indent + (in_braces ? 0 : 2), closing});
+        open_.push_back(
+            {index, 0, end, in_braces, as_list, indent + (in_braces ? 0 : 2), levels, closing});
     }
 
     // Keys of a mapping are unique.
@@ -421,6 +446,22 @@ private:
         ++next_in_order_;
     }
 
+    // Reports the first word that lies too deep for the compiler.
+    void report_depth(uint16_t index, const Entries &entries, uint32_t levels) {
+        const bool has_words = nodes_[index].child_count > 0;
+        const bool is_text = entries.size() == 1 && entries[0].first == "command";
+        if (has_words || (!is_text && !entries.empty()))
+            ++levels;
+        uint32_t deepest = has_words ? 1 : 0;
+        for (const auto &[key, value] : entries)
+            deepest = std::max(deepest, levels_in(value));
+        if (too_deep_ || levels + deepest <= tool::kMostYamlLevels)
+            return;
+        too_deep_ = true;
+        losses_.tell("node %u %s: more than %zu levels of YAML", index,
+                     yaml_value(name_of(nodes_[index])).c_str(), tool::kMostYamlLevels);
+    }
+
     void report_order() {
         const auto lost = std::ranges::count(written_, false);
         const auto first =
@@ -445,6 +486,7 @@ private:
     std::set<std::string> taken_anchors_;
     uint32_t next_in_order_ = 0;
     uint32_t first_out_of_order_ = UINT32_MAX;
+    bool too_deep_ = false;
 };
 
 } // namespace

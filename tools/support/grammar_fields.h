@@ -15,6 +15,10 @@
 
 namespace tool {
 
+/// A grammar with more levels of YAML is refused: libyaml's time for each node grows with the
+/// levels around it. The shell walks 256 words, each of which takes two.
+constexpr size_t kMostYamlLevels = 600;
+
 enum class FieldKind : uint8_t {
     kText,   ///< NUL-terminated string; size includes the NUL.
     kNumber, ///< Unsigned integer.
