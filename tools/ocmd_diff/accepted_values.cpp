@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace diff {
 
@@ -119,7 +120,9 @@ std::vector<std::string> AcceptedValues::changes(ValueSet before, ValueSet after
         for (size_t i = 0; i < length; ++i) {
             const auto texts =
                 changes_of_word(i, before, after, length == 1 ? last_symbol : std::string_view{});
-            all.insert(all.end(), texts.begin(), texts.end());
+            std::ranges::copy_if(texts, std::back_inserter(all), [&](const std::string &text) {
+                return std::ranges::find(all, text) == all.end(); // words may have one spelling
+            });
         }
     return all.empty() ? std::vector<std::string>{"the same values in other combinations"} : all;
 }

@@ -33,8 +33,10 @@ void fetch(const tree_node_t &node) {
     __builtin_prefetch(node.token + sizeof node.token - 1);
     __builtin_prefetch(&node.optional);
     __builtin_prefetch(node.params);
+    __builtin_prefetch(&node.params[0].int_min);
     __builtin_prefetch(&node.param_count);
     __builtin_prefetch(node.children + kLinksOfLine);
+    __builtin_prefetch(node.children + 2 * kLinksOfLine - 16);
 }
 
 } // namespace
