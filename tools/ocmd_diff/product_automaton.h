@@ -37,7 +37,7 @@
 //
 // Alternatives. Minimizing both automata in one table (equal states get equal numbers) is linear
 // however many pairs there are, but has to expand every state: 2 to 5 times the time of loading
-// both trees, where this takes less than 2. Walking pairs of nodes is wrong for siblings of the
+// both trees, where this takes about 2. Walking pairs of nodes is wrong for siblings of the
 // same spelling. Sorting both listings takes time and memory for all lines; the tests do it for
 // small trees. Hashes of subtrees as proof of equality may call different trees equal.
 #pragma once
