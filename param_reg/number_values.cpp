@@ -31,7 +31,8 @@ std::optional<std::string_view> NumberType::next_element(std::string_view text,
                                                          size_t &offset) const {
     if (offset > text.size())
         return {};
-    const size_t comma = type_.form == TSH_FORM_LIST ? text.find(',', offset) : text.npos;
+    const size_t comma =
+        type_.form == TSH_FORM_LIST ? text.find(',', offset) : std::string_view::npos;
     const size_t start = offset;
     const size_t end = std::min(comma, text.size());
     offset = end + 1;
@@ -39,10 +40,11 @@ std::optional<std::string_view> NumberType::next_element(std::string_view text,
 }
 
 tsh_check_t NumberType::read_element(std::string_view text, Interval &range) const {
-    const size_t dash = type_.form == TSH_FORM_NUMBER ? text.npos : text.find('-', 1); // not a sign
+    const size_t dash =
+        type_.form == TSH_FORM_NUMBER ? std::string_view::npos : text.find('-', 1); // not a sign
     const tsh_check_t low = read(text.substr(0, dash), range.low);
     range.high = range.low;
-    if (dash == text.npos || low == TSH_CHECK_WRONG_FORM)
+    if (dash == std::string_view::npos || low == TSH_CHECK_WRONG_FORM)
         return low;
     const tsh_check_t high = read(text.substr(dash + 1), range.high);
     return high == TSH_CHECK_ACCEPTED ? low : high;

@@ -23,6 +23,10 @@ bool is_space_or_control(char c) {
     return static_cast<unsigned char>(c) <= ' ' || c == '\x7F';
 }
 
+bool is_among(std::string_view characters, char c) {
+    return characters.find(c) != std::string_view::npos;
+}
+
 std::optional<uint8_t> hex_digit(char c) {
     uint8_t digit = 0;
     return std::from_chars(&c, &c + 1, digit, 16).ec == std::errc{} ? std::optional{digit}
@@ -81,7 +85,7 @@ bool read_fc_id(std::string_view text, tsh_value_t &value) {
 
 bool read_ip(int family, std::string_view text, tsh_value_t &value) {
     std::array<char, INET6_ADDRSTRLEN> terminated{};
-    if (text.size() >= terminated.size() || text.find('\0') != text.npos)
+    if (text.size() >= terminated.size() || is_among(text, '\0'))
         return false;
     std::ranges::copy(text, terminated.begin());
     if (inet_pton(family, terminated.data(), value.bytes) != 1)
@@ -119,7 +123,8 @@ bool is_dns_name(std::string_view text) {
 
 bool is_user_at_host(std::string_view text) {
     const size_t at = text.find('@');
-    if (at == 0 || at == text.npos || std::ranges::any_of(text.substr(0, at), is_space_or_control))
+    if (at == 0 || at == std::string_view::npos ||
+        std::ranges::any_of(text.substr(0, at), is_space_or_control))
         return false;
     tsh_value_t address{};
     return is_dns_name(text.substr(at + 1)) || read_any_ip(text.substr(at + 1), address);
@@ -129,13 +134,13 @@ bool is_uri(std::string_view text) {
     constexpr std::string_view kSchemeMarks = "+-.";
     constexpr std::string_view kMarks = "-._~:/?#[]@!$&'()*+,;=";
     const size_t colon = text.find(':');
-    if (colon == text.npos || colon == 0 || !is_letter(text.front()) ||
+    if (colon == std::string_view::npos || colon == 0 || !is_letter(text.front()) ||
         !std::ranges::all_of(text.substr(0, colon), [&](char c) {
-            return is_letter_or_digit(c) || kSchemeMarks.find(c) != kSchemeMarks.npos;
+            return is_letter_or_digit(c) || is_among(kSchemeMarks, c);
         }))
         return false;
     for (size_t i = colon + 1; i < text.size(); ++i) {
-        if (is_letter_or_digit(text[i]) || kMarks.find(text[i]) != kMarks.npos)
+        if (is_letter_or_digit(text[i]) || is_among(kMarks, text[i]))
             continue;
         if (text[i] != '%' || i + 2 >= text.size() || !hex_digit(text[i + 1]) ||
             !hex_digit(text[i + 2]))
@@ -156,7 +161,7 @@ template <typename Number> bool read_decimal(std::string_view text, Number &numb
 bool read_community(std::string_view text, tsh_value_t &value) {
     uint32_t number = 0;
     const size_t colon = text.find(':');
-    if (colon != text.npos) {
+    if (colon != std::string_view::npos) {
         uint16_t high = 0;
         uint16_t low = 0;
         if (!read_decimal(text.substr(0, colon), high) ||
