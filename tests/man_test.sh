@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # What a program says of itself, its man page and the completion agree: man_test.sh SOURCE
-# PROGRAM... Each has a page and is completed. Of those that know --help, the options of --help are those under OPTIONS, in both directions, and those that completion
-# offers; the checks of --list-checks are those under CHECKS, word for word, and the types of
-# --list-types those under PARAMETER TYPES.
+# PROGRAM... Each has a page and is completed. Of those that know --help, the options of --help are
+# those under OPTIONS, in both directions, and those that completion offers; the checks of
+# --list-checks are those under CHECKS, word for word, and the types of --list-types those under
+# PARAMETER TYPES.
 set -euo pipefail
 source=$1
 shift
@@ -19,6 +20,21 @@ same() { # same WHAT ONE OTHER
     status=1
 }
 
+# completed PROGRAM WORD BEFORE: what completion offers, sorted.
+completed() {
+    . "$source/share/bash-completion/completions/ocmd"
+    _ocmd "$@" || true # compopt works on command lines only
+    printf '%s\n' "${COMPREPLY[@]}" | sort
+}
+
+tools=$(dirname "$1")
+cd "$source/examples" # whose only directory is "switch"
+same "kinds of files" $'main\nsubtrees' "$(completed "$tools/ocmd_show" = --kind)"
+same "byte orders" "little" "$(COMP_WORDS=(ocmd_show --byte-order = l) COMP_CWORD=3 &&
+    completed "$tools/ocmd_show" l =)"
+same "saved configurations" "resolve.c" "$(completed "$tools/ocmd_find" re --config)"
+same "directories" "switch" "$(completed "$tools/ocmd_link" '' -p)"
+
 for tool in "$@"; do
     name=${tool##*/}
     page=$source/doc/man/$name.1
@@ -31,8 +47,7 @@ for tool in "$@"; do
         "$(section "$page" OPTIONS | awk 'term {print} {term = /^\.TP/}' |
             grep -oE -- '(^|[^A-Za-z-])--?[A-Za-z][a-z-]*' | grep -oE -- '-.*' | sort)"
     same "options of $tool and the completion" "$(grep -- -- <<<"$options")" \
-        "$(. "$source/share/bash-completion/completions/ocmd" && _ocmd "$tool" -- "$tool" &&
-            printf '%s\n' "${COMPREPLY[@]}" | sort)"
+        "$(completed "$tool" -- "$tool")"
     grep -q -- --list-types <<<"$options" && same "types of $tool and $page" \
         "$("$tool" --list-types)" "$(section "$page" "PARAMETER TYPES" | grep -P '\t')"
     grep -q -- --list-checks <<<"$options" || continue

@@ -14,7 +14,7 @@ unset CDPATH
 clone=$(cd "$(dirname "$0")/.." && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-builds='^(scripts/run-|cmake --preset)'
+builds='^scripts/run-'
 
 # Block n becomes a file of its own; the index has its number, mark and name.
 awk -v folder="$scratch" '
@@ -38,19 +38,21 @@ mkdir -p "$folder/build" "$scratch/bin"
 for file in "$clone"/*; do
     [ "$file" = "$clone/build" ] || ln -s "$file" "$folder"
 done
-ln -s "$1" "$folder/build/default"
+ln -s "$1" "$folder/build/sample"
 cd "$folder"
 export DESTDIR=$scratch/root
 export PKG_CONFIG_PATH=$DESTDIR/usr/local/lib/pkgconfig LD_LIBRARY_PATH=$DESTDIR/usr/local/lib
 printf '#!/bin/sh\ntest -e "%s/libtsh.so"\n' "$LD_LIBRARY_PATH" >"$scratch/bin/ldconfig"
 chmod +x "$scratch/bin/ldconfig"
-PATH=$scratch/bin:$DESTDIR/usr/local/bin:$1/bin:$PATH
+PATH=$scratch/bin:$PATH
 
 commands=0
 while read -r n mark name; do
     block=$scratch/block$n
     if [ -n "$name" ]; then
         cp "$block" "$name"
+    elif grep -q '^PATH=' "$block"; then
+        eval "$(<"$block")"
     elif [ "$mark" = sh ] && ! grep -qE "$builds" "$block"; then
         sh -ex "$block" </dev/null
         commands=$((commands + 1))
