@@ -22,6 +22,7 @@ for program in "$root"/usr/bin/*; do
 done
 PATH=$root/usr/bin:$PATH "$root"/usr/share/doc/ocmd_gen/examples/switch/make.sh "$scratch/switch"
 "$root/usr/bin/ocmd_gen" -s "$scratch/switch/main.par" | grep '  leave$'
-[ -e "$root/usr/share/man/man1/ocmd_gen.1" ]
+[ -e "$root/usr/share/man/man1/ocmd_gen.1.gz" ]
+[ -e "$root/usr/share/doc/ocmd-gen/copyright" ]
 dpkg-deb -x "$scratch"/libtsh-dev_*.deb "$root"
 PKG_CONFIG_PATH=$root/usr/lib/pkgconfig pkg-config --cflags --libs tsh

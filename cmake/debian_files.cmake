@@ -1,0 +1,26 @@
+# What Debian's policy wants in each package: a copyright file, a changelog, compressed pages. CPack
+# includes this before it packs what it has installed for each component.
+set(copyright "Copyright 2026 the authors of ocmd_gen and libtsh.
+All rights reserved until the owner chooses a licence.
+")
+string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
+foreach(component ${CPACK_COMPONENTS_ALL})
+  set(root ${CPACK_TEMPORARY_DIRECTORY}/${component})
+  string(TOUPPER ${component} upper)
+  set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  set(doc ${root}/usr/share/doc/${package})
+  file(WRITE ${doc}/copyright "${copyright}")
+  file(WRITE ${doc}/changelog "${package} (${CPACK_PACKAGE_VERSION}) unstable; urgency=medium
+
+  * Version ${CPACK_PACKAGE_VERSION}.
+
+ -- ${CPACK_PACKAGE_CONTACT}  ${now}
+")
+  file(GLOB pages ${root}/usr/share/man/man*/*.[1-9])
+  execute_process(COMMAND gzip -9nf ${doc}/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
+  # Whatever the umask of whoever packs.
+  file(CHMOD_RECURSE ${root}/usr/share/doc/${package}
+       FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
+       DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                             WORLD_READ WORLD_EXECUTE)
+endforeach()
