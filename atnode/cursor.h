@@ -5,7 +5,7 @@
 #define TSH_ATNODE_CURSOR_H
 
 #include "parse_tree/tree.h"
-
+/** A node and the path to it, of any depth. */
 typedef struct tsh_cursor_t tsh_cursor_t;
 
 /** A cursor at the root of a tree, which must stay open meanwhile. All memory is taken here, 4

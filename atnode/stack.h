@@ -5,10 +5,10 @@
 
 #include "parse_tree/tree_node.h"
 
-#define ATN_STACK_SIZE TREE_MAX_LEVELS
-#define ATN_STACK_TOP (-999) /**< Position of the top entry, for atnode_stack_peek. */
-#define ATN_STACK_BOTTOM 0   /**< Position of slot 0. */
-
+#define ATN_STACK_SIZE TREE_MAX_LEVELS /**< Nodes on the stack at most. */
+#define ATN_STACK_TOP (-999)           /**< Position of the top entry, for atnode_stack_peek. */
+#define ATN_STACK_BOTTOM 0             /**< Position of slot 0. */
+/** Nodes from the root of a walk to the node it is at. */
 typedef struct atn_stack_t {
     const tree_node_t *atn_traverse_stack[ATN_STACK_SIZE]; /**< Slot 0 is the bottom. */
     int32_t atn_stack_top; /**< Index of the top entry, -1 when empty; the height less one. It

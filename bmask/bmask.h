@@ -15,8 +15,8 @@
 
 /** A run of bits, both ends included. */
 typedef struct bmask_range_t {
-    int32_t first;
-    int32_t last;
+    int32_t first; /**< Index of the first bit. */
+    int32_t last;  /**< Index of the last bit. */
 } bmask_range_t;
 
 /* ---- Life cycle ---- */

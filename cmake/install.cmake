@@ -10,10 +10,11 @@ install(TARGETS tsh EXPORT tshTargets
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 get_property(components GLOBAL PROPERTY TSH_PUBLIC_COMPONENTS)
 foreach(component ${components})
-  file(GLOB headers CONFIGURE_DEPENDS ${component}/*.h)
-  list(FILTER headers EXCLUDE REGEX "_internal\\.h$")
+  tsh_public_headers(headers ${component})
   install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tsh/${component})
 endforeach()
+
+install(DIRECTORY ${TSH_HEADER_DIR}/tsh DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tsh)
 install(EXPORT tshTargets NAMESPACE tsh:: FILE tshConfig.cmake DESTINATION ${package_dir})

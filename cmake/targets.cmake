@@ -7,9 +7,32 @@ function(tsh_component folder)
   get_target_property(sources tsh_objects SOURCES)
   list(FILTER sources INCLUDE REGEX "^${PROJECT_SOURCE_DIR}/${folder}/")
   set_source_files_properties(${sources} PROPERTIES UNITY_GROUP ${folder})
-  if(NOT INTERNAL IN_LIST ARGN)
+  cmake_parse_arguments(PARSE_ARGV 1 component INTERNAL TOPIC INCLUDES)
+  if(NOT component_INTERNAL)
     set_property(GLOBAL APPEND PROPERTY TSH_PUBLIC_COMPONENTS ${folder})
+    tsh_topic_header(${folder} ${component_TOPIC})
   endif()
+endfunction()
+
+# tsh_public_headers(RESULT FOLDER): paths relative to the project.
+function(tsh_public_headers result folder)
+  file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${folder}/*.h)
+  list(FILTER headers EXCLUDE REGEX "_internal\\.h$")
+  set(${result} ${headers} PARENT_SCOPE)
+endfunction()
+
+# tsh_topic_header(FOLDER TOPIC): tsh/TOPIC.h, which tsh/tsh.h includes.
+function(tsh_topic_header folder topic)
+  tsh_public_headers(headers ${folder})
+  list(TRANSFORM headers REPLACE "(.+)" "#include \"\\1\"\n")
+  list(JOIN headers "" includes)
+  string(TOUPPER TSH_${topic}_H guard)
+  file(CONFIGURE OUTPUT ${TSH_HEADER_DIR}/tsh/${topic}.h
+       CONTENT "#ifndef ${guard}\n#define ${guard}\n\n${includes}\n#endif\n")
+  set_property(GLOBAL APPEND_STRING PROPERTY TSH_TOPIC_INCLUDES "#include \"tsh/${topic}.h\"\n")
+  get_property(includes GLOBAL PROPERTY TSH_TOPIC_INCLUDES)
+  file(CONFIGURE OUTPUT ${TSH_HEADER_DIR}/tsh/tsh.h
+       CONTENT "/* All of libtsh. */\n#ifndef TSH_TSH_H\n#define TSH_TSH_H\n\n${includes}\n#endif\n")
 endfunction()
 
 # ocmd_tool(NAME [CORE TARGET] SOURCES FILE... LIBRARIES TARGET...): a program that is built into

@@ -7,19 +7,19 @@
 
 #include <stdint.h>
 
-#define BMASK128_BYTES 16
-#define BMASK256_BYTES 32
+#define BMASK128_BYTES 16 /**< Bytes of a set of 128 numbers. */
+#define BMASK256_BYTES 32 /**< Bytes of a set of 256 numbers. */
 
 /** A set of the numbers 0 to 127. Bit n lies in byte n / 8 at 0x80 >> (n mod 8). */
 typedef struct bmask128_t {
-    uint32_t nbytes; /**< Length of bits in bytes (16), set by bmask128_init. */
-    uint8_t bits[BMASK128_BYTES];
+    uint32_t nbytes;              /**< Length of bits in bytes (16), set by bmask128_init. */
+    uint8_t bits[BMASK128_BYTES]; /**< Bit 0 is the highest bit of the first byte. */
 } bmask128_t;
 
 /** A set of the numbers 0 to 255, in the same bit order. */
 typedef struct bmask256_t {
-    uint32_t nbytes; /**< Length of bits in bytes (32), set by bmask256_init. */
-    uint8_t bits[BMASK256_BYTES];
+    uint32_t nbytes;              /**< Length of bits in bytes (32), set by bmask256_init. */
+    uint8_t bits[BMASK256_BYTES]; /**< Bit 0 is the highest bit of the first byte. */
 } bmask256_t;
 
 /** The byte with its bits in reverse order: bit 7 exchanged with bit 0, 6 with 1 and so on. Its

@@ -54,14 +54,14 @@
 #include "param_reg/values.h"
 #include "parse_tree/tree.h"
 
-typedef struct tsh_grammar_t tsh_grammar_t;
-typedef struct tsh_context_t tsh_context_t;
-typedef struct tsh_answer_t tsh_answer_t;
+typedef struct tsh_grammar_t tsh_grammar_t; /**< Indices of one tree or several, immutable. */
+typedef struct tsh_context_t tsh_context_t; /**< The submodes and settings of one user. */
+typedef struct tsh_answer_t tsh_answer_t;   /**< The result of resolving, used again and again. */
 
 /** Bytes begin to end - 1 of a line. */
 typedef struct tsh_range_t {
-    size_t begin;
-    size_t end;
+    size_t begin; /**< Offset of the first byte. */
+    size_t end;   /**< Offset after the last byte. */
 } tsh_range_t;
 
 /** Result of resolving a line. */
@@ -105,22 +105,22 @@ typedef struct tsh_reading_t {
     const tree_node_t *command; /**< At which the line ends: node, or an optional one that is left
                                      out behind it. Null if the line is incomplete. */
     int32_t is_submode;         /**< 1 if command enters a submode. */
-    uint32_t word_count;
-    const tsh_word_t *words; /**< In the order of the line, "/" left out. Null if brief. */
-    uint32_t path_count;
+    uint32_t word_count;        /**< Elements of words. */
+    const tsh_word_t *words;    /**< In the order of the line, "/" left out. Null if brief. */
+    uint32_t path_count;        /**< Elements of path. */
     const tree_node_t *const *path; /**< All nodes from the first word to the last or to command,
                                          those left out included. Null if brief. */
 } tsh_reading_t;
 
 /** A word that may stand at the range of an answer. */
 typedef struct tsh_candidate_t {
-    const tree_node_t *node;
-    int32_t parameter;   /**< -1: the keyword; else the index in node->params. */
-    int32_t is_optional; /**< 1 if it may be left out. */
-    const char *insert;  /**< Replaces the range: the keyword; empty for a parameter. */
-    const char *text;    /**< As the listing spells it: "level", "<INTEGER>", "pace<INTEGER>",
-                              "hue[o]". */
-    const char *bounds;  /**< "-5 to 10", "up to 8 bytes"; empty without bounds or for a keyword. */
+    const tree_node_t *node; /**< The node of the word. */
+    int32_t parameter;       /**< -1: the keyword; else the index in node->params. */
+    int32_t is_optional;     /**< 1 if it may be left out. */
+    const char *insert;      /**< Replaces the range: the keyword; empty for a parameter. */
+    const char *text;        /**< As the listing spells it: "level", "<INTEGER>", "pace<INTEGER>",
+                                  "hue[o]". */
+    const char *bounds; /**< "-5 to 10", "up to 8 bytes"; empty without bounds or for a keyword. */
 } tsh_candidate_t;
 
 /** Options of tsh_resolve and tsh_complete, combined by "|". */
@@ -152,7 +152,7 @@ TSH_API tsh_grammar_t *tsh_grammar_new(const tsh_tree_t *tree, const tsh_types_t
 
 /** A tree of a grammar of several ones. */
 typedef struct tsh_grammar_tree_t {
-    const tsh_tree_t *tree;
+    const tsh_tree_t *tree;   /**< Must outlive the grammar. */
     int32_t begins_with_root; /**< 1: lines begin with the word of the root, as those of a subtree
                                    that is attached elsewhere; 0: with the words below it. */
 } tsh_grammar_tree_t;
@@ -257,10 +257,10 @@ TSH_API tsh_verdict_t tsh_complete(const tsh_context_t *context, const char *tex
 
 /** The bytes that the verdict is about; those of tsh_complete. Empty for TSH_ACCEPTED. */
 TSH_API tsh_range_t tsh_answer_range(const tsh_answer_t *answer);
-
+/** Why the line is not accepted. */
 TSH_API tsh_reason_t tsh_answer_reason(const tsh_answer_t *answer);
 
-/** The verdict in one line of English, control characters as \xNN:
+/** The verdict in one line of English, control characters as \\xNN:
  * "invalid <INTEGER> '120': expected 0 to 100". Empty for TSH_ACCEPTED and TSH_EMPTY. */
 TSH_API const char *tsh_answer_text(const tsh_answer_t *answer);
 

@@ -6,10 +6,11 @@ set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cmake --install "$1" --prefix "$scratch" >/dev/null
+"$scratch/bin/ocmd_gen" -s "$1/examples/switch/main.par" | grep -c '  leave$' # without ldconfig
 PKG_CONFIG_PATH=$(dirname "$(find "$scratch" -name tsh.pc)")
 export PKG_CONFIG_PATH
 include=$(pkg-config --variable=includedir tsh)
-read -ra flags <<<"${2:-} -I$include -Wall -Wextra -Wpedantic -Werror"
+read -ra flags <<<"${2:-} $(pkg-config --cflags tsh) -Wall -Wextra -Wpedantic -Werror"
 
 for header in $(cd "$include" && find . -name '*.h' -printf '%P\n'); do
     printf '#include "%s"\nextern int alone;\n' "$header" >"$scratch/alone.c"
@@ -23,7 +24,7 @@ mark='__attribute__((visibility("default")))'
 cc "${flags[@]}" -std=c11 -E -P "$scratch/all.c" | tr '\n' ' ' | tr ';' '\n' | grep -F "$mark" |
     sed -E 's/.*visibility\("default"\)\)\)//; s/[[(].*//; s/.*[ *]//' | sort >"$scratch/declared"
 nm -D --defined-only "$(find "$scratch" -name libtsh.so)" |
-    awk '$3 !~ /^__odr_asan|__llvm_pr/ {print $3}' | sort >"$scratch/exported"
+    awk '$2 != "A" && $3 !~ /^__odr_asan|__llvm_pr/ {sub(/@@TSH_1.0$/, "", $3); print $3}' | sort >"$scratch/exported"
 diff "$scratch/declared" "$scratch/exported"
 
 # The example, as a C and as a C++ program of a project outside, by the CMake package.
@@ -48,10 +49,26 @@ for language in c cpp; do
             'Let the lamp of a bay blink' 'Send what a bay says back to it' 'Read a register')
 done
 
+# Inside another project: a target, and neither tests nor rules to install.
+mkdir "$scratch/inside"
+cat >"$scratch/inside/CMakeLists.txt" <<CMAKE
+cmake_minimum_required(VERSION 3.25)
+project(inside LANGUAGES C CXX)
+enable_testing()
+add_subdirectory($(cd "$(dirname "$0")/.." && pwd) tsh)
+add_executable(inside resolve.c)
+target_link_libraries(inside PRIVATE tsh::tsh)
+CMAKE
+cp "$scratch/outside/resolve.c" "$scratch/inside"
+cmake -S "$scratch/inside" -B "$scratch/inside/build" -DTSH_STATIC_CXX_RUNTIME=OFF >/dev/null
+ctest --test-dir "$scratch/inside/build" -N | grep 'Total Tests: 0'
+DESTDIR=$scratch/inside/root cmake --install "$scratch/inside/build" >/dev/null
+[ ! -e "$scratch/inside/root" ]
+
 # What a device brings itself: header and linker list the same functions, and definitions of the
 # program or of a library that is loaded before are called.
 diff <(sed '1,/^{/d' "$(dirname "$0")/../cmake/preemptible.list" | grep -oE '\w+' | sort) \
-    <(tr '\n' ' ' <"$include/platform/tsh_api.h" | sed 's/.*called://; s/\. \*\/.*//' |
+    <(tr '\n' ' ' <"$include/tsh/platform/tsh_api.h" | sed 's/.*called://; s/\. \*\/.*//' |
         grep -oE '\w+' | sort)
 cat >"$scratch/own.c" <<'C'
 #include <parse_tree/byte_order.h>

@@ -73,7 +73,7 @@ TSH_API tree_node_t *tsh_main_tree;
 TSH_API uint32_t tsh_main_tree_node_count; /**< Nodes in use, kept by the program. */
 TSH_API uint32_t tsh_main_tree_max_nodes;  /**< Capacity in nodes. */
 
-#define ASSIGN_SPACE_EXACT 20
+#define ASSIGN_SPACE_EXACT 20 /**< A mode of assign_space. */
 
 /** Makes room in tsh_main_tree; new nodes are all zero.
  * ASSIGN_SPACE_EXACT: a fresh array of node_count nodes; count and capacity stay as they are, and

@@ -5,8 +5,8 @@
 
 #include "treelink/attach.h"
 
-#define PAR_FILE_LIST_SIZE 512
-#define PAR_FILE_NAME_SIZE 64 /**< Bytes of a file name with its terminating zero. */
+#define PAR_FILE_LIST_SIZE 512 /**< Files of a list at most. */
+#define PAR_FILE_NAME_SIZE 64  /**< Bytes of a file name with its terminating zero. */
 
 /** One file of a list. */
 typedef struct par_file_entry_t {
@@ -17,7 +17,7 @@ typedef struct par_file_entry_t {
 
 /** A caller's list of files; only read. */
 typedef struct par_file_list_t {
-    par_file_entry_t entries[PAR_FILE_LIST_SIZE];
+    par_file_entry_t entries[PAR_FILE_LIST_SIZE]; /**< The files, from index 0. */
     int32_t last_index; /**< Of the last used entry; negative when the list is empty. */
 } par_file_list_t;
 

@@ -19,7 +19,7 @@ typedef union treelink_cell_t {
 
 /** Value of the prebuilt-tree tables; both nodes lie inside the tree that was read. */
 typedef struct dl_hash_entry_t {
-    const tree_node_t *node;
+    const tree_node_t *node;   /**< The node of that name. */
     const tree_node_t *parent; /**< The node through which it was reached; null for the root. */
 } dl_hash_entry_t;
 

@@ -14,7 +14,7 @@
 
 #include <stdio.h>
 
-typedef struct _GHashTable GHashTable; /* GLib's own; its header is not needed here */
+typedef struct _GHashTable GHashTable; /**< GLib's own; its header is not needed here. */
 
 #define SUBTREE_ATTACH_PATHS 32   /**< Attach paths one record has room for. */
 #define SUBTREE_FILE_NAME_SIZE 64 /**< Bytes of a file name with its terminating zero. */
