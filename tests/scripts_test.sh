@@ -36,3 +36,24 @@ E: install"
 if GIT_DIR=$scratch scripts/check-dependencies.sh 2>/dev/null; then exit 1; fi
 if (cd "$scratch/scripts" && ./write-listings.sh . scripts 2>/dev/null); then exit 1; fi
 [ -f "$scratch/scripts/lint.sh" ]
+
+# A release is tagged once, with the version of CMakeLists.txt and a section in CHANGELOG.md.
+repository=$scratch/repository
+mkdir -p "$repository/scripts"
+cp scripts/release.sh "$repository/scripts"
+cd "$repository"
+git init -q
+git config user.name tester
+git config user.email tester@example.org
+echo 'project(ocmd_gen VERSION 1.2.0 LANGUAGES C CXX)' >CMakeLists.txt
+echo '## 1.2.0 (not released yet)' >CHANGELOG.md
+commit() { git add . && git commit -qm "$1"; }
+release() { scripts/release.sh 2>&1 || true; }
+[ "$(release)" = "release.sh: uncommitted changes" ]
+commit first
+[ "$(release)" = "release.sh: CHANGELOG.md has no section '## 1.2.0'" ]
+echo '## 1.2.0' >CHANGELOG.md
+commit second
+[ "$(release)" = v1.2.0 ]
+[ "$(git tag)" = v1.2.0 ]
+[ "$(release)" = "release.sh: v1.2.0 exists" ]

@@ -448,7 +448,7 @@ TEST_F(Link, ServesOtherPrograms) {
         subtree_entry_t *roots = &ours;
         treelink_cleanup(&none, &roots, nullptr);
         roots = static_cast<subtree_entry_t *>(calloc(1, sizeof ours));
-        roots->nodes = static_cast<tree_node_t *>(malloc(1));
+        roots->nodes = static_cast<tree_node_t *>(malloc(sizeof(tree_node_t)));
         roots->next = &ours; // which stays ours as well
         ours.nodes = tsh_main_tree;
         treelink_cleanup(&none, &roots, nullptr);

@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Compares the interface of libtsh.so with that of the last release, cmake/libtsh.abi: check-abi.sh.
+# Fails if programs built for that release would not work: a name removed, or a type, size or
+# parameter changed. Names may be added. After a release: check-abi.sh renew.
+set -euo pipefail
+unset CDPATH
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh build abigail-tools
+build=build/abi baseline=cmake/libtsh.abi
+# GCC's DWARF 5 is more than some versions of the tools read.
+cmake --preset sample -B "$build" -DTSH_BUILD_TOOLS=OFF -DCMAKE_CXX_FLAGS="-gdwarf-4 -O1" >/dev/null
+cmake --build "$build" --target tsh >/dev/null
+case ${1:-} in
+renew)
+    abidw --no-show-locs --no-corpus-path --no-comp-dir-path --out-file "$baseline" "$build/libtsh.so"
+    ;;
+'') abidiff --no-added-syms "$baseline" "$build/libtsh.so" ;;
+*)
+    echo "check-abi.sh: unknown argument '$1'" >&2
+    exit 2
+    ;;
+esac
