@@ -6,9 +6,11 @@
 #include "cmd_gen/node_table_internal.h"
 #include "cmd_gen/record_internal.h"
 #include "feature/tsh/src/trace_internal.h"
+#include "parse_tree/tree_load.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace {
 
@@ -16,6 +18,39 @@ namespace {
 void *resize_silently(void *block, uint32_t size) {
     return realloc(block, size);
 }
+
+// Records are printed as the walk meets their nodes; entering a node adds nothing.
+class RecordLines {
+public:
+    struct Frame {};
+
+    [[nodiscard]] bool reserve() { return block_.reserve(tsh::OutputBlock::kBytes); }
+    void begin() { output_.emplace(tsh_logfp, block_.data()); }
+
+    static bool has_room(const tsh::MetNode & /*node*/) { return true; }
+    static Frame enter(const tsh::MetNode & /*node*/) { return {}; }
+    static void leave(Frame /*frame*/) {}
+    static bool finds_siblings() { return true; }
+
+    template <typename Records> Records print(Records records) {
+        while (records.more() && !output_->failed()) {
+            char *place = output_->room();
+            const char *end = output_->end();
+            do {
+                place = tsh::copy_in_chunks(place, records.take());
+            } while (place < end && records.more());
+            output_->take_until(place);
+        }
+        return records;
+    }
+
+    [[nodiscard]] bool failed() const { return output_->failed(); }
+    bool hand_over() { return output_->hand_over(); }
+
+private:
+    tsh::Store<char> block_{resize_silently};
+    std::optional<tsh::OutputBlock> output_;
+};
 
 class DumpRun {
 public:
@@ -27,60 +62,22 @@ public:
             tsh::add_short_record(record, seen);
             return {record.text(), true, false, true};
         };
-        return nodes_.gather(node, look) && levels_.reserve(nodes_.size()) &&
-               block_.reserve(tsh::OutputBlock::kBytes);
+        return nodes_.gather(g_atn, node, look) && levels_.reserve(nodes_.size()) &&
+               records_.reserve();
     }
 
     // Preorder. Returns false once the stream takes no more.
     bool print() {
-        tsh::OutputBlock output(tsh_logfp, block_.data());
-        enter(output, nodes_.first());
-        while (depth_ > 0 && !output.failed()) {
-            Level &level = levels_[depth_ - 1];
-            if (level.position == level.node->link_count) {
-                --depth_;
-                continue;
-            }
-            const tsh::TableNode &child = nodes_.linked(*level.node, level.position);
-            if (child.link_count == 0) {
-                print_leaves(output, level);
-            } else {
-                ++level.position;
-                enter(output, child);
-            }
-        }
-        return output.hand_over();
+        records_.begin();
+        records_.print(tsh::OneWord(nodes_.text_of(nodes_.first())));
+        const auto first_place = [this] { return nodes_.first_place(true); };
+        return tsh::walk_lines({}, first_place, nodes_, records_, levels_) && records_.hand_over();
     }
 
 private:
-    struct Level {
-        const tsh::TableNode *node;
-        unsigned position; // of the next link
-    };
-
-    void enter(tsh::OutputBlock &output, const tsh::TableNode &node) {
-        levels_[depth_++] = {&node, 0};
-        output.take_until(tsh::copy_in_chunks(output.room(), nodes_.text_of(node)));
-    }
-
-    // Most records are those of leaves, so those that stand side by side are printed in one go.
-    void print_leaves(tsh::OutputBlock &output, Level &level) {
-        tsh::NodeTable::Leaves leaves(nodes_, *level.node, level.position, level.node->link_count);
-        while (leaves.more()) {
-            char *place = output.room();
-            const char *end = output.end();
-            do {
-                place = tsh::copy_in_chunks(place, leaves.take());
-            } while (place < end && leaves.more());
-            output.take_until(place);
-        }
-        level.position = leaves.position();
-    }
-
     tsh::NodeTable nodes_{resize_silently};
-    tsh::Store<Level> levels_{resize_silently};
-    size_t depth_ = 0;
-    tsh::Store<char> block_{resize_silently};
+    RecordLines records_;
+    tsh::WalkLevels<tsh::NodeTable, RecordLines> levels_{resize_silently};
 };
 
 } // namespace

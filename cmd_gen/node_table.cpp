@@ -7,7 +7,8 @@
 
 namespace tsh {
 
-bool NodeTable::gather(const tree_node_t &first, const Look &look) {
+bool NodeTable::gather(const tree_node_t *records, const tree_node_t &first, const Look &look) {
+    records_ = records;
     first_ = &first;
     size_t depth = 0;
     if (!nodes_.reserve(kFirst + 1) || !meet(kFirst, depth++))

@@ -3,9 +3,10 @@
 // have nothing printed below them are left out, so every step of the walk leads to a line.
 #pragma once
 
+#include "cmd_gen/line_walk_internal.h"
 #include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/store_internal.h"
-#include "parse_tree/tree_load.h"
+#include "parse_tree/tree_node.h"
 
 #include <bitset>
 #include <cstddef>
@@ -39,13 +40,22 @@ public:
     using Look = std::function<NodeLook(const tree_node_t &)>;
     class Leaves;
 
+    /// A position among the links of a gathered node, for LineWalk.
+    struct Place {
+        const TableNode *node;
+        unsigned position;
+        unsigned end;
+    };
+    using Node = const TableNode &;
+
     explicit NodeTable(Resize resize) : nodes_(resize), bytes_(resize), path_(resize) {}
 
-    /// Gathers a node and what is below it, looking at each node once, at what is below a node
-    /// before the node. The first node is entered whatever its look. Links that lead back to an
-    /// ancestor are left out.
+    /// Gathers a node and what is below it among the records of a tree, looking at each node once,
+    /// at what is below a node before the node. The first node is entered whatever its look. Links
+    /// that lead back to an ancestor are left out.
     /// @return false when memory runs out.
-    [[nodiscard]] bool gather(const tree_node_t &first, const Look &look);
+    [[nodiscard]] bool gather(const tree_node_t *records, const tree_node_t &first,
+                              const Look &look);
 
     /// Nodes gathered; no path is longer.
     [[nodiscard]] size_t size() const { return met_.count(); }
@@ -60,6 +70,26 @@ public:
     [[nodiscard]] const TableNode &linked(const TableNode &node, unsigned position) const {
         return nodes_[link_at(links_of(node), position)];
     }
+
+    /// The first link of the first node. Without siblings, only one to the record's first child
+    /// counts.
+    [[nodiscard]] Place first_place(bool siblings) const { return enter(first(), siblings); }
+
+    [[nodiscard]] static bool at_end(const Place &place) { return place.position == place.end; }
+    static void advance(Place &place) { ++place.position; }
+    [[nodiscard]] Node child_at(const Place &place) const {
+        return linked(*place.node, place.position);
+    }
+    [[nodiscard]] static bool is_leaf(Node node) { return node.link_count == 0; }
+    [[nodiscard]] MetNode meet(Node node) const {
+        return {record_of(node), text_of(node), node.printed, node.submode, true};
+    }
+    [[nodiscard]] static Place enter(Node node, bool siblings) {
+        return {&node, 0, siblings ? node.link_count : (node.links_first ? 1U : 0U)};
+    }
+
+    /// Most lines end in a leaf, so those that stand side by side are printed in one go.
+    template <typename Sink> void print_leaves(Place &place, Sink &sink) const;
 
     /// The node's record in the tree.
     [[nodiscard]] const tree_node_t *record_of(const TableNode &node) const {
@@ -76,7 +106,7 @@ private:
     };
 
     [[nodiscard]] const tree_node_t *record_at(uint32_t slot) const {
-        return slot == kFirst ? first_ : g_atn + slot;
+        return slot == kFirst ? first_ : records_ + slot;
     }
 
     [[nodiscard]] const char *links_of(const TableNode &node) const {
@@ -92,6 +122,7 @@ private:
     bool meet(uint32_t slot, size_t depth);
     bool keep(uint32_t slot, const NodeLook &look, std::span<const uint16_t> children);
 
+    const tree_node_t *records_ = nullptr; // of the tree
     const tree_node_t *first_ = nullptr;
     std::bitset<kFirst + 1> met_;
     std::bitset<kFirst + 1> kept_; // worth a link
@@ -128,5 +159,9 @@ private:
     unsigned position_;
     unsigned end_;
 };
+
+template <typename Sink> void NodeTable::print_leaves(Place &place, Sink &sink) const {
+    place.position = sink.print(Leaves(*this, *place.node, place.position, place.end)).position();
+}
 
 } // namespace tsh
