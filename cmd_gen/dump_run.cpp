@@ -14,10 +14,7 @@
 
 namespace {
 
-// Memory that is short is not told: the dump then goes the slow way.
-void *resize_silently(void *block, uint32_t size) {
-    return realloc(block, size);
-}
+using tsh::resize_silently; // the dump then goes the slow way
 
 // Records are printed as the walk meets their nodes; entering a node adds nothing.
 class RecordLines {
@@ -25,7 +22,7 @@ public:
     struct Frame {};
 
     [[nodiscard]] bool reserve() { return block_.reserve(tsh::OutputBlock::kBytes); }
-    void begin() { output_.emplace(tsh_logfp, block_.data()); }
+    void begin() { output_.emplace(log_, block_.data()); }
 
     static bool has_room(const tsh::MetNode & /*node*/) { return true; }
     static Frame enter(const tsh::MetNode & /*node*/) { return {}; }
@@ -49,6 +46,7 @@ public:
 
 private:
     tsh::Store<char> block_{resize_silently};
+    tsh::StreamDestination log_{tsh_logfp};
     std::optional<tsh::OutputBlock> output_;
 };
 

@@ -62,7 +62,9 @@ private:
 class LineOutput {
 public:
     /// @param bytes OutputBlock::kBytes of memory that outlive the output.
-    explicit LineOutput(char *bytes) : block_(stdout, bytes) {}
+    explicit LineOutput(char *bytes) : block_(stdout_, bytes) {}
+    LineOutput(const LineOutput &) = delete;
+    LineOutput &operator=(const LineOutput &) = delete;
 
     /// Counts and writes one line for each word of a run: its number, the text, the word. Text and
     /// words are kept for copying in chunks; no word is longer than kLongestGappedWord. Returns the
@@ -106,6 +108,7 @@ private:
     void print_long_line(std::string_view text, std::string_view word);
 
     LineNumbers numbers_{cmd_count + 1}; // of the latest line or the next
+    StreamDestination stdout_{stdout};
     OutputBlock block_;
 };
 

@@ -62,6 +62,15 @@ public:
 
     [[nodiscard]] const TableNode &first() const { return nodes_[kFirst]; }
 
+    /// A node of the tree by its index; one without text and links if it was not gathered. The
+    /// first node is found here by index 0 as well, if it is that record.
+    [[nodiscard]] const TableNode &at(uint16_t index) const {
+        constexpr static TableNode kNone{};
+        if (met_[index])
+            return nodes_[index];
+        return records_ + index == first_ ? first() : kNone;
+    }
+
     /// A node's text, readable in whole chunks.
     [[nodiscard]] std::string_view text_of(const TableNode &node) const {
         return {bytes_.data() + node.place, node.text_length};

@@ -1,4 +1,4 @@
-// Text on its way to a stream, gathered in one block that leaves in large writes.
+// Text on its way out, gathered in one block that leaves in large writes.
 #pragma once
 
 #include <cstddef>
@@ -26,13 +26,38 @@ constexpr size_t kOutputBlockSize = 262144;
 /// The longest text that is gathered, with what is copied beyond it.
 constexpr size_t kLongestGathered = 16384;
 
-/// What is gathered here is not yet in the stream: hand it over before anything else writes there.
+/// Where a block's bytes go. Both return false once no more is taken.
+class Destination {
+public:
+    /// A block that ends at a multiple of its size in the output, so that a file takes whole pages.
+    virtual bool write_block(std::string_view text) = 0;
+    virtual bool write(std::string_view text) = 0;
+    virtual bool flush() = 0;
+
+protected:
+    ~Destination() = default;
+};
+
+/// A stream: blocks go past its own buffer.
+class StreamDestination final : public Destination {
+public:
+    explicit StreamDestination(FILE *stream) : stream_(stream) {}
+    bool write_block(std::string_view text) override;
+    bool write(std::string_view text) override;
+    bool flush() override;
+
+private:
+    FILE *stream_;
+};
+
+/// What is gathered here is not yet at its destination: hand it over before anything else writes
+/// there.
 class OutputBlock {
 public:
     static constexpr size_t kBytes = kOutputBlockSize + kLongestGathered;
 
-    /// @param bytes kBytes of memory that outlive the block.
-    OutputBlock(FILE *stream, char *bytes) : stream_(stream), bytes_(bytes) {}
+    /// @param bytes kBytes of memory. Both must outlive the block.
+    OutputBlock(Destination &destination, char *bytes) : destination_(destination), bytes_(bytes) {}
 
     /// Room for kLongestGathered bytes behind what is gathered.
     char *room() {
@@ -48,21 +73,20 @@ public:
     /// Gathers what was put there, up to end.
     void take_until(const char *end) { used_ = static_cast<size_t>(end - bytes_); }
 
-    /// Hands everything to the stream, and then a text that needs no gathering.
+    /// Hands everything over, and then a text that needs no gathering.
     void drain(std::string_view text = {});
 
-    /// Hands everything to the stream and flushes it. @return false once the stream takes no more.
+    /// Hands everything over and flushes the destination. @return false once it takes no more.
     bool hand_over();
 
-    /// True once the stream takes no more; what is gathered from then on is dropped.
+    /// True once the destination takes no more; what is gathered from then on is dropped.
     [[nodiscard]] bool failed() const { return failed_; }
 
 private:
     void pass_block_on();
-    size_t write_past_stream(std::string_view text);
     void put(std::string_view text);
 
-    FILE *stream_;
+    Destination &destination_;
     char *bytes_;
     size_t used_ = 0;
     size_t handed_over_ = 0;

@@ -6,12 +6,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <type_traits>
 
 namespace tsh {
 
 /// Resizes a block in the manner of tsh_realloc, null standing for no block and for no memory.
 using Resize = void *(*)(void *block, uint32_t size);
+
+/// Reports nothing when memory runs out.
+inline void *resize_silently(void *block, uint32_t size) {
+    return realloc(block, size);
+}
 
 template <typename Item> class Store {
     static_assert(std::is_trivially_copyable_v<Item>);

@@ -2,6 +2,7 @@
 #include "atnode/command_lookup.h"
 #include "atnode/cursor.h"
 #include "atnode/lookup.h"
+#include "cmd_gen/line_list.h"
 #include "feature/tsh/src/word_split.h"
 #include "parse_tree/tree_load.h"
 #include "tests/support/grammar.h"
@@ -44,7 +45,8 @@ std::string opened(const std::string &path) {
 }
 
 Nodes two_level_tree(const std::string &word) {
-    return grammar::lay_out(grammar::main_root({keyword(word).child(keyword("version"))}));
+    return grammar::lay_out(
+        grammar::main_root({keyword(word).child(keyword("version").terminal())}));
 }
 
 TEST(TreeHandle, RefusesWhatIsNoTreeByAValueAndInSilence) {
@@ -155,6 +157,18 @@ TEST(TreeHandle, NeitherDepthNorSharedNodesExhaustAWalk) {
     EXPECT_EQ(tsh_tree_find_token(tree.get(), ladder.data(), UINT32_MAX, "none"), nullptr);
 }
 
+std::string lines_of(const Tree &tree) {
+    std::string lines;
+    tsh_line_list_t *list = tsh_line_list_new(tree.get(), nullptr);
+    const auto append = [](const char *text, size_t length, void *user) -> int32_t {
+        static_cast<std::string *>(user)->append(text, length);
+        return 0;
+    };
+    EXPECT_EQ(tsh_line_list_write(list, nullptr, 0, append, &lines), 0);
+    tsh_line_list_free(list);
+    return lines;
+}
+
 // Held by the thread sanitizer as well.
 TEST(TreeHandle, ThreadsShareATreeAndOpenTheirOwn) {
     const harness::ScratchDir scratch;
@@ -170,6 +184,7 @@ TEST(TreeHandle, ThreadsShareATreeAndOpenTheirOwn) {
                 names.clear();
                 const Tree own{tsh_tree_open(path.c_str(), nullptr), tsh_tree_close};
                 for (const Tree *tree : {&own, &shared}) {
+                    names += lines_of(*tree);
                     const Cursor cursor = at_root(*tree);
                     do {
                         names += tsh_cursor_node(cursor.get())->name + std::string(" ");
@@ -181,7 +196,7 @@ TEST(TreeHandle, ThreadsShareATreeAndOpenTheirOwn) {
         });
     for (std::thread &thread : threads)
         thread.join();
-    EXPECT_NE(visited[0].find(" show version"), std::string::npos);
+    EXPECT_EQ(visited[0].find("show version\n"), 0U);
     EXPECT_EQ(visited, std::vector<std::string>(4, visited[0]));
 }
 

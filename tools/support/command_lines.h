@@ -4,9 +4,11 @@
 //     bay <INTERFACE> / label <LINE>
 #pragma once
 
+#include "base/owners.h"
+#include "cmd_gen/line_list.h"
+#include "parse_tree/tree.h"
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
-#include "tools/support/tree_shape.h"
 
 #include <cstdint>
 #include <memory>
@@ -34,16 +36,14 @@ void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &outp
 class LineList {
 public:
     LineList(const TreeRecord &record, TextOutput &output);
-    ~LineList();
-    LineList(const LineList &) = delete;
-    LineList &operator=(const LineList &) = delete;
 
-    /// Lists the lines that begin with the words of these nodes, a path from the first word on.
-    void add_below(std::span<const uint16_t> path);
+    /// Lists the lines that begin with the words of these nodes, a path from the first word on;
+    /// without any, the lines below node 0.
+    void add_below(std::span<const uint16_t> path) const;
 
 private:
-    struct Tree;
-    std::unique_ptr<Tree> tree_;
+    std::unique_ptr<tsh_tree_t, base::Releaser<tsh_tree_close>> tree_;
+    std::unique_ptr<tsh_line_list_t, base::Releaser<tsh_line_list_free>> list_;
     TextOutput &output_;
 };
 
