@@ -29,16 +29,8 @@ public:
     static void leave(Frame /*frame*/) {}
     static bool finds_siblings() { return true; }
 
-    template <typename Records> Records print(Records records) {
-        while (records.more() && !output_->failed()) {
-            char *place = output_->room();
-            const char *end = output_->end();
-            do {
-                place = tsh::copy_in_chunks(place, records.take());
-            } while (place < end && records.more());
-            output_->take_until(place);
-        }
-        return records;
+    template <typename Records> Records print(const Records &records) {
+        return tsh::gather_each(*output_, records, tsh::copy_in_chunks);
     }
 
     [[nodiscard]] bool failed() const { return output_->failed(); }

@@ -81,19 +81,12 @@ public:
     }
     static bool finds_siblings() { return true; }
 
-    template <typename Words> Words print(Words words) {
+    template <typename Words> Words print(const Words &words) {
         if (length_ > tsh::kLongestGathered - kLongestSpelled - tsh::kCopyChunk)
             return print_long(words);
-        while (words.more() && !output_->failed()) {
-            char *place = output_->room();
-            const char *end = output_->end();
-            do {
-                const std::string_view word = words.take();
-                place = tsh::copy_in_chunks(tsh::copy_in_chunks(place, before_word(word)), word);
-            } while (place < end && words.more());
-            output_->take_until(place);
-        }
-        return words;
+        return tsh::gather_each(*output_, words, [this](char *place, std::string_view word) {
+            return tsh::copy_in_chunks(tsh::copy_in_chunks(place, before_word(word)), word);
+        });
     }
 
     [[nodiscard]] bool failed() const { return output_->failed(); }

@@ -93,4 +93,19 @@ private:
     bool failed_ = false;
 };
 
+/// Gathers a text for each word of a run; put(place, word) writes one of at most kLongestGathered
+/// bytes and returns its end. Returns the run when no more is to be had of it.
+template <typename Words, typename Put>
+Words gather_each(OutputBlock &block, Words words, const Put &put) {
+    while (words.more() && !block.failed()) {
+        char *place = block.room();
+        const char *end = block.end();
+        do {
+            place = put(place, words.take());
+        } while (place < end && words.more());
+        block.take_until(place);
+    }
+    return words;
+}
+
 } // namespace tsh
