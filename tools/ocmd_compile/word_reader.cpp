@@ -74,6 +74,12 @@ bool same_thing(const GrammarField &a, const GrammarField &b) {
            (a.kind == FieldKind::kSet) == (b.kind == FieldKind::kSet);
 }
 
+// Whether two settings are a maximum length and a maximum number.
+bool are_two_maxima(const GrammarField &a, const GrammarField &b) {
+    const GrammarField &max = parameter_field("max");
+    return (&a == &kLength && &b == &max) || (&a == &max && &b == &kLength);
+}
+
 } // namespace
 
 // ---- Rules of the mappings ----
@@ -267,7 +273,8 @@ Bits WordReader::read_set(const Pair &pair, const GrammarField &field) {
 void WordReader::add(const Pair &pair, const GrammarField &field, std::string_view text,
                      Bits number) {
     for (const Setting &known : std::span{document_.settings}.subspan(word().first_setting)) {
-        if (known.parameter != parameter_ || !same_thing(*known.field, field))
+        if (known.parameter != parameter_ ||
+            !(same_thing(*known.field, field) || are_two_maxima(*known.field, field)))
             continue;
         const std::string_view other = known.field->key;
         if (field.kind == FieldKind::kFlag && known.number != number) // of `command` and a key
