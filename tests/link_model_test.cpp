@@ -172,6 +172,7 @@ private:
                 node.children[i] = static_cast<uint16_t>(node.children[i] + subtree.place);
             enter(places_, node, subtree.file, array_.size());
             array_.push_back(node);
+            file_of_.push_back(subtree.file);
         }
     }
 
@@ -205,7 +206,8 @@ private:
             std::find(parent.children, end, subtree.place) != end ||
             (leads_to(subtree.place, found->second) &&
              say("*** Tree Linking Error *** Node ", child.name, " not attached below ",
-                 parent.name, ": it would close a cycle\n")))
+                 parent.name, ": link would create a cycle (", subtree.file, " and ",
+                 file_of_.at(found->second), ")\n")))
             return;
         uint16_t *place = std::find_if(parent.children, end, [&](uint16_t sibling) {
             return treelink_lexicograph_cmp(&array_[sibling], &child) > 0;
@@ -223,6 +225,7 @@ private:
     std::map<std::string, std::pair<tree_node_t, std::string>> known_[2]; // nodes and parents
     std::map<std::string, size_t> places_;
     Nodes array_;
+    std::vector<std::string> file_of_; // by node of the array
 };
 
 TEST(LinkModel, AgreesOnRandomGrammars) {

@@ -194,7 +194,10 @@ TEST_F(Link, TellsWhatIsAmiss) {
     store("clash.par", {{keyword("bell").named("bell2"), "show"}});
     store("deep.par", {{ladder("a"), "show"}, {ladder("b"), "a0"}});
     store("lost.par", {{keyword("lost"), "nowhere"}});
-    store("loose.par", {{keyword("loose"), ""}});
+    store("loose.par", {{keyword("loose"), ""}, {keyword("lost"), ""}});
+    store("loud.par", {{keyword("BELL").named("loud"), "show"}});
+    store("egg.par", {{keyword("egg").child(keyword("shell")), "nest"}});
+    store("hen.par", {{keyword("hen").child(keyword("nest")), "shell"}});
     store("roots.par", {{keyword("other"), ""}, {main_root({keyword("show")}), ""}});
     grammar::write_main_tree(path("yesterday.par"), grammar::lay_out(main_root({})));
     harness::write_file(path("cut.par"), stored(Nodes(1), "show") + "cut");
@@ -222,8 +225,9 @@ TEST_F(Link, TellsWhatIsAmiss) {
         {"root.par lost.par", "***Treelink Warning***: Unresolved path nowhere in file lost.par \n",
          1, false},
         {"root.par loose.par",
-         "ocmd_link: loose.par: subtree loose cannot be reached: it has no attach path\n", 1,
-         false},
+         "ocmd_link: loose.par: second root file: a subtree of it has no attach path, so it is not "
+         "linked; 'below' is missing in its grammar\n",
+         1, false},
         {"root.par yesterday.par",
          "ocmd_link: yesterday.par: nothing to link: it holds no subtree\n", 1, false},
         {"root.par cut.par",
@@ -238,6 +242,14 @@ TEST_F(Link, TellsWhatIsAmiss) {
          "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree2.pars cannot be used\n"
          "main_tree_to_hash: can't read file \nmain_tree_to_hash: can't read file \n",
          2, true},
+        {"root.par sound.par loud.par",
+         "ocmd_link: main.par: siblings loud and bell1 below show match the same word: 'BELL' and "
+         "'bell'\n",
+         1, true},
+        {"root.par egg.par hen.par",
+         "*** Tree Linking Error *** Node egg not attached below nest: link would create a cycle "
+         "(egg.par and hen.par)\n",
+         1, false},
         {"root.par none.par",
          "Treelink Error: Parser file none.par could not be opened \n"
          "ocmd_link: none.par: not linked: No such file or directory\n",
@@ -356,7 +368,8 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
     } const cases[] = {
         {stored(chain(4), ",c,,n,"), "a b c n "},
         {stored(Nodes(1), ""),
-         "ocmd_link: x.par: subtree  cannot be reached: it has no attach path\na b "},
+         "ocmd_link: x.par: second root file: a subtree of it has no attach path, so it is not "
+         "linked; 'below' is missing in its grammar\na b "},
         {stored(Nodes(1), long_name + "cut"), "a b " + long_name + " "},
         {stored(Nodes(1), n31 + "c"), "a b n c "},
         {stored(Nodes(1), n31 + "n,c"), corrupted},

@@ -17,6 +17,7 @@
 #include <cstring>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 uint32_t tsh_current_position;
@@ -135,16 +136,25 @@ private:
             return false; // named twice, and of a type that may stand beside itself
         const tsh::Closes closes = graph.closes(parent, wish.subtree);
         if (closes != tsh::Closes::kNothing) {
+            const std::string files =
+                std::string{wish.record->file_name} + " and " + record_at(parent).file_name + ")";
             refuse(child_node, parent_node,
-                   closes == tsh::Closes::kCycle
-                       ? "it would close a cycle"
-                       : "so many paths lead in cycles that this one was not followed to its end");
+                   ((closes == tsh::Closes::kCycle ? "link would create a cycle ("
+                                                   : "cycle search limit reached (") +
+                    files)
+                       .c_str());
             return false;
         }
         if (update_child_list(nodes_.data(), parent, wish.child) != 0)
             return false;
         graph.made(parent, wish.subtree);
         return true;
+    }
+
+    // The record that a node of the array was copied from.
+    [[nodiscard]] const subtree_entry_t &record_at(uint32_t node) const {
+        const auto next = std::ranges::upper_bound(records_, node, {}, &subtree_entry_t::position);
+        return **(next - 1);
     }
 
     std::vector<subtree_entry_t *> records_;

@@ -4,13 +4,12 @@
 #include "base/owners.h"
 #include "tools/ocmd_link/progress.h"
 #include "tools/ocmd_link/unread.h"
-#include "tools/support/file_bytes.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
-#include "tools/support/tree_look.h"
 #include "tools/support/tree_shape.h"
 
 #include "feature/tsh/src/trace.h"
+#include "parse_tree/tree.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_writer.h"
 #include "treelink/link_driver.h"
@@ -18,12 +17,14 @@
 #include "treelink/subtree_read.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
@@ -107,13 +108,15 @@ std::string file_of(std::string name) {
     return name;
 }
 
-bool is_subtree_file(const Input &input) {
-    const tool::FileBytes file{input.path, input.name};
-    const auto look = tool::look_at(file.all(), {});
-    return !file.all().empty() && look && look->container == tool::Container::kSubtrees;
+bool is_main_par_file(const std::string &path) {
+    tsh_error_t error;
+    tsh_tree_t *tree = tsh_tree_open(path.c_str(), &error);
+    tsh_tree_close(tree);
+    return tree != nullptr;
 }
 
-// An older main tree is none of the inputs, though a pattern such as "*.par" names it.
+// An older main tree is none of the inputs, though a pattern such as "*.par" names it. Any other
+// file is protected, whatever it holds.
 bool would_replace_input(const Request &request) {
     std::error_code not_there;
     if (!fs::is_regular_file(request.output, not_there))
@@ -123,8 +126,7 @@ bool would_replace_input(const Request &request) {
     };
     return is_output(Input{request.root}) ||
            std::ranges::any_of(request.subtrees, [&](const char *name) {
-               const Input input{file_of(name)};
-               return is_output(input) && is_subtree_file(input);
+               return is_output(Input{file_of(name)}) && !is_main_par_file(request.output);
            });
 }
 
@@ -193,9 +195,11 @@ void read_subtrees(const Input &input) {
     for (const subtree_entry_t *record = records->first; record != records->end;
          record = record->next)
         if (record->path_count == 0) {
-            tool::tell("%s: subtree %s cannot be reached: it has no attach path",
-                       input.name.c_str(), record->nodes[0].name);
+            tool::tell("%s: second root file: a subtree of it has no attach path, so it is not "
+                       "linked; 'below' is missing in its grammar",
+                       input.name.c_str());
             count_loss();
+            break;
         }
 }
 
@@ -245,6 +249,28 @@ void tell_if_not_loadable(const LinkedTree &tree, const std::string &output) {
     ++tsh_link_warnings;
 }
 
+// Siblings whose words differ only in case: the shell, which ignores case, finds the first alone.
+void warn_of_same_words(const LinkedTree &tree, const std::string &output) {
+    const std::span nodes{tree.nodes.get(), tree.node_count};
+    for (const tree_node_t &parent : nodes) {
+        std::map<std::string, const tree_node_t *> first_of;
+        for (const uint16_t link : tool::links_of(parent)) {
+            const tree_node_t &child = nodes[link];
+            std::string word{tool::text_of(child.token)};
+            std::ranges::transform(word, word.begin(),
+                                   [](unsigned char c) { return static_cast<char>(tolower(c)); });
+            const auto [known, is_new] = first_of.try_emplace(std::move(word), &child);
+            if (is_new || child.token[0] == '\0')
+                continue;
+            tool::tell("%s: siblings %s and %s below %s match the same word: '%s' and '%s'",
+                       output.c_str(), known->second->name, child.name, parent.name,
+                       std::string{tool::text_of(known->second->token)}.c_str(),
+                       std::string{tool::text_of(child.token)}.c_str());
+            ++tsh_link_warnings;
+        }
+    }
+}
+
 // Standard output is that of standard error from now on, or leads nowhere where that is closed.
 void divert_standard_output() {
     if (dup2(STDERR_FILENO, STDOUT_FILENO) >= 0)
@@ -283,7 +309,7 @@ tool::Status link(const tool::CommandLine &line) {
     verbose = line.has("verbose") ? 1 : 0;
     prebuilt_main_tree_path = const_cast<char *>(line.value("prebuilt"));
     if (would_replace_input(request))
-        tool::refuse("%s: would be replaced by what is made of it", request.output.c_str());
+        tool::refuse("%s: is both input and output", request.output.c_str());
 
     FILE *stream = request.output == kStream ? take_standard_output() : nullptr;
     tool::Progress progress;
@@ -292,6 +318,7 @@ tool::Status link(const tool::CommandLine &line) {
     const LinkedTree tree = join();
     tell_if_too_deep(tree, request.output_name);
     tell_if_not_loadable(tree, request.output_name);
+    warn_of_same_words(tree, request.output_name);
     if (request.strict && tsh_link_warnings > 0) {
         tool::tell("%s: not written: --strict allows no warning, and there were %u",
                    request.output_name.c_str(), tsh_link_warnings);

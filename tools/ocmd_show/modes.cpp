@@ -17,6 +17,8 @@ std::vector<LineSearch> search(const tool::TreeFile &file, const std::string &li
 
 tool::Status show_faults(const tool::TreeFile &file, const Request & /*request*/,
                          tool::TextOutput &output) {
+    if (!file.complete()) // what is missing has been reported
+        return tool::kFaults;
     output << file.name() << ": no faults in its trees\n";
     return tool::kDone;
 }

@@ -60,7 +60,10 @@ private:
     [[nodiscard]] Look judge(const Insist &insist) const {
         const auto found = look_at(bytes.all(), insist);
         if (!found)
-            fail("%s: neither a main par file nor a subtree file", name.c_str());
+            fail("%s: neither a main par file nor a subtree file%s", name.c_str(),
+                 bytes.all().size() > 0 && bytes.all().size() % TREE_NODE_SIZE == 0
+                     ? "; --kind=main reads it as a main par file"
+                     : "");
         return *found;
     }
 

@@ -71,9 +71,29 @@ struct RecordVotes {
     }
 };
 
+// Whether the bytes may be records of which the first has a name. The first bytes of a subtree's
+// header are zero, but not as many as a name that is empty.
 bool is_main_tree(Bytes bytes, const RecordVotes &votes) {
-    return votes.all > 0 && 2 * votes.neither < votes.all &&
-           memchr(bytes.data(), '\0', TREE_NAME_SIZE) != nullptr;
+    if (votes.all == 0 || 2 * votes.neither >= votes.all)
+        return false;
+    const Bytes name = bytes.first(TREE_NAME_SIZE);
+    const bool is_empty = name[0] == '\0';
+    return is_empty ? std::ranges::all_of(name, [](unsigned char c) { return c == '\0'; })
+                    : std::ranges::find(name, '\0') != name.end();
+}
+
+// A header of which one size is wrong and the other is not.
+bool is_nearly_header(Bytes bytes, ByteOrder order) {
+    if (bytes.size() < sizeof(subtree_header_t))
+        return false;
+    const HeaderLook look{bytes, order};
+    const auto &[version, kind, path_len, tree_bytes, reserved] = look.header;
+    const size_t path_end = sizeof look.header + path_len;
+    const bool has_path = path_len > 0 && path_len <= SUBTREE_PATH_TEXT_SIZE &&
+                          path_end <= bytes.size() && bytes[path_end - 1] == '\0';
+    const bool has_nodes = tree_bytes > 0 && tree_bytes % TREE_NODE_SIZE == 0 &&
+                           tree_bytes / TREE_NODE_SIZE <= TREE_MAX_NODES;
+    return reserved[0] == 0 && reserved[1] == 0 && (has_path || has_nodes);
 }
 
 std::optional<ByteOrder> header_order(Bytes bytes, const Insist &insist,
@@ -113,7 +133,9 @@ std::optional<Look> look_at(std::span<const unsigned char> bytes, const Insist &
         if (!may_be_subtrees || is_main_tree(bytes, votes))
             return Look{Container::kMain, insist.order.value_or(votes.order())};
     }
-    const auto order = header_order(bytes, insist, is_possible_header);
+    auto order = header_order(bytes, insist, is_possible_header);
+    if (!order && may_be_subtrees)
+        order = header_order(bytes, insist, is_nearly_header);
     if (order || !may_be_main || bytes.empty()) // a file of no bytes holds no records
         return Look{Container::kSubtrees, order.value_or(insist.order.value_or(ByteOrder::kBig))};
     return std::nullopt;
