@@ -511,21 +511,17 @@ TEST_F(Link, AnswersAsTheTranscriptSays) {
     EXPECT_EQ(replayed(links), links);
 }
 
-// More files than a list holds, with longer names, and one of them keeps the reader waiting.
-TEST_F(Link, ShowsProgressOnATerminal) {
+// More files than a list holds, with longer names.
+TEST_F(Link, TakesAnyNumberOfFiles) {
     const char *const parents[] = {"root", "show", "arrange", "tsh_redirect_root"};
     const std::string folder(200, 'f');
     std::filesystem::create_directory(path(folder));
     for (size_t i = 0; i < 600; ++i)
         harness::write_file(path(folder + "/" + std::to_string(i) + ".par"),
                             stored(Nodes(1), parents[i % 4]));
-    const std::string link =
-        "(sleep 1.2; cat root.par) > pipe & ocmd_link -o main.par pipe " + folder + "/*.par";
-    const std::string ending = "; echo $?; stat -c %s main.par";
-    EXPECT_EQ(shell("mkfifo pipe; " + link + ending), "0\n605000\n");
-    const std::string shown = shell("script -qec '" + link + "' script </dev/null" + ending);
-    EXPECT_TRUE(shown.starts_with("reading file 1 of 600\033[K\r")) << shown;
-    EXPECT_TRUE(shown.ends_with("\033[K0\n605000\n")) << shown;
+    EXPECT_EQ(shell("mkfifo pipe; cat root.par > pipe & ocmd_link -o main.par pipe " + folder +
+                    "/*.par; echo $?; stat -c %s main.par"),
+              "0\n605000\n");
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 // link(), at the end.
 #include "base/escape.h"
 #include "base/owners.h"
-#include "tools/ocmd_link/progress.h"
 #include "tools/ocmd_link/unread.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
@@ -203,11 +202,9 @@ void read_subtrees(const Input &input) {
         }
 }
 
-void read_files(const Request &request, tool::Progress &progress) {
+void read_files(const Request &request) {
     read_root(Input{request.root});
-    size_t count = 0;
     for (const char *name : request.subtrees) {
-        progress.show("reading file %zu of %zu", ++count, request.subtrees.size());
         const std::string file = file_of(name);
         if (!is_passed_over(file, request))
             read_subtrees(Input{file});
@@ -312,9 +309,7 @@ tool::Status link(const tool::CommandLine &line) {
         tool::refuse("%s: is both input and output", request.output.c_str());
 
     FILE *stream = request.output == kStream ? take_standard_output() : nullptr;
-    tool::Progress progress;
-    read_files(request, progress);
-    progress.show("linking");
+    read_files(request);
     const LinkedTree tree = join();
     tell_if_too_deep(tree, request.output_name);
     tell_if_not_loadable(tree, request.output_name);
