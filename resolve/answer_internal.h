@@ -6,11 +6,13 @@
 #include "resolve/line_parser_internal.h"
 #include "resolve/line_words_internal.h"
 #include "resolve/reading_store_internal.h"
+#include "resolve/state_sets_internal.h"
 
 #include <vector>
 
 struct tsh_answer_t {
-    explicit tsh_answer_t(const tsh_grammar_t &of) : grammar(of), parser(of), next_words(of) {}
+    explicit tsh_answer_t(const tsh_grammar_t &of)
+        : grammar(of), parser(of), sets(of), next_words(of) {}
 
     void clear() {
         verdict = TSH_EMPTY;
@@ -27,6 +29,7 @@ struct tsh_answer_t {
     const tsh_grammar_t &grammar;
     tsh::LineWords words;
     tsh::LineParser parser;
+    tsh::StateSets sets;
     tsh::NextWords next_words;
 
     tsh_verdict_t verdict = TSH_EMPTY;

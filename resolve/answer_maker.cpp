@@ -44,13 +44,22 @@ void AnswerMaker::answer_unsplit(const SplitFault &fault) {
     answer_.verdict = TSH_REFUSED;
     answer_.reason = fault.reason;
     answer_.range = fault.range;
-    if (!is_brief())
-        tell(fault.reason == TSH_REASON_ZERO_BYTE
-                 ? "NUL byte"
-                 : "more than " + std::to_string(STR_LIST_MAX_WORDS) + " words");
+    tell(fault.reason == TSH_REASON_ZERO_BYTE
+             ? "NUL byte"
+             : "more than " + std::to_string(STR_LIST_MAX_WORDS) + " words");
 }
 
 void AnswerMaker::answer(size_t word_count) {
+    StateSets &sets = answer_.sets;
+    if (word_count == words_.size() && sets.accepts(context_, words_, options_)) {
+        if (is_brief() && sets.is_simple()) {
+            answer_simple(sets);
+            return;
+        }
+        sets.hand_to(parser_, words_);
+        answer_read_line();
+        return;
+    }
     parser_.parse(context_, words_, word_count, options_);
     if (parser_.words_read() == word_count)
         answer_read_line();
@@ -103,12 +112,34 @@ void AnswerMaker::answer_accepted(const ReadingGraph &graph) {
     enter_submodes(graph);
 }
 
+// What answer_accepted would make of a line whose ends are the nodes of its last word.
+void AnswerMaker::answer_simple(const StateSets &sets) {
+    answer_.verdict = TSH_ACCEPTED;
+    answer_.range = {words_.end(), words_.end()};
+    answer_.levels_left = sets.levels_left();
+    Submode submode;
+    for (const NodeNumber node : sets.ends()) {
+        const tree_node_t *command = &grammar_.record(node);
+        const bool is_submode = grammar_.facts(node).is_submode;
+        answer_.store.readings.push_back(
+            {command, command, is_submode ? 1 : 0, 0, nullptr, 0, nullptr});
+        if (!is_submode || context_.is_single_mode)
+            continue;
+        if (submode.entry == nullptr) {
+            const auto entry = std::make_shared<ReadingStore>();
+            entry->readings.push_back(answer_.store.readings.back());
+            submode.entry = entry;
+        }
+        submode.nodes.push_back(node);
+    }
+    if (submode.entry != nullptr)
+        answer_.entered.push_back(std::move(submode));
+}
+
 void AnswerMaker::answer_incomplete(const ReadingGraph &graph) {
     answer_.verdict = TSH_INCOMPLETE;
     const size_t end = words_.line().size();
     answer_.range = {end, end};
-    if (is_brief())
-        return;
     for (size_t i = 0; i < graph.ends().size(); ++i) {
         const Path path = graph.path_to(i);
         add_reading(path, whole(graph, path, false), answer_.store);
@@ -120,8 +151,6 @@ void AnswerMaker::answer_incomplete(const ReadingGraph &graph) {
 void AnswerMaker::answer_ambiguous(const ReadingGraph &graph, size_t word) {
     answer_.verdict = TSH_AMBIGUOUS;
     answer_.range = {words_[word].begin, words_[word].end};
-    if (is_brief())
-        return;
     std::string text = "ambiguous word " + quoted(words_[word].text) + ": ";
     const bool is_complete = !parser_.endings().empty();
     for (const Path::Step step : graph.spellings_of(word)) {
@@ -156,10 +185,6 @@ void AnswerMaker::answer_refused() {
                             : tsh_range_t{begin, begin + text.size()};
     }
     const std::vector<NextWord> &next = answer_.next_words.after(parser_, context_.hidden, false);
-    if (is_brief()) {
-        answer_.reason = value.exists ? TSH_REASON_VALUE : TSH_REASON_UNKNOWN;
-        return;
-    }
     add_candidates(next);
     answer_.reason = value.exists ? TSH_REASON_VALUE : reason_of_refusal(word, next);
     const bool is_line = value.exists && value.takes_rest; // quotes are part of it
@@ -382,12 +407,11 @@ void AnswerMaker::complete(std::string_view line) {
     }
     const bool has_begun = words_.size() > 0 && words_.end() == line.size();
     const size_t count = words_.size() - (has_begun ? 1 : 0);
-    const uint32_t options = std::exchange(options_, options_ & ~TSH_BRIEF);
+    options_ &= ~TSH_BRIEF;
     if (count > 0)
         answer(count);
     else
         parser_.parse(context_, words_, 0, options_);
-    options_ = options;
     if (answer_.verdict == TSH_REFUSED)
         return;
     answer_.entered.clear(); // only whole lines are entered

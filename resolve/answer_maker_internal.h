@@ -29,6 +29,7 @@ private:
     void answer(size_t word_count);
     void answer_read_line();
     void answer_ambiguous(const ReadingGraph &graph, size_t word);
+    void answer_simple(const StateSets &sets);
     void answer_accepted(const ReadingGraph &graph);
     void answer_incomplete(const ReadingGraph &graph);
     void answer_refused();

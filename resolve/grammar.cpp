@@ -116,6 +116,7 @@ tsh_grammar_t::tsh_grammar_t(std::span<const tsh_grammar_tree_t> trees, const ts
         const uint32_t node_count = tsh_tree_node_count(tree.tree);
         trees_.push_back({tsh_tree_root(tree.tree), next, node_count, tree.begins_with_root != 0});
         next += node_count;
+        begins_with_a_root_ = begins_with_a_root_ || tree.begins_with_root != 0;
     }
     facts_.resize(next);
     learn_nodes();

@@ -142,6 +142,9 @@ struct tsh_grammar_t {
     };
     [[nodiscard]] std::span<const Tree> trees() const { return trees_; }
 
+    [[nodiscard]] size_t link_count() const { return links_.size(); }
+    [[nodiscard]] bool begins_with_a_root() const { return begins_with_a_root_; }
+
     [[nodiscard]] const tsh::WordTable &words() const { return words_; }
     /// Whether a node of that keyword has a parameter, so that both may be joined.
     [[nodiscard]] bool is_joinable(tsh::WordNumber word) const { return joinable_[word]; }
@@ -171,6 +174,7 @@ private:
     tsh::WordTable words_;
     std::vector<bool> joinable_;
     bool has_joinable_ = false;
+    bool begins_with_a_root_ = false;
     std::vector<NodeNumber> names_; // open addressing, a power of two of slots
     std::vector<const char *> functions_;
     std::vector<int32_t> function_of_;

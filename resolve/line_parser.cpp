@@ -12,15 +12,34 @@ namespace {
 constexpr std::array<uint8_t, 6> kTypedOrder{0, 1, 2, 3, 4, 5};
 constexpr std::array<uint8_t, 6> kSavedOrder{0, 1, 5, 2, 3, 4};
 
-Position after_value(uint32_t parameter) {
-    return parameter == 0 ? Position::kOneValue : Position::kTwoValues;
-}
-
-Position within_rest(uint32_t parameter) {
-    return parameter == 0 ? Position::kInOneValue : Position::kInTwoValues;
+bool has_slash(const LineWords &words, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        if (words[i].text == "/")
+            return true;
+    return false;
 }
 
 } // namespace
+
+bool may_use_slash(const tsh_context_t &context, uint32_t options) {
+    return (options & TSH_SAVED_LINE) == 0 && !context.is_single_mode;
+}
+
+void TypedKeywords::look_up(const tsh_grammar_t &grammar, const LineWord &word) {
+    std::array<char, TREE_TOKEN_SIZE> folded; // longer words are no keywords
+    const size_t length = std::min(word.text.size(), folded.size());
+    for (size_t i = 0; i < length; ++i)
+        folded[i] = in_lower_case(word.text[i]);
+    const std::string_view text{folded.data(), length};
+    range_ = grammar.words().that_begin_with(text, is_full_);
+    joined_.clear();
+    if (word.is_quoted || !grammar.has_joinable_words())
+        return;
+    for (size_t i = std::min(length, word.text.size() - 1); i > 0; --i)
+        if (const WordNumber keyword = grammar.words().find(text.substr(0, i));
+            keyword != kNoWord && grammar.is_joinable(keyword))
+            joined_.push_back({keyword, static_cast<uint8_t>(i)});
+}
 
 LineParser::LineParser(const tsh_grammar_t &grammar)
     : grammar_(grammar), marks_(grammar.node_count()) {}
@@ -28,9 +47,19 @@ LineParser::LineParser(const tsh_grammar_t &grammar)
 void LineParser::parse(const tsh_context_t &context, const LineWords &words, size_t count,
                        uint32_t options) {
     hidden_ = &context.hidden;
-    words_ = &words;
     options_ = options;
-    may_enter_ = !context.is_single_mode;
+    may_enter_ = may_use_slash(context, options);
+    clear(words);
+    has_slash_ = may_enter_ && has_slash(words, count);
+    start(context);
+    for (size_t index = 0; index < count; ++index)
+        if (!read_word(index))
+            return;
+    find_endings();
+}
+
+void LineParser::clear(const LineWords &words) {
+    words_ = &words;
     states_.clear();
     edges_.clear();
     closures_.clear();
@@ -39,11 +68,33 @@ void LineParser::parse(const tsh_context_t &context, const LineWords &words, siz
     endings_.clear();
     kept_in_.clear();
     left_out_.clear();
-    start(context);
-    for (size_t index = 0; index < count; ++index)
-        if (!read_word(index))
-            return;
-    find_endings();
+}
+
+void LineParser::adopt(const std::vector<Chain> &chains, const LineWords &words, uint32_t rank) {
+    clear(words);
+    std::vector<Source> ends(chains.size(), Source::state(0));
+    for (size_t layer = 0; layer < chains.front().layers.size(); ++layer) {
+        first_states_.push_back(static_cast<Index>(states_.size()));
+        order_.clear();
+        for (size_t i = 0; i < chains.size(); ++i) {
+            const ChainLayer &from = chains[i].layers[layer];
+            const auto edge = layer == 0 ? kNone : static_cast<Index>(edges_.size());
+            if (layer > 0)
+                edges_.push_back({ends[i], kNone, from.kind, 0});
+            order_.push_back(static_cast<Index>(states_.size()));
+            ends[i] = Source::state(order_.back());
+            states_.push_back({from.place.node, from.place.position, layer == 0 ? rank : 0, edge,
+                               edge, kNone, 0});
+            for (const NodeNumber node : from.closures) {
+                const auto link = static_cast<Index>(links_.size());
+                links_.push_back({ends[i], kNone});
+                ends[i] = Source::closure(static_cast<Index>(closures_.size()));
+                closures_.push_back({node, 0, link, link, false});
+            }
+        }
+    }
+    for (size_t i = 0; i < chains.size(); ++i)
+        endings_.push_back({chains[i].end, ends[i], chains[i].leaves_out});
 }
 
 std::span<const State> LineParser::layer(size_t number) const {
@@ -94,18 +145,38 @@ void LineParser::rank_layer() {
     for (size_t i = 0; i < order_.size(); ++i)
         order_[i] = first + static_cast<Index>(i);
     std::ranges::stable_sort(order_, {}, [this](Index index) { return states_[index].key; });
-    uint32_t rank = 0;
+    std::swap(is_one_spelling_, was_one_spelling_);
+    is_one_spelling_.clear();
     for (size_t i = 0; i < order_.size(); ++i) {
-        if (i > 0 && states_[order_[i]].key != states_[order_[i - 1]].key)
-            ++rank;
-        states_[order_[i]].rank = rank;
+        State &state = states_[order_[i]];
+        const State *before = i > 0 ? &states_[order_[i - 1]] : nullptr;
+        if (before == nullptr || state.key != before->key)
+            is_one_spelling_.push_back(first == 0 || was_one_spelling_[state.key >> 32U]);
+        else if (first > 0 && is_one_spelling_.back() && !are_spelled_alike(state, *before))
+            is_one_spelling_.back() = false;
+        state.rank = static_cast<uint32_t>(is_one_spelling_.size() - 1);
     }
+}
+
+// States of one key, so that their words are of one kind.
+bool LineParser::are_spelled_alike(const State &state, const State &other) const {
+    const NodeFacts &facts = grammar_.facts(state.node);
+    const NodeFacts &others = grammar_.facts(other.node);
+    const Kind kind = edges_[state.first_edge].kind;
+    if (kind == Kind::kSlash)
+        return true;
+    if (kind <= Kind::kJoined && facts.word != others.word)
+        return false;
+    return kind < Kind::kJoined ||
+           grammar_.record(state.node).params[last_parameter(state.position)].type_mask ==
+               grammar_.record(other.node).params[last_parameter(other.position)].type_mask;
 }
 
 // Leaves the states of the last layer, those of one rank together, until a visit returns false.
 template <typename Visit> void LineParser::for_each_rank(Visit visit) {
     for (size_t i = 0; i < order_.size();) {
         rank_ = states_[order_[i]].rank;
+        keeps_equal_ = has_slash_ || !is_one_spelling_[rank_];
         for (; i < order_.size() && states_[order_[i]].rank == rank_; ++i)
             leave_state(order_[i]);
         leave_closures();
@@ -115,7 +186,9 @@ template <typename Visit> void LineParser::for_each_rank(Visit visit) {
 }
 
 bool LineParser::read_word(size_t index) {
-    look_up(index);
+    word_ = index;
+    keywords_.look_up(grammar_, (*words_)[index]);
+    is_slash_ = may_enter_ && (*words_)[index].text == "/";
     is_ending_ = false;
     refused_value_ = {};
     begin_layer();
@@ -126,24 +199,6 @@ bool LineParser::read_word(size_t index) {
     }
     rank_layer();
     return true;
-}
-
-void LineParser::look_up(size_t index) {
-    const LineWord &word = (*words_)[index];
-    std::array<char, TREE_TOKEN_SIZE> folded; // longer words are no keywords
-    const size_t length = std::min(word.text.size(), folded.size());
-    for (size_t i = 0; i < length; ++i)
-        folded[i] = in_lower_case(word.text[i]);
-    const std::string_view text{folded.data(), length};
-    word_ = {index, word.text == "/" && (options_ & TSH_SAVED_LINE) == 0 && may_enter_, false, {}};
-    word_.keywords = grammar_.words().that_begin_with(text, word_.is_full);
-    joined_.clear();
-    if (word.is_quoted || !grammar_.has_joinable_words())
-        return;
-    for (size_t i = std::min(length, word.text.size() - 1); i > 0; --i)
-        if (const WordNumber keyword = grammar_.words().find(text.substr(0, i));
-            keyword != kNoWord && grammar_.is_joinable(keyword))
-            joined_.push_back({keyword, static_cast<uint8_t>(i)});
 }
 
 void LineParser::find_endings() {
@@ -177,7 +232,7 @@ void LineParser::leave_state(Index index) {
         if (is_ending_ && facts.has_line)
             endings_.push_back({state.node, from, false});
         if (facts.is_submode) {
-            if (!is_ending_ && word_.is_slash)
+            if (!is_ending_ && is_slash_)
                 add_edge(state.node, Position::kEntered, Kind::kSlash, 0, from);
             return;
         }
@@ -218,19 +273,13 @@ void LineParser::leave_closure(Index index) {
             }
             return begin;
         };
-        if (!word_.keywords.empty()) {
-            for (size_t i = first_from(word_.keywords.begin); i < keywords.size(); ++i) {
-                const WordNumber word = grammar_.facts(keywords[i]).word;
-                if (!word_.keywords.holds(word))
-                    break;
+        if (!keywords_.range().empty())
+            for (size_t i = first_from(keywords_.range().begin);
+                 i < keywords.size() && keywords_.range().holds(grammar_.facts(keywords[i]).word);
+                 ++i)
                 if (is_visible(keywords[i]))
-                    add_edge(keywords[i], Position::kKeyword,
-                             word_.is_full && word == word_.keywords.begin ? Kind::kFull
-                                                                           : Kind::kAbbreviated,
-                             0, from);
-            }
-        }
-        for (const JoinedKeyword &joined : joined_)
+                    add_keyword(keywords[i], from);
+        for (const TypedKeywords::Joined &joined : keywords_.joined())
             for (size_t i = first_from(joined.word);
                  i < keywords.size() && grammar_.facts(keywords[i]).word == joined.word; ++i)
                 if (grammar_.facts(keywords[i]).param_count > 0 && is_visible(keywords[i]))
@@ -249,12 +298,9 @@ void LineParser::leave_closure(Index index) {
 // A node whose word comes next, as its parents' children are met.
 void LineParser::meet(NodeNumber node, Source from) {
     const NodeFacts &facts = grammar_.facts(node);
-    if (word_.keywords.holds(facts.word))
-        add_edge(node, Position::kKeyword,
-                 word_.is_full && facts.word == word_.keywords.begin ? Kind::kFull
-                                                                     : Kind::kAbbreviated,
-                 0, from);
-    for (const JoinedKeyword &joined : joined_)
+    if (keywords_.range().holds(facts.word))
+        add_keyword(node, from);
+    for (const TypedKeywords::Joined &joined : keywords_.joined())
         if (facts.word == joined.word && facts.param_count > 0)
             try_value(node, 0, joined.length, from);
     if (facts.word == kNoWord && facts.param_count > 0)
@@ -263,13 +309,18 @@ void LineParser::meet(NodeNumber node, Source from) {
         add_closure(node, from, facts.has_word());
 }
 
+void LineParser::add_keyword(NodeNumber node, Source from) {
+    const bool is_full = grammar_.facts(node).word == keywords_.full();
+    add_edge(node, Position::kKeyword, is_full ? Kind::kFull : Kind::kAbbreviated, 0, from);
+}
+
 void LineParser::pass(NodeNumber node, Index closure) {
     const NodeFacts &facts = grammar_.facts(node);
     const bool leaves_out = closures_[closure].leaves_out || facts.has_word();
     const Source from = Source::closure(closure);
     if (is_ending_ && facts.has_line)
         endings_.push_back({node, from, leaves_out});
-    if (!is_ending_ && word_.is_slash && facts.is_submode)
+    if (!is_ending_ && is_slash_ && facts.is_submode)
         add_edge(node, Position::kEntered, Kind::kSlash, 0, from);
     if (!facts.hides_descendants)
         add_closure(node, from, leaves_out);
@@ -285,7 +336,7 @@ void LineParser::try_value(NodeNumber node, uint32_t parameter, uint32_t keyword
                            Source from) {
     const bool takes_rest = (grammar_.facts(node).takes_rest >> parameter & 1U) != 0;
     if ((options_ & TSH_ANY_VALUE) == 0) {
-        const std::string_view text = value_text(word_.index, keyword_length, takes_rest);
+        const std::string_view text = value_text(word_, keyword_length, takes_rest);
         const tsh_check_t check =
             tsh_value_check(grammar_.types(), &grammar_.record(node).params[parameter], text.data(),
                             text.size(), nullptr, nullptr);
@@ -317,7 +368,8 @@ void LineParser::add_edge(NodeNumber node, Position position, Kind kind, uint32_
     Index index = mark.state_number == number_ ? mark.state : kNone;
     while (index != kNone && states_[index].position != position)
         index = states_[index].next_of_node;
-    if (index != kNone && states_[index].key < key)
+    if (index != kNone &&
+        (states_[index].key < key || (states_[index].key == key && !keeps_equal_)))
         return;
     const auto edge = static_cast<Index>(edges_.size());
     edges_.push_back({from, kNone, kind, static_cast<uint8_t>(keyword_length)});
@@ -343,7 +395,7 @@ void LineParser::add_closure(NodeNumber node, Source from, bool leaves_out) {
     NodeMark &mark = marks_[node];
     if (mark.closure_number == number_) {
         Closure &closure = closures_[mark.closure];
-        if (closure.rank != rank_)
+        if (closure.rank != rank_ || !keeps_equal_)
             return;
         links_.push_back({from, kNone});
         links_[closure.last_link].next = link;

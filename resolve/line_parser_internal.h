@@ -11,8 +11,9 @@
 // the word), so comparing readings takes constant time.
 //
 // States are processed in the order of their ranks, and the closure of a node is computed for the
-// first state that reaches it; later ones of the same rank add an edge, worse ones nothing. So no
-// node is looked at twice for a word, whatever shares it.
+// first state that reaches it; worse ones add nothing, and later ones of the same rank an edge, but
+// only if readings of that rank differ in spelling. So no node is looked at twice for a word, whatever
+// shares it.
 #pragma once
 
 #include "resolve/context_internal.h"
@@ -38,6 +39,13 @@ enum class Position : uint8_t {
     kInOneValue, ///< As kOneValue, and the value goes on to the end of the line.
     kInTwoValues ///< Likewise.
 };
+
+constexpr Position after_value(uint32_t parameter) {
+    return parameter == 0 ? Position::kOneValue : Position::kTwoValues;
+}
+constexpr Position within_rest(uint32_t parameter) {
+    return parameter == 0 ? Position::kInOneValue : Position::kInTwoValues;
+}
 
 /// The parameter whose value was read last; of a position behind or within a value.
 constexpr uint32_t last_parameter(Position position) {
@@ -127,6 +135,47 @@ struct RefusedValue {
     bool exists = false;
 };
 
+/// One reading of a line, state by state.
+struct ChainPlace {
+    NodeNumber node;
+    Position position;
+    bool operator==(const ChainPlace &) const = default;
+};
+struct ChainLayer {
+    ChainPlace place{0, Position::kKeyword};
+    Kind kind = Kind::kFull;          ///< Of the word that leads to it; not in the first layer.
+    std::vector<NodeNumber> closures; ///< Behind it, in their order.
+};
+struct Chain {
+    std::vector<ChainLayer> layers;
+    NodeNumber end = 0;
+    bool leaves_out = false;
+};
+
+/// Whether a word "/" may enter a submode.
+bool may_use_slash(const tsh_context_t &context, uint32_t options);
+
+/// Keywords that a typed word may stand for.
+class TypedKeywords {
+public:
+    void look_up(const tsh_grammar_t &grammar, const LineWord &word);
+
+    struct Joined {
+        WordNumber word;
+        uint8_t length;
+    };
+    [[nodiscard]] WordRange range() const { return range_; }
+    /// The keyword that is the word itself; kNoWord if none is.
+    [[nodiscard]] WordNumber full() const { return is_full_ ? range_.begin : kNoWord; }
+    /// Keywords with a parameter that the word begins with, longest first.
+    [[nodiscard]] const std::vector<Joined> &joined() const { return joined_; }
+
+private:
+    WordRange range_;
+    bool is_full_ = false;
+    std::vector<Joined> joined_;
+};
+
 class LineParser {
 public:
     explicit LineParser(const tsh_grammar_t &grammar);
@@ -134,6 +183,10 @@ public:
     /// Reads the words, at most the first count, of a line in the context's submode.
     void parse(const tsh_context_t &context, const LineWords &words, size_t count,
                uint32_t options);
+
+    /// Takes over equal readings of the words, known by other means. The rank is that of the states
+    /// that they begin with.
+    void adopt(const std::vector<Chain> &chains, const LineWords &words, uint32_t rank);
 
     /// Words that were read; the next one, if any, was refused.
     [[nodiscard]] size_t words_read() const { return first_states_.size() - 1; }
@@ -158,17 +211,6 @@ public:
                                               bool takes_rest) const;
 
 private:
-    /// What is known of the word that is being read.
-    struct CurrentWord {
-        size_t index = 0;
-        bool is_slash = false;
-        bool is_full = false; // the first of the keywords is the word itself
-        WordRange keywords;
-    };
-    struct JoinedKeyword {
-        WordNumber word;
-        uint8_t length;
-    };
     /// The entries of a node, and numbers that tell whether they are of this step.
     struct NodeMark {
         uint32_t state_number = 0;
@@ -177,20 +219,22 @@ private:
         Index closure = 0;
     };
 
+    void clear(const LineWords &words);
     void start(const tsh_context_t &context);
     void add_first_state(NodeNumber node, Position position, uint32_t rank);
     bool read_word(size_t index);
-    void look_up(size_t index);
     void find_endings();
     void begin_layer();
     void next_number();
     void rank_layer();
+    [[nodiscard]] bool are_spelled_alike(const State &state, const State &other) const;
     template <typename Visit> void for_each_rank(Visit visit);
     void leave_state(Index index);
     void leave_closures();
     void leave_closure(Index index);
     void pass(NodeNumber node, Index closure);
     void meet(NodeNumber node, Source from);
+    void add_keyword(NodeNumber node, Source from);
     void try_value(NodeNumber node, uint32_t parameter, uint32_t keyword_length, Source from);
     void add_edge(NodeNumber node, Position position, Kind kind, uint32_t keyword_length,
                   Source from);
@@ -202,7 +246,7 @@ private:
     const HiddenNodes *hidden_ = nullptr;
     const LineWords *words_ = nullptr;
     uint32_t options_ = 0;
-    bool may_enter_ = true;
+    bool may_enter_ = true; // by "/"
 
     std::vector<State> states_;
     std::vector<Edge> edges_;
@@ -214,10 +258,15 @@ private:
     uint32_t number_ = 0;             // of the step
 
     // While a layer is left.
-    CurrentWord word_;
-    std::vector<JoinedKeyword> joined_;
+    size_t word_ = 0;
+    bool is_slash_ = false;
+    TypedKeywords keywords_;
     bool is_ending_ = false; // nothing is read, the line ends
     uint32_t rank_ = 0;
+    bool keeps_equal_ = false;           // edges of equal readings, for they may differ
+    bool has_slash_ = false;             // submodes entered by all readings are wanted
+    std::vector<bool> is_one_spelling_;  // by rank in the last layer
+    std::vector<bool> was_one_spelling_; // in the layer before
     std::vector<Index> kept_in_;  // closures to be left, nothing left out before them
     std::vector<Index> left_out_; // those behind a word left out
 

@@ -105,7 +105,8 @@ TEST(Resolver, AgreesWithThePlainDefinition) {
                 word = kTyped[random() % std::size(kTyped)];
                 line += (line.empty() ? "" : " ") + word;
             }
-            const tsh_verdict_t verdict = session.resolve(line, saved | TSH_OUTWARD);
+            const tsh_verdict_t verdict =
+                session.resolve(line, saved | TSH_OUTWARD | (random() % 2 == 0 ? TSH_BRIEF : 0));
             const model::Meaning meaning = model::Resolver{tree, saved != 0}.resolve(levels, words);
             ASSERT_EQ(meaning_of(session, verdict, line), meaning)
                 << "round " << round << ": " << line << " at depth " << levels.size() - 1;

@@ -150,7 +150,6 @@ ConfigCheck::Outcome ConfigCheck::check_command(std::string_view line, uint32_t 
     if (verdict == TSH_EMPTY)
         return Outcome::kAccepted;
     if (verdict != TSH_ACCEPTED) {
-        verdict = resolve(0);
         const std::string message = message_of_answer(line);
         // A line with wrong values enters its submode all the same.
         if (tsh_answer_reason(answer_.get()) == TSH_REASON_VALUE)
