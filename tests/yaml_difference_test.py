@@ -78,7 +78,7 @@ def meaning(data):
     try:
         documents = list(yaml.compose_all(data, Loader=yaml.BaseLoader))
     except (yaml.YAMLError, UnicodeError) as error:
-        stricter = ("'\\t' that cannot start", "indicators, but found '#'")
+        stricter = ("'\\t' that cannot start", "but found '#'", "but found '\\t'")
         return None if any(text in str(error) for text in stricter) else "refused"
     root = mapping(documents[0]) if len(documents) == 1 else None
     words = mapping(root.get("words")) if root and set(root) == {"below", "words"} else None
