@@ -2,10 +2,11 @@
 """The schema and the compiler agree: grammar_schema_test.py SOURCE OCMD_COMPILE
 
 They know the same keys with the same limits, accept the example grammars and the first example of
-the format's description, and refuse the same mistakes.
+the format's description, refuse the same mistakes, and come to the same verdict on random words.
 """
 import glob
 import json
+import random
 import re
 import subprocess
 import sys
@@ -50,8 +51,8 @@ def schema_faults(text):
     return [e.message[:200] for d in documents for e in validator.iter_errors(d)]
 
 
-def compiler_faults(text):
-    run = subprocess.run([compiler, "-o", "/dev/null", "-"], input=text.encode(), capture_output=True)
+def compiler_faults(text, options=()):
+    run = subprocess.run([compiler, *options, "-o", "/dev/null", "-"], input=text.encode(), capture_output=True)
     return run.returncode and (run.stderr.decode() or "it crashed")
 
 
@@ -109,17 +110,40 @@ expect("keys with limits", checked >= 32, checked)
 for text in ("words: {a: {hlep: x, command: f}}",
              "words: {a: {command: f, optional: maybe}}",
              "words: {a: {submode: {mode: m, name: n}}}",
-             "words: {<INTEGER>: {min: 1, length: 2, command: f}}",
              "words: {a<INTEGER>b: f}",
              "words: [{a: f, b: f}]",
              "below: x\nwords: {a: f, b: f}",
              "below: x\nwords: [{a: f, b: f}]",
              "below: x\nredirect_root: no\nwords: {a: f}",
-             "words: {a: ''}",
              "words: {a: {command: f, permissions: 340282366920938463463374607431768211456}}",
              "below: x\nhelp: y\nwords: {a: f}",
              "version: -1\nwords: {a: f}",
              "- a"):
     expect("mistake seen by the schema: " + text, schema_faults(text))
     expect("mistake seen by the compiler: " + text, compiler_faults(text))
+
+# Values that the schema cannot tell from others (an empty one from null, 010 from 10) do not occur.
+numbers = ["0", "7", "0x1f", "0X1F", "'12'", "'010'", "'+1'", "'0x'", "-3", "x"]
+answers = ["yes", "'no'", "true", "false", "'true'", "'1'", "x"]
+texts = ["f", "''", "true", "12", "'" + 24 * "y" + "'", "[f]"]
+bounds = {"min": ["1", "'-0x1'", "'-2'", "-2"], "max": ["9", "'0x9'", "'09'"], "length": numbers}
+values = bounds | dict.fromkeys(["terminal", "excluded"], answers) | dict.fromkeys(
+    ["command", "function", "submode_help", "mode", "help"], texts) | {
+    "submode": answers + ["{help: x}", "{mode: x}", "{}", "{hlep: x}"], "token_id": numbers,
+    "optional": numbers + answers, "flags": numbers + ["[0, '0x2', 31]", "['32']", "[[1]]"],
+    "parameters": ["[{}]", "[{}, {min: 1}]", "[]", "[{length: 1, max: 2}]", "[x]"],
+    "words": ["{}", "[]", "[{a: f}]", "[a]", "{a: ''}", "x"], "clock": ["f"]}
+keys = ["a", "a", "a", "<INTEGER>", "<INTEGER>", "a<WWN>", "<WWN> <LUN>", "<>", "a<>", "'a<WWN>b'", 32 * "k", 31 * "k"]
+unchecked = [f"--warn=no-{check}" for check in ("bounds", "redirect-root", "same-word")]
+choose = random.Random(1)
+verdicts = []
+for _ in range(300):
+    below = choose.choice(["", "below: a\n", "below: '" + choose.choice([16, 17]) * "a,,b," + "'\n"])
+    chosen = choose.sample(sorted(values), choose.choice([0, 1, 1, 2, 2, 3]))
+    word = ", ".join(f"{key}: {choose.choice(values[key])}" for key in chosen)
+    text = below + f"words: {{{choose.choice(keys)}: {{{word}}}}}\n"
+    verdicts.append(bool(compiler_faults(text, unchecked)))
+    expect("the same verdict on " + text, bool(schema_faults(text)) == verdicts[-1],
+           schema_faults(text) or compiler_faults(text, unchecked))
+expect("good and bad words", 75 <= sum(verdicts) <= 225, sum(verdicts))
 sys.exit(failures > 0)
