@@ -122,7 +122,8 @@ for text in ("words: {a: {hlep: x, command: f}}",
     expect("mistake seen by the schema: " + text, schema_faults(text))
     expect("mistake seen by the compiler: " + text, compiler_faults(text))
 
-# Values that the schema cannot tell from others (an empty one from null, 010 from 10) do not occur.
+# Values that the schema cannot tell from others (an empty one from null, 010 from 10), and quoted
+# numbers that are too high, do not occur.
 numbers = ["0", "7", "0x1f", "0X1F", "'12'", "'010'", "'+1'", "'0x'", "-3", "x"]
 answers = ["yes", "'no'", "true", "false", "'true'", "'1'", "x"]
 texts = ["f", "''", "true", "12", "'" + 24 * "y" + "'", "[f]"]
@@ -130,10 +131,11 @@ bounds = {"min": ["1", "'-0x1'", "'-2'", "-2"], "max": ["9", "'0x9'", "'09'"], "
 values = bounds | dict.fromkeys(["terminal", "excluded"], answers) | dict.fromkeys(
     ["command", "function", "submode_help", "mode", "help"], texts) | {
     "submode": answers + ["{help: x}", "{mode: x}", "{}", "{hlep: x}"], "token_id": numbers,
-    "optional": numbers + answers, "flags": numbers + ["[0, '0x2', 31]", "['32']", "[[1]]"],
+    "optional": numbers + answers, "flags": numbers + ["[0, '0x2', 31]", "[[1]]"],
     "parameters": ["[{}]", "[{}, {min: 1}]", "[]", "[{length: 1, max: 2}]", "[x]"],
     "words": ["{}", "[]", "[{a: f}]", "[a]", "{a: ''}", "x"], "clock": ["f"]}
-keys = ["a", "a", "a", "<INTEGER>", "<INTEGER>", "a<WWN>", "<WWN> <LUN>", "<>", "a<>", "'a<WWN>b'", 32 * "k", 31 * "k"]
+keys = ["a", "a", "a", "<INTEGER>", "<INTEGER>", "a<WWN>", "<WWN> <LUN>", "<>", "a<>", "'a<WWN>b'",
+        32 * "k", 31 * "k"]
 unchecked = [f"--warn=no-{check}" for check in ("bounds", "redirect-root", "same-word")]
 choose = random.Random(1)
 verdicts = []
