@@ -9,12 +9,15 @@ scripts/install-packages.sh build abigail-tools
 build=build/abi baseline=cmake/libtsh.abi
 # GCC's DWARF 5 is more than some versions of the tools read.
 cmake --preset sample -B "$build" -DTSH_BUILD_TOOLS=OFF -DCMAKE_CXX_FLAGS="-gdwarf-4 -O1" >/dev/null
-cmake --build "$build" --target tsh >/dev/null
+cmake --build "$build" >/dev/null
+rm -rf "$build/root"
+cmake --install "$build" --component development --prefix "$build/root" >/dev/null
+abidw --no-show-locs --no-corpus-path --no-comp-dir-path --headers-dir "$build/root/include" \
+    --drop-private-types --exported-interfaces-only --no-elf-needed "$build/libtsh.so" |
+    sed "s|$PWD/||" >"$build/libtsh.abi"
 case ${1:-} in
-renew)
-    abidw --no-show-locs --no-corpus-path --no-comp-dir-path --out-file "$baseline" "$build/libtsh.so"
-    ;;
-'') abidiff --no-added-syms "$baseline" "$build/libtsh.so" ;;
+renew) cp "$build/libtsh.abi" "$baseline" ;;
+'') abidiff --no-added-syms "$baseline" "$build/libtsh.abi" ;;
 *)
     echo "check-abi.sh: unknown argument '$1'" >&2
     exit 2
