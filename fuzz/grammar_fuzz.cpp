@@ -1,5 +1,6 @@
 // Any bytes as a file of grammars, through all of the compiler. What can be compiled makes a sound
-// tree, and shown as a grammar again it compiles to the same records.
+// tree, and shown as a grammar again it compiles to the same records. The compiler takes no more
+// memory than its man page says.
 //
 // Reaches: compiler::YamlReader::next, compiler::understand, compiler::check, compiler::lay_out,
 // show::show_yaml
@@ -12,7 +13,9 @@
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/types.h"
 
+#include <algorithm>
 #include <optional>
+#include <sanitizer/allocator_interface.h>
 
 namespace {
 
@@ -24,8 +27,34 @@ std::string_view bytes_of(const Records &records) {
     return {reinterpret_cast<const char *>(records.data()), records.size() * sizeof records[0]};
 }
 
+// Counts the bytes that are allocated while it lives.
+class MemoryCount {
+public:
+    MemoryCount() : before_(live_) { most_ = live_; }
+    [[nodiscard]] size_t most() const { return most_ - before_; }
+
+    static void install() {
+        __sanitizer_install_malloc_and_free_hooks(
+            [](const volatile void * /*block*/, size_t size) {
+                live_ += size;
+                most_ = std::max(most_, live_);
+            },
+            [](const volatile void *block) {
+                const void *freed = const_cast<const void *>(block);
+                live_ -= std::min(live_, __sanitizer_get_allocated_size(freed));
+            });
+    }
+
+private:
+    static inline size_t live_ = 0;
+    static inline size_t most_ = 0;
+    size_t before_;
+};
+
 // The records of all documents; none when there is a fault.
 std::vector<Records> compile(std::string bytes, bool with_checks) {
+    const size_t size = bytes.size();
+    const MemoryCount memory;
     compiler::Grammar grammar;
     compiler::Messages messages;
     grammar.files.emplace_back("grammar", std::move(bytes));
@@ -36,6 +65,7 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
     if (with_checks)
         compiler::check(grammar, false, *usual_levels, messages);
     messages.tell();
+    want(memory.most() <= 200 * size + (size_t{64} << 20U), "memory");
     std::vector<Records> all;
     if (messages.faults() == 0)
         for (const compiler::Document &document : grammar.documents)
@@ -58,6 +88,7 @@ std::optional<std::string> shown(const Records &records) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char ***argv) {
+    MemoryCount::install();
     tool::register_types();
     static constexpr tool::Program kProgram{"grammar_fuzz", "", "", {}};
     return tool::run(kProgram, 1, *argv, [](const tool::CommandLine &line) {

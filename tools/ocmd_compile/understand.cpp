@@ -298,7 +298,10 @@ void Understanding::add_links(uint32_t parent, const Pair &words, const std::str
         links = known->second;
         out_.finished.push_back(parent);
     } else {
+        const size_t faults_before = values_.faults();
         OpenList open{parent, parent_name, words_in(words), 0, links.first};
+        if (parent != kNoWord && values_.faults() > faults_before)
+            out_.words[parent].sound = false;
         links.second = static_cast<uint32_t>(open.pairs.size());
         if (open.pairs.size() > TREE_MAX_CHILDREN)
             values_.fault_at_key(open.pairs[TREE_MAX_CHILDREN],

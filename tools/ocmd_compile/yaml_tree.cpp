@@ -349,6 +349,8 @@ struct YamlReader::Parser {
     void learn_tag(YamlNode &node, std::string_view tag) {
         if (tag == "!bytes" && node.kind == YamlKind::kScalar)
             node.of_bytes = true;
+        else if (tag == "!bytes")
+            messages.fault(file, node.place, "misplaced tag !bytes; expected a string after it");
         else if (!is_plain_tag(tag))
             messages.fault(file, node.place,
                            "unknown tag " + tool::quoted_start(tag) + "; expected !bytes");
