@@ -44,9 +44,14 @@ cmake -S "$scratch/outside" -B "$scratch/outside/build" -DCMAKE_PREFIX_PATH="$sc
     -DCMAKE_C_FLAGS="${2:-}" -DCMAKE_CXX_FLAGS="${2:-}" >"$scratch/log" &&
     cmake --build "$scratch/outside/build" >>"$scratch/log" || { cat "$scratch/log" && exit 1; }
 for language in c cpp; do
-    "$scratch/outside/build/resolve_$language" "$1/examples/switch/main.par" 'BENCH TOOLS' |
-        diff - <(printf 'tools  What the bench is equipped with\n    lamp  %s\n    loop  %s\n    peek  %s\n' \
-            'Let the lamp of a bay blink' 'Send what a bay says back to it' 'Read a register')
+    printf '%s\n' 'BENCH TOOLS PEEK b1' 'bench tools ?' |
+        "$scratch/outside/build/resolve_$language" "$1/examples/switch/main.par" >"$scratch/resolved"
+    diff "$scratch/resolved" - <<'RESOLVED'
+bench_peek: bench tools peek 'b1'
+  lamp: Let the lamp of a bay blink
+  loop: Send what a bay says back to it
+  peek: Read a register
+RESOLVED
 done
 
 # Inside another project: a target, and neither tests nor rules to install.

@@ -42,6 +42,33 @@ TEST_F(Find, AnswersWhatALineStandsForOrPointsAtTheWordThatIsNotKnown) {
     EXPECT_EQ(replayed(answers), answers);
 }
 
+// The first error message, or the function, of a line as the example shell gives it.
+TEST_F(Find, AgreesWithTheExampleShell) {
+    std::mt19937 random(5);
+    constexpr const char *kWords[] = {"show",   "la",    "lamp", "3",    "/",    "br",
+                                      "bright", "7x",    "lit",  "now",  "no",   "dye",
+                                      "hue",    "pace7", "x",    "dip",  "nest", "egg",
+                                      "pair",   "ward",  "sh",   "lane", "peek", "-7"};
+    for (int round = 0; round < 100; ++round) {
+        std::string line;
+        for (size_t words = 1 + random() % 4; words > 0; --words)
+            line += std::string{line.empty() ? "" : " "} + kWords[random() % std::size(kWords)];
+        store("line", line + '\n');
+        const std::string found = shell("ocmd_find -- main.par \"$(cat line)\" 2>&1").out;
+        const std::string run = shell("'" EXAMPLE_SHELL "' main.par <line").out;
+        std::smatch wanted;
+        if (std::regex_search(found, wanted,
+                              std::regex{"ocmd_find: ([^\n]*?)(, did you mean[^\n]*)?\n"}))
+            EXPECT_EQ(run.substr(0, run.find('\n')), "error: " + wanted[1].str()) << line;
+        else if (std::regex_search(found, std::regex{"submode:"}))
+            EXPECT_EQ(run, "") << line;
+        else if (std::regex_search(found, wanted, std::regex{"function: +([^\n]*)"}))
+            EXPECT_EQ(run.substr(0, run.find(':')), wanted[1].str()) << line;
+        else
+            EXPECT_EQ(run, "nothing to run\n") << line;
+    }
+}
+
 // ---- Saved configurations ----
 
 TEST_F(Find, PointsIntoAConfigurationWhereItGoesWrong) {
