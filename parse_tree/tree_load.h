@@ -2,9 +2,10 @@
  * tree that the process works on. A main par file is a bare array of tree_node_t in host byte
  * order; its size is a multiple of 1000.
  *
- * While a file is mapped, it must not become shorter and should not change: reading a record that it
- * has no more raises SIGBUS, which ends the process unless it handles the signal. Write a new file
- * beside the old one and rename it over that, as ocmd_link does: a mapping keeps the old file. */
+ * While a file is mapped, it must not become shorter and should not change: reading a record that
+ * it has no more raises SIGBUS, which ends the process unless it handles the signal. Write a new
+ * file beside the old one and rename it over that, as ocmd_link does: a mapping keeps the old file.
+ */
 #ifndef TSH_PARSE_TREE_TREE_LOAD_H
 #define TSH_PARSE_TREE_TREE_LOAD_H
 

@@ -12,8 +12,8 @@
 //
 // States are processed in the order of their ranks, and the closure of a node is computed for the
 // first state that reaches it; worse ones add nothing, and later ones of the same rank an edge, but
-// only if readings of that rank differ in spelling. So no node is looked at twice for a word, whatever
-// shares it.
+// only if readings of that rank differ in spelling. So no node is looked at twice for a word,
+// whatever shares it.
 #pragma once
 
 #include "resolve/context_internal.h"
@@ -267,8 +267,8 @@ private:
     bool has_slash_ = false;             // submodes entered by all readings are wanted
     std::vector<bool> is_one_spelling_;  // by rank in the last layer
     std::vector<bool> was_one_spelling_; // in the layer before
-    std::vector<Index> kept_in_;  // closures to be left, nothing left out before them
-    std::vector<Index> left_out_; // those behind a word left out
+    std::vector<Index> kept_in_;         // closures to be left, nothing left out before them
+    std::vector<Index> left_out_;        // those behind a word left out
 
     std::vector<Ending> endings_;
     RefusedValue refused_value_;

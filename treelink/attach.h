@@ -19,8 +19,8 @@ TSH_API uint32_t tsh_current_position;
  * A path is left out, with a message on standard error, when its name is not in the array, when a
  * child of the parent stands for the same word, when the parent has 192 children, and when it
  * would close a cycle. A subtree that names one parent twice is linked there once. A subtree none
- * of whose paths is linked stays in the array. If the cycle search exceeds its limit, the path is not
- * attached either. The message names both nodes and their files.
+ * of whose paths is linked stays in the array. If the cycle search exceeds its limit, the path is
+ * not attached either. The message names both nodes and their files.
  *
  * @param out the linked array, released by the caller with free; null when there is none.
  * @return the nodes of the array; 0 without a subtree from the root file; -1 after a message on
