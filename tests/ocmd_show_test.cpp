@@ -400,7 +400,7 @@ TEST_F(Show, TellsWhatAGrammarCannotSay) {
          [](Nodes &n) { n[1].children[0] = 2; }},
         {"node 1 a: entries of child_link_bits beyond child_count",
          [](Nodes &n) { n[1].child_link_bits[0] = 1; }},
-        {"node 1 a: reserved bytes", [](Nodes &n) { n[1].reserved[7] = 1; }},
+        {"node 1 a: reserved bytes", [](Nodes &n) { std::end(n[1].reserved)[-1] = 1; }},
         {"node 3 c: interface kind 0 without 18 and 19",
          [](Nodes &n) { n[3].params[0].intf_mask = 1; }},
         {"1 unreachable node, first: node 6 \"\"", [](Nodes &n) { n.resize(7); }},
