@@ -269,6 +269,9 @@ TEST_F(Show, KnowsAFileByItsLook) {
         EXPECT_EQ(shell(start + "records - <$f"), expected);
         EXPECT_EQ(shell(start + "cat $f | records -"), expected);
     }
+    EXPECT_EQ(shell("ocmd_show --check packed.par sub.par"),
+              "ocmd_show: packed.par: gzip-compressed main par file, which cannot be loaded\n"
+              "sub.par: no faults in its trees\nstatus 1");
     EXPECT_EQ(shell("ocmd_show --kind=subtrees --byte-order=little main.par"),
               "ocmd_show: main.par: record 1: without nodes, which ends the file for its readers; "
               "left out with the 49976 bytes that follow\n"
@@ -329,6 +332,12 @@ TEST_F(Show, TellsWhatOfAFileIsMissing) {
               "ocmd_show: .: cannot be read: Is a directory\n"
               "ocmd_show: cut.par: what follows the compressed data is left out\n"
               "cut.par: subtree file, gzip-compressed, big-endian, records: 2\n");
+    Nodes endless(2);
+    std::ranges::fill(endless[0].name, 'x');
+    store(endless);
+    EXPECT_EQ(shell("ocmd_show main.par"),
+              "ocmd_show: main.par: neither a main par file nor a subtree file; --kind=main reads "
+              "it as a main par file\nstatus 2");
 }
 
 TEST_F(Show, WritesEveryByteAsJson) {
@@ -495,11 +504,12 @@ TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {
     for (const char *wrong :
          {"", "--dot --json main.par", "--levels=1 main.par", "--nodes --below=up main.par",
           "--json --redirect-root main.par", "--dot --levels=-1 main.par",
-          "--dot --levels=:1 main.par", "--dot --levels=1x main.par", "--kind=tree main.par",
-          "--none main.par"})
+          "--dot --levels=:1 main.par", "--dot --levels=1x main.par", "--kind=tree main.par"})
         EXPECT_EQ(
             shell("ocmd_show " + std::string(wrong) + " >said 2>&1; s=$?; tail -n 1 said; exit $s"),
             "Try 'ocmd_show --help'.\nstatus 2");
+    EXPECT_EQ(shell("\"$(command -v ocmd_show)\" --none"),
+              "ocmd_show: unrecognized option '--none'\nTry 'ocmd_show --help'.\nstatus 2");
 }
 
 TEST_F(Show, IsNotImpressedByDepthOrBadDays) {
@@ -521,6 +531,10 @@ TEST_F(Show, IsNotImpressedByDepthOrBadDays) {
     EXPECT_EQ(shell("{ ocmd_show --json main.par; echo \"status $?\" >&2; } | "
                     "{ head -c 9 >head; truncate -s 0 main.par; cat >rest; }"),
               "ocmd_show: main.par: became shorter while it was read\nstatus 2\n");
+    EXPECT_EQ(
+        shell("ulimit -c 0; mkfifo pipe; ocmd_show pipe & exec 3>pipe; " // once it has opened it
+              "kill -TRAP $!; wait $! 2>&-"),
+        "status 133");
 }
 
 } // namespace

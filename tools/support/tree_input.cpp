@@ -252,7 +252,10 @@ private:
 } // namespace
 
 uint32_t tell_faults(const TreeFile &file) {
-    return FaultTeller{file, UINT32_MAX}.check_all();
+    const bool is_loadable = file.container() != Container::kMain || !file.compressed();
+    if (!is_loadable) // the library maps main par files; only the tools inflate them
+        tell("%s: gzip-compressed main par file, which cannot be loaded", file.name().c_str());
+    return FaultTeller{file, UINT32_MAX}.check_all() + (is_loadable ? 0 : 1);
 }
 
 bool is_sound(const TreeFile &file) {

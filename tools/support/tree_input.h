@@ -60,7 +60,8 @@ private:
     std::unique_ptr<Content> content_;
 };
 
-/// Tells every fault of every record, each with file, record and node. @return how many.
+/// Tells every fault of every record, each with file, record and node, and that a main par file is
+/// compressed. @return how many.
 uint32_t tell_faults(const TreeFile &file);
 
 /// Whether every tree is sound; if not, the first faults are told.
