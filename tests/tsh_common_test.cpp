@@ -81,25 +81,46 @@ std::string repeated(int count, const std::string &text) {
     return all;
 }
 
-// Cases are "given => result", set apart by ';' or on lines of their own.
-template <typename Code> void check(const std::string &cases, Code code) {
-    for (size_t at = 0, end = 0; at < cases.size(); at = end + 1) {
-        const size_t arrow = cases.find(" => ", at);
-        end = std::min(cases.find_first_of(";\n", arrow), cases.size());
-        EXPECT_EQ(code(cases.substr(at, arrow - at)), cases.substr(arrow + 4, end - arrow - 4));
-    }
+struct Case {
+    const char *given;
+    const char *result;
+};
+
+template <typename Code> void check(std::initializer_list<Case> cases, Code code) {
+    for (const auto &[given, result] : cases)
+        EXPECT_EQ(code(given), result) << "given: " << given;
 }
 
 TEST(TshCommon, StrsplitCutsLinesAsTheShellReadsThem) {
-    check(R"(show cartridge  short => [show]0[cartridge]5[short]16;show all| => [show]0[all|]5
-  lift one crate  => [lift]2[one]7[crate]11
-show all |> file => [show]0[all]5[|]9[>]11[file]13;a|>b|>c => [a|]0[>b|>c]3;a|> => [a|]0[>]3
-echo "a b" c => [echo]0[a b" c]6;echo "a b" => [echo]0[a b"]6;"a"  b => [a" ]1[b]5
-x "" => [x]0["]3;x " => [x]0;" => ;set "x => [set]0[x]5;a"b c" d => [a"b c" d]0
-a" => [a"]0;a""b c => [a""b c]0)",
-          [](const std::string &line) { return split(line); });
-    check("a,b,,c => [a]0[b]2[c]5;a b\tc,d => [a b\tc]0[d]6;> => [> ]0;| => [| ]0;< => [< ]0",
-          [](const std::string &line) { return split(line, ","); });
+    check(
+        {
+            {"show cartridge  short", "[show]0[cartridge]5[short]16"},
+            {"show all|", "[show]0[all|]5"},
+            {"  lift one crate ", "[lift]2[one]7[crate]11"},
+            {"show all |> file", "[show]0[all]5[|]9[>]11[file]13"},
+            {"a|>b|>c", "[a|]0[>b|>c]3"},
+            {"a|>", "[a|]0[>]3"},
+            {"echo \"a b\" c", "[echo]0[a b\" c]6"},
+            {"echo \"a b\"", "[echo]0[a b\"]6"},
+            {"\"a\"  b", "[a\" ]1[b]5"},
+            {"x \"\"", "[x]0[\"]3"},
+            {"x \"", "[x]0"},
+            {"\"", ""},
+            {"set \"x", "[set]0[x]5"},
+            {"a\"b c\" d", "[a\"b c\" d]0"},
+            {"a\"", "[a\"]0"},
+            {"a\"\"b c", "[a\"\"b c]0"},
+        },
+        [](const std::string &line) { return split(line); });
+    check(
+        {
+            {"a,b,,c", "[a]0[b]2[c]5"},
+            {"a b\tc,d", "[a b\tc]0[d]6"},
+            {">", "[> ]0"},
+            {"|", "[| ]0"},
+            {"<", "[< ]0"},
+        },
+        [](const std::string &line) { return split(line, ","); });
     EXPECT_EQ(split("a0b;", "01234567890123456789012345678901;"), "[a]0[b;]2");
     EXPECT_EQ(split("a\tb\vc", " 2345678901234567890123456789"), "[a]0[b\vc]2");
     EXPECT_TRUE(split(repeated(600, "w ")).ends_with("[w]1018[w]1020"));
@@ -114,14 +135,31 @@ a" => [a"]0;a""b c => [a""b c]0)",
 }
 
 TEST(TshCommon, TokenizeKnowsQuotesEscapesAndSpecials) {
-    check(R"(show  cartridge => [show]0[cartridge]6 00;set "a b" c => [set]0[a b]5[c]10 00
-ab"cd"ef => [ab]0[cd]3[ef]6 00;a\ b c => [a\ b]0[c]5 00;a\\ \"b c => [a\\]0[\"b]4[c]8 00
-"a\" b" c => [a\" b]1[c]8 00;x\ => [x\]0 00;x \ => [x]0[\]2 00;"a\ =>  10
-say "hi =>  14;say " =>  14;a "b" "c\" =>  16;  " =>  02; ""  =>  00)",
-          [](const std::string &line) { return tokens(line); });
     check(
-        R"(show all|grep x => [show]0[all]5[|]8[grep]9[x]14 00;a\\ \ => [a\\]0[\]4 00
-a\ => [a]0[\]1 00;a|"b|c"\|d|e\| => [a]0[|]1[b|c]3[\]7[|]8[d]9[|]10[e\|]11 00)",
+        {
+            {"show  cartridge", "[show]0[cartridge]6 00"},
+            {"set \"a b\" c", "[set]0[a b]5[c]10 00"},
+            {"ab\"cd\"ef", "[ab]0[cd]3[ef]6 00"},
+            {"a\\ b c", "[a\\ b]0[c]5 00"},
+            {"a\\\\ \\\"b c", "[a\\\\]0[\\\"b]4[c]8 00"},
+            {"\"a\\\" b\" c", "[a\\\" b]1[c]8 00"},
+            {"x\\", "[x\\]0 00"},
+            {"x \\", "[x]0[\\]2 00"},
+            {"\"a\\", " 10"},
+            {"say \"hi", " 14"},
+            {"say \"", " 14"},
+            {"a \"b\" \"c\\\"", " 16"},
+            {"  \"", " 02"},
+            {" \"\" ", " 00"},
+        },
+        [](const std::string &line) { return tokens(line); });
+    check(
+        {
+            {"show all|grep x", "[show]0[all]5[|]8[grep]9[x]14 00"},
+            {"a\\\\ \\", "[a\\\\]0[\\]4 00"},
+            {"a\\", "[a]0[\\]1 00"},
+            {"a|\"b|c\"\\|d|e\\|", "[a]0[|]1[b|c]3[\\]7[|]8[d]9[|]10[e\\|]11 00"},
+        },
         [](const std::string &line) { return tokens(line, "|\\"); });
     EXPECT_EQ(tokens("a\xFF\xFE\\\xFF"), "[a]0[\xFF]1[\xFE\\\xFF]2 00");
     EXPECT_EQ(tokens(R"(\|d|)", "|"), R"([\|d]0[|]3 00)");
@@ -279,9 +317,16 @@ TEST(TshCommon, ListsAreJoinedPrintedAndReleased) {
     print_str_list(nullptr);
 }
 
-TEST(TshCommon, FieldsAndNumbersAreStrict) {
-    check("1:23:abc => 01|23|0abc;a::b: => 0a||0b;: => ;abc => 0abc; => ",
-          [](const std::string &text) { return shown(hex_split(text.c_str(), ":")); });
+TEST(TshCommon, HexFieldsGetALeadingZeroIfTheirLengthIsOdd) {
+    check(
+        {
+            {"1:23:abc", "01|23|0abc"},
+            {"a::b:", "0a||0b"},
+            {":", ""},
+            {"abc", "0abc"},
+            {"", ""},
+        },
+        [](const std::string &text) { return shown(hex_split(text.c_str(), ":")); });
     const auto report = [](const char *, GLogLevelFlags, const char *text, void *) { puts(text); };
     g_log_set_default_handler(report, nullptr);
     const std::string place = "file ../feature/tsh/src/tsh_common: line ";
@@ -289,26 +334,59 @@ TEST(TshCommon, FieldsAndNumbersAreStrict) {
               place + "245 (hex_split): assertion `delimiter != NULL' failed.\n");
     EXPECT_EQ(printed(0, [] { EXPECT_EQ(hex_split(nullptr, nullptr), nullptr); }),
               place + "244 (hex_split): assertion `string != NULL' failed.\n");
+}
+
+TEST(TshCommon, NumbersAreHexadecimalAndFitTheirWidth) {
     const auto numbers = [](const std::string &text) {
         return std::to_string(get_uint16_from_str(text.c_str())) + " " +
                std::to_string(get_uint8_from_str(text.c_str())) + " " +
                std::to_string(strxtoi(text.c_str()));
     };
-    check("0000 => 0 0 0; => 0 0 0;00ff => 255 255 255;FF => 255 255 255;100 => 256 -1 256\n"
-          "12345 => 74565 -1 74565;1 2 => -1 -1 0;+1 => -1 -1 0;12g => -1 -1 0;1g2 => -1 -1 0\n"
-          "0x1F => -1 -1 31;0X00ff => -1 -1 255;0x => -1 -1 0;0x0x1 => -1 -1 0;zz => -1 -1 0\n"
-          "ffffffff => -1 -1 4294967295;80000000 => -2147483648 -1 2147483648;100000001 => -1 -1 0",
-          numbers);
+    check(
+        {
+            {"0000", "0 0 0"},
+            {"", "0 0 0"},
+            {"00ff", "255 255 255"},
+            {"FF", "255 255 255"},
+            {"100", "256 -1 256"},
+            {"12345", "74565 -1 74565"},
+            {"1 2", "-1 -1 0"},
+            {"+1", "-1 -1 0"},
+            {"12g", "-1 -1 0"},
+            {"1g2", "-1 -1 0"},
+            {"0x1F", "-1 -1 31"},
+            {"0X00ff", "-1 -1 255"},
+            {"0x", "-1 -1 0"},
+            {"0x0x1", "-1 -1 0"},
+            {"zz", "-1 -1 0"},
+            {"ffffffff", "-1 -1 4294967295"},
+            {"80000000", "-2147483648 -1 2147483648"},
+            {"100000001", "-1 -1 0"},
+        },
+        numbers);
     EXPECT_EQ(printed(TSH_TRACE_PARAMS,
                       [&] { get_uint16_from_str(nullptr), numbers("100"), numbers("zz"); }),
               "@Error in ID format.\n@Invalid Number detected.\n@Invalid Number detected.\n");
     EXPECT_EQ(get_uint8_from_str(nullptr), -1);
     EXPECT_EQ(strxtoi(nullptr), 0U);
     EXPECT_EQ(printed(~TSH_TRACE_PARAMS, [&] { get_uint16_from_str(nullptr), numbers("zz"); }), "");
+}
+
+TEST(TshCommon, RangesAreSeparatedByCommas) {
     range_preparse_str(nullptr);
-    check("1-5 => 1,5;10-19 => 10,19;9-0 => 9,0;/-1:-2 => /-1:-2;-3--1 => -3,-1;5--2 => 5,-2;--5 "
-          "=> ,-5;5---2 => 5,,-2;a-1- => a-1,",
-          [](std::string range) { return range_preparse_str(range.data()), range; });
+    check(
+        {
+            {"1-5", "1,5"},
+            {"10-19", "10,19"},
+            {"9-0", "9,0"},
+            {"/-1:-2", "/-1:-2"},
+            {"-3--1", "-3,-1"},
+            {"5--2", "5,-2"},
+            {"--5", ",-5"},
+            {"5---2", "5,,-2"},
+            {"a-1-", "a-1,"},
+        },
+        [](std::string range) { return range_preparse_str(range.data()), range; });
 }
 
 TEST(TshCommon, CommandLinesWalkDownTheTree) {
@@ -328,18 +406,24 @@ TEST(TshCommon, CommandLinesWalkDownTheTree) {
     EXPECT_EQ(atnode_find_cmd_index(nullptr, "sh"), nullptr);
 }
 
-TEST(TshCommon, MemoryIsZeroAndSortingCountsItsPasses) {
+TEST(TshCommon, AllocatedMemoryIsZero) {
     for (const uint32_t size : {1U, 2U, 3U, 4U, 5U, 1U << 20}) {
         auto *block = static_cast<char *>(tsh_malloc(size));
         EXPECT_EQ(std::count(block, block + size, '\0'), size);
         std::fill_n(block, size, 'x');
         tsh_free(block);
     }
+}
+
+TEST(TshCommon, StringsAreDuplicatedWithOrWithoutASpace) {
     EXPECT_EQ(shown(tsh_strdup("a")), "a");
     EXPECT_EQ(printed(0, [] { EXPECT_EQ(tsh_strdup(nullptr), nullptr); }), "");
     EXPECT_EQ(shown(tsh_strdup_with_space("a")), "a ");
     EXPECT_EQ(shown(tsh_strdup_with_space("")), " ");
     EXPECT_EQ(shown(tsh_strdup_with_space(nullptr)), " ");
+}
+
+TEST(TshCommon, SortingIsStableAndReturnsItsPasses) {
     using Words = std::vector<uint32_t>;
     const auto sorted = [](Words words) {
         const auto by_tens = [](uint32_t a, uint32_t b) { return a / 10 > b / 10 ? 1 : 0; };
@@ -354,7 +438,7 @@ TEST(TshCommon, MemoryIsZeroAndSortingCountsItsPasses) {
     EXPECT_EQ(sorted({29, 12, 21, 11, 5}), Words({5, 12, 11, 29, 21, 5}));
 }
 
-TEST(TshCommon, BitsBoundsSignalsAndPaths) {
+TEST(TshCommon, BitsAreFoundAndCounted) {
     std::mt19937_64 random(3);
     for (int round = 0; round < 300; ++round) {
         const uint64_t value = round == 0 ? ~0ULL : random() & random() & random();
@@ -371,6 +455,9 @@ TEST(TshCommon, BitsBoundsSignalsAndPaths) {
         EXPECT_EQ(bit_pos_get32(1, outside), -1);
         EXPECT_EQ(bit_pos_get64(1, outside), -1);
     }
+}
+
+TEST(TshCommon, BoundsAreInclusiveAndKeepTheSignOfTheirType) {
     EXPECT_EQ(check_uint_bounds(5, 5, 5), 1);
     EXPECT_EQ(check_uint_bounds(4, 5, 9), -1);
     EXPECT_EQ(check_uint_bounds(10, 5, 9), -1);
@@ -378,6 +465,9 @@ TEST(TshCommon, BitsBoundsSignalsAndPaths) {
     EXPECT_EQ(check_int_bounds(-1, -5, 0), 1);
     EXPECT_EQ(check_int64_bounds(-1, -2, 2), 1);
     EXPECT_EQ(check_uint64_bounds(1ULL << 32, 0, ~0U), -1);
+}
+
+TEST(TshCommon, ASignalHandlerInterruptsReads) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     EXPECT_EQ(signal_set(SIGALRM, [](int) {}), 0);
@@ -386,9 +476,15 @@ TEST(TshCommon, BitsBoundsSignalsAndPaths) {
     for (char byte : {'a', 'b'})
         EXPECT_EQ(read(ends[0], &byte, 1), -1) << "not interrupted";
     ualarm(0, 0);
+}
+
+TEST(TshCommon, AFileNameIsWhatFollowsTheLastSlash) {
     char path[] = "/a/c.par";
     EXPECT_EQ(tsh_util_get_filename(path), path + 3);
     EXPECT_EQ(tsh_util_get_filename(path + 3), path + 3);
+}
+
+TEST(TshCommon, ALogMessageIsAccepted) {
     EXPECT_EQ(log_mesg("%d", 1), 0);
 }
 
