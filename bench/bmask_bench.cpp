@@ -1,6 +1,6 @@
-// Mask operations against std::bitset of the same width. Both sides run through the same loops and
-// pay one call into a shared library per operation.
-#include "bench/bitset_yardstick.h"
+// Benchmark of mask operations against std::bitset of the same width. Both run in the same loops
+// with one call into a shared library per operation.
+#include "bench/bitset_baseline.h"
 #include "bench/ratio_report.h"
 #include "bmask/bmask.h"
 
@@ -67,16 +67,16 @@ void add_side(const std::string &name, int width, Call call, Function function) 
     });
 }
 
-template <size_t N, typename Mask, typename Call, typename Ours, typename Yardstick>
-void add(const std::string &work, Call call, Ours ours, Yardstick yardstick) {
+template <size_t N, typename Mask, typename Call, typename Ours, typename Baseline>
+void add(const std::string &work, Call call, Ours ours, Baseline baseline) {
     const std::string name = work + "/" + std::to_string(N);
     add_side<Mask>(name + "/ours", N, call, ours);
-    add_side<std::bitset<N>>(name + "/yardstick", N, call, yardstick);
+    add_side<std::bitset<N>>(name + "/baseline", N, call, baseline);
 }
 
 #define ADD_WIDTH(N)                                                                               \
     {                                                                                              \
-        using Bitset = BitsetYardstick<N>;                                                         \
+        using Bitset = BitsetBaseline<N>;                                                          \
         constexpr auto pair = [](auto... row) { add<N, bmask##N##_t>(row...); };                   \
         pair("union", kWithOne, bmask##N##_union, Bitset::unite);                                  \
         pair("revert", kAlone, bmask##N##_revert, Bitset::revert);                                 \

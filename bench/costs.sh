@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# What work costs in instructions, which do not depend on the machine's mood: costs.sh BUILD [KEPT].
-# Prints a table by what the work is done for. With the file of kept costs, bench/costs.txt, it ends
-# with status 1 when one has grown by more than 5 %. They are renewed by
+# Counts instructions, which do not depend on system load: costs.sh BUILD [KEPT]. Prints a table with
+# the instructions per unit of work. With the file of kept costs, bench/costs.txt, exits with status 1
+# if one has grown by more than 5 %. To update the file:
 #   bench/costs.sh build/bench >bench/costs.txt
-# Another compiler makes other instructions, so those of one are never held against another's.
+# Compilers generate different instructions, so costs of different compilers are not compared.
 set -euo pipefail
 build=$(realpath "$1")
 kept=${2:+$(realpath "$2")}
@@ -17,11 +17,11 @@ done
 link=$build/bin/ocmd_link
 utility=$build/bin/ocmd_gen
 
-# The C library's functions for any processor, instead of those that suit this one.
+# Selects the generic functions of the C library instead of those for this CPU.
 export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-AVX,-ERMS,-FSRM,-SSSE3,-SSE4_1,-SSE4_2,-BMI2,-MOVBE
 
-# [status=STATUS] cost WHAT COUNT COMMAND...: instructions of a run for each of what it works on. The
-# run ends with status 0 unless told.
+# [status=STATUS] cost WHAT COUNT COMMAND...: prints the instructions of a run divided by COUNT. The
+# run must exit with STATUS, 0 by default.
 cost() {
     local what=$1 count=$2
     shift 2
@@ -54,7 +54,7 @@ measure() {
 measure | tee measured
 [ -n "$kept" ] || exit 0
 if [ "$(head -n 1 "$kept")" != "$(head -n 1 measured)" ]; then
-    echo "not compared: kept are those of another compiler" >&2
+    echo "not compared: the kept costs are those of another compiler" >&2
     exit 0
 fi
 paste "$kept" measured | awk -F '\t' '

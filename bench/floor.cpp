@@ -1,5 +1,5 @@
-// What no producer of so many bytes can beat: floor BYTES writes them to standard output out of one
-// warm buffer and does nothing else. A pipe stays as wide as it is.
+// Lower bound of a listing: floor BYTES writes that many bytes to standard output from one warm
+// buffer and does nothing else. It does not enlarge a pipe.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>

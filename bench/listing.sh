@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# The utility as a whole process beside three yardsticks: the floor, which only writes as many bytes
-# to the same place, cat, which moves the same bytes there, and the plain walk:
-# listing.sh BUILD [SCRATCH]. Runs take turns. Times and ratios are medians over the rounds, each
-# ratio taken within its round. Prints the table of doc/speed.md. The scratch folder, by default in
-# memory so that no disk is measured, takes about 4 GB.
+# Compares the process ocmd_gen with three baselines: the lower bound, which only writes as many bytes
+# to the same destination, cat, which copies the same bytes there, and the plain walk:
+# listing.sh BUILD [SCRATCH]. Runs alternate. Times and ratios are medians over the rounds; each
+# ratio is that of one round. Prints the table of doc/speed.md. The scratch directory needs about 4 GB
+# and is in memory by default, so that no disk is measured.
 set -euo pipefail
 build=$(realpath "$1")
 . "$(dirname "$0")/rounds.sh"
@@ -15,8 +15,8 @@ utility=$build/bin/ocmd_gen
 floor=$build/bench/floor
 plain=$build/bench/plain_walk
 
-# Clocks a run into a new file: the one before may still be on its way to a disk, and freeing it
-# would count.
+# Times a run into a new file: the previous file may still be in a write-back, and freeing it would
+# count.
 run() {
     rm -f out
     clock "$@"
@@ -29,13 +29,13 @@ row() {
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
         run ours "$utility $options tree.par $sink"
-        if [[ $place != nowhere ]]; then # where writing is nothing
+        if [[ $place != /dev/null ]]; then # there, writing costs nothing
             run floor "$floor $bytes $sink"
             run cat "cat result $sink"
         fi
         if [[ $work == listing ]]; then run plain "$plain tree.par $sink"; fi
     done
-    if [[ $place != nowhere ]]; then
+    if [[ $place != /dev/null ]]; then
         versus_written="$(milliseconds floor) | $(ratio ours floor) | $(ratio ours cat)"
     fi
     if [[ $work == listing ]]; then versus_plain=$(ratio plain ours); fi
@@ -43,7 +43,7 @@ row() {
         "$versus_plain |"
 }
 
-echo "| Tree | Work | To | Bytes | ocmd_gen, ms | floor, ms | ocmd_gen / floor | ocmd_gen / cat |" \
+echo "| Tree | Work | To | Bytes | ocmd_gen, ms | lower bound, ms | ocmd_gen / lower bound | ocmd_gen / cat |" \
     "plain walk / ocmd_gen |"
 echo "|---|---|---|---|---|---|---|---|---|"
 memory=
@@ -57,9 +57,9 @@ for shape in wide deep shared; do
         if [[ $work == listing ]]; then "$plain" tree.par | cmp - result; fi
         row "$shape" "$work" "$options" file ">out"
         row "$shape" "$work" "$options" pipe "| cat >/dev/null"
-        if [[ $work == listing ]]; then row "$shape" "$work" "$options" nowhere ">/dev/null"; fi
+        if [[ $work == listing ]]; then row "$shape" "$work" "$options" /dev/null ">/dev/null"; fi
     done
 done
 
 echo
-echo "Resident KB at most while listing, for a mapped tree of $(($(stat -c %s tree.par) / 1024)) KB:$memory"
+echo "Maximum resident KB of a listing, for a mapped tree of $(($(stat -c %s tree.par) / 1024)) KB:$memory"

@@ -1,9 +1,9 @@
-// Writes a large main par file for the measurements: make_tree SHAPE FILE [SIZE].
+// Writer of large main par files for the benchmarks: make_tree SHAPE FILE [SIZE].
 // Trees are layered: every node of a layer has the same number of children in the next, which
-// several parents may share. "wide", "deep" and "shared" spell some 10 million lines in 60,000
-// nodes. The others touch a limit, with keywords only: "full" has as many nodes as a tree can have,
-// or SIZE, none of them shared; "crowded" as many links to each node as it can have; "chain" 65,000
-// levels, or SIZE; "lines" 100 million lines, or SIZE million.
+// several parents may share. "wide", "deep" and "shared" have about 10 million lines in 60,000
+// nodes. The other shapes reach a limit, with keywords only: "full" has the maximum number of
+// nodes, or SIZE, none of them shared; "crowded" has the maximum number of links per node; "chain"
+// has 65,000 levels, or SIZE; "lines" has 100 million lines, or SIZE million.
 #include "parse_tree/tree_node.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The yardstick of the listing as a program: plain_walk MAIN.par
+// Baseline of the listing as a program: plain_walk MAIN.par
 #include "bench/plain_walk.h"
 
 #include "param_reg/builtin_types.h"

@@ -1,6 +1,6 @@
-// The listing by the plain method, out of the library's own single steps: the same lines as
-// generate_cmds gives. Each is a copy of its prefix, grown by reallocation word by word and printed
-// with one printf; nothing is remembered of a node. A yardstick, and what fuzzers compare with.
+// Listing by the library's single steps, with the same lines as generate_cmds. Each line is a copy
+// of its prefix, extended by reallocation word by word and printed with one printf; no node is
+// cached. Baseline of benchmarks and model of fuzzers.
 #pragma once
 
 #include "atnode/relations.h"

@@ -1,5 +1,5 @@
-// Side by side: of every pair "<work>/ours" and "<work>/yardstick" the report gives the processor
-// time of the fastest repetition and the ratio.
+// Benchmark report: for every pair "<work>/ours" and "<work>/baseline", the CPU time of the fastest
+// repetition and the ratio.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -26,13 +26,13 @@ public:
     }
 
     void Finalize() override {
-        printf("%-24s %12s %12s   ratio (goal: at most %.2f)\n", "", "ours", "yardstick", goal_);
+        printf("%-24s %12s %12s   ratio (goal: at most %.2f)\n", "", "ours", "baseline", goal_);
         for (const auto &[name, ours] : fastest_) {
             if (!name.ends_with("/ours"))
                 continue;
             const std::string work = name.substr(0, name.rfind('/'));
-            const double yardstick = fastest_.at(work + "/yardstick");
-            printf("%-24s %12.2f %12.2f   %.2f\n", work.c_str(), ours, yardstick, ours / yardstick);
+            const double baseline = fastest_.at(work + "/baseline");
+            printf("%-24s %12.2f %12.2f   %.2f\n", work.c_str(), ours, baseline, ours / baseline);
         }
     }
 

@@ -1,8 +1,8 @@
-# What the measurements of whole processes share. Runs take turns within a round; times and ratios
-# are medians over the rounds, each ratio taken within its round. Sourced, inside a scratch folder.
+# Common functions of the process benchmarks, to be sourced in a scratch directory. Runs alternate within
+# a round; times and ratios are medians over the rounds; each ratio is that of one round.
 rounds=${ROUNDS:-9}
 
-# Runs a command and adds its time in microseconds to those under a name.
+# clock NAME COMMAND: runs the command and appends its time in microseconds to NAME.times.
 clock() {
     local start end
     start=${EPOCHREALTIME/./}
@@ -12,13 +12,13 @@ clock() {
 }
 median() { sort -n | awk '{ value[NR] = $1 } END { printf "%.2f", value[int((NR + 1) / 2)] }'; }
 milliseconds() { awk '{ print $1 / 1000 }' "$1.times" | median | cut -d. -f1; }
-# ratio ONE OTHER [SIZE OTHER_SIZE], per unit of size where sizes are given
+# ratio ONE OTHER [SIZE OTHER_SIZE]: the ratio of the times, per unit of size if sizes are given
 ratio() {
     paste "$1.times" "$2.times" | awk -v a="${3:-1}" -v b="${4:-1}" '{ print $1 / a / ($2 / b) }' |
         median
 }
 
-# grammar AREAS SHORT: a grammar of 1,531 words in each area, with a line for a word or for a key. No
+# grammar AREAS SHORT: prints a grammar of 1,531 words per area, with one line per word or per key. No
 # words are shared.
 grammar() {
     awk -v areas="$1" -v short="$2" 'BEGIN {
@@ -39,12 +39,12 @@ grammar() {
     }'
 }
 
-# link_root COUNT: the grammar of a root with so many words to attach to, main1, main2 ...
+# link_root COUNT: prints the grammar of a root with COUNT attach points, main1, main2 ...
 link_root() {
     seq "$1" | awk 'BEGIN { print "words:" } { printf "  main%d: {name: main%d}\n", $1, $1 }'
 }
 
-# change_ten_words OLD NEW, in a tree that make_tree made
+# change_ten_words OLD NEW: changes ten words of a tree from make_tree
 change_ten_words() {
     python3 - "$1" "$2" <<'PYTHON'
 import sys

@@ -16,7 +16,7 @@ set linetype 4 linecolor "#8e5ea2" linewidth 2
 set linetype 5 linecolor "#c77f0a" linewidth 2
 set linetype 6 linecolor "#888888" dashtype 2
 works = "check summary diff compile link"
-time = "Time of a processor, ms"
+time = "CPU time, ms"
 memory = "Memory at most, MB"
 
 set xlabel "Nodes of a tree"

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Every program at the limits of what a tree can be, and how time and memory grow on the way there:
+# Runs every program at the limits of a tree and measures the growth of time and memory:
 # scale.sh BUILD [PLOT.svg [SCRATCH]]. Prints the tables of doc/speed.md and draws doc/scale.svg.
 # Times and memory are medians over the rounds; the memory of a pipe is that of its first program.
-# A run that ends with another status than it should ends all. The scratch folder, by default in
-# memory so that no disk is measured, takes up to 7 GB.
+# Exits if a run has an unexpected status. The scratch directory needs up to 7 GB and is in memory by
+# default, so that no disk is measured.
 set -euo pipefail
 build=$(realpath "$1")
 plot=${2:+$(realpath "$2")}
@@ -23,8 +23,8 @@ tree=$build/bench/make_tree
 
 # ---- Runs and their figures ----
 
-# [status=STATUS] run COMMAND [SINK]: a run in each round, with its milliseconds, those that
-# processors spent and the KB that it had at most.
+# [status=STATUS] run COMMAND [SINK]: runs the command once per round and stores elapsed milliseconds,
+# CPU milliseconds and maximum resident KB.
 run() {
     local TIMEFORMAT='%R %U %S' ended
     rm -f runs
@@ -42,9 +42,9 @@ run() {
 }
 figure() { awk -v column="$1" -v unit="$2" '{ print $column / unit }' runs | median | cut -d. -f1; }
 clocked() { figure 1 1; }
-processor() { figure 2 1; }
+cpu() { figure 2 1; }
 megabytes() { figure 3 1024; }
-figures() { echo "$(clocked) | $(processor) | $(megabytes)"; }
+figures() { echo "$(clocked) | $(cpu) | $(megabytes)"; }
 
 # ---- Grammars to link ----
 
@@ -144,8 +144,8 @@ trees() {
         change_ten_words $shape.par $shape.new.par
         save_configuration $shape >$shape.saved
     done
-    echo "| Work | full, ms | processor, ms | MB | crowded, ms | processor, ms | MB |" \
-        "chain, ms | processor, ms | MB | Statuses |"
+    echo "| Work | full, ms | CPU, ms | MB | crowded, ms | CPU, ms | MB |" \
+        "chain, ms | CPU, ms | MB | Statuses |"
     echo "|---|---|---|---|---|---|---|---|---|---|---|"
     row "listing" "$utility -s TREE.par"
     row "dump" "$utility -gs TREE.par"
@@ -157,9 +157,9 @@ trees() {
     statuses="1 1 0" row "--yaml" "$show --yaml TREE.par" ">TREE.yaml"
     row "--json" "$show --json TREE.par"
     row "--dot" "$show --dot TREE.par"
-    row "compile that" "$compile --main -W no-redirect-root -o TREE.made.par TREE.yaml"
-    row "diff from what was compiled" "$diff TREE.par TREE.made.par"
-    row "diff from itself" "$diff TREE.par TREE.par"
+    row "compile the YAML" "$compile --main -W no-redirect-root -o TREE.made.par TREE.yaml"
+    row "diff with the compiled tree" "$diff TREE.par TREE.made.par"
+    row "diff with itself" "$diff TREE.par TREE.par"
     statuses="1 1 1" row "diff, ten words changed" "$diff TREE.par TREE.new.par"
     row "find a line" "$find TREE.par word1"
     statuses="0 0 1" row "find, a saved configuration" "$find TREE.par --config=TREE.saved"
@@ -176,14 +176,14 @@ linked_row() {
 }
 
 links() {
-    echo "| Work | Nodes | ms | processor, ms | MB | Status |"
+    echo "| Work | Nodes | ms | CPU, ms | MB | Status |"
     echo "|---|---|---|---|---|---|"
     subtrees 71 922 71
     compile_subtrees 71
     linked_row "71 subtree files"
     compile_subtrees 72
     status=1 run "$link -o refused.par root.par sub*.par"
-    echo "| the same and a node more | 65537 | $(figures) | 1 |"
+    echo "| the same with one more node | 65537 | $(figures) | 1 |"
     rm sub*
     crowded_subtrees 71 922
     compile_subtrees 71
@@ -213,7 +213,7 @@ growth_of_nodes() {
     echo "| Nodes | check, ms | MB | summary, ms | MB | diff, ms | MB | compile, ms | MB |" \
         "link, ms | MB |"
     echo "|---|---|---|---|---|---|---|---|---|---|---|"
-    add() { cells+=" $(processor) $(megabytes)"; }
+    add() { cells+=" $(cpu) $(megabytes)"; }
     for nodes in 4096 8192 16384 32768 65536; do
         cells=$nodes
         "$tree" full old.par $nodes
@@ -232,17 +232,17 @@ growth_of_nodes() {
     done
 }
 
-# growth_of_lines: the growth over the lines of a listing to nowhere, also in lines.dat for the plot
+# growth_of_lines: the growth over the lines of a listing to /dev/null, also in lines.dat for the plot
 growth_of_lines() {
     local millions lines
-    echo "| Lines | To | ms | processor, ms | MB |"
+    echo "| Lines | To | ms | CPU, ms | MB |"
     echo "|---|---|---|---|---|"
     for millions in 1 3 10 30 100; do
         "$tree" lines tree.par $millions
         lines=$("$show" tree.par | awk '/command lines/ { print $NF }')
         run "$utility -s tree.par"
-        echo "| $lines | nowhere | $(figures) |"
-        echo "$lines $(processor) $(megabytes)" >>lines.dat
+        echo "| $lines | /dev/null | $(figures) |"
+        echo "$lines $(cpu) $(megabytes)" >>lines.dat
     done
     run "$utility -s tree.par" "| wc -c >/dev/null"
     echo "| $lines | pipe | $(figures) |"

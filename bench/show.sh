@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# ocmd_show as a whole process: its summary, which counts every line, beside loading alone, which is
-# its check; and its lines beside the listing of ocmd_gen to the same place, per byte:
-# show.sh BUILD [SCRATCH]. Runs take turns. Times and ratios are medians over the rounds, each ratio
-# taken within its round. Prints the tables of doc/speed.md. The scratch folder, by default in
-# memory so that no disk is measured, takes about 4 GB.
+# Compares the process ocmd_show: its summary, which counts every line, with loading alone (--check),
+# and --commands with the listing of ocmd_gen to the same destination, per byte:
+# show.sh BUILD [SCRATCH]. Runs alternate. Times and ratios are medians over the rounds; each ratio is
+# that of one round. Prints the tables of doc/speed.md. The scratch directory needs about 4 GB and is
+# in memory by default, so that no disk is measured.
 set -euo pipefail
 build=$(realpath "$1")
 . "$(dirname "$0")/rounds.sh"
@@ -28,8 +28,8 @@ for shape in wide deep shared; do
 
     bytes=$("$show" --commands tree.par | wc -c)
     listed=$("$utility" -s tree.par | wc -c)
-    for place in file pipe nowhere; do
-        declare -A sinks=([file]=">out" [pipe]="| cat >/dev/null" [nowhere]=">/dev/null")
+    for place in file pipe /dev/null; do
+        declare -A sinks=([file]=">out" [pipe]="| cat >/dev/null" [/dev/null]=">/dev/null")
         rm -f ./*.times
         for ((round = 0; round < rounds; round++)); do
             rm -f out

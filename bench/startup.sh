@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Start-up on the main tree of the example beside an empty C program linked to the same libraries:
-# startup.sh BUILD. Runs take turns; the fastest of each counts.
+# Compares start-up with the main tree of the example to an empty C program with the same libraries:
+# startup.sh BUILD. Runs alternate; the fastest of each counts.
 set -euo pipefail
 build=$(realpath "$1")
 scratch=$(mktemp -d)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The compiler, comparisons and the check of configurations as whole processes beside their
-# yardsticks: tools.sh BUILD [SCRATCH]. Prints the tables of doc/speed.md. The scratch folder, by
-# default in memory so that no disk is measured, takes about 1 GB.
+# Compares the processes of the compiler, of comparisons and of configuration checks with their
+# baselines: tools.sh BUILD [SCRATCH]. Prints the tables of doc/speed.md. The scratch directory needs
+# about 1 GB and is in memory by default, so that no disk is measured.
 set -euo pipefail
 build=$(realpath "$1")
 . "$(dirname "$0")/rounds.sh"
@@ -15,7 +15,7 @@ utility=$build/bin/ocmd_gen
 
 echo "| Grammar | Bytes | Compiling, ms | libyaml's events, ms | Ratio |"
 echo "|---|---|---|---|---|"
-for style in "a line a word" "a line a key"; do
+for style in "one line per word" "one line per key"; do
     grammar 40 "$([[ $style == *word ]] && echo 1 || echo 0)" >grammar.yaml
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
@@ -41,19 +41,19 @@ for shape in wide deep shared; do
 done
 
 echo
-echo "| Trees | Lines told, bytes | ms | ocmd_gen, bytes | ms | Ratio per byte |"
+echo "| Trees | Differences, bytes | ms | ocmd_gen, bytes | ms | Ratio per byte |"
 echo "|---|---|---|---|---|---|"
 "$build/bench/make_tree" wide wide.par
 "$build/bench/make_tree" deep deep.par
-told=$({ "$diff" wide.par deep.par || [ $? = 1 ]; } | wc -c)
+differences=$({ "$diff" wide.par deep.par || [ $? = 1 ]; } | wc -c)
 listed=$(cat <("$utility" -s wide.par) <("$utility" -s deep.par) | wc -c)
 rm -f ./*.times
 for ((round = 0; round < rounds; round++)); do
     clock diff "$diff wide.par deep.par >/dev/null || [ \$? = 1 ]"
     clock list "$utility -s wide.par >/dev/null; $utility -s deep.par >/dev/null"
 done
-echo "| wide and deep | $told | $(milliseconds diff) | $listed | $(milliseconds list) |" \
-    "$(ratio diff list "$told" "$listed") |"
+echo "| wide and deep | $differences | $(milliseconds diff) | $listed | $(milliseconds list) |" \
+    "$(ratio diff list "$differences" "$listed") |"
 
 echo
 echo "| Configuration | Bytes | Check of a million lines, ms | wc -w, ms | Ratio |"
@@ -61,8 +61,8 @@ echo "|---|---|---|---|---|"
 "$show" --commands wide.par | grep -v -e / -e '<' | sed 's/\[o]//g' | head -n 1000000 >saved || true
 rm -f ./*.times
 for ((round = 0; round < rounds; round++)); do
-    clock find "$find wide.par --config=saved >complaints || [ \$? = 1 ]"
+    clock find "$find wide.par --config=saved >errors || [ \$? = 1 ]"
     clock words "wc -w saved >/dev/null"
 done
-echo "| wide, $(wc -l <saved) lines, $(wc -l <complaints) told | $(stat -c %s saved) |" \
+echo "| wide, $(wc -l <saved) lines, $(wc -l <errors) errors | $(stat -c %s saved) |" \
     "$(milliseconds find) | $(milliseconds words) | $(ratio find words) |"

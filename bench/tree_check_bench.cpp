@@ -1,5 +1,5 @@
-// The check of a 65,536-node tree beside reading its bytes once, for a tree as compilers write it
-// (links lead forward) and for one whose links lead backwards, which has to be walked.
+// Benchmark of the tree check with 65,536 nodes against reading the bytes once: for a tree as the
+// compiler writes it (links lead forward), and for links that lead backward, which require a walk.
 #include "bench/ratio_report.h"
 #include "parse_tree/tree_check_internal.h"
 
@@ -50,7 +50,7 @@ void add_pair(const char *name, const Tree &tree) {
                                              state.SkipWithError("the tree is sound");
                                  })
         ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark((std::string(name) + "/yardstick").c_str(),
+    benchmark::RegisterBenchmark((std::string(name) + "/baseline").c_str(),
                                  [&tree](benchmark::State &state) {
                                      for ([[maybe_unused]] auto round : state)
                                          benchmark::DoNotOptimize(sum_of_bytes(tree));

@@ -1,11 +1,11 @@
-// Speed of the tree linker.
+// Benchmark of the linker.
 //
-// Without an option: 512 gzip files of 60,000 nodes are linked, in memory and to a file. The
-// yardstick does the part of it that cannot be avoided: inflates the same files, copies the nodes
-// together and writes them with the same care for the disk. Both ask for huge pages. Set TMPDIR to
-// a folder in memory to leave the disk out of it.
-// --growth: chains of one-node subtrees are linked from 4 files, each subtree attached below
-// another: best links every parent before what hangs below it, worst after it, random in any order.
+// Without an option: links 512 gzip files of 60,000 nodes, in memory and to a file. The baseline
+// does only the unavoidable part: it inflates the same files, concatenates the nodes and writes
+// them with the same fsync. Both request huge pages. Set TMPDIR to a directory in memory to exclude
+// the disk.
+// --growth: links chains of one-node subtrees from 4 files, each subtree attached to another: best
+// links every parent before its children, worst after them, random in any order.
 #include "base/huge_pages.h"
 #include "bench/ratio_report.h"
 #include "parse_tree/tree_library.h"
@@ -149,7 +149,7 @@ Array inflate_and_copy(const ParFiles &files) {
         memcpy(array.get() + copied, read.data(), bytes);
         copied += read.size();
     }
-    expect(copied == files.node_count, "the yardstick is short");
+    expect(copied == files.node_count, "the baseline copied too few nodes");
     return array;
 }
 
@@ -158,7 +158,7 @@ void write_durably(const Array &array, size_t count, const std::string &output) 
     const int descriptor = open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const auto bytes = static_cast<ssize_t>(count * sizeof(tree_node_t));
     const bool written = write(descriptor, array.get(), static_cast<size_t>(bytes)) == bytes;
-    expect(written && fsync(descriptor) == 0, "the yardstick cannot write");
+    expect(written && fsync(descriptor) == 0, "the baseline failed to write");
     close(descriptor);
     rename(beside.c_str(), output.c_str());
 }
@@ -240,9 +240,9 @@ int main(int argc, char **argv) {
         return measure_growth(argc - 1, argv + 1);
     const std::pair<const char *, void (*)(benchmark::State &)> pairs[] = {
         {"in memory/ours", link},
-        {"in memory/yardstick", inflate},
+        {"in memory/baseline", inflate},
         {"to a file/ours", link_to_file},
-        {"to a file/yardstick", inflate_to_file}};
+        {"to a file/baseline", inflate_to_file}};
     for (const auto &[name, work] : pairs)
         benchmark::RegisterBenchmark(name, work)->Unit(benchmark::kMillisecond);
     return run_side_by_side(argc, argv, 1.2);

@@ -1,5 +1,5 @@
-// Splitting of a typical command line and of lines of a megabyte. The yardstick does what no
-// splitter can do without: it copies the line, cuts the copy with strtok_r and copies each word.
+// Benchmark of splitting a typical command line and lines of one megabyte. The baseline does only
+// the unavoidable part: it copies the line, cuts the copy with strtok_r and copies each word.
 #include "bench/ratio_report.h"
 #include "feature/tsh/src/tokenizer.h"
 #include "feature/tsh/src/word_split.h"
@@ -37,10 +37,10 @@ void add_side(const std::string &name, const std::string &line, void (*split)(co
 void add(const std::string &work, const std::string &line) {
     add_side("strsplit " + work + "/ours", line,
              [](const char *text) { str_list_free(strsplit(text, " ")); });
-    add_side("strsplit " + work + "/yardstick", line, cut_copy);
+    add_side("strsplit " + work + "/baseline", line, cut_copy);
     add_side("tokenize " + work + "/ours", line,
              [](const char *text) { str_list_free(tokenize(text, "|")); });
-    add_side("tokenize " + work + "/yardstick", line, cut_copy);
+    add_side("tokenize " + work + "/baseline", line, cut_copy);
 }
 
 } // namespace

@@ -1,12 +1,11 @@
-// The mask operations on std::bitset. Each stands behind a call into a shared library, as the
-// masks' own do: a yardstick that the compiler could open up in the measuring loop would compare
-// calls with no calls.
+// Mask operations on std::bitset, in a shared library like the masks: if the compiler could inline
+// the baseline into the measuring loop, calls would be compared with no calls.
 #pragma once
 
 #include <bitset>
 #include <cstddef>
 
-template <size_t N> struct [[gnu::visibility("default")]] BitsetYardstick {
+template <size_t N> struct [[gnu::visibility("default")]] BitsetBaseline {
     using Set = std::bitset<N>;
 
     static void unite(Set * dst, const Set *a);
@@ -24,5 +23,5 @@ template <size_t N> struct [[gnu::visibility("default")]] BitsetYardstick {
     static int next_bit(const Set *a, int n); // -1 asks for the first, -1 is none
 };
 
-extern template struct BitsetYardstick<128>;
-extern template struct BitsetYardstick<256>;
+extern template struct BitsetBaseline<128>;
+extern template struct BitsetBaseline<256>;
