@@ -123,7 +123,7 @@ std::optional<std::string> read_bytes(std::string_view text, const TellPart &tel
                                        g_ascii_xdigit_value(code[3]));
             i += 3;
         } else {
-            tell(code, "invalid escape in !bytes; expected '\\xNN' or '\\\\'");
+            tell(code, R"(invalid escape in !bytes; expected '\xNN' or '\\')");
             return {};
         }
     }
