@@ -119,6 +119,8 @@ private:
 } // namespace
 
 struct tsh_line_list_t {
+    explicit tsh_line_list_t(uint32_t count) : node_count(count) {} // Clang 14 wants one
+
     uint32_t node_count;
     NodeTable nodes{resize_silently};
 };

@@ -14,6 +14,7 @@
 #include "tools/support/types.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <sanitizer/allocator_interface.h>
 
@@ -91,7 +92,8 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char ***argv) {
     MemoryCount::install();
     tool::register_types();
     static constexpr tool::Program kProgram{"grammar_fuzz", "", "", {}};
-    return tool::run(kProgram, 1, *argv, [](const tool::CommandLine &line) {
+    std::array arguments{(*argv)[0], static_cast<char *>(nullptr)}; // libFuzzer keeps its own
+    return tool::run(kProgram, 1, arguments.data(), [](const tool::CommandLine &line) {
         usual_levels.emplace(compiler::grammar_checks(), line);
         return tool::kDone;
     });

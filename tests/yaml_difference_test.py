@@ -59,8 +59,8 @@ def grammar(rng):
     encoding = rng.choice(ENCODINGS)
     data = MARKS.get(encoding, b"") + whole.encode(encoding)
     if rng.random() < 0.1:
-        at = rng.randrange(len(data))
-        data = data[:at] + bytes([rng.choice((0, 7, 0x80, 0xC3, 0xED, 0xFF))]) + data[at + 1:]
+        at = rng.randrange(3, len(data))  # without the mark, UTF-16 is no grammar at all
+        data = data[:at] + bytes([rng.choice((7, 0x80, 0xC3, 0xED, 0xFF))]) + data[at + 1:]
     return data
 
 

@@ -100,6 +100,11 @@ private:
 // ---- Documents ----
 
 Document Understanding::whole() {
+    // Nodes of YAML for a word and for what is said of it, key and value each.
+    constexpr size_t kNodesOfWord = 4;
+    out_.words.reserve(std::min(most_words_, yaml_.nodes.size() / kNodesOfWord + 2));
+    out_.links.reserve(yaml_.nodes.size() / kNodesOfWord);
+    out_.settings.reserve(yaml_.nodes.size() / kNodesOfWord);
     out_.file = yaml_.file;
     out_.place = yaml_[0].place;
     if (yaml_[0].kind != YamlKind::kMapping) {
@@ -259,7 +264,8 @@ void Understanding::add_redirect_root() {
     const auto links = out_.links_of(out_.words[0]);
     std::unordered_set<std::string_view> taken;
     for (const Word &word : out_.words)
-        taken.insert(word.name);
+        if (word.name == tool::kRedirectRoot || word.name.starts_with(tool::kBelowRedirectRoot))
+            taken.insert(word.name);
     const bool has_room =
         links.size() < TREE_MAX_CHILDREN && out_.words.size() + 2 <= most_words_ && !too_many_;
     if (taken.contains(tool::kRedirectRoot) || !has_room)

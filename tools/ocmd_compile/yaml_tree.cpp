@@ -47,6 +47,21 @@ bool is_plain_ascii(char c) {
     return (c >= ' ' && c <= '~') || c == '\n';
 }
 
+// Returns how many bytes at the beginning are plain ASCII, as far as whole blocks of them; blocks are
+// compared without branches.
+uint32_t plain_ascii_size(std::string_view text) {
+    constexpr size_t kBlock = 64;
+    size_t size = 0;
+    for (; size + kBlock <= text.size(); size += kBlock) {
+        bool all = true;
+        for (const char c : text.substr(size, kBlock))
+            all &= is_plain_ascii(c);
+        if (!all)
+            break;
+    }
+    return static_cast<uint32_t>(size);
+}
+
 // The bytes of a file, with '?' in the place of each byte that YAML does not allow. libyaml would
 // stop at the first.
 std::string_view readable(const SourceFile &file, TextStore &texts, Messages &messages) {
@@ -54,7 +69,7 @@ std::string_view readable(const SourceFile &file, TextStore &texts, Messages &me
     const std::string_view bytes = file.bytes();
     for (uint32_t i = 0; i < bytes.size();) {
         if (is_plain_ascii(bytes[i])) {
-            ++i;
+            i += std::max(plain_ascii_size(bytes.substr(i)), 1U);
             continue;
         }
         const Character character = character_at(bytes.substr(i));
