@@ -102,18 +102,18 @@ def run(*command):
 
 
 def told(errors, names):
-    """The files that messages speak of, with their first message."""
+    """The files with errors, with the first one of each."""
     first = {}
     for line in errors.decode(errors="replace").splitlines():
         name = line.removeprefix("ocmd_compile: ").partition(":")[0]
-        if line.startswith("ocmd_compile: ") and name in names:
+        if line.startswith("ocmd_compile: ") and name in names and ": error: " in line:
             first.setdefault(name, line)
     return first
 
 
 def compiled(programs, files):
     """What the compiler reads: strings of each file, or its first message."""
-    checks = ["-W", "no-duplicate-name", "-W", "no-dead-end"]
+    checks = ["-W", "no-duplicate-name"]
     command = [os.path.join(programs, "ocmd_compile"), *checks, "-o", "all.par"]
     first = run(*command, *files)
     results = told(first.stderr, set(files))
