@@ -289,19 +289,25 @@ TEST_F(Link, EscapesControlCharacters) {
 }
 
 // The old file or the new one, whole, and never a third.
-TEST_F(Link, ReplacesAllOrNothing) {
-    const std::string link = "ocmd_link -o main.par root.par; echo $?; ls -a | grep main; ";
+constexpr const char *kLinkAndList = "ocmd_link -o main.par root.par; echo $?; ls -a | grep main; ";
+
+TEST_F(Link, GivesTheOutputTheModeOfTheFileThatItReplaces) {
+    const std::string link = kLinkAndList;
     EXPECT_EQ(shell("umask 27; " + link + "stat -c '%a %s' main.par"), "0\nmain.par\n640 5000\n");
     EXPECT_EQ(shell("echo old > there; chmod 604 there; ln there too; ln -sf there main.par; " +
-                    link + "stat -c '%F %a %s' main.par there; cat too; rm too"),
+                    link + "stat -c '%F %a %s' main.par there; cat too"),
               "0\nmain.par\nsymbolic link 777 5\nregular file 604 5000\nold\n");
+}
+
+TEST_F(Link, LeavesTheOldFileIfTheNewOneCannotBeWritten) {
     const auto not_written = [](const std::string &file, const std::string &reason) {
         return "ocmd_link: " + file + ": cannot be written: " + reason + "\n";
     };
+    const std::string link = kLinkAndList;
     const std::string full = "Error in writing to main_tree file\n";
-    EXPECT_EQ(shell("echo old > there; trap '' XFSZ; ulimit -f 2; " + link + "cat there"),
-              full + not_written("main.par", "File too large") + "2\nmain.par\nold\n");
     const std::string no_space = "No space left on device";
+    EXPECT_EQ(shell("echo old > main.par; trap '' XFSZ; ulimit -f 2; " + link + "cat main.par"),
+              full + not_written("main.par", "File too large") + "2\nmain.par\nold\n");
     EXPECT_EQ(shell("ln -sf /dev/full main.par; " + link + "stat -c %F main.par"),
               full + not_written("main.par", no_space) + "2\nmain.par\nsymbolic link\n");
     EXPECT_EQ(shell("ocmd_link -o /dev/full root.par >&-"),
@@ -309,6 +315,9 @@ TEST_F(Link, ReplacesAllOrNothing) {
     EXPECT_EQ(shell("ocmd_link -o none/main.par root.par"),
               "Error: Could not open main par file for writing \n" +
                   not_written("none/main.par", "No such file or directory"));
+}
+
+TEST_F(Link, WritesTheSameTreeToAFileAndToStandardOutput) {
     EXPECT_EQ(shell("ocmd_link -o there root.par >&- 2>&-; echo $?"), "0\n");
     EXPECT_EQ(shell("ocmd_link -o /dev/stdout root.par | cmp - there"), "");
     EXPECT_EQ(shell("ocmd_link -o - root.par <&- | cmp - there"), "");
@@ -317,14 +326,16 @@ TEST_F(Link, ReplacesAllOrNothing) {
     EXPECT_EQ(shell("ocmd_link -n -o net root.par; cmp net there | wc -l; "
                     "od -An -tx1 -j 566 -N 4 net"),
               "1\n 00 03 00 01\n");
-    // Ended at any time.
+}
+
+TEST_F(Link, LeavesTheOldOrTheNewFileWhenItIsKilled) {
     for (int i = 0; i < 40; ++i) {
         const std::string now =
             shell("echo old > there; ocmd_link -o there root.par & sleep 0.00" +
                   std::to_string(i % 10) + "; kill $! 2>&-; wait 2>&-; cat there");
         EXPECT_TRUE(now == "old\n" || now.size() == 5000) << now.size();
     }
-    EXPECT_EQ(shell("ls -A | grep -v '^.tsh-'"), "err\nmain.par\nnet\nroot.par\nthere\n");
+    EXPECT_EQ(shell("ls -A | grep -v '^.tsh-'"), "root.par\nthere\n");
 }
 
 TEST_F(Link, KeepsAFileOfWhichTheReplacementIsGivenUp) {
@@ -349,17 +360,41 @@ std::string poked(size_t offset, uint32_t word, std::string bytes = stored(Nodes
     return bytes;
 }
 
-TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
+constexpr size_t kHeader = sizeof(subtree_header_t);
+constexpr const char *kCannotRead = "Treelink Error: Not able to read file x.par\n";
+constexpr const char *kNotToEnd =
+    "*** Treelink Warning ***: File x.par could not be read to its end: ";
+// Prints where subtrees of x.par were linked.
+constexpr const char *kLinkX = "ocmd_link -v -o /dev/null root.par x.par | "
+                               "sed -n 's/^Linked subtree at attach path //p' | tr -d '\n'; ";
+
+// A subtree file x.par, linked below words of a root file.
+class LinkOfOneFile : public Link {
+protected:
+    void store_root(std::initializer_list<const char *> names) const {
+        std::vector<Word> words;
+        for (const char *name : names)
+            words.push_back(structural(name));
+        store("root.par", {{main_root(words), ""}});
+    }
+
+    // Plain and gzip-compressed.
+    void expect_printed(const std::string &file, const std::string &printed) {
+        harness::write_file(path("x.par"), file);
+        EXPECT_EQ(shell(kLinkX), printed);
+        EXPECT_EQ(shell(std::string("gzip x.par; mv x.par.gz x.par; ") + kLinkX), printed);
+    }
+
+    const std::string whole = stored(Nodes(1)); // a subtree below a and b
+};
+
+TEST_F(LinkOfOneFile, ReadsValidRecordsAndIgnoresAFileFromACorruptOneOn) {
     constexpr size_t kPathLength = offsetof(subtree_header_t, path_len);
     constexpr size_t kTreeBytes = offsetof(subtree_header_t, tree_bytes);
-    constexpr size_t kHeader = sizeof(subtree_header_t);
     const std::string n31 = "n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,";
     const std::string long_name(63, 'l');
     const std::string corrupted =
         "*** Treelink Warning ***: Incompatible format/Corrupted .par file x.par ignored\n";
-    const std::string cut = "Treelink Error: Not able to read file x.par\n";
-    const std::string not_to_end =
-        "*** Treelink Warning ***: File x.par could not be read to its end: ";
     Nodes circle = chain(4);
     circle[2].children[circle[2].child_count++] = 0;
     struct {
@@ -381,7 +416,7 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
         {poked(kTreeBytes, 1500), corrupted},
         {poked(kTreeBytes, UINT32_MAX / 1000 * 1000), corrupted},
         {poked(kTreeBytes, 65537000), corrupted},
-        {poked(kTreeBytes, 65536000), cut},
+        {poked(kTreeBytes, 65536000), kCannotRead},
         {poked(kTreeBytes, 0), "ocmd_link: x.par: record 2: without nodes, which ends the file; "
                                "left out with the 2028 bytes that follow\n"},
         {stored(chain(1000)),
@@ -389,32 +424,31 @@ TEST_F(Link, ReadsWhatIsSoundAndRefusesTheRest) {
          "a b a b "},
         {stored(circle), corrupted},
     };
-    std::vector<Word> words;
-    for (const char *name : {"a", "b", "b!", "c", "n", long_name.c_str()})
-        words.push_back(structural(name));
-    store("root.par", {{main_root(words), ""}});
-    const std::string link = "ocmd_link -v -o /dev/null root.par x.par | "
-                             "sed -n 's/^Linked subtree at attach path //p' | tr -d '\n'; ";
-    const std::string whole = stored(Nodes(1));
-    const auto check = [&](const std::string &file, const std::string &printed) {
-        harness::write_file(path("x.par"), file);
-        EXPECT_EQ(shell(link + "gzip x.par; mv x.par.gz x.par; " + link), printed + printed);
-    };
-    for (const auto &test : cases)
-        check(std::string(whole).append(test.bytes) + whole, test.printed + "a b ");
-    check(whole, "a b ");
+    store_root({"a", "b", "b!", "c", "n", long_name.c_str()});
+    for (const auto &[bytes, printed] : cases) {
+        SCOPED_TRACE(printed);
+        expect_printed(std::string(whole).append(bytes) + whole, printed + "a b ");
+    }
+    expect_printed(whole, "a b ");
+}
+
+TEST_F(LinkOfOneFile, ReadsATruncatedFileUpToItsLastCompleteRecord) {
+    store_root({"a", "b"});
     for (const unsigned length : {1U, 23U, 24U, 27U, 28U, 500U, 1027U})
-        check(whole + whole.substr(0, length),
-              (length < kHeader ? not_to_end + "it ends inside a header\n" : cut) + "a b ");
+        expect_printed(whole + whole.substr(0, length),
+                       (length < kHeader ? kNotToEnd + std::string("it ends inside a header\n")
+                                         : kCannotRead) +
+                           std::string("a b "));
     harness::write_file(path("x.par"), whole);
     shell(R"(gzip x.par; printf '\37\213\10\377 is no gzip header' | cat x.par.gz - > x.par)");
-    EXPECT_EQ(shell(link), not_to_end + "its compressed data cannot be inflated\na b ");
+    EXPECT_EQ(shell(kLinkX),
+              kNotToEnd + std::string("its compressed data cannot be inflated\na b "));
     // Compressed data that end anywhere at all.
     harness::write_file(path("x.par"), whole + whole);
     EXPECT_EQ(shell("gzip -f x.par; for i in $(seq 2 $(($(stat -c %s x.par.gz) - 1))); do "
                     "head -c $i x.par.gz > x.par; ocmd_link -o /dev/null root.par x.par 2>&1; "
                     "echo $?; done | sort -u"),
-              not_to_end + "its compressed data end early\n1\n" + cut +
+              kNotToEnd + std::string("its compressed data end early\n1\n") + kCannotRead +
                   "ocmd_link: x.par: nothing to link: it holds no subtree\n");
 }
 
@@ -435,67 +469,112 @@ TEST_F(Link, ShowsItsStepsToWhoDebugsIt) {
 }
 
 // The operations beside the link itself, as other programs call them.
-TEST_F(Link, ServesOtherPrograms) {
+TEST_F(Link, ReadsMainTreesFromSubtreeFiles) {
     store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
-    store_prebuilt("main_tree.pars", keyword("probe").terminal().child(keyword("short")));
-    std::string folder = path("");
     const Outcome outcome = harness::in_child([&] {
-        prebuilt_main_tree_path = folder.data();
         tree_node_t *tree = nullptr;
         debug_flag = 1;
         for (const std::string &name :
              {std::string("/"), std::string("/dev/null"), path("tree.par")})
             printf("%d\n", get_main_parse_tree(name.c_str(), &tree));
+        printf("%d\n", get_main_parse_tree(nullptr, &tree));
+        return free_main_parse_tree(tree);
+    });
+    EXPECT_EQ(outcome.err, "Error: Parser file / could not be opened \n");
+    EXPECT_EQ(outcome.out, R"(-1
+Done reading header file /dev/null
+*** Fatal error: Not able to read main parser file 
+-1
+Subtree length=2000
+Treenode size=1000
+0: one "one" 1
+  1: two "two"
+Done with ntoh conversion of temp tree
+2
+
+Error: main par file not specified 
+-1
+)");
+}
+
+TEST_F(Link, MakesSpaceForTheTreeUnderConstruction) {
+    const Outcome outcome = harness::in_child([] {
         assign_space(ASSIGN_SPACE_EXACT, 3);
-        tsh_main_tree[2] = *tree;
-        free_main_parse_tree(tree);
+        strcpy(tsh_main_tree[2].name, "kept");
         tsh_main_tree_node_count = 3;
-        debug_flag = 0;
         assign_space(0, 4);
         printf("%u %s\n", tsh_main_tree_max_nodes, tsh_main_tree[2].name);
         tsh_main_tree_node_count = UINT32_MAX; // which the sum goes past
         assign_space(0, 2);
         printf("%u\n", tsh_main_tree_max_nodes);
-        subtree_entry_t ours{}; // without nodes, so that it stays ours
-        subtree_entry_t *none = nullptr;
-        subtree_entry_t *roots = &ours;
-        treelink_cleanup(&none, &roots, nullptr);
-        roots = static_cast<subtree_entry_t *>(calloc(1, sizeof ours));
-        roots->nodes = static_cast<tree_node_t *>(malloc(sizeof(tree_node_t)));
-        roots->next = &ours; // which stays ours as well
-        ours.nodes = tsh_main_tree;
-        treelink_cleanup(&none, &roots, nullptr);
-        ours.path_count = 1;
-        int32_t names = extract_path(nullptr, ours.attach_paths);
-        printf("%d %d\n", names, ours.path_count);
-        names = extract_path("n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n",
-                             ours.attach_paths);
-        printf("%d %d %s\n", names, ours.path_count, ours.attach_paths[31]);
-        names = extract_path("one,,two", ours.attach_paths);
-        printf("%d %d %s\n", names, ours.path_count, ours.attach_paths[1]);
-        printf("%d\n", get_main_parse_tree(nullptr, &tree));
-        main_tree_to_dl_hash();
-        printf("%d\n", node_pickup_from_main_tree("nowhere", nullptr, &ours));
-        std::filesystem::resize_file(path("main_tree.pars"),
-                                     0); // was read, so nothing depends on it
-        treelink_init();
-        printf("%d\n", node_pickup_from_main_tree("probe", treelink_table, &ours));
-        const tree_node_t &borrowed = ours.next->nodes[0];
-        printf("%s %x %u %u\n", borrowed.name, borrowed.flags, borrowed.child_count,
-               borrowed.children[0]);
-        treelink_cleanup(&ours.next, &none, treelink_table);
-        free(tsh_main_tree);
-        tsh_main_tree = nullptr; // then one under construction, which is no tree yet
-        tsh_main_tree_node_count = 0;
-        assign_space(0, 1);
+        return 0;
+    });
+    EXPECT_EQ(outcome.out, "12 kept\n12\n");
+    const Outcome listed = harness::in_child([] {
+        assign_space(0, 1); // a tree that is no valid one yet
         for (const uint16_t child : std::initializer_list<uint16_t>{0, 7, 65535})
             tsh_main_tree->children[tsh_main_tree->child_count++] = child;
         debug_flag = 1;
         return assign_space(0, 6);
     });
-    EXPECT_EQ(outcome.err, "Error: Parser file / could not be opened \n");
-    EXPECT_EQ(std::regex_replace(outcome.out, kAddresses, ""),
-              read_file(TEST_FILES "/traces/other_programs.txt"));
+    EXPECT_EQ(std::regex_replace(listed.out, kAddresses, ""),
+              R"(Old size = 5, Numnodes = 6, Allocated memory = 10 
+Old memory was 
+0:  "" 0 7 65535
+  7:  ""
+  65535:  ""
+)");
+}
+
+TEST_F(Link, LeavesListedSubtreesWithoutNodesToTheCaller) {
+    const Outcome outcome = harness::in_child([] {
+        tree_node_t node{};
+        subtree_entry_t ours{};
+        subtree_entry_t *none = nullptr;
+        subtree_entry_t *roots = &ours;
+        treelink_cleanup(&none, &roots, nullptr);
+        roots = static_cast<subtree_entry_t *>(calloc(1, sizeof ours));
+        roots->nodes = static_cast<tree_node_t *>(malloc(sizeof node));
+        roots->next = &ours; // only the head of the root list is released
+        ours.nodes = &node;
+        treelink_cleanup(&none, &roots, nullptr);
+        return 0;
+    });
+    EXPECT_EQ(outcome, Outcome({0, "", ""}));
+}
+
+TEST_F(Link, ExtractsTheNamesOfAnAttachPath) {
+    subtree_entry_t entry{};
+    entry.path_count = 1;
+    EXPECT_EQ(extract_path(nullptr, entry.attach_paths), 0);
+    EXPECT_EQ(entry.path_count, 0);
+    EXPECT_EQ(extract_path("n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n,n",
+                           entry.attach_paths),
+              32);
+    EXPECT_EQ(entry.path_count, 32);
+    EXPECT_STREQ(entry.attach_paths[31], "n");
+    EXPECT_EQ(extract_path("one,,two", entry.attach_paths), 2);
+    EXPECT_EQ(entry.path_count, 2);
+    EXPECT_STREQ(entry.attach_paths[1], "two");
+}
+
+TEST_F(Link, BorrowsANodeWithoutItsChildren) {
+    store_prebuilt("main_tree.pars", keyword("probe").terminal().child(keyword("short")));
+    std::string folder = path("");
+    const Outcome outcome = harness::in_child([&] {
+        prebuilt_main_tree_path = folder.data();
+        subtree_entry_t entry{};
+        main_tree_to_dl_hash();
+        printf("%d\n", node_pickup_from_main_tree("nowhere", nullptr, &entry));
+        std::filesystem::resize_file(path("main_tree.pars"), 0); // the tree was read, not mapped
+        treelink_init();
+        printf("%d\n", node_pickup_from_main_tree("probe", treelink_table, &entry));
+        const tree_node_t &borrowed = entry.next->nodes[0];
+        printf("%s %x %u %u\n", borrowed.name, borrowed.flags, borrowed.child_count,
+               borrowed.children[0]);
+        return 0;
+    });
+    EXPECT_EQ(outcome.out, "0\n1\nprobe 0 0 0\n");
 }
 
 TEST_F(Link, ExplainsItself) {
