@@ -25,6 +25,24 @@ protected:
         return scratch_.shell(command);
     }
 
+    // Replays a transcript section by section; a section begins with a line "## TITLE" and may use
+    // the files of those before it.
+    void expect_replay(const std::string &transcript) const {
+        std::string title;
+        std::string section;
+        const auto compare = [&] { EXPECT_EQ(replayed(section), section) << "section: " << title; };
+        for (const std::string &line : lines_of(transcript)) {
+            if (line.starts_with("## ")) {
+                compare();
+                section.clear();
+                title = line.substr(3);
+            } else {
+                section += line + "\n";
+            }
+        }
+        compare();
+    }
+
     // A transcript as its commands, the lines that begin with "$ ", make it: behind each what it
     // prints, complaints included, and a status that is not 0.
     [[nodiscard]] std::string replayed(const std::string &transcript) const {
