@@ -260,9 +260,9 @@ TEST(Dump, ShowsEverythingAtTheVerboseLevel) {
         print_at_node(tree.node("show"), TREE_DUMP_VERBOSE);
         print_at_node(tree.node("parameter"), TREE_DUMP_SHORT);
         atnode_root_depth = 5000;
-        print_at_node(tree.node("parameter"), TREE_DUMP_SHORT);
-        return 0;
+        return print_at_node(tree.node("parameter"), TREE_DUMP_SHORT);
     });
+    EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.out,
               "\n   { show }[2], [2], [c], [ffffffffffffffff], [1]( Optional )( terminal )"
               "( submode ), Token Id : 4294967295, Command Id : 7, Optional : 3, CMI Msg Type : 255"

@@ -564,7 +564,7 @@ TEST_F(Link, BorrowsANodeWithoutItsChildren) {
     const Outcome outcome = harness::in_child([&] {
         prebuilt_main_tree_path = folder.data();
         subtree_entry_t entry{};
-        main_tree_to_dl_hash();
+        printf("%d\n", main_tree_to_dl_hash());
         printf("%d\n", node_pickup_from_main_tree("nowhere", nullptr, &entry));
         std::filesystem::resize_file(path("main_tree.pars"), 0); // the tree was read, not mapped
         treelink_init();
@@ -574,7 +574,8 @@ TEST_F(Link, BorrowsANodeWithoutItsChildren) {
                borrowed.children[0]);
         return 0;
     });
-    EXPECT_EQ(outcome.out, "0\n1\nprobe 0 0 0\n");
+    EXPECT_EQ(outcome.out, "0\n0\n1\nprobe 0 0 0\n");
+    EXPECT_EQ(harness::in_child(main_tree_to_dl_hash), Outcome({1, "", ""})) << "no directory";
 }
 
 TEST_F(Link, ExplainsItself) {
