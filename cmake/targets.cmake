@@ -44,6 +44,8 @@ function(ocmd_tool name)
   if(tool_CORE)
     add_library(${tool_CORE} STATIC ${tool_SOURCES})
     target_link_libraries(${tool_CORE} PUBLIC ${tool_LIBRARIES})
+    # Checked containers cost ocmd_diff 9 % of its instructions, a listing 0.04 %.
+    target_compile_options(${tool_CORE} PRIVATE -U_GLIBCXX_ASSERTIONS)
     target_link_libraries(${name} PRIVATE ${tool_CORE})
   else()
     target_sources(${name} PRIVATE ${tool_SOURCES})
