@@ -47,6 +47,10 @@ mount --rbind /dev "$folder/dev"
 mkdir -p "$folder/clone"
 find "$folder/clone" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
 git ls-files -z | tar --null -T - --ignore-failed-read -c | tar -x -C "$folder/clone" --no-same-owner
+rm -rf "$folder/history"
+git clone -q --no-checkout . "$folder/history" # for scripts that ask git
+mv "$folder/history/.git" "$folder/clone"
+git -C "$folder/clone" reset -q
 
 # Nothing of the environment here is meant for there, but the way to the network.
 settings=(PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8
