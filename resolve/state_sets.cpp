@@ -41,10 +41,19 @@ void StateSets::forget_all() {
 bool StateSets::accepts(const tsh_context_t &context, const LineWords &words, uint32_t options) {
     if (grammar_.begins_with_a_root())
         return false;
-    if (slots_.empty() || context.admission != admission_ || kept() > most_kept_)
+    if (!are_whole_ || context.admission != admission_ || kept() > most_kept_)
         forget_all();
+    are_whole_ = false; // if memory runs out
     admission_ = context.admission;
     hidden_ = &context.hidden;
+    const bool is_accepted = read_outward(context, words, options);
+    are_whole_ = true;
+    return is_accepted;
+}
+
+// Reads the line in the innermost submode, and if that refuses its first word, around it.
+bool StateSets::read_outward(const tsh_context_t &context, const LineWords &words,
+                             uint32_t options) {
     const bool has_slash = may_use_slash(context, options);
     const size_t depth = context.submodes.size();
     for (levels_left_ = 0; levels_left_ <= depth; ++levels_left_) {

@@ -79,6 +79,7 @@ private:
     };
     enum class Result : uint8_t { kAccepted, kUndecided, kRefusedAtOnce };
 
+    bool read_outward(const tsh_context_t &context, const LineWords &words, uint32_t options);
     Result read(SetNumber set, const LineWords &words, uint32_t options, bool may_use_slash);
     std::optional<SetNumber> read_value(SetNumber set, const LineWords &words, size_t index,
                                         uint32_t options, Step &step);
@@ -107,6 +108,7 @@ private:
     const HiddenNodes *hidden_ = nullptr;
     uint64_t admission_ = 0; // that the sets are good for
     size_t most_kept_;
+    bool are_whole_ = false; // no set is missing or half made
 
     std::vector<Set> sets_;
     std::vector<Place> places_;

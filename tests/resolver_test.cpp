@@ -1,14 +1,17 @@
 // Lines resolved through the exported names.
 #include "resolve/resolver.h"
 #include "tests/resolver_model.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/grammar.h"
 #include "tests/support/random_tree.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -35,6 +38,7 @@ public:
     }
     tsh_context_t *context() { return context_.get(); }
     tsh_answer_t *answer() { return answer_.get(); }
+    const tsh_grammar_t *grammar() { return grammar_.get(); }
     const std::vector<tree_node_t> &nodes() const { return nodes_; }
 
 private:
@@ -128,6 +132,185 @@ TEST(Resolver, AgreesWithThePlainDefinition) {
     }
     EXPECT_GT(accepted, lines / 20);
     RecordProperty("lines", static_cast<int>(lines));
+}
+
+// ---- A lamp shop ----
+
+using grammar::keyword;
+using grammar::parameter;
+
+constexpr uint32_t kString = 1;
+constexpr uint32_t kLine = 2;
+constexpr uint32_t kInteger = 0x40100001;
+
+std::vector<tree_node_t> lamp_shop() {
+    auto number = parameter(kInteger).named("number").terminal().submode().mode_id("lamp");
+    number.node().params[0].int_min = 1;
+    number.node().params[0].int_max = 12;
+    number.child(keyword("bright").child(
+        parameter(kInteger).named("percent").terminal().func_id("lamp_bright")));
+    number.child(keyword("label").child(parameter(kLine).named("text").terminal()));
+    number.child(keyword("dark").terminal().func_id("lamp_dark"));
+    auto pace = keyword("pace").parameter(kInteger).terminal().func_id("pace");
+    auto secret = keyword("secret").terminal().flags(TREE_FLAG_EXCLUDED).func_id("lamp_dark");
+    auto hue = keyword("hue").optional().terminal().func_id("show_hue");
+    auto show = keyword("show").child(hue).child(parameter(kString).terminal());
+    return grammar::lay_out(
+        grammar::main_root({keyword("lamp").child(number), pace, secret, show}));
+}
+
+class LampShop : public testing::Test, protected Session {
+protected:
+    LampShop() : Session(lamp_shop()) {}
+
+    std::string text() { return tsh_answer_text(answer()); }
+    const tsh_reading_t &reading(uint32_t n = 0) { return *tsh_answer_reading(answer(), n); }
+    std::string candidates() {
+        std::string all;
+        for (uint32_t n = 0; n < tsh_answer_candidate_count(answer()); ++n)
+            (all += all.empty() ? "" : " ") += tsh_answer_candidate(answer(), n)->text;
+        return all;
+    }
+    std::string completed(const std::string &line, size_t offset = std::string::npos) {
+        tsh_complete(context(), line.data(), line.size(), offset, 0, answer());
+        return candidates();
+    }
+    bool enter(const std::string &line) {
+        return resolve(line) == TSH_ACCEPTED && tsh_context_enter(context(), answer()) == 0;
+    }
+};
+
+TEST_F(LampShop, ReadingsHaveTypedWordsAndSubmodesThoseOfTheirLine) {
+    ASSERT_EQ(resolve("LA 7 / br 80"), TSH_ACCEPTED);
+    ASSERT_EQ(reading().word_count, 4U);
+    EXPECT_STREQ(reading().words[0].text, "lamp");
+    EXPECT_EQ(reading().words[3].value.low, 80);
+    EXPECT_EQ(reading().words[3].level, 1U);
+    EXPECT_EQ(reading().words[3].range.begin, 10U);
+    EXPECT_STREQ(reading().command->func_id, "lamp_bright");
+    ASSERT_EQ(resolve("pace5"), TSH_ACCEPTED);
+    EXPECT_EQ(reading().words[1].range.begin, 4U);
+    EXPECT_EQ(resolve("pac5"), TSH_REFUSED);
+}
+
+TEST_F(LampShop, SubmodesAreEnteredAndLeft) {
+    ASSERT_TRUE(enter("lamp 7"));
+    EXPECT_EQ(tsh_context_enter(context(), answer()), -1); // an answer for the place before
+    const tsh_reading_t *place = tsh_context_place(context(), 1);
+    EXPECT_EQ(place->words[1].value.low, 7);
+    EXPECT_EQ(resolve("dark"), TSH_ACCEPTED);
+    EXPECT_EQ(resolve("pace 5"), TSH_REFUSED);
+    EXPECT_EQ(resolve("pace 5", TSH_OUTWARD), TSH_ACCEPTED);
+    EXPECT_EQ(tsh_answer_levels_left(answer()), 1U);
+    EXPECT_EQ(tsh_context_place(context(), 2), nullptr);
+    EXPECT_EQ(tsh_context_leave(context(), 9), 1U);
+    EXPECT_EQ(resolve("dark"), TSH_REFUSED);
+}
+
+TEST_F(LampShop, LinesThatAreNoCommandsHaveAReason) {
+    EXPECT_EQ(resolve("lamp 13"), TSH_REFUSED);
+    EXPECT_EQ(text(), "invalid <INTEGER> '13': expected 1 to 12");
+    EXPECT_EQ(resolve("lamp 3 dark"), TSH_REFUSED);
+    EXPECT_EQ(tsh_answer_reason(answer()), TSH_REASON_SUBMODE);
+    EXPECT_EQ(resolve("la\033x"), TSH_REFUSED);
+    EXPECT_EQ(text(), "unknown word 'la\\x1bx'");
+    EXPECT_EQ(resolve(std::string("show\0x", 6)), TSH_REFUSED);
+    EXPECT_EQ(tsh_answer_reason(answer()), TSH_REASON_ZERO_BYTE);
+    EXPECT_EQ(resolve("lamp"), TSH_INCOMPLETE);
+    EXPECT_EQ(candidates(), "<INTEGER>");
+    EXPECT_STREQ(tsh_answer_candidate(answer(), 0)->bounds, "1 to 12");
+    EXPECT_EQ(resolve(" \t "), TSH_EMPTY);
+    EXPECT_EQ(resolve("\""), TSH_EMPTY);
+}
+
+TEST_F(LampShop, CompletionsFitTheBytesBeforeTheCursor) {
+    EXPECT_EQ(completed(""), "lamp pace<INTEGER> secret show");
+    EXPECT_EQ(completed("sxx 5", 1), "secret show");
+    EXPECT_STREQ(tsh_answer_common(answer()), "s");
+    EXPECT_EQ(completed("lamp 3 / b"), "bright");
+    EXPECT_EQ(completed("pace5"), "<INTEGER>");
+    EXPECT_EQ(completed("show \"h"), "<STRING>");
+    EXPECT_EQ(completed("show "), "hue[o] <STRING>");
+    EXPECT_EQ(completed("lamp 3 / label left of "), "<LINE>");
+}
+
+TEST_F(LampShop, ATrailingOptionalWordRunsItsFunctionWhenItIsLeftOut) {
+    ASSERT_EQ(resolve("show"), TSH_ACCEPTED);
+    EXPECT_STREQ(reading().node->token, "show");
+    EXPECT_STREQ(reading().command->func_id, "show_hue");
+}
+
+TEST_F(LampShop, NodesThatDoNotExistForAUserAreNotFound) {
+    const auto admit = [](const tree_node_t *node, void *hidden) -> int32_t {
+        return std::string{node->token} == static_cast<const char *>(hidden) ? 0 : 1;
+    };
+    ASSERT_TRUE(enter("lamp 7"));
+    char lamp[] = "lamp";
+    EXPECT_EQ(tsh_context_admit(context(), admit, lamp, 0), 1);
+    EXPECT_EQ(resolve("lamp 7", TSH_REPORT_HIDDEN), TSH_REFUSED);
+    EXPECT_EQ(tsh_answer_reason(answer()), TSH_REASON_HIDDEN);
+    EXPECT_EQ(completed(""), "pace<INTEGER> secret show");
+    EXPECT_EQ(tsh_context_admit(context(), nullptr, nullptr, 1), 0);
+    EXPECT_EQ(resolve("secret"), TSH_REFUSED);
+    EXPECT_FALSE(enter("lamp 7"));
+    EXPECT_EQ(tsh_context_admit(context(), nullptr, nullptr, 0), 0);
+    EXPECT_EQ(resolve("secret"), TSH_ACCEPTED);
+}
+
+TEST_F(LampShop, FunctionsHaveNumbersAndNodesNames) {
+    const tree_node_t *dark = tsh_grammar_named(grammar(), "dark");
+    ASSERT_NE(dark, nullptr);
+    const int32_t number = tsh_grammar_function_of(grammar(), dark);
+    EXPECT_STREQ(tsh_grammar_function_id(grammar(), static_cast<uint32_t>(number)), "lamp_dark");
+    EXPECT_EQ(tsh_grammar_function_of(grammar(), tsh_grammar_named(grammar(), "secret")), number);
+    EXPECT_EQ(tsh_grammar_function_count(grammar()), 4U);
+    EXPECT_EQ(tsh_grammar_function_id(grammar(), 4), nullptr);
+    EXPECT_EQ(tsh_grammar_named(grammar(), "none"), nullptr);
+    const tree_node_t *child = tsh_grammar_child(grammar(), tsh_grammar_root(grammar()), 1);
+    EXPECT_STREQ(child->token, "pace");
+    const tree_node_t stranger{};
+    EXPECT_EQ(tsh_grammar_child(grammar(), &stranger, 0), nullptr);
+}
+
+TEST_F(LampShop, MemoryThatRunsOutIsAVerdict) {
+    if (!failing_malloc::available())
+        GTEST_SKIP();
+    int refused = 0;
+    for (long fail_at = 1;; ++fail_at) {
+        std::unique_ptr<tsh_answer_t, Release<tsh_answer_free>> fresh{tsh_answer_new(grammar())};
+        failing_malloc::arm(fail_at);
+        const tsh_verdict_t verdict = tsh_resolve(context(), "la 3 / br 8", 11, 0, fresh.get());
+        const bool has_failed = failing_malloc::disarm().allocations >= fail_at;
+        refused += verdict == TSH_NO_MEMORY ? 1 : 0;
+        EXPECT_TRUE(verdict == TSH_ACCEPTED || (has_failed && verdict == TSH_NO_MEMORY))
+            << fail_at; // sorting does without
+        EXPECT_EQ(tsh_resolve(context(), "dark", 4, 0, fresh.get()), TSH_REFUSED);
+        if (!has_failed)
+            break;
+    }
+    EXPECT_GT(refused, 10);
+}
+
+// The build with the thread sanitizer has this test to look at.
+TEST_F(LampShop, ThreadsShareAGrammar) {
+    std::vector<std::thread> threads;
+    std::atomic<int> accepted = 0;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([this, i, &accepted] {
+            std::unique_ptr<tsh_context_t, Release<tsh_context_free>> user{
+                tsh_context_new(grammar())};
+            std::unique_ptr<tsh_answer_t, Release<tsh_answer_free>> own{tsh_answer_new(grammar())};
+            for (int round = 0; round < 200; ++round) {
+                tsh_context_admit(user.get(), nullptr, nullptr, (i + round) % 2);
+                for (const std::string line : {"lamp 3", "secret", "show hue", "lamp 3 / dark"})
+                    if (tsh_resolve(user.get(), line.data(), line.size(), 0, own.get()) ==
+                        TSH_ACCEPTED)
+                        ++accepted;
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(accepted, 4 * 100 * (4 + 2)); // in single mode neither a hidden word nor "/"
 }
 
 } // namespace
