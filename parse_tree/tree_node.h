@@ -38,12 +38,14 @@ typedef struct parameter_info_t {
     uint64_t intf_mask;  /**< Interface mask, under the same rule as the node's. */
     uint8_t opaque1[64]; /**< Carried unchanged from the grammar compiler. */
     int32_t int_min;     /**< Lowest integer; for strings its low 16 bits are the longest length. */
-    int32_t int_max;     /**< Highest integer. */
+    int32_t int_max;     /**< Highest integer. Both 0: no bounds. */
     uint8_t opaque2[16]; /**< Carried unchanged. */
 } parameter_info_t;
 
 /** One keyword or parameter position of the command language: 1000 bytes, integers in host order
- * in memory. Texts are zero-terminated within their fields, unused bytes are zero. A node knows
+ * in memory. A command line has the keyword first, then one word for each parameter; a keyword may
+ * be joined to its first parameter (resolve/resolver.h). In a bit array, number i is bit i % 8, 0
+ * being the least significant one, of byte i / 8. Texts are zero-terminated within their fields, unused bytes are zero. A node knows
  * its children but not its parents, of which it may have several. */
 typedef struct tree_node_t {
     char name[TREE_NAME_SIZE];   /**< Unique name of the node. */

@@ -27,6 +27,11 @@ nm -D --defined-only "$(find "$scratch" -name libtsh.so)" |
     awk '$2 != "A" && $3 !~ /^__odr_asan|__llvm_pr/ {sub(/@@TSH_1.0$/, "", $3); print $3}' | sort >"$scratch/exported"
 diff "$scratch/declared" "$scratch/exported"
 
+# The page on global names lists the exported variables.
+nm -D --defined-only "$(find "$scratch" -name libtsh.so)" |
+    awk '$2 ~ /^[BDR]$/ && $3 !~ /^__odr_asan|__llvm_pr/ {sub(/@@.*/, "", $3); print $3}' | sort |
+    diff - <(sed -nE 's/^\| `(\w+)` .*/\1/p' "$(dirname "$0")/../doc/globals.md" | sort)
+
 # The example, as a C and as a C++ program of a project outside, by the CMake package.
 mkdir "$scratch/outside"
 cp "$scratch"/share/doc/ocmd_gen/examples/resolve.c "$scratch/outside"

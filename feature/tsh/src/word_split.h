@@ -4,7 +4,8 @@
 
 #include "feature/tsh/src/str_list.h"
 
-/** Splits a line into words. Runs of delimiters are skipped. A double quote that begins a word is
+/** Splits a line into words. With the delimiters " " it is the splitter of the shell: command lines
+ * are looked up and resolved as it splits them. Runs of delimiters are skipped. A double quote that begins a word is
  * not part of it; every other one is. Quotes open and close stretches without delimiters, and the
  * character right after a quote that did not begin the word belongs to it whatever it is. A quote
  * that stays open extends its word to the end of the line. Words beyond STR_LIST_MAX_WORDS are
