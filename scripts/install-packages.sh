@@ -6,8 +6,8 @@ unset CDPATH
 cd "$(dirname "$0")"
 declare -A group=(
     [build]="g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev libyaml-dev"
-    [tests]="googletest python3-jsonschema python3-yaml dpkg-dev file"
-    [lint]="git libbenchmark-dev clang-format clang-tidy"
+    [tests]="git googletest python3-jsonschema python3-yaml dpkg-dev file"
+    [lint]="libbenchmark-dev clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"
     [i386]="gcc-multilib g++-multilib"
     [release]="git lintian doxygen abigail-tools"
