@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <glib.h>
 #include <memory>
 
@@ -19,6 +21,35 @@ bool is_c1(gunichar character) {
     return character >= 0x80 && character <= 0x9F;
 }
 
+template <typename Integer> Integer load(const char *from) {
+    Integer value;
+    memcpy(&value, from, sizeof value);
+    return value;
+}
+
+// Whether 8 bytes are printable ASCII. The lowest one that is not sets its own top bit in one of
+// the three terms; no carry of a lower byte reaches it.
+bool are_printable_ascii(uint64_t bytes) {
+    constexpr uint64_t kEach = 0x0101010101010101;
+    return ((bytes | (bytes - kEach * ' ') | (bytes + kEach)) & kEach * 0x80) == 0;
+}
+
+// Looks at 8 bytes at a time, at some of them twice.
+bool is_printable_ascii(std::string_view text) {
+    constexpr size_t kStep = sizeof(uint64_t);
+    const char *from = text.data();
+    const char *const end = from + text.size();
+    if (text.size() < kStep / 2)
+        return std::ranges::none_of(text, [](char c) { return c < ' ' || c > '~'; });
+    if (text.size() < kStep)
+        return are_printable_ascii(uint64_t{load<uint32_t>(from)} << 32U |
+                                   load<uint32_t>(end - kStep / 2));
+    for (; end - from > static_cast<ptrdiff_t>(kStep); from += kStep)
+        if (!are_printable_ascii(load<uint64_t>(from)))
+            return false;
+    return are_printable_ascii(load<uint64_t>(end - kStep));
+}
+
 // Bytes of the character of UTF-8 or, where there is none, 1.
 size_t size_of_character(std::string_view text, bool &is_control) {
     const auto byte = static_cast<unsigned char>(text.front());
@@ -31,6 +62,22 @@ size_t size_of_character(std::string_view text, bool &is_control) {
     const bool is_utf8 = character <= 0x10FFFF;
     is_control = is_c1(is_utf8 ? character : byte);
     return is_utf8 ? static_cast<size_t>(g_unichar_to_utf8(character, nullptr)) : 1;
+}
+
+// Most texts need no search, so its registers are not saved for them.
+[[gnu::noinline]] std::string_view search_control(std::string_view text, size_t from) {
+    while (from < text.size()) {
+        if (text[from] >= ' ' && text[from] < '\x7F') {
+            ++from;
+            continue;
+        }
+        bool is_control = false;
+        const size_t size = size_of_character(text.substr(from), is_control);
+        if (is_control)
+            return text.substr(from, size);
+        from += size;
+    }
+    return text.substr(text.size());
 }
 
 // Calls take(text, is_control) for the parts of a text, in their order.
@@ -64,18 +111,8 @@ void write_escaped(FILE *stream, std::string_view text) {
 } // namespace
 
 std::string_view find_control(std::string_view text, size_t from) {
-    while (from < text.size()) {
-        if (text[from] >= ' ' && text[from] < '\x7F') { // most are, and need no second look
-            ++from;
-            continue;
-        }
-        bool is_control = false;
-        const size_t size = size_of_character(text.substr(from), is_control);
-        if (is_control)
-            return text.substr(from, size);
-        from += size;
-    }
-    return text.substr(text.size());
+    return is_printable_ascii(text.substr(from)) ? text.substr(text.size())
+                                                 : search_control(text, from);
 }
 
 std::string escaped(std::string_view text) {

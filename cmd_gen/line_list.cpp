@@ -8,6 +8,7 @@
 #include "cmd_gen/word_internal.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <new>
 #include <optional>
@@ -127,12 +128,28 @@ struct tsh_line_list_t {
 
 namespace {
 
+// Words with the newline behind them. Few need escapes, and only those a string.
+class WordLines {
+public:
+    // The text lives until the next call.
+    std::string_view line_of(const tsh::Word &word) {
+        const std::string_view text = word.text();
+        if (!base::find_control(text).empty())
+            return escaped_ = base::escaped(text) += kNewline;
+        const size_t size = text.copy(usual_.data(), text.size());
+        return {usual_.data(), size + kNewline.copy(usual_.data() + size, kNewline.size())};
+    }
+
+private:
+    std::array<char, tsh::kLongestWord + kNewline.size()> usual_;
+    std::string escaped_;
+};
+
 bool gather(tsh_line_list_t &list, const tsh_tree_t *tree, const tsh_types_t *types) {
-    std::string word;
+    WordLines words;
     const auto look = [&](const tree_node_t &node) -> tsh::NodeLook {
-        word = base::escaped(tsh::spell(node, types).text());
-        word += kNewline;
-        return {word, tsh::has_line(node), tsh::is_submode(node), true};
+        return {words.line_of(tsh::spell(node, types)), tsh::has_line(node), tsh::is_submode(node),
+                true};
     };
     const tree_node_t *root = tsh_tree_root(tree);
     return list.nodes.gather(root, *root, look);

@@ -1,4 +1,4 @@
-// One handle for each tree, and the grammar over them.
+// The grammar over the trees of a file.
 #include "tools/ocmd_find/file_grammar.h"
 
 #include "tools/support/command_lines.h"
@@ -29,15 +29,10 @@ FileGrammar::FileGrammar(const tool::TreeFile &file, bool checks_forms) {
         types_.reset(or_bad_alloc(tsh_types_new()));
         tsh_types_ignore_forms(types_.get());
     }
+    for (const tool::TreeRecord &record : file.records())
+        trees_.push_back({record.tree.get(), tool::begins_with_root(file, record) ? 1 : 0});
     tsh_error_t error;
-    std::vector<tsh_grammar_tree_t> trees;
-    for (const tool::TreeRecord &record : file.records()) {
-        const auto node_count = static_cast<uint32_t>(record.nodes.size());
-        trees_.emplace_back(
-            or_fail(tsh_tree_over(record.nodes.data(), node_count, &error), file, error));
-        trees.push_back({trees_.back().get(), tool::begins_with_root(file, record) ? 1 : 0});
-    }
-    grammar_.reset(or_fail(tsh_grammar_of_trees(trees.data(), static_cast<uint32_t>(trees.size()),
+    grammar_.reset(or_fail(tsh_grammar_of_trees(trees_.data(), static_cast<uint32_t>(trees_.size()),
                                                 types_.get(), &error),
                            file, error));
 }
@@ -52,9 +47,9 @@ AnswerPtr FileGrammar::new_answer() const {
 
 int32_t FileGrammar::index_of(const tree_node_t &node) const {
     int32_t index = -1;
-    for (const TreePtr &tree : trees_)
+    for (const tsh_grammar_tree_t &each : trees_)
         if (index < 0)
-            index = tsh_tree_index(tree.get(), &node);
+            index = tsh_tree_index(each.tree, &node);
     return index;
 }
 

@@ -30,10 +30,8 @@ public:
     [[nodiscard]] int32_t index_of(const tree_node_t &node) const;
 
 private:
-    using TreePtr = std::unique_ptr<tsh_tree_t, base::Releaser<tsh_tree_close>>;
-
     std::unique_ptr<tsh_types_t, base::Releaser<tsh_types_free>> types_; // null: built in
-    std::vector<TreePtr> trees_;
+    std::vector<tsh_grammar_tree_t> trees_;
     std::unique_ptr<tsh_grammar_t, base::Releaser<tsh_grammar_close>> grammar_;
 };
 

@@ -44,11 +44,8 @@ void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &outp
         lines.add_below({});
 }
 
-// The record has been checked, so that only memory can be missing.
 LineList::LineList(const TreeRecord &record, TextOutput &output)
-    : tree_(
-          tsh_tree_over(record.nodes.data(), static_cast<uint32_t>(record.nodes.size()), nullptr)),
-      list_(tree_ == nullptr ? nullptr : tsh_line_list_new(tree_.get(), nullptr)), output_(output) {
+    : list_(tsh_line_list_new(record.tree.get(), nullptr)), output_(output) {
     if (list_ == nullptr)
         throw std::bad_alloc();
 }

@@ -6,7 +6,6 @@
 
 #include "base/owners.h"
 #include "cmd_gen/line_list.h"
-#include "parse_tree/tree.h"
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
 
@@ -42,7 +41,6 @@ public:
     void add_below(std::span<const uint16_t> path) const;
 
 private:
-    std::unique_ptr<tsh_tree_t, base::Releaser<tsh_tree_close>> tree_;
     std::unique_ptr<tsh_line_list_t, base::Releaser<tsh_line_list_free>> list_;
     TextOutput &output_;
 };

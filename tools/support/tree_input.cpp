@@ -87,7 +87,7 @@ private:
                  TREE_MAX_NODES, size / TREE_NODE_SIZE);
         const size_t count = std::min<size_t>(size / TREE_NODE_SIZE, TREE_MAX_NODES);
         if (count > 0)
-            records.push_back({nodes_at(0, count), 0, 0, {}});
+            add({nodes_at(0, count), 0, 0, {}});
     }
 
     void read_subtrees() {
@@ -134,9 +134,19 @@ private:
                  number);
         TreeRecord record{{}, header.version, header.path_kind, {path, path_length}};
         record.nodes = nodes_at(place + nodes, header.tree_bytes / TREE_NODE_SIZE);
-        records.push_back(std::move(record));
+        add(std::move(record));
         place += nodes + header.tree_bytes;
         return true;
+    }
+
+    // The check that the handle makes is the only one of a valid tree.
+    void add(TreeRecord record) {
+        tsh_error_t error;
+        record.tree.reset(
+            tsh_tree_over(record.nodes.data(), static_cast<uint32_t>(record.nodes.size()), &error));
+        if (error.code == TSH_ERROR_NO_MEMORY)
+            throw std::bad_alloc{};
+        records.push_back(std::move(record));
     }
 
     // Nodes in host order. In a subtree file they begin anywhere and are moved down to where a
@@ -196,6 +206,8 @@ public:
         for (const TreeRecord &record : file_.records()) {
             record_ = &record;
             check_attach_path();
+            if (record.tree != nullptr)
+                continue;
             errno = 0;
             faults_ += tsh_tree_check(record.nodes.data(), node_count(), take, this);
             if (errno == ENOMEM) // told like a fault of the tree

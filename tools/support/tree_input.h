@@ -2,6 +2,8 @@
 // or gzip-compressed, in either byte order.
 #pragma once
 
+#include "base/owners.h"
+#include "parse_tree/tree.h"
 #include "parse_tree/tree_node.h"
 
 #include <cstdint>
@@ -17,12 +19,15 @@ namespace tool {
 enum class Container : uint8_t { kMain, kSubtrees };
 enum class ByteOrder : uint8_t { kLittle, kBig };
 
+using TreeHandle = std::unique_ptr<tsh_tree_t, base::Releaser<tsh_tree_close>>;
+
 /// One tree with what its record says of it. A main par file is one tree that says nothing.
 struct TreeRecord {
-    std::span<const tree_node_t> nodes; ///< In host order; node 0 is the root. Not yet checked.
+    std::span<const tree_node_t> nodes; ///< In host order; node 0 is the root.
     uint32_t version = 0;
     uint32_t path_kind = 0;
     std::string attach_path; ///< Names separated by commas.
+    TreeHandle tree = {};    ///< Handle of the nodes, if they are valid and lie in a file.
 };
 
 /// The names in an attach path as the linker reads it, which leaves out empty ones.
