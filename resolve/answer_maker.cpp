@@ -177,12 +177,12 @@ void AnswerMaker::answer_refused() {
     answer_.verdict = TSH_REFUSED;
     answer_.range = {refused.begin, refused.end};
     if (value.exists) {
-        const std::string_view text =
-            parser_.value_text(word, value.keyword_length, value.takes_rest);
-        const size_t begin = (value.takes_rest ? refused.begin_with_quote() : refused.begin);
-        answer_.range = value.keyword_length > 0 || value.takes_rest
-                            ? tsh_range_t{begin, begin + value.keyword_length + text.size()}
-                            : tsh_range_t{begin, begin + text.size()};
+        const size_t begin = value.takes_rest ? refused.begin_with_quote() : refused.begin;
+        const size_t length =
+            value.keyword_length +
+            parser_.value_text(word, value.keyword_length, value.takes_rest).size();
+        // The splitter may have added a space to the text.
+        answer_.range = {begin, std::min(begin + length, words_.line().size())};
     }
     const std::vector<NextWord> &next = answer_.next_words.after(parser_, context_.hidden, false);
     add_candidates(next);

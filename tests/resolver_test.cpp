@@ -216,6 +216,10 @@ TEST_F(LampShop, LinesThatAreNoCommandsHaveAReason) {
     EXPECT_EQ(text(), "unknown word 'la\\x1bx'");
     EXPECT_EQ(resolve(std::string("show\0x", 6)), TSH_REFUSED);
     EXPECT_EQ(tsh_answer_reason(answer()), TSH_REASON_ZERO_BYTE);
+    EXPECT_EQ(resolve("lamp |>x"), TSH_REFUSED);
+    EXPECT_EQ(resolve("lamp a|>"), TSH_REFUSED);
+    EXPECT_EQ(resolve("lamp \"a|>"), TSH_REFUSED); // split with spaces that it does not have
+    EXPECT_EQ(tsh_answer_range(answer()).end, 9U);
     EXPECT_EQ(resolve("lamp"), TSH_INCOMPLETE);
     EXPECT_EQ(candidates(), "<INTEGER>");
     EXPECT_STREQ(tsh_answer_candidate(answer(), 0)->bounds, "1 to 12");
