@@ -1,5 +1,5 @@
-# Steps of a run, and its summary: the seconds that each step took, and what was skipped. Sourced by
-# the scripts beside it, in the root of the clone.
+# Steps of a run, and its summary: the seconds of each step, and skipped steps. Sourced by the other scripts
+# of this directory, in the root of the clone.
 step_name=
 step_start=0
 summary=
@@ -9,7 +9,7 @@ end_step() {
         summary+=$(printf '%5d s  %s' $((SECONDS - step_start)) "$step_name")$'\n'
 }
 
-# step NAME: ends the step before.
+# step NAME: starts a step and ends the previous one.
 step() {
     end_step
     step_name=$*
@@ -22,7 +22,7 @@ skip() {
     step_name+=" (skipped: $1)"
 }
 
-# or_skip REASON COMMAND...: status 77 of the command means that it cannot run here.
+# or_skip REASON COMMAND...: runs the command; its status 77 means that it cannot run here.
 or_skip() {
     local status=0
     "${@:2}" || status=$?
@@ -49,6 +49,6 @@ finish() {
 trap finish EXIT
 
 export TSH_WARNINGS_AS_ERRORS=ON
-# Presets share objects that have the same flags.
+# Presets share objects with the same flags.
 export CCACHE_DIR=$PWD/build/ccache CCACHE_BASEDIR=$PWD
 export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache

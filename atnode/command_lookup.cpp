@@ -1,4 +1,4 @@
-// A command line walks down the tree, one level for each word.
+// Lookup of command lines, one level of the tree per word.
 #include "atnode/command_lookup.h"
 
 #include "atnode/lookup.h"
@@ -12,11 +12,11 @@ using tsh::traces_navigation;
 namespace {
 
 struct Descent {
-    const tree_node_t *node; // null where a word matched nothing
+    const tree_node_t *node; // null if a word matched nothing
     int32_t words_tried;
 };
 
-// From a node down, one level for each word, by a lookup of (node, word).
+// Descends from a node, one level per word, with a lookup of (node, word).
 template <typename Find>
 Descent descend(const tree_node_t *node, const str_list_t &words, const Find &find) {
     int32_t tried = 0;

@@ -1,4 +1,4 @@
-// Cursors: the path from the root, a step for each level.
+// Cursors: the path from the root, one step per level.
 #include "atnode/cursor.h"
 
 #include "base/owners.h"
@@ -10,14 +10,14 @@ namespace {
 
 struct Step {
     uint16_t index;
-    uint16_t position; // in the list of the step before
+    uint16_t position; // in the child list of the previous step
 };
 
 } // namespace
 
 struct tsh_cursor_t {
     const tsh_tree_t *tree;
-    base::Block<Step> path; // a valid tree has no path of more steps than nodes
+    base::Block<Step> path; // no path of a valid tree has more steps than the tree has nodes
     uint32_t depth;
 };
 

@@ -1,4 +1,4 @@
-// Keyword lookups: nearer levels of one subtree first, earlier subtrees before later ones.
+// Keyword lookups: children before deeper levels, and earlier subtrees before later ones.
 #include "atnode/lookup.h"
 
 #include "atnode/navigation_internal.h"
@@ -15,7 +15,7 @@ using tsh::traces_navigation;
 
 namespace {
 
-// The first matching child; on_child is told of each child that is compared.
+// Returns the first matching child; calls on_child for each child that is compared.
 template <typename OnChild>
 const tree_node_t *find_child(const tree_node_t *nodes, const tree_node_t &node, const char *token,
                               const OnChild &on_child) {
@@ -46,8 +46,8 @@ const tree_node_t *find_silently(const tsh_tree_t *tree, const tree_node_t &node
     return find_child(tsh_tree_root(tree), node, token, [](int32_t, const tree_node_t *) {});
 }
 
-// Depth first below a node whose own children do not match. A node that was searched with as many
-// levels left is not searched again. Throws std::bad_alloc.
+// Searches depth first below a node whose children do not match. A node that was already searched
+// with as many remaining levels is not searched again. Throws std::bad_alloc.
 const tree_node_t *find_below(const tsh_tree_t *tree, const tree_node_t &first, uint32_t depth,
                               const char *token) {
     struct Level {
@@ -55,11 +55,11 @@ const tree_node_t *find_below(const tsh_tree_t *tree, const tree_node_t &first, 
         uint32_t next_child;
     };
     depth = std::min(depth, tsh_tree_node_count(tree));        // no path is longer
-    std::vector<uint32_t> searched(tsh_tree_node_count(tree)); // levels, by node
+    std::vector<uint32_t> searched(tsh_tree_node_count(tree)); // remaining levels, by node
     std::vector<Level> path{{&first, 0}};
     while (!path.empty()) {
         const auto levels =
-            static_cast<uint32_t>(depth + 1 - path.size()); // that may be searched below a child
+            static_cast<uint32_t>(depth + 1 - path.size()); // levels to search below a child
         Level &level = path.back();
         const tree_node_t *child = tsh_tree_child(tree, level.node, level.next_child++);
         if (child == nullptr || levels == 0) {

@@ -1,4 +1,4 @@
-// What the navigation operations share: the way from an index to a node, and node names in traces.
+// Common parts of the navigation operations: child lookup by position, and node names in traces.
 #pragma once
 
 #include "feature/tsh/src/trace_internal.h"
@@ -14,7 +14,7 @@ inline bool traces_navigation() {
     return traces(TSH_TRACE_NAVIGATION);
 }
 
-/// A node as traces show it; a null entry of the stack must not end the program.
+/// Returns the name of a node for traces; also valid for a null entry of the stack.
 inline const char *label(const tree_node_t *node) {
     return node == nullptr ? "(null)" : node->name;
 }

@@ -1,4 +1,4 @@
-// Parents, children, siblings and depth, with their traces in the order of the look-ups they make.
+// Parents, children, siblings and depth, with traces in the order of their lookups.
 #include "atnode/relations.h"
 
 #include "atnode/navigation_internal.h"

@@ -1,4 +1,4 @@
-// The traversal stack. Positions past the last slot are counted but hold nothing.
+// Traversal stack. Positions after the last slot are counted but not stored.
 #include "atnode/stack.h"
 
 #include "atnode/navigation_internal.h"

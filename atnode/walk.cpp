@@ -1,4 +1,4 @@
-// The walks: preorder by index, the others by the sibling relations of the traversal stack.
+// Tree walks: preorder by index, the others by the sibling relations of the traversal stack.
 #include "atnode/walk.h"
 
 #include "atnode/navigation_internal.h"
@@ -11,15 +11,15 @@ using tsh::traces_navigation;
 
 namespace {
 
-bool may_look_below(const tree_node_t *node) {
+bool may_look_ahead(const tree_node_t *node) {
     return (node->flags & TREE_FLAG_SUBMODE) == 0 ||
            node->optional == TREE_OPTIONAL_SUBMODE_ENTERED;
 }
 
 constexpr int32_t kFetchedAhead = 6; // children
 
-// Records lie far apart, and a visit takes less time than memory does: what the walk will look at
-// of a child is on its way while others are visited.
+// Prefetches the fields of a child that the walk will read, while other children are visited:
+// records are far apart, and a visit takes less time than a memory access.
 void fetch_child(const tree_node_t *node, int32_t position) {
     if (position < node->child_count)
         __builtin_prefetch(&child_at(node, position)->child_count);
@@ -40,14 +40,14 @@ const tree_node_t *child_in_turn(const tree_node_t *node, int32_t position) {
     return child_at(node, position);
 }
 
-// A step of a preorder walk: to a child, by its place in the parent's list.
+// A step of a preorder walk: to a child, by its position in the parent's list.
 struct WalkStep {
     uint16_t index;
     uint16_t position;
 };
 
-// A walk may neither allocate nor recurse from level to level, so each call goes down this far
-// before it leaves the rest to another: in all, 300 KB of call stack for 65,536 levels.
+// A walk must neither allocate nor recurse at every level. Each call handles this many levels
+// before it recurses: in total, 300 KB of call stack for 65,536 levels.
 constexpr size_t kLevelsPerCall = 512;
 
 } // namespace
@@ -64,7 +64,7 @@ void atnode_traverse(const tree_node_t *node, int32_t carried1, int32_t carried2
 void atn_preorder_traverse(const tree_node_t *node, atnode_visit_t visit, int32_t carried1,
                            int32_t carried2, int32_t carried3, int32_t argument) {
     const tree_node_t *const first = node;
-    WalkStep path[kLevelsPerCall]; // from the first node to the node in hand
+    WalkStep path[kLevelsPerCall]; // from the first node to the current node
     size_t depth = 0;
     visit_node(node, visit, argument);
     for (int32_t position = 0;;) {
@@ -128,7 +128,7 @@ void atnode_look_ahead_foreach(const tree_node_t *node, atnode_visit_t visit, in
                 trace("atn look ahead foreach processing node %s\n", label(sibling));
             visit(sibling, argument);
         }
-        if (!may_look_below(sibling))
+        if (!may_look_ahead(sibling))
             continue;
         atnode_stack_push(sibling);
         if (const tree_node_t *child = atnode_first_child(sibling))

@@ -14,14 +14,14 @@ using tsh::next_bit;
 
 constexpr uint32_t kNoBound = UINT32_MAX;
 
-// A list under construction in the caller's buffer; always terminated, unless it has no room.
+// A list in the caller's buffer; always terminated, unless the capacity is 0.
 class ListText {
 public:
     ListText(char *buffer, uint32_t capacity) : buffer_(buffer), capacity_(capacity) {
         terminate();
     }
 
-    // Appends an item with its separator, or leaves the list as it is when that does not fit.
+    // Appends an item with its separator, or changes nothing if it does not fit.
     bool append(const bmask_range_t &run) {
         const char *separator = length_ == 0 ? "" : ",";
         char item[sizeof ",255-255"];
@@ -51,7 +51,7 @@ private:
     uint32_t length_ = 0;
 };
 
-// Calls visit with every run from start on, until it returns false. True when none is left.
+// Calls visit for every run from start on, until it returns false. Returns true if none is left.
 template <typename Mask, typename Visit>
 bool for_each_run(const Mask &mask, int32_t start, Visit visit) {
     for (bmask_range_t run = find_run<Bit::kSet>(mask, start); run.first >= 0;
@@ -128,7 +128,7 @@ template <typename Mask> void from_bitarray(Mask &mask, const uint8_t *array, in
 
 } // namespace
 
-// The exported twins, one operation a row.
+// The exported functions, one operation per row.
 // clang-format off
 // NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define EXPORT_FORMATS(N, Mask)                                                                    \

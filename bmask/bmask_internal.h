@@ -1,5 +1,5 @@
-// Masks as machine words, and the searches on them. Every algorithm stands here or in a .cpp of
-// this room once, as a template over the record; the exported twins are rows of a table.
+// Masks as machine words, and searches. Every algorithm is a template over the record, here or in a
+// .cpp file of this component; tables define the exported functions of both widths.
 #pragma once
 
 #include "bmask/bmask.h"
@@ -20,7 +20,7 @@ template <typename Mask> constexpr int32_t kMaskBits = 8 * sizeof(Mask::bits);
 template <typename Mask> constexpr size_t kMaskWords = sizeof(Mask::bits) / sizeof(MaskWord);
 template <typename Mask> using MaskWords = std::array<MaskWord, kMaskWords<Mask>>;
 
-/// Words in memory order, as they lie in the record: all that bitwise algebra needs.
+/// Returns a word in memory order, which suffices for bitwise operations.
 template <typename Mask> MaskWord load_word(const Mask &mask, size_t i) {
     MaskWord word;
     memcpy(&word, mask.bits + i * sizeof word, sizeof word);
@@ -37,15 +37,15 @@ template <typename Mask> void store(Mask &mask, const MaskWords<Mask> &words) {
     memcpy(mask.bits, words.data(), sizeof mask.bits);
 }
 
-/// Exchanges memory order and reading order. A word in reading order has the lowest of its bit
-/// positions as its most significant bit.
-constexpr MaskWord reading_order(MaskWord word) {
+/// Converts between memory order and bit order. In bit order, the lowest bit position is the most
+/// significant bit of the word.
+constexpr MaskWord bit_order(MaskWord word) {
     if constexpr (std::endian::native == std::endian::little)
         return __builtin_bswap64(word);
     return word;
 }
 
-/// A word in reading order with the bits at position and above set; any position will do.
+/// Returns a word in bit order with the bits at position and above set; any position is valid.
 constexpr MaskWord bits_from(int64_t position) {
     if (position <= 0)
         return kAllBits;
@@ -54,13 +54,13 @@ constexpr MaskWord bits_from(int64_t position) {
 
 enum class Bit : uint8_t { kSet, kFree };
 
-/// Word i in reading order, the wanted bits as ones.
+/// Returns word i in bit order, with the wanted bits as ones.
 template <Bit kWanted, typename Mask> MaskWord wanted_bits(const Mask &mask, size_t i) {
     const MaskWord word = load_word(mask, i);
-    return reading_order(kWanted == Bit::kSet ? word : ~word);
+    return bit_order(kWanted == Bit::kSet ? word : ~word);
 }
 
-/// Lowest wanted bit at start or above, or -1.
+/// Returns the lowest wanted bit at start or above, or -1.
 template <Bit kWanted, typename Mask> int32_t find_bit(const Mask &mask, int32_t start) {
     auto from = static_cast<uint32_t>(start);
     if (from >= kMaskBits<Mask>) {
@@ -78,12 +78,12 @@ template <Bit kWanted, typename Mask> int32_t find_bit(const Mask &mask, int32_t
     return static_cast<int32_t>(i) * kWordBits + std::countl_zero(word);
 }
 
-/// Lowest wanted bit above n, or -1.
+/// Returns the lowest wanted bit above n, or -1.
 template <Bit kWanted, typename Mask> int32_t next_bit(const Mask &mask, int32_t n) {
     return n == INT32_MAX ? -1 : find_bit<kWanted>(mask, n + 1);
 }
 
-/// The run of wanted bits that begins with the lowest one at start or above; first is -1 when
+/// Returns the run of wanted bits that starts with the lowest one at start or above; first is -1 if
 /// there is none.
 template <Bit kWanted, typename Mask> bmask_range_t find_run(const Mask &mask, int32_t start) {
     constexpr Bit kOther = kWanted == Bit::kSet ? Bit::kFree : Bit::kSet;

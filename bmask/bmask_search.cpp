@@ -25,7 +25,7 @@ template <typename Mask> int32_t find_prev_bit(const Mask &mask, int32_t start) 
     return static_cast<int32_t>(i) * kWordBits + kWordBits - 1 - std::countr_zero(word);
 }
 
-// The bit of rank k of a word in reading order with more than k bits set.
+// Returns the bit of rank k of a word in bit order with more than k bits set.
 int32_t nth_in_word(MaskWord word, int32_t k) {
     constexpr MaskWord kFirst = MaskWord{1} << (kWordBits - 1);
     for (; k > 0; --k)
@@ -46,8 +46,7 @@ template <Bit kWanted, typename Mask> int32_t nth_bit(const Mask &mask, int32_t 
     return -1;
 }
 
-// The bit behind a run is known to be of the other kind, so the next run begins at last + 2 at
-// the earliest.
+// The bit after a run is of the other kind, so the next run starts at last + 2 or later.
 template <Bit kWanted, typename Mask> int32_t next_range(const Mask &mask, bmask_range_t &range) {
     if (range.last > kMaskBits<Mask> - 3)
         return -1;
@@ -67,7 +66,7 @@ template <typename Mask> bool is_range_free(const Mask &mask, const bmask_range_
 
 } // namespace
 
-// The exported twins, one operation a row.
+// The exported functions, one operation per row.
 // clang-format off
 // NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define EXPORT_SEARCHES(N, Mask)                                                                   \

@@ -13,7 +13,7 @@ using tsh::MaskWord;
 using tsh::MaskWords;
 using tsh::store;
 
-// What an operation makes of a word of dst (d) and of its operands.
+// Operations on a word of dst (d) and its operands.
 constexpr auto kFill = [](MaskWord) { return tsh::kAllBits; };
 constexpr auto kClear = [](MaskWord) { return MaskWord{0}; };
 constexpr auto kUnion = [](MaskWord d, MaskWord a) { return d | a; };
@@ -27,7 +27,7 @@ constexpr auto kMaskIntersect = [](MaskWord d, MaskWord a, MaskWord m) { return 
 constexpr auto kMaskSubtract = [](MaskWord d, MaskWord a, MaskWord m) { return d & ~(a & m); };
 constexpr auto kMaskRevert = [](MaskWord d, MaskWord m) { return d ^ m; };
 
-// What a comparison asks of every word.
+// Comparisons of words.
 constexpr auto kEqual = [](MaskWord a, MaskWord b) { return a == b; };
 constexpr auto kMaskEqual = [](MaskWord a, MaskWord b, MaskWord m) { return ((a ^ b) & m) == 0; };
 constexpr auto kDisjoint = [](MaskWord a, MaskWord b) { return (a & b) == 0; };
@@ -49,7 +49,7 @@ template <typename Mask> MaskWords<Mask> range_words(int32_t first, int32_t coun
     MaskWords<Mask> words;
     for (size_t i = 0; i < words.size(); ++i) {
         const auto begin = first - static_cast<int64_t>(i) * tsh::kWordBits;
-        words[i] = tsh::reading_order(tsh::bits_from(begin) & ~tsh::bits_from(begin + count));
+        words[i] = tsh::bit_order(tsh::bits_from(begin) & ~tsh::bits_from(begin + count));
     }
     return words;
 }
@@ -118,7 +118,7 @@ template <typename Mask> Mask *new_mask() {
 
 } // namespace
 
-// The exported twins, one operation a row.
+// The exported functions, one operation per row.
 // clang-format off
 // NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define EXPORT_SETS(N, Mask)                                                                       \

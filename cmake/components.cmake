@@ -1,7 +1,7 @@
-# The components of the library, lowest first, each with those it may include headers from. This is
-# the only list of them: scripts read it too (scripts/components.sh), one call on one line.
+# Components of the library, lowest first, each with the components whose headers it may include. Scripts
+# read this list, too (scripts/components.sh); each call must be on one line.
 #
-# tsh_component(FOLDER INTERNAL|TOPIC NAME [INCLUDES FOLDER...]): tsh/NAME.h includes all headers of
+# tsh_component(DIRECTORY INTERNAL|TOPIC NAME [INCLUDES DIRECTORY...]): tsh/NAME.h includes all headers of
 # a component; INTERNAL ones export nothing and install no headers.
 tsh_component(platform TOPIC platform)
 tsh_component(base INTERNAL INCLUDES platform)

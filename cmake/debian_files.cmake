@@ -1,5 +1,5 @@
-# What Debian's policy wants in each package: a copyright file, a changelog, compressed pages. CPack
-# includes this before it packs what it has installed for each component.
+# Files of each package that Debian's policy requires: copyright file, changelog, compressed man pages.
+# CPack includes this file before it packs the installed files of each component.
 set(copyright "Copyright 2026 the authors of ocmd_gen and libtsh.
 All rights reserved until the owner chooses a licence.
 ")
@@ -18,7 +18,7 @@ foreach(component ${CPACK_COMPONENTS_ALL})
 ")
   file(GLOB pages ${root}/usr/share/man/man*/*.[1-9])
   execute_process(COMMAND gzip -9nf ${doc}/changelog ${pages} COMMAND_ERROR_IS_FATAL ANY)
-  # Whatever the umask of whoever packs.
+  # Independent of the umask of the packager.
   file(CHMOD_RECURSE ${root}/usr/share/doc/${package}
        FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ
        DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE

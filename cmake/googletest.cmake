@@ -1,12 +1,12 @@
-# GoogleTest, as the targets gtest and gtest_main: built here where its sources are found, so that
-# the flags of a build (sanitizers, -m32, counting) reach it too; else as it is installed.
+# GoogleTest, as the targets gtest and gtest_main: built from its sources if they are found, with the flags
+# of the build (sanitizers, -m32, coverage); else the installed libraries.
 find_path(TSH_GOOGLETEST_SOURCES googletest/include/gtest/gtest.h PATHS /usr/src/googletest
           DOC "Folder of GoogleTest's sources" NO_DEFAULT_PATH)
 if(TSH_GOOGLETEST_SOURCES)
   set(INSTALL_GTEST OFF)
   add_subdirectory(${TSH_GOOGLETEST_SOURCES} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
   foreach(library gtest gtest_main)
-    target_compile_options(${library} PRIVATE -w) # warnings in its sources are not ours to judge
+    target_compile_options(${library} PRIVATE -w) # ignores warnings in its sources
   endforeach()
 else()
   find_package(GTest 1.12)

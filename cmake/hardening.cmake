@@ -1,4 +1,4 @@
-# Optimised builds check the buffers and return addresses that the compiler knows, check the bounds of
+# Optimised builds check buffers and return addresses known to the compiler, check the bounds of
 # the standard library's containers, and resolve all calls into libraries at the start, so that their
 # tables are read-only from then on. Sanitizers check more, and _FORTIFY_SOURCE needs optimisation.
 # Flags given on the command line have precedence.

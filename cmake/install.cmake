@@ -33,7 +33,7 @@ install(FILES ${man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(DIRECTORY share/ DESTINATION ${CMAKE_INSTALL_DATADIR} OPTIONAL)
 set(completions ${PROJECT_BINARY_DIR}/completions)
 file(MAKE_DIRECTORY ${completions})
-foreach(program ${TSH_PROGRAMS}) # bash looks for the program's name; one file completes for all
+foreach(program ${TSH_PROGRAMS}) # bash searches for the name of the program; one file is for all
   file(CREATE_LINK ocmd ${completions}/${program} SYMBOLIC)
   install(FILES ${completions}/${program}
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

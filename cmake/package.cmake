@@ -1,4 +1,4 @@
-# cpack: Debian packages of the components that are installed.
+# cpack: Debian packages of the installed components.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "The ocmd_gen developers <ocmd_gen@example.org>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -15,7 +15,7 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64 AND CMAKE_SIZEOF_VOID_P EQUAL 4)
-  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386) # else this machine's own
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE i386) # default: the host's architecture
 endif()
 
 file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")

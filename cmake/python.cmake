@@ -1,4 +1,4 @@
-# The Python of the tests, as Python3_EXECUTABLE: one that has the modules, Debian's before others.
+# Python of the tests, as Python3_EXECUTABLE: one with the required modules, preferably Debian's.
 function(tsh_python_has_modules result python)
   execute_process(COMMAND ${python} -c "import jsonschema, yaml" RESULT_VARIABLE status
                   OUTPUT_QUIET ERROR_QUIET)

@@ -1,6 +1,6 @@
-# How components and programs are declared.
+# Functions that declare components and programs.
 
-# tsh_component(FOLDER ...): see components.cmake. Its sources are part of the library. In unity builds
+# tsh_component(DIRECTORY ...): see components.cmake. Its sources are part of the library. In unity builds
 # they are compiled together, so they must not declare the same name twice.
 function(tsh_component folder)
   add_subdirectory(${folder})
@@ -14,14 +14,14 @@ function(tsh_component folder)
   endif()
 endfunction()
 
-# tsh_public_headers(RESULT FOLDER): paths relative to the project.
+# tsh_public_headers(RESULT DIRECTORY): paths relative to the project.
 function(tsh_public_headers result folder)
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${folder}/*.h)
   list(FILTER headers EXCLUDE REGEX "_internal\\.h$")
   set(${result} ${headers} PARENT_SCOPE)
 endfunction()
 
-# tsh_topic_header(FOLDER TOPIC): tsh/TOPIC.h, which tsh/tsh.h includes.
+# tsh_topic_header(DIRECTORY TOPIC): tsh/TOPIC.h, which tsh/tsh.h includes.
 function(tsh_topic_header folder topic)
   tsh_public_headers(headers ${folder})
   list(TRANSFORM headers REPLACE "(.+)" "#include \"\\1\"\n")
@@ -32,7 +32,7 @@ function(tsh_topic_header folder topic)
   set_property(GLOBAL APPEND_STRING PROPERTY TSH_TOPIC_INCLUDES "#include \"tsh/${topic}.h\"\n")
   get_property(includes GLOBAL PROPERTY TSH_TOPIC_INCLUDES)
   file(CONFIGURE OUTPUT ${TSH_HEADER_DIR}/tsh/tsh.h
-       CONTENT "/* All of libtsh. */\n#ifndef TSH_TSH_H\n#define TSH_TSH_H\n\n${includes}\n#endif\n")
+       CONTENT "/* All headers of libtsh. */\n#ifndef TSH_TSH_H\n#define TSH_TSH_H\n\n${includes}\n#endif\n")
 endfunction()
 
 # ocmd_tool(NAME [CORE TARGET] SOURCES FILE... LIBRARIES TARGET...): a program that is built into

@@ -1,4 +1,4 @@
-// The text of the line in hand, grown on the way down and cut back on the way up.
+// Text of the current line, extended on the way down and truncated on the way up.
 #pragma once
 
 #include "cmd_gen/enumeration.h"
@@ -12,16 +12,16 @@
 
 namespace tsh {
 
-/// Makes spc_str show the indentation of a line that is about to be printed.
+/// Sets spc_str to the indentation of the next line to be printed.
 void show_indentation();
 
-/// Blanks before a line at the submode depth in hand.
+/// Returns the number of spaces before a line at the current submode depth.
 inline size_t indentation() {
     return static_cast<size_t>(
         std::clamp<int64_t>(int64_t{2} * submode_depth, 0, SPC_STR_SIZE - 1));
 }
 
-/// One line, indentation included. Before it stand the lines that lead into its submode.
+/// One line with its indentation, stored after the lines that lead to its submode.
 class CommandLine {
 public:
     struct Mark {
@@ -29,13 +29,13 @@ public:
         size_t length;
     };
 
-    /// Room for more bytes, which the other operations take for granted; the beginning of a line
-    /// may take SPC_STR_SIZE. Either all at once or as they come.
-    /// @return false when memory runs out.
+    /// Reserve memory for more bytes, as the other operations require: SPC_STR_SIZE for the start
+    /// of a line. reserve allocates exactly this size, grow some more.
+    /// @return false if out of memory.
     [[nodiscard]] bool reserve(size_t more) { return bytes_.reserve(length_ + more + kCopyChunk); }
     [[nodiscard]] bool grow(size_t more) { return bytes_.grow(length_ + more + kCopyChunk); }
 
-    /// Begins a line of its own behind the one in hand.
+    /// Starts a new line after the current one.
     void begin() {
         start_ = length_;
         memset(bytes_.data() + length_, ' ', indentation());
@@ -46,14 +46,14 @@ public:
         length_ += text.copy(bytes_.data() + length_, text.size());
     }
 
-    /// What to cut the line back to later, whether a line of its own has begun since or not.
+    /// Returns a mark to which the text can be truncated later, even after begin().
     [[nodiscard]] Mark mark() const { return {start_, length_}; }
     void cut_back(Mark mark) {
         start_ = mark.start;
         length_ = mark.length;
     }
 
-    /// The line, readable in whole chunks.
+    /// Returns the line; its memory is readable in chunks of kCopyChunk bytes.
     [[nodiscard]] std::string_view text() const {
         return {bytes_.data() + start_, length_ - start_};
     }

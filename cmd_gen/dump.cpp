@@ -1,4 +1,4 @@
-// The tree dump: each record is put together in one buffer and written at once.
+// Tree dump: each record is formatted in one buffer and written at once.
 #include "cmd_gen/dump.h"
 
 #include "atnode/relations.h"
@@ -27,7 +27,7 @@ template <size_t Size> std::string_view text_of(const char (&field)[Size]) {
 }
 
 void add_param_type(Record &record, const parameter_info_t &param) {
-    if (tsh::traces(TSH_TRACE_PARAMS)) { // the look-up's trace goes to the same stream
+    if (tsh::traces(TSH_TRACE_PARAMS)) { // the lookup writes its trace to the same stream
         write(record);
         record.clear();
     }

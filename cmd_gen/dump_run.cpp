@@ -1,5 +1,5 @@
-// The dump of a whole tree: a node with several parents has its record on every path, always the
-// same one, so each record is made once.
+// Dump of a complete tree. A shared node has the same record on every path, so each record is
+// formatted once.
 #include "cmd_gen/dump.h"
 
 #include "atnode/walk.h"
@@ -14,9 +14,9 @@
 
 namespace {
 
-using tsh::resize_silently; // the dump then goes the slow way
+using tsh::resize_silently; // without memory, the dump formats every record
 
-// Records are printed as the walk meets their nodes; entering a node adds nothing.
+// Prints the record of each node that the walk reaches; entering a node adds nothing.
 class RecordLines {
 public:
     struct Frame {};
@@ -44,24 +44,24 @@ private:
 
 class DumpRun {
 public:
-    // Takes all memory that the dump needs. Returns false when there is too little.
+    // Allocates all memory of the dump. Returns false if out of memory.
     bool prepare(const tree_node_t &node) {
         tsh::Record record;
-        const auto look = [&record](const tree_node_t &seen) -> tsh::NodeLook {
+        const auto describe = [&record](const tree_node_t &seen) -> tsh::NodeContent {
             record.clear();
             tsh::add_short_record(record, seen);
             return {record.text(), true, false, true};
         };
-        return nodes_.gather(g_atn, node, look) && levels_.reserve(nodes_.size()) &&
+        return nodes_.gather(g_atn, node, describe) && levels_.reserve(nodes_.size()) &&
                records_.reserve();
     }
 
-    // Preorder. Returns false once the stream takes no more.
+    // Prints the records in preorder. Returns false after a write error.
     bool print() {
         records_.begin();
         records_.print(tsh::OneWord(nodes_.text_of(nodes_.first())));
-        const auto first_place = [this] { return nodes_.first_place(true); };
-        return tsh::walk_lines({}, first_place, nodes_, records_, levels_) && records_.hand_over();
+        const auto first_cursor = [this] { return nodes_.first_cursor(true); };
+        return tsh::walk_lines({}, first_cursor, nodes_, records_, levels_) && records_.hand_over();
     }
 
 private:

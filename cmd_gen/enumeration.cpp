@@ -1,4 +1,4 @@
-// Command enumeration: the state that shows, the choice of the way, and the growing of lines.
+// Command enumeration: exported state, choice of the listing, and extension of lines.
 #include "cmd_gen/enumeration.h"
 
 #include "cmd_gen/command_line_internal.h"
@@ -24,7 +24,7 @@ void report_no_memory() {
     fputs("\nMem alloc failed...", stderr);
 }
 
-// Takes over a line and grows it by a piece of a word.
+// Takes ownership of a line and appends a part of a word.
 char *append(char *line, std::string_view piece) {
     const size_t length = strlen(line);
     char *grown = tsh::resize_text(line, uint64_t{length} + piece.size() + 1);
@@ -45,13 +45,13 @@ void tsh::show_indentation() {
 }
 
 int32_t generate_cmds(const tree_node_t *node, const char *prefix) {
-    const std::string_view beginning = prefix == nullptr ? "" : prefix;
+    const std::string_view start = prefix == nullptr ? "" : prefix;
     const bool had_error = ferror(stdout) != 0;
     auto result = tsh::ListResult::kDone;
     if (tsh::traces(UINT32_MAX))
-        result = tsh::list_traced(node, beginning);
+        result = tsh::list_traced(node, start);
     else if (node != nullptr)
-        result = tsh::list_gathered(*node, beginning);
+        result = tsh::list_gathered(*node, start);
     if (result == tsh::ListResult::kNoMemory) {
         report_no_memory();
         fputs("Mem alloc errorr..", stdout);

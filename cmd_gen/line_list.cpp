@@ -1,4 +1,4 @@
-// Lines as plain text: the walk of the listing with a sink that joins words by spaces and slashes.
+// Line lists: the walk of the listing with a sink that joins words by spaces and slashes.
 #include "cmd_gen/line_list.h"
 
 #include "base/escape.h"
@@ -39,7 +39,7 @@ private:
     void *user_;
 };
 
-// Words come with a newline behind them, as a line ends in one.
+// Words end with a newline, because a line ends after a word.
 class PlainLines {
 public:
     struct Frame {
@@ -94,7 +94,7 @@ public:
     bool hand_over() { return output_->hand_over(); }
 
 private:
-    // What stands before a word in its line; no space before a word that adds nothing.
+    // Returns the text before a word in its line; without a space before an empty word.
     [[nodiscard]] std::string_view before_word(std::string_view word) const {
         const bool adds_nothing = word.size() == kNewline.size();
         return {line_.data(), length_ - (adds_nothing && spaced_ ? 1 : 0)};
@@ -112,9 +112,9 @@ private:
     tsh::Destination &destination_;
     tsh::Store<char> block_{resize_silently};
     std::optional<tsh::OutputBlock> output_;
-    tsh::Store<char> line_{resize_silently}; // what stands before the next word
+    tsh::Store<char> line_{resize_silently}; // text before the next word
     size_t length_ = 0;
-    bool spaced_ = false; // a space after a word stands last
+    bool spaced_ = false; // line_ ends with a space after a word
 };
 
 } // namespace
@@ -128,10 +128,10 @@ struct tsh_line_list_t {
 
 namespace {
 
-// Words with the newline behind them. Few need escapes, and only those a string.
+// Formats words with a newline. Only the few words with escapes need a string.
 class WordLines {
 public:
-    // The text lives until the next call.
+    // Returns a text that is valid until the next call.
     std::string_view line_of(const tsh::Word &word) {
         const std::string_view text = word.text();
         if (!base::find_control(text).empty())
@@ -147,12 +147,12 @@ private:
 
 bool gather(tsh_line_list_t &list, const tsh_tree_t *tree, const tsh_types_t *types) {
     WordLines words;
-    const auto look = [&](const tree_node_t &node) -> tsh::NodeLook {
+    const auto describe = [&](const tree_node_t &node) -> tsh::NodeContent {
         return {words.line_of(tsh::spell(node, types)), tsh::has_line(node), tsh::is_submode(node),
                 true};
     };
     const tree_node_t *root = tsh_tree_root(tree);
-    return list.nodes.gather(root, *root, look);
+    return list.nodes.gather(root, *root, describe);
 }
 
 } // namespace
@@ -194,7 +194,7 @@ int32_t tsh_line_list_write(const tsh_line_list_t *list, const uint16_t *path, u
     }
     if (met.printed)
         lines.print(tsh::OneWord(met.word));
-    const auto first_place = [&] { return NodeTable::enter(*last, true); };
-    return tsh::walk_lines(met, first_place, list->nodes, lines, levels) && lines.hand_over() ? 0
-                                                                                              : -1;
+    const auto first_cursor = [&] { return NodeTable::enter(*last, true); };
+    return tsh::walk_lines(met, first_cursor, list->nodes, lines, levels) && lines.hand_over() ? 0
+                                                                                               : -1;
 }

@@ -1,4 +1,4 @@
-// The rare steps of line output: a number spelled out, a line too long to gather.
+// Less frequent steps of line output: formatting of numbers, and lines longer than the block.
 #include "cmd_gen/line_output_internal.h"
 
 #include <algorithm>
@@ -9,18 +9,18 @@ namespace {
 
 constexpr uint32_t kHundred = 100;
 constexpr uint32_t kTen = 10;
-using Places = std::array<char, 2>;
+using Digits = std::array<char, 2>;
 
 constexpr auto kEndings = [] {
-    std::array<Places, kHundred> endings{};
+    std::array<Digits, kHundred> endings{};
     for (size_t i = 0; i < kHundred; ++i)
         endings[i] = {static_cast<char>('0' + i / kTen), static_cast<char>('0' + i % kTen)};
     return endings;
 }();
 
-// Of the first ten numbers, which begin with a blank.
+// Endings of the first ten numbers, which start with a space.
 constexpr auto kFirstEndings = [] {
-    std::array<Places, kTen> endings{};
+    std::array<Digits, kTen> endings{};
     for (size_t i = 0; i < kTen; ++i)
         endings[i] = {' ', static_cast<char>('0' + i)};
     return endings;

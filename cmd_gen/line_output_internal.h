@@ -1,4 +1,4 @@
-// Numbered lines, written in place into the block that takes them to standard output.
+// Output of numbered lines, formatted directly in the output block of standard output.
 #pragma once
 
 #include "cmd_gen/enumeration.h"
@@ -12,12 +12,12 @@
 
 namespace tsh {
 
-/// Room for a word with the gap before it.
+/// Maximum size of a word with the gap before it.
 constexpr size_t kLongestGappedWord = 1024;
 static_assert(kLongestWord < kLongestGappedWord);
 
-/// The numbers from one on that differ in their last two places alone: "\n[%6u]." is spelled out
-/// once for all of them. A value, so that a loop over lines can keep it in registers.
+/// Formatted line numbers that differ only in their last two digits: "\n[%6u]." is formatted once
+/// for all of them. A value type, so that a loop over lines can keep it in registers.
 class LineNumbers {
 public:
     static constexpr size_t kSize = 16; // "\n[4294967295]." is the longest
@@ -34,17 +34,17 @@ public:
     }
 
 private:
-    using Places = std::array<char, 2>;
-    static constexpr size_t kTail = 4; // the last two places and "]."
+    using Digits = std::array<char, 2>;
+    static constexpr size_t kTail = 4; // the last two digits and "]."
 
     std::array<char, kSize> text_{};
     size_t length_;
-    uint32_t base_; // the number that ends in the first of the endings
+    uint32_t base_; // the number with the first of the endings
     uint32_t last_;
-    const Places *endings_;
+    const Digits *endings_;
 };
 
-/// One word as a run of words: what LineOutput prints lines for.
+/// One word as a sequence of words for LineOutput.
 class OneWord {
 public:
     explicit OneWord(std::string_view word) : word_(word) {}
@@ -66,16 +66,16 @@ public:
     LineOutput(const LineOutput &) = delete;
     LineOutput &operator=(const LineOutput &) = delete;
 
-    /// Counts and writes one line for each word of a run: its number, the text, the word. Text and
-    /// words are kept for copying in chunks; no word is longer than kLongestGappedWord. Returns the
-    /// run when no more is to be had of it.
+    /// Counts and writes one line for each word of a sequence: its number, the text, the word. Text
+    /// and words must be readable in chunks; no word may be longer than kLongestGappedWord. Returns
+    /// the sequence after the words that were printed.
     template <typename Words> Words print(std::string_view text, Words words) {
         if (!fits(text))
             return print_long(text, words);
         while (words.more() && !block_.failed()) {
             if (cmd_count == numbers_.last())
                 numbers_ = LineNumbers(cmd_count + 1);
-            // Local, because what is written might be the members for all the compiler knows.
+            // A copy: for the compiler, the output could overlap the members.
             const LineNumbers numbers = numbers_;
             uint32_t number = cmd_count;
             char *place = block_.room();
@@ -107,7 +107,7 @@ private:
 
     void print_long_line(std::string_view text, std::string_view word);
 
-    LineNumbers numbers_{cmd_count + 1}; // of the latest line or the next
+    LineNumbers numbers_{cmd_count + 1}; // of the latest or the next line
     StreamDestination stdout_{stdout};
     OutputBlock block_;
 };

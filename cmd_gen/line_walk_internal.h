@@ -1,5 +1,5 @@
-// The walk that makes lines of a tree: depth first below a node, in the order of the child lists.
-// The nodes say what comes next and what it looks like; a sink makes lines of it.
+// Depth-first walk that produces the lines of a tree, in the order of the child lists. Template
+// parameters supply the nodes and receive the lines.
 #pragma once
 
 #include "cmd_gen/line_output_internal.h"
@@ -12,53 +12,53 @@
 
 namespace tsh {
 
-/// A node as the walk meets it.
+/// Properties of a node that the walk has reached.
 struct MetNode {
     const tree_node_t *record = nullptr;
-    std::string_view word{}; // as a line shows it; valid until the next node is met
+    std::string_view word{}; // text in a line; valid until the next node is met
     bool printed = false;    // a line ends here
     bool submode = false;
-    bool entered = false; // the walk goes on below it
+    bool entered = false; // the walk visits its children
 };
 
-/// Nodes have
-///   Place                          a position among the children of a node
-///   Node                           what names a node
-///   bool at_end(place)             there is no child at it
-///   Node child_at(place)
-///   bool is_leaf(node)             print_leaves can be called
-///   void print_leaves(place, sink) prints the leaves that begin at it and moves behind them
-///   MetNode meet(node)
-///   Place enter(node, siblings)    the first position below the node; with siblings false, no
-///   child
-///                                  after the first one is found there
-///   void advance(place)            moves to the next sibling
-/// and a sink has
-///   Frame                  what to go back to when a node is left
-///   bool has_room(node)    takes the memory for entering it; false without memory
-///   Frame enter(node)      the words of what follows come after that of the node, or in its
-///   submode void leave(frame) bool finds_siblings()  of the node entered last print(words) prints
-///   a line for each word of a run; returns the rest of the run bool failed()          no more can
-///   be printed
+/// Nodes provides
+/// - Cursor: a position among the children of a node;
+/// - Node: a reference to a node;
+/// - bool at_end(cursor): whether there is no child at the cursor;
+/// - Node child_at(cursor);
+/// - bool is_leaf(node): whether print_leaves may be called;
+/// - void print_leaves(cursor, sink): prints the leaves that start at the cursor, and advances it;
+/// - MetNode meet(node);
+/// - Cursor enter(node, siblings): the first child of the node; if siblings is false, the only one;
+/// - void advance(cursor): moves to the next sibling.
+///
+/// Sink provides
+/// - Frame: the state to restore when a node is left;
+/// - bool has_room(node): reserves the memory to enter a node; false if out of memory;
+/// - Frame enter(node): the following words come after the word of the node, or in its submode;
+/// - void leave(frame);
+/// - bool finds_siblings(): whether siblings of the children of the last entered node are found;
+/// - print(words): prints a line for each word of a sequence, and returns the rest of the sequence;
+/// - bool failed(): whether no more output is possible.
 template <typename Nodes, typename Sink> struct WalkLevel {
-    typename Nodes::Place place;
+    typename Nodes::Cursor cursor;
     typename Sink::Frame frame;
 };
 
-/// The levels that a walk is on, from its first node down.
+/// The levels of the current path, from the first node down.
 template <typename Nodes, typename Sink> using WalkLevels = Store<WalkLevel<Nodes, Sink>>;
 
-/// Walks everything below a node. first() gives the first position there, once the node has been
-/// entered. Levels grow where they have not been reserved. Whatever was entered has been left in
-/// the end. Its state is local and its operations are inlined, so that it stays in registers: as
-/// members it costs 3 % more instructions a line.
-/// @return false without memory.
+/// Walks the descendants of a node. first() returns the first child after the node has been
+/// entered. Levels grow if they have not been reserved. Leaves every node that it has entered. The
+/// state is local and the operations are inlined, so that it stays in registers: with members, a
+/// line costs 3 % more instructions.
+/// @return false if out of memory.
 template <typename Nodes, typename Sink, typename First>
 [[nodiscard]] bool walk_lines(const MetNode &node, First first, Nodes &nodes, Sink &sink,
                               WalkLevels<Nodes, Sink> &levels) {
     size_t depth = 0;
-    const auto push = [&](const auto &place, const auto &frame) {
-        levels[depth++] = {place, frame};
+    const auto push = [&](const auto &cursor, const auto &frame) {
+        levels[depth++] = {cursor, frame};
     };
     const auto leave = [&] { sink.leave(levels[--depth].frame); };
 
@@ -67,26 +67,26 @@ template <typename Nodes, typename Sink, typename First>
     const auto outermost = sink.enter(node);
     push(first(), outermost);
     while (depth > 0) {
-        auto &place = levels[depth - 1].place;
-        if (nodes.at_end(place) || sink.failed()) {
+        auto &cursor = levels[depth - 1].cursor;
+        if (nodes.at_end(cursor) || sink.failed()) {
             leave();
             if (depth > 0 && !sink.failed())
-                nodes.advance(levels[depth - 1].place);
+                nodes.advance(levels[depth - 1].cursor);
             continue;
         }
-        const typename Nodes::Node child = nodes.child_at(place);
+        const typename Nodes::Node child = nodes.child_at(cursor);
         if (nodes.is_leaf(child)) {
-            nodes.print_leaves(place, sink);
+            nodes.print_leaves(cursor, sink);
             continue;
         }
         const MetNode met = nodes.meet(child);
         if (met.printed)
             sink.print(OneWord(met.word));
         if (!met.entered) {
-            nodes.advance(place);
+            nodes.advance(cursor);
             continue;
         }
-        // All memory is taken before anything is entered, so that only whole steps are left.
+        // Reserves all memory before the node is entered, so that every step is complete.
         if (!sink.has_room(met) || !levels.grow(depth + 1))
             break;
         const auto frame = sink.enter(met);

@@ -1,5 +1,5 @@
-// The fast way: one walk over gathered nodes that builds each line in place, appending the words on
-// the way down and cutting them off on the way back. All memory is taken before the first line.
+// Fast listing: one walk over collected nodes that builds each line in place. It appends words on
+// the way down and removes them on the way back. All memory is allocated before the first line.
 #include "cmd_gen/listing_internal.h"
 
 #include "cmd_gen/listing_path_internal.h"
@@ -12,7 +12,7 @@ namespace {
 
 class NumberedLines : public tsh::ListingPath {
 public:
-    /// @param longest bytes that no line exceeds, indentation apart.
+    /// @param longest maximum size of a line without its indentation.
     [[nodiscard]] bool reserve(size_t longest) {
         return line_.reserve(longest + SPC_STR_SIZE) && block_.reserve(tsh::OutputBlock::kBytes);
     }
@@ -39,7 +39,7 @@ public:
 private:
     tsh::Store<char> block_{tsh_realloc};
     std::optional<tsh::LineOutput> output_;
-    int32_t shown_depth_ = -1; // submode depth that spc_str shows
+    int32_t shown_depth_ = -1; // submode depth of spc_str
 };
 
 class Listing {
@@ -49,8 +49,8 @@ public:
             return tsh::ListResult::kNoMemory;
         lines_.begin(prefix);
         const tsh::MetNode first{.record = &node};
-        const auto first_place = [this] { return nodes_.first_place(lines_.finds_siblings()); };
-        if (!tsh::walk_lines(first, first_place, nodes_, lines_, levels_))
+        const auto first_cursor = [this] { return nodes_.first_cursor(lines_.finds_siblings()); };
+        if (!tsh::walk_lines(first, first_cursor, nodes_, lines_, levels_))
             return tsh::ListResult::kNoMemory;
         return lines_.hand_over() ? tsh::ListResult::kDone : tsh::ListResult::kLostOutput;
     }
@@ -58,7 +58,7 @@ public:
 private:
     bool prepare(const tree_node_t &node, size_t longest) {
         base::TextBuilder<tsh::kLongestGappedWord> word;
-        const auto look = [&](const tree_node_t &seen) -> tsh::NodeLook {
+        const auto describe = [&](const tree_node_t &seen) -> tsh::NodeContent {
             if (tsh::is_left_out(seen))
                 return {};
             word.clear();
@@ -67,7 +67,7 @@ private:
             longest += word.text().size() + (tsh::is_submode(seen) ? SPC_STR_SIZE : 0);
             return {word.text(), tsh::has_line(seen), tsh::is_submode(seen), tsh::is_entered(seen)};
         };
-        return nodes_.gather(g_atn, node, look) && levels_.reserve(nodes_.size()) &&
+        return nodes_.gather(g_atn, node, describe) && levels_.reserve(nodes_.size()) &&
                lines_.reserve(longest);
     }
 

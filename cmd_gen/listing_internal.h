@@ -1,4 +1,4 @@
-// The two ways to list the commands below a node, and what both make of a node.
+// Fast and traced command listing, and the code that both share.
 #pragma once
 
 #include "cmd_gen/enumeration.h"
@@ -8,17 +8,16 @@
 
 namespace tsh {
 
-/// How a listing ended. kLostOutput: a write of its own failed.
+/// Result of a listing. kLostOutput: a write of the listing failed.
 enum class ListResult : uint8_t { kDone, kNoMemory, kLostOutput };
 
-/// The fast way: nodes are gathered first, and lines leave in large blocks.
+/// Fast listing: collects all nodes first, and writes lines in large blocks.
 [[nodiscard]] ListResult list_gathered(const tree_node_t &node, std::string_view prefix);
 
-/// The way that shows in the traces: every step by the operations that trace it, every line printed
-/// at once.
+/// Traced listing: uses the operations that write traces, and prints every line immediately.
 [[nodiscard]] ListResult list_traced(const tree_node_t *node, std::string_view prefix);
 
-/// What stands before each word.
+/// Separator before each word.
 constexpr std::string_view kWordGap = "  ";
 
 inline bool is_left_out(const tree_node_t &node) {

@@ -1,5 +1,5 @@
-// The way from the first node of a listing to the node in hand, as the process shows it: the line
-// so far, the traversal stack and the submode depth.
+// Path from the first node of a listing to the current node: the line so far, and the traversal
+// stack and submode depth of the process.
 #pragma once
 
 #include "atnode/stack.h"
@@ -13,7 +13,7 @@ class ListingPath {
 public:
     struct Frame {
         CommandLine::Mark outer;
-        bool in_submode; // of the node's own
+        bool in_submode; // the node is a submode
     };
 
     Frame enter(const MetNode &node) {
@@ -35,7 +35,7 @@ public:
         line_.cut_back(frame.outer);
     }
 
-    /// A level that the full stack does not hold has a first child, but no next sibling is found.
+    /// If the stack is full, only the first child of a level is found, without its siblings.
     static bool finds_siblings() { return stack.atn_stack_top < ATN_STACK_SIZE; }
 
 protected:

@@ -24,11 +24,10 @@ void print_usage() {
     fwrite(kUsage.data(), 1, kUsage.size(), stdout);
 }
 
-// Another process cut the mapped file short: what was there cannot be read any more. Only what is
-// safe in a signal handler happens here.
-void end_on_cut_file(int /*signal_number*/) {
+// Handles SIGBUS: another process truncated the mapped file. Uses only async-signal-safe functions.
+void exit_on_truncated_file(int /*signal_number*/) {
     constexpr std::string_view kMessage =
-        "ocmd_gen: the main par file became shorter while it was read\n";
+        "ocmd_gen: the main par file was truncated while being read\n";
     [[maybe_unused]] const ssize_t as_possible =
         write(STDERR_FILENO, kMessage.data(), kMessage.size());
     _exit(EXIT_FAILURE);
@@ -36,7 +35,7 @@ void end_on_cut_file(int /*signal_number*/) {
 
 enum class Job { kList, kDump };
 
-// Reads the options; ends the run on -h and on what it cannot read.
+// Parses the options; exits on -h and on invalid options.
 Job parse_options(int argc, char **argv) {
     Job job = Job::kList;
     for (int option = 0; (option = getopt(argc, argv, "ghs:")) != -1;) {
@@ -62,7 +61,7 @@ Job parse_options(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     tsh_logfp = stdout;
-    signal_set(SIGBUS, end_on_cut_file);
+    signal_set(SIGBUS, exit_on_truncated_file);
     const Job job = parse_options(argc, argv);
     init_parse_tree();
     tsh::widen_output_pipe();
@@ -71,7 +70,7 @@ int main(int argc, char **argv) {
     } else {
         init_params();
         generate_cmds(atnode_root, nullptr);
-        if (ferror(stdout) == 0) // nothing follows lost lines
+        if (ferror(stdout) == 0) // no output after a write error
             puts("\n");
     }
     return tsh::status_of_output();

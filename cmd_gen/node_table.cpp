@@ -1,4 +1,4 @@
-// Gathering nodes: a walk that comes to each node once and keeps it on the way back.
+// Collection of nodes: a walk that visits each node once and stores it on the way back.
 #include "cmd_gen/node_table_internal.h"
 
 #include "parse_tree/tree_node_internal.h"
@@ -7,7 +7,8 @@
 
 namespace tsh {
 
-bool NodeTable::gather(const tree_node_t *records, const tree_node_t &first, const Look &look) {
+bool NodeTable::gather(const tree_node_t *records, const tree_node_t &first,
+                       const Describe &describe) {
     records_ = records;
     first_ = &first;
     size_t depth = 0;
@@ -23,7 +24,7 @@ bool NodeTable::gather(const tree_node_t *records, const tree_node_t &first, con
             if (!meet(children[step.children_met], depth++))
                 return false;
         } else {
-            if (!keep(step.slot, look(node), children))
+            if (!keep(step.slot, describe(node), children))
                 return false;
             --depth;
         }
@@ -39,28 +40,29 @@ bool NodeTable::meet(uint32_t slot, size_t depth) {
     return true;
 }
 
-bool NodeTable::keep(uint32_t slot, const NodeLook &look, std::span<const uint16_t> children) {
-    const size_t most = look.text.size() + children.size_bytes() + kCopyChunk;
+bool NodeTable::keep(uint32_t slot, const NodeContent &content,
+                     std::span<const uint16_t> children) {
+    const size_t most = content.text.size() + children.size_bytes() + kCopyChunk;
     if (!bytes_.grow(bytes_used_ + most))
         return false;
-    if (!look.entered && slot != kFirst)
+    if (!content.entered && slot != kFirst)
         children = {};
 
     char *const text = &bytes_[bytes_used_];
-    char *const links = text + look.text.copy(text, look.text.size());
+    char *const links = text + content.text.copy(text, content.text.size());
     size_t link_count = 0;
-    for (const uint16_t child : children) { // each is put where the next one may replace it
+    for (const uint16_t child : children) { // a dropped link is overwritten by the next one
         memcpy(links + link_count * sizeof child, &child, sizeof child);
         link_count += kept_[child] ? 1 : 0;
     }
     nodes_[slot] = {static_cast<uint32_t>(bytes_used_),
-                    static_cast<uint16_t>(look.text.size()),
+                    static_cast<uint16_t>(content.text.size()),
                     static_cast<uint8_t>(link_count),
-                    look.printed,
-                    look.submode,
+                    content.printed,
+                    content.submode,
                     !children.empty() && kept_[children[0]]};
-    kept_[slot] = look.printed || link_count != 0;
-    bytes_used_ += look.text.size() + link_count * sizeof children[0];
+    kept_[slot] = content.printed || link_count != 0;
+    bytes_used_ += content.text.size() + link_count * sizeof children[0];
     return true;
 }
 

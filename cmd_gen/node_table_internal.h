@@ -1,6 +1,6 @@
-// What a walk prints of each node, gathered before it begins. A shared node is met thousands of
-// times, and its record spans more memory than all that is kept here. Nodes that print nothing and
-// have nothing printed below them are left out, so every step of the walk leads to a line.
+// Table of the nodes that lead to a line, with the texts that a walk prints, collected before the
+// walk. A shared node is visited thousands of times, and its record is much larger than its entry
+// here. Every step of the walk leads to a line, because all other nodes are omitted.
 #pragma once
 
 #include "cmd_gen/line_walk_internal.h"
@@ -17,19 +17,19 @@
 
 namespace tsh {
 
-/// What a walk makes of a node.
-struct NodeLook {
-    std::string_view text; // what is printed of it; valid until the next look
+/// Properties of a node for a walk.
+struct NodeContent {
+    std::string_view text; // its printed text; valid until the next call
     bool printed = false;
     bool submode = false;
-    bool entered = false; // whether what is below it is printed, too
+    bool entered = false; // its descendants are printed as well
 };
 
-/// A gathered node. Its text and its links lie next to each other in the table.
+/// A node in the table. Its text and its links are adjacent.
 struct TableNode {
-    uint32_t place;
+    uint32_t offset;
     uint16_t text_length;
-    uint8_t link_count; // children that are printed or have something printed below them
+    uint8_t link_count; // children that lead to a line
     bool printed : 1;
     bool submode : 1;
     bool links_first : 1; // the first link is the record's first child
@@ -37,11 +37,11 @@ struct TableNode {
 
 class NodeTable {
 public:
-    using Look = std::function<NodeLook(const tree_node_t &)>;
+    using Describe = std::function<NodeContent(const tree_node_t &)>;
     class Leaves;
 
-    /// A position among the links of a gathered node, for LineWalk.
-    struct Place {
+    /// A position among the links of a node, for walk_lines.
+    struct Cursor {
         const TableNode *node;
         unsigned position;
         unsigned end;
@@ -50,20 +50,20 @@ public:
 
     explicit NodeTable(Resize resize) : nodes_(resize), bytes_(resize), path_(resize) {}
 
-    /// Gathers a node and what is below it among the records of a tree, looking at each node once,
-    /// at what is below a node before the node. The first node is entered whatever its look. Links
-    /// that lead back to an ancestor are left out.
-    /// @return false when memory runs out.
+    /// Collects a node and its descendants from the records of a tree. Calls describe once per
+    /// node, for descendants before their ancestors. The first node is always entered. Links to an
+    /// ancestor are omitted.
+    /// @return false if out of memory.
     [[nodiscard]] bool gather(const tree_node_t *records, const tree_node_t &first,
-                              const Look &look);
+                              const Describe &describe);
 
-    /// Nodes gathered; no path is longer.
+    /// Number of collected nodes; no path is longer.
     [[nodiscard]] size_t size() const { return met_.count(); }
 
     [[nodiscard]] const TableNode &first() const { return nodes_[kFirst]; }
 
-    /// A node of the tree by its index; one without text and links if it was not gathered. The
-    /// first node is found here by index 0 as well, if it is that record.
+    /// Returns a node of the tree by its index, or a node without text and links if it was not
+    /// collected. Index 0 also finds the first node, if it is that record.
     [[nodiscard]] const TableNode &at(uint16_t index) const {
         constexpr static TableNode kNone{};
         if (met_[index])
@@ -71,47 +71,47 @@ public:
         return records_ + index == first_ ? first() : kNone;
     }
 
-    /// A node's text, readable in whole chunks.
+    /// Returns the text of a node; its memory is readable in chunks of kCopyChunk bytes.
     [[nodiscard]] std::string_view text_of(const TableNode &node) const {
-        return {bytes_.data() + node.place, node.text_length};
+        return {bytes_.data() + node.offset, node.text_length};
     }
 
     [[nodiscard]] const TableNode &linked(const TableNode &node, unsigned position) const {
         return nodes_[link_at(links_of(node), position)];
     }
 
-    /// The first link of the first node. Without siblings, only one to the record's first child
-    /// counts.
-    [[nodiscard]] Place first_place(bool siblings) const { return enter(first(), siblings); }
+    /// Returns the first link of the first node. If siblings is false, only a link to the first
+    /// child of the record is used.
+    [[nodiscard]] Cursor first_cursor(bool siblings) const { return enter(first(), siblings); }
 
-    [[nodiscard]] static bool at_end(const Place &place) { return place.position == place.end; }
-    static void advance(Place &place) { ++place.position; }
-    [[nodiscard]] Node child_at(const Place &place) const {
-        return linked(*place.node, place.position);
+    [[nodiscard]] static bool at_end(const Cursor &cursor) { return cursor.position == cursor.end; }
+    static void advance(Cursor &cursor) { ++cursor.position; }
+    [[nodiscard]] Node child_at(const Cursor &cursor) const {
+        return linked(*cursor.node, cursor.position);
     }
     [[nodiscard]] static bool is_leaf(Node node) { return node.link_count == 0; }
     [[nodiscard]] MetNode meet(Node node) const {
         return {record_of(node), text_of(node), node.printed, node.submode, true};
     }
-    [[nodiscard]] static Place enter(Node node, bool siblings) {
+    [[nodiscard]] static Cursor enter(Node node, bool siblings) {
         return {&node, 0, siblings ? node.link_count : (node.links_first ? 1U : 0U)};
     }
 
-    /// Most lines end in a leaf, so those that stand side by side are printed in one go.
-    template <typename Sink> void print_leaves(Place &place, Sink &sink) const;
+    /// Prints adjacent leaves in one loop: most lines end in a leaf.
+    template <typename Sink> void print_leaves(Cursor &cursor, Sink &sink) const;
 
-    /// The node's record in the tree.
+    /// Returns the record of the node in the tree.
     [[nodiscard]] const tree_node_t *record_of(const TableNode &node) const {
         return record_at(static_cast<uint32_t>(&node - nodes_.data()));
     }
 
 private:
-    // The first node need not be one that an index can name.
+    // Slot of the first node, which need not have an index.
     static constexpr uint32_t kFirst = TREE_MAX_NODES;
 
     struct Step {
         uint32_t slot;
-        uint32_t children_met; // all before this one
+        uint32_t children_met; // children before this position
     };
 
     [[nodiscard]] const tree_node_t *record_at(uint32_t slot) const {
@@ -119,7 +119,7 @@ private:
     }
 
     [[nodiscard]] const char *links_of(const TableNode &node) const {
-        return bytes_.data() + node.place + node.text_length;
+        return bytes_.data() + node.offset + node.text_length;
     }
 
     static uint16_t link_at(const char *links, unsigned position) {
@@ -129,19 +129,19 @@ private:
     }
 
     bool meet(uint32_t slot, size_t depth);
-    bool keep(uint32_t slot, const NodeLook &look, std::span<const uint16_t> children);
+    bool keep(uint32_t slot, const NodeContent &content, std::span<const uint16_t> children);
 
     const tree_node_t *records_ = nullptr; // of the tree
     const tree_node_t *first_ = nullptr;
     std::bitset<kFirst + 1> met_;
-    std::bitset<kFirst + 1> kept_; // worth a link
+    std::bitset<kFirst + 1> kept_; // nodes that lead to a line
     Store<TableNode> nodes_;       // by index
     Store<char> bytes_;            // texts and links
     size_t bytes_used_ = 0;
-    Store<Step> path_; // to the node in hand, while gathering
+    Store<Step> path_; // to the current node, while collecting
 };
 
-/// The leaves that follow each other among a node's links, from a position on.
+/// Adjacent leaves among the links of a node, starting at a position.
 class NodeTable::Leaves {
 public:
     Leaves(const NodeTable &table, const TableNode &node, unsigned position, unsigned end)
@@ -153,10 +153,10 @@ public:
     std::string_view take() {
         const TableNode &node = leaf();
         ++position_;
-        return {bytes_ + node.place, node.text_length};
+        return {bytes_ + node.offset, node.text_length};
     }
 
-    /// Of the first link that was not taken.
+    /// Returns the position of the next link.
     [[nodiscard]] unsigned position() const { return position_; }
 
 private:
@@ -169,8 +169,9 @@ private:
     unsigned end_;
 };
 
-template <typename Sink> void NodeTable::print_leaves(Place &place, Sink &sink) const {
-    place.position = sink.print(Leaves(*this, *place.node, place.position, place.end)).position();
+template <typename Sink> void NodeTable::print_leaves(Cursor &cursor, Sink &sink) const {
+    cursor.position =
+        sink.print(Leaves(*this, *cursor.node, cursor.position, cursor.end)).position();
 }
 
 } // namespace tsh

@@ -1,4 +1,4 @@
-// How a node's record in the dump is put together.
+// Formatting of dump records.
 #pragma once
 
 #include "base/text_builder.h"
@@ -6,10 +6,11 @@
 
 namespace tsh {
 
-/// Room for the widest verbose record: indentation, texts, two parameters and 192 child indices.
+/// Buffer for the largest verbose record: indentation, strings, two parameters and 192 child
+/// indices.
 using Record = base::TextBuilder<8192>;
 
-/// Adds what print_at_node prints of a node at any level but TREE_DUMP_VERBOSE.
+/// Adds the output of print_at_node at any level except TREE_DUMP_VERBOSE.
 void add_short_record(Record &record, const tree_node_t &node);
 
 } // namespace tsh

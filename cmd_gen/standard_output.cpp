@@ -1,4 +1,4 @@
-// The two ends of standard output: room for large writes at first, lost bytes noticed at last.
+// Standard output of ocmd_gen: pipe size at the start, check for write errors at the end.
 #include "cmd_gen/standard_output_internal.h"
 
 #include "cmd_gen/output_block_internal.h"
@@ -12,7 +12,7 @@
 
 void tsh::widen_output_pipe() {
     constexpr int kWanted = kOutputBlockSize;
-    const int size = fcntl(STDOUT_FILENO, F_GETPIPE_SZ); // -1 for what is no pipe
+    const int size = fcntl(STDOUT_FILENO, F_GETPIPE_SZ); // -1 if it is not a pipe
     if (size >= 0 && size < kWanted)
         fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kWanted);
 }

@@ -1,14 +1,14 @@
-// Standard output as the utility uses it: its results, all of them or a failure.
+// Standard output of ocmd_gen: pipe size, and detection of incomplete output.
 #pragma once
 
 namespace tsh {
 
-/// Where standard output is a pipe, makes it hold a whole block, so that its reader has something
-/// to do while the next block is made. A pipe that may not grow stays as it is.
+/// If standard output is a pipe, enlarges it to the size of a block, so that its reader works while
+/// the next block is filled. Ignores a pipe that cannot be enlarged.
 void widen_output_pipe();
 
-/// Flushes standard output. The results are what the utility is run for, so a byte lost there is a
-/// failure: a message on standard error and EXIT_FAILURE; else EXIT_SUCCESS.
+/// Flushes standard output. Returns EXIT_SUCCESS; if the output could not be written completely,
+/// prints a message to standard error and returns EXIT_FAILURE.
 int status_of_output();
 
 } // namespace tsh

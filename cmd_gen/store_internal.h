@@ -1,4 +1,4 @@
-// Items side by side in one growing block of memory.
+// Growing array in one block of memory.
 #pragma once
 
 #include "base/huge_pages.h"
@@ -11,10 +11,10 @@
 
 namespace tsh {
 
-/// Resizes a block in the manner of tsh_realloc, null standing for no block and for no memory.
+/// Resizes a block like tsh_realloc: null is an empty block, and the result if out of memory.
 using Resize = void *(*)(void *block, uint32_t size);
 
-/// Reports nothing when memory runs out.
+/// Prints no message if out of memory.
 inline void *resize_silently(void *block, uint32_t size) {
     return realloc(block, size);
 }
@@ -28,14 +28,14 @@ public:
     Store(const Store &) = delete;
     Store &operator=(const Store &) = delete;
 
-    /// Room for exactly this many items, if there is less: memory that is not touched costs
-    /// nothing. Items that are there stay, new ones are not initialised. @return false without
+    /// Reserves memory for exactly this many items, if there is less. Memory that is not accessed
+    /// costs nothing. Keeps the items; new ones are not initialised. @return false if out of
     /// memory.
     [[nodiscard]] bool reserve(size_t count) {
         return count <= capacity_ || resize(count * sizeof(Item));
     }
 
-    /// The same for items that keep coming.
+    /// Reserves memory in the same way, in growing steps for items that are added one by one.
     [[nodiscard]] bool grow(size_t count) {
         if (count <= capacity_)
             return true;

@@ -1,4 +1,4 @@
-// The traced way: children are found, and types looked up, as often as the traces are to show it.
+// Traced listing: finds children and looks up types as often as the traces require.
 #include "atnode/relations.h"
 #include "cmd_gen/listing_path_internal.h"
 #include "cmd_gen/word_internal.h"
@@ -10,19 +10,19 @@ namespace {
 using tsh::ListResult;
 using tsh::MetNode;
 
-// Children in hand, found through the steps of the traversal stack.
+// Children, found with the operations of the traversal stack.
 class TracedNodes {
 public:
-    using Place = const tree_node_t *; // null behind the last child
+    using Cursor = const tree_node_t *; // null after the last child
 
     using Node = const tree_node_t *;
 
-    static bool at_end(Place child) { return child == nullptr; }
-    static Node child_at(Place child) { return child; }
+    static bool at_end(Cursor child) { return child == nullptr; }
+    static Node child_at(Cursor child) { return child; }
     static bool is_leaf(Node /*child*/) { return false; }
-    template <typename Sink> static void print_leaves(Place /*child*/, Sink & /*sink*/) {}
-    static Place enter(Node child, bool /*siblings*/) { return atnode_first_child(child); }
-    static void advance(Place &child) { child = atnode_next_sibling(child); }
+    template <typename Sink> static void print_leaves(Cursor /*child*/, Sink & /*sink*/) {}
+    static Cursor enter(Node child, bool /*siblings*/) { return atnode_first_child(child); }
+    static void advance(Cursor &child) { child = atnode_next_sibling(child); }
 
     MetNode meet(Node child) {
         if (tsh::is_left_out(*child))
@@ -40,7 +40,7 @@ private:
     base::TextBuilder<tsh::kLongestGappedWord> word_;
 };
 
-// Lines that leave at once, between the traces.
+// Lines that are printed immediately, between the traces.
 class TracedLines : public tsh::ListingPath {
 public:
     [[nodiscard]] bool begin(std::string_view prefix) {
@@ -61,7 +61,7 @@ public:
         return word;
     }
 
-    // A trace that shares the stream may lose lines when it flushes them.
+    // A trace on the same stream flushes it, which can fail.
     [[nodiscard]] bool failed() const {
         return !has_output_ || (!had_error_ && ferror(stdout) != 0);
     }
@@ -82,8 +82,8 @@ tsh::ListResult tsh::list_traced(const tree_node_t *node, std::string_view prefi
     TracedLines lines;
     tsh::WalkLevels<TracedNodes, TracedLines> levels{tsh_realloc};
     const MetNode first{.record = node};
-    const auto first_place = [node] { return atnode_first_child(node); };
-    if (!lines.begin(prefix) || !tsh::walk_lines(first, first_place, nodes, lines, levels))
+    const auto first_cursor = [node] { return atnode_first_child(node); };
+    if (!lines.begin(prefix) || !tsh::walk_lines(first, first_cursor, nodes, lines, levels))
         return ListResult::kNoMemory;
     return lines.failed() ? ListResult::kLostOutput : ListResult::kDone;
 }

@@ -1,4 +1,4 @@
-// Spelling words, each type named through the registry.
+// Formatting of words, with type names from a handle or the registry.
 #include "cmd_gen/word.h"
 
 #include "cmd_gen/word_internal.h"
@@ -12,7 +12,7 @@ namespace {
 
 using Types = base::TextBuilder<tsh::kLongestTypes>;
 
-// Empty for an unknown type.
+// Returns an empty name for an unknown type.
 std::string_view name_of(uint32_t key, const tsh_types_t *types) {
     if (types != nullptr) {
         const tsh_type_t *type = tsh_type_by_mask(types, key);

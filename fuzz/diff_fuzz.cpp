@@ -1,5 +1,5 @@
-// Any bytes as two small trees with bounds, compared in the plain way: all lines are listed, with
-// what their parameters accept beside them, and compared as sets.
+// Fuzzer of ocmd_diff: the input is two small trees with bounds. The model lists all lines with the
+// values of their parameters and compares them as sets.
 //
 // Reaches: diff::NodePool::add, diff::LineDfa::start_of, diff::ProductAutomaton::differs,
 // diff::DifferenceCount::count, diff::DifferenceList::list
@@ -22,7 +22,7 @@ namespace {
 using Lines = std::set<std::string>;
 using ValuesOfLines = std::map<std::string, std::set<std::string>>;
 
-// Stands before and after the bounds in a token, and before them where there was no token.
+// Mark before and after the bounds in a token; only before them if there was no token.
 constexpr char kMark = '#';
 constexpr char kWithoutToken = '!';
 
@@ -36,7 +36,7 @@ Lines lines_of(const std::string &text) {
     return lines;
 }
 
-// The tree with the bounds of its parameters in its tokens.
+// Returns the tree with the bounds of its parameters in its tokens.
 std::string marked(std::string tree) {
     for (tree_node_t &node : nodes_in(tree)) {
         int64_t low = 0;
@@ -86,7 +86,7 @@ Tree read_tree(int descriptor, const std::string &bytes, const CapturedOutput &o
     return {std::move(file), std::move(lines), values_of(marked_lines)};
 }
 
-// Moves the lines that are marked so from one set to the other, where they must not be yet.
+// Moves the lines with this mark from one set to the other, which must not contain them.
 void apply(const Lines &listed, const std::string &mark, Lines &from, Lines &to) {
     for (const std::string &line : listed)
         if (line.starts_with(mark)) {
@@ -95,8 +95,8 @@ void apply(const Lines &listed, const std::string &mark, Lines &from, Lines &to)
         }
 }
 
-// Whether changes are listed of this line. "P: ..." is about the line P and usually about those
-// that begin with it, "P ...: ..." about all those.
+// Returns whether changes of this line are listed. "P: ..." is about the line P and usually about
+// the lines that begin with it, "P ...: ..." about all of these.
 enum class Changed { kNo, kMaybe, kYes };
 
 Changed find_changes(const Lines &listed, const std::string &line) {

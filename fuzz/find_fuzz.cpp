@@ -1,5 +1,5 @@
-// Any bytes as a small tree and, behind it, what is typed: as a saved configuration, and as a line
-// with slashes.
+// Fuzzer of ocmd_find: the input is a small tree and typed text, used as a saved configuration and
+// as a line with slashes.
 //
 // Reaches: find::ConfigCheck::check, find::print_answer, find::print_refusal
 #include "fuzz/memory_file.h"

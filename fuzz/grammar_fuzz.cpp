@@ -1,6 +1,6 @@
-// Any bytes as a file of grammars, through all of the compiler. What can be compiled makes a sound
-// tree, and shown as a grammar again it compiles to the same records. The compiler takes no more
-// memory than its man page says.
+// Fuzzer of the compiler: the input is a grammar file. If it compiles, the tree is valid, and its
+// grammar (ocmd_show --yaml) compiles to the same records. The compiler uses at most the memory of
+// its man page.
 //
 // Reaches: compiler::YamlReader::next, compiler::understand, compiler::check, compiler::lay_out,
 // show::show_yaml
@@ -28,7 +28,7 @@ std::string_view bytes_of(const Records &records) {
     return {reinterpret_cast<const char *>(records.data()), records.size() * sizeof records[0]};
 }
 
-// Counts the bytes that are allocated while it lives.
+// Counts the bytes allocated during its lifetime.
 class MemoryCount {
 public:
     MemoryCount() : before_(live_) { most_ = live_; }
@@ -52,7 +52,7 @@ private:
     size_t before_;
 };
 
-// The records of all documents; none when there is a fault.
+// Returns the records of all documents; none if there is an error.
 std::vector<Records> compile(std::string bytes, bool with_checks) {
     const size_t size = bytes.size();
     const MemoryCount memory;
@@ -74,7 +74,7 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
     return all;
 }
 
-// The grammar of a tree, if it can say all of it.
+// Returns the grammar of a tree, if it can express all of it.
 std::optional<std::string> shown(const Records &records) {
     const tool::TreeFile file{
         store(100, bytes_of(records)),

@@ -1,4 +1,4 @@
-// What a fuzzer gives its target, and what the target wants to hold.
+// Input of fuzz targets, and checks of properties.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-// The bytes of an input, taken from the front; zeros follow them.
+// The bytes of an input, read from the front, followed by zeros.
 class Input {
 public:
     Input(const uint8_t *data, size_t size) : bytes_(reinterpret_cast<const char *>(data), size) {}
@@ -16,7 +16,7 @@ public:
         return byte.empty() ? uint8_t{0} : static_cast<uint8_t>(byte[0]);
     }
 
-    // A number between two, in as many bytes as it may need.
+    // Reads a number between two bounds, in as many bytes as it may need.
     int any_of(int low, int high) {
         int number = 0;
         for (int range = high - low; range > 0; range >>= 8)
@@ -24,14 +24,14 @@ public:
         return low + number % (high - low + 1);
     }
 
-    // As many bytes as there are of so many.
+    // Reads up to this number of bytes.
     std::string_view text(size_t size = std::string_view::npos) {
         const std::string_view taken = bytes_.substr(0, size);
         bytes_.remove_prefix(taken.size());
         return taken;
     }
 
-    // A file stands behind its length in two bytes, the low one first.
+    // Reads a file after its length in two bytes, little-endian.
     std::string_view file() {
         const size_t low = (*this)();
         return text(low + 256U * (*this)());
@@ -41,7 +41,7 @@ private:
     std::string_view bytes_;
 };
 
-// Ends the process unless something holds, and says what it is about and where that is wanted.
+// Ends the process if a condition is false, after a message with its name and position.
 inline void want(bool holds, const char *what = "", const char *file = __builtin_FILE(),
                  int line = __builtin_LINE()) {
     if (holds)

@@ -1,6 +1,6 @@
-// Any bytes as a main par file, as three that say in which mode, below how many others and from
-// which node on it is listed, and as what a user types. A tree that the check lets pass is loaded;
-// listings, dump, walks and look-ups are held against plain ones.
+// Fuzzer of main trees: the input is a main par file, the mode, depth and first node of a listing,
+// and typed text. A valid tree is loaded; listings, dump, walks and lookups are compared with plain
+// models.
 //
 // Reaches: tsh_tree_check, tsh_tree_fault_text, verify_and_read_parse_tree, init_parse_tree,
 // tsh::list_gathered, tsh::list_traced, tsh_dump_tree, print_at_node, atnode_traverse,
@@ -36,7 +36,7 @@ int32_t note_fault(const tsh_tree_fault_t *fault, void * /*context*/) {
     return 0;
 }
 
-// Makes the tree of a file the process's own. False for one that may not be followed.
+// Loads the tree of a file. Returns false if it is invalid.
 bool load(const char *path) {
     const int32_t count = verify_and_mmap_parse_tree(path, &g_atn);
     if (count <= 0)
@@ -46,19 +46,19 @@ bool load(const char *path) {
     want(memcmp(copy, g_atn, main_tree_map_size) == 0, "read as mapped");
     free_main_parse_tree(copy);
     atnode_root = g_atn;
-    const bool is_sound =
+    const bool is_valid =
         tsh_tree_check(g_atn, static_cast<uint32_t>(count), note_fault, nullptr) == 0;
-    if (is_sound && tsh_init_redirect_root() != 0)
+    if (is_valid && tsh_init_redirect_root() != 0)
         return true;
     munmap_main_parse_tree(g_atn);
-    if (is_sound) {
+    if (is_valid) {
         snprintf(tsh_parse_file, sizeof tsh_parse_file, "%s", path);
         init_parse_tree();
     }
-    return is_sound;
+    return is_valid;
 }
 
-// Of the nodes that are met, each is known then.
+// Returns the number of paths below a node; known then contains every node visited.
 double paths_below(const tree_node_t *node, std::map<const tree_node_t *, double> &known) {
     const auto [place, is_new] = known.try_emplace(node, 1);
     for (int i = 0; is_new && i < node->child_count; ++i)
@@ -66,7 +66,7 @@ double paths_below(const tree_node_t *node, std::map<const tree_node_t *, double
     return place->second;
 }
 
-// What a listing prints below so many nodes, and the indentation that it leaves.
+// Output of a listing below the given number of nodes, and the indentation after it.
 template <typename List>
 std::string listed(const CapturedOutput &output, uint8_t height, List list) {
     stack = {};
@@ -137,7 +137,7 @@ void check_walks(const tree_node_t *node, int32_t depth) {
     atnode_stack_pop();
 }
 
-// The first match, level by level.
+// Returns the first match, level by level.
 const tree_node_t *match(const tree_node_t *node, int depth, const std::string &word) {
     for (int i = 0; i < node->child_count; ++i)
         if (strncasecmp(g_atn[node->children[i]].token, word.c_str(), word.size()) == 0)

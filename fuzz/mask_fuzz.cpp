@@ -1,5 +1,5 @@
-// Any bytes as sets and numbers: every operation of the masks of both widths against a model that
-// knows only the bit order of the bytes.
+// Fuzzer of masks: the input is sets and numbers. Every operation of both widths is compared with a
+// model that depends only on the bit order of the bytes.
 //
 // Reaches: bmask128_set_range_value, bmask256_revert_range, bmask128_next_free_range,
 // bmask256_find_prev_bit, bmask128_uncompress, bmask256_snprintf, bmask128_from_bitarray
@@ -24,7 +24,7 @@ namespace {
     else                                                                                           \
         result bmask256_##operation(__VA_ARGS__)
 
-// What an operation makes of the mask D.
+// Checks the mask D after an operation.
 #define BECOMES(expected, operation, ...)                                                          \
     {                                                                                              \
         auto dst = D;                                                                              \
@@ -176,7 +176,7 @@ private:
         return mask;
     }
 
-    // Few, many or all bits in runs of any length, as a model and as a mask.
+    // Returns few, many or all bits in runs of any length, as a model and as a mask.
     std::pair<Model, Mask> any_set() {
         Model model;
         const int longest_run = 1 << any_of(0, 8);
@@ -187,7 +187,7 @@ private:
         return {model, mask_of(model)};
     }
 
-    // A bit or a count: mostly near the mask, now and then as far away as it gets.
+    // Returns a bit or a count: usually near the mask, sometimes an extreme value.
     int any_bound() {
         return any_of(0, 9) != 0 ? any_of(-3, kBits + 3) : any_of(0, 1) != 0 ? INT_MIN : INT_MAX;
     }
@@ -199,7 +199,7 @@ private:
         return model;
     }
 
-    // The set bit of the given rank at start or above, or -1.
+    // Returns the set bit of the given rank at start or above, or -1.
     static int lowest(const Model &model, int64_t start, int rank = 0) {
         for (auto n = static_cast<size_t>(std::clamp<int64_t>(start, 0, N)); n < N; ++n)
             if (model[n] && rank-- == 0)

@@ -1,4 +1,4 @@
-// Inputs of fuzzers as files, and output of theirs, without a file system.
+// Files in memory for input and output of fuzzers, without a file system.
 #pragma once
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-// Makes a file in memory of the bytes, a new one under a name that stays the same.
+// Creates a file in memory with the bytes; every file gets the same name.
 inline std::string store(int descriptor, std::string_view bytes) {
     const int created = memfd_create("input", 0);
     if (dup2(created, descriptor) < 0 ||
@@ -18,12 +18,12 @@ inline std::string store(int descriptor, std::string_view bytes) {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-// What code prints while this lives, on standard output or the other, kept in memory.
+// Captures standard output or standard error in memory during its lifetime.
 class CapturedOutput {
 public:
     explicit CapturedOutput(int descriptor = STDOUT_FILENO)
         : descriptor_(descriptor), before_(dup(descriptor)), file_(memfd_create("output", 0)) {
-        fflush(stdout); // what was printed before is none of it
+        fflush(stdout); // excludes earlier output
         if (dup2(file_, descriptor_) < 0)
             abort();
     }
@@ -36,7 +36,7 @@ public:
     CapturedOutput(const CapturedOutput &) = delete;
     CapturedOutput &operator=(const CapturedOutput &) = delete;
 
-    // All since the last call.
+    // Returns the output since the last call.
     [[nodiscard]] std::string take() const {
         fflush(stdout);
         std::string text(static_cast<size_t>(lseek(file_, 0, SEEK_END)), '\0');

@@ -1,5 +1,5 @@
-// Any bytes as a small tree and, behind it, what users type: lines resolved, completed and entered
-// in a context, with any options and any nodes hidden.
+// Fuzzer of the resolver: the input is a small tree and lines, which are resolved, completed and
+// entered in a context, with any options and hidden nodes.
 //
 // Reaches: tsh_resolve, tsh_complete, tsh_context_enter, tsh_context_admit
 #include "fuzz/small_tree.h"
@@ -14,8 +14,8 @@ int32_t admit(const tree_node_t *node, void *letter) {
     return node->name[1] == *static_cast<const char *>(letter) ? 0 : 1;
 }
 
-// Everything that an answer points to is there, and lies in the line.
-void look_at(const tsh_answer_t *answer, size_t length) {
+// Checks that everything an answer points to exists and is inside the line.
+void detect_format(const tsh_answer_t *answer, size_t length) {
     const tsh_range_t range = tsh_answer_range(answer);
     want(range.begin <= range.end && range.end <= length, "a range lies in the line");
     size_t bytes = strlen(tsh_answer_text(answer)) + strlen(tsh_answer_common(answer));
@@ -55,13 +55,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             tsh_context_admit(context, hidden < '0' ? nullptr : admit, &hidden, hidden & 1);
         const tsh_verdict_t verdict =
             tsh_resolve(context, line.data(), line.size(), options & 31U, answer);
-        look_at(answer, line.size());
+        detect_format(answer, line.size());
         if (verdict == TSH_ACCEPTED && (options & 64U) != 0)
             tsh_context_enter(context, answer);
         if ((options & 128U) != 0)
             tsh_context_leave(context, 1);
         tsh_complete(context, line.data(), line.size(), input(), options & 31U, answer);
-        look_at(answer, line.size());
+        detect_format(answer, line.size());
     }
     tsh_answer_free(answer);
     tsh_context_free(context);

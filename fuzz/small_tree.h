@@ -1,4 +1,5 @@
-// Any bytes as a small tree without cycles, of few words, so that lines are often spelled alike.
+// Small acyclic trees from fuzzer input, with few words, so that lines often have the same
+// spelling.
 #pragma once
 
 #include "fuzz/input.h"
@@ -19,7 +20,7 @@ inline std::span<tree_node_t> nodes_in(std::string &tree) {
     return {reinterpret_cast<tree_node_t *>(tree.data()), tree.size() / sizeof(tree_node_t)};
 }
 
-// The same with bounds of some parameters.
+// Returns such a tree with bounds of some parameters.
 inline std::string small_bounded_tree(Input &input) {
     std::string tree = small_main_tree(input);
     for (tree_node_t &node : nodes_in(tree)) {

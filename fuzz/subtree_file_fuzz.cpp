@@ -1,5 +1,5 @@
-// Any bytes as a root file, a subtree file and two prebuilt trees, in a whole link. What comes of
-// it is sound, and the same when the driver links again, writes it and it is read back.
+// Fuzzer of the linker: the input is a root file, a subtree file and two prebuilt trees. The linked
+// tree is valid, and the same if the driver links again, writes the tree and it is read back.
 //
 // Reaches: read_parser_file, read_par_tree, mark_resolvable_subtrees, node_pickup_from_main_tree,
 // add_subtree_in_main_tree, check_conflicting_children, tsh::AttachGraph::search_path,
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kFirstFile = 100;
 
-// A folder for what is written, in memory, with names for the input's files.
+// Directory in memory for output, with names for the input files.
 std::string made_folder() {
     static char path[] = "/dev/shm/subtree-fuzz-XXXXXX";
     prebuilt_main_tree_path = mkdtemp(path);

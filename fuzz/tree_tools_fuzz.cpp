@@ -1,6 +1,7 @@
-// Any bytes as two files of trees, through everything that tools show of them and their difference.
+// Fuzzer of the tools for trees: the input is two files of trees, for all modes of ocmd_show and
+// for ocmd_diff.
 //
-// Reaches: tool::open_sound, show::show_summary, show::show_nodes, show::show_yaml,
+// Reaches: tool::open_valid, show::show_summary, show::show_nodes, show::show_yaml,
 // show::show_json, show::show_dot, show::show_commands, diff::DifferenceCount::count,
 // diff::DifferenceList::list
 #include "fuzz/input.h"
@@ -20,10 +21,10 @@
 
 namespace {
 
-// A file whose trees may be followed, if these bytes are one.
+// Returns the file of these bytes, if all its trees are valid.
 std::optional<tool::TreeFile> sound_file(const std::string &path) {
     try {
-        return tool::open_sound(path);
+        return tool::open_valid(path);
     } catch (const tool::Stop &) {
         return std::nullopt;
     }

@@ -1,6 +1,7 @@
-// Any bytes as a graph of a compiler's nodes: shared, deep, in circles, listed twice, missing, too
-// many, or with an index from an earlier write. What the writer stores, what it and the check say
-// of that, and what can be read back is held against plain recursions.
+// Fuzzer of the tree writer: the input is a graph of compiler nodes: shared, deep, cyclic,
+// duplicate, missing, too many, or with an index from an earlier write. The stored record, the
+// messages of the writer and of the tree check, and the record read back are compared with plain
+// recursions.
 //
 // Reaches: write_tree_to_file, write_tree_to_array, write_node_to_array, write_array_tree_to_file,
 // tsh_tree_check, cycle_check, tsh_tree_fault_text, read_par_tree
@@ -24,7 +25,7 @@ namespace {
 struct Graph {
     std::vector<parser_node_t> nodes;
     std::deque<parser_link_t> links;
-    std::string name; // of all nodes, which are known by their flags
+    std::string name; // of all nodes, which are identified by their flags
 
     explicit Graph(Input input) : nodes(node_count(input())) {
         for (size_t i = 0; i < nodes.size(); ++i) {
@@ -39,7 +40,7 @@ struct Graph {
     }
 
 private:
-    // Few, so that steps meet, or enough for a tree that is too deep.
+    // Few, so that paths meet, or enough for a tree that is too deep.
     static size_t node_count(uint8_t number) {
         return 1U + (number < 224 ? number % 16U : 16U * (number - 224U));
     }
@@ -52,7 +53,7 @@ private:
         auto child = static_cast<size_t>(input.any_of(0, last));
         for (int count = what / 16 % 8 == 0 ? 2 * input() : what / 16 % 4; count > 0; --count) {
             if (what % 8 == 0)
-                node->array_index = count < 4 ? count : 300 * count; // more than a link holds
+                node->array_index = count < 4 ? count : 300 * count; // exceeds 16 bits
             else if (what % 8 == 1 && node->children != nullptr)
                 node->children->next = node->children;
             else
@@ -79,7 +80,7 @@ struct Fault {
     bool operator==(const Fault &) const = default;
 };
 
-// What is to be stored and said.
+// Expected record and messages.
 class Model {
 public:
     explicit Model(const Graph &graph) {
@@ -102,7 +103,7 @@ public:
     std::string said;
 
 private:
-    // False for a node with too many links.
+    // Returns false for a node with too many links.
     bool lay_out(const parser_node_t *node) {
         const size_t place = records.size();
         records.emplace_back();
@@ -148,7 +149,7 @@ private:
         if (const Fault *fault = first("child-twice")) {
             const auto [check, node, i] = *fault;
             const uint16_t child = records[node].children[i];
-            const tsh_tree_fault_t told{"", "a child is listed twice", node, i, child};
+            const tsh_tree_fault_t told{"", "duplicate child", node, i, child};
             char text[TSH_TREE_FAULT_TEXT_SIZE];
             tsh_tree_fault_text(records.data(), static_cast<uint32_t>(records.size()), &told, text,
                                 sizeof text);
@@ -186,7 +187,7 @@ private:
     }
 
     std::map<const parser_node_t *, int> places_;
-    std::vector<int> heights_; // of what is below a node; 0 while it is not known
+    std::vector<int> heights_; // of the subtree of a node; 0 if not yet known
 };
 
 template <typename Use> std::string said_by(Use use) {
@@ -235,17 +236,18 @@ void check_file(Graph graph, const Model &model) {
         result = read_par_tree("file", file, &nodes, &count, &attach_path, 1, 1);
         gzclose(file);
     });
-    const bool is_sound = model.is_written && model.faults.empty();
-    want(result == (is_sound ? 0 : -1) && said.empty() == (is_sound || !model.is_written),
+    const bool is_valid = model.is_written && model.faults.empty();
+    want(result == (is_valid ? 0 : -1) && said.empty() == (is_valid || !model.is_written),
          said.c_str());
-    want(!is_sound || (model.are(nodes, count) && strcmp(attach_path.path, kPath.path) == 0),
+    want(!is_valid || (model.are(nodes, count) && strcmp(attach_path.path, kPath.path) == 0),
          "read back");
     free(nodes);
 }
 
 } // namespace
 
-// A file is written by every fourth input, for it takes the writer 20 MB, and that much time.
+// Writes a file for every fourth input only, because the writer needs 20 MB and the time to clear
+// them.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Input input{data, size};
     const bool is_filed = input.any_of(0, 3) == 0;

@@ -1,4 +1,4 @@
-// Any line through the splitters and parsers, held against what is true of every result.
+// Fuzzer of splitters and parsers: the input is a line; properties of every result are checked.
 //
 // Reaches: strsplit, tokenize, hex_split, str_list_join, get_unmatched_quote_index, strxtoi,
 // get_uint8_from_str, range_preparse_str, tsh_value_check, tsh_value_next_run
@@ -16,8 +16,8 @@
 
 namespace {
 
-// Words lie in the line in their order; those of a plain line are what stands between the white
-// space. Releases the list.
+// Checks that the words are in the line in their order; the words of a plain line are the text
+// between white space. Releases the list.
 void check_words(str_list_t *list, const std::string &line, bool plain) {
     constexpr auto kWhiteSpace = " \t\n\v\f\r";
     const int32_t count = list == nullptr ? 0 : list->size;
@@ -38,7 +38,8 @@ void check_words(str_list_t *list, const std::string &line, bool plain) {
     str_list_free(list);
 }
 
-// A value within bounds is one without, and as many ranges are read from it as were counted.
+// Checks that a value within bounds is also valid without, and that the number of ranges read from
+// it is the number counted.
 void check_value(const tsh_type_t &type, std::string_view text) {
     parameter_info_t parameter{};
     parameter.type_mask = type.mask;

@@ -22,7 +22,7 @@ struct IntegerRun {
     size_t count = 0;
 };
 
-// Calls visit with each run of equal integers in a node. Neighbours of one width are one run.
+// Calls visit for each run of integers of equal width in a node.
 constexpr void for_each_run(auto visit) {
     IntegerRun run;
     const auto add = [&](const tsh::Field &field, size_t record) {
@@ -104,12 +104,12 @@ void swap_header_order(subtree_header_t *header) {
 
 enum class Direction { kToNetwork, kToHost };
 
-// The array of a caller here, who knows its size: the exported operations are not told.
+// Size of the array if the caller is in this library; the exported operations do not receive it.
 thread_local std::span<tree_node_t> array_in_hand;
 
-// Every reachable node is put on the list once, when the first link to it is seen, and converted
-// when its turn comes; so its links are read in host order on the way. 65,536 indices bound the
-// list whatever the links say.
+// Every reachable node is appended to the list once, at the first link to it, and converted when it
+// is taken from the list; its links are read in host order. The list has at most 65,536 indices,
+// whatever the links contain.
 void convert_reachable(tree_node_t *nodes, Direction direction) {
     std::bitset<TREE_MAX_NODES> listed;
     std::array<uint16_t, TREE_MAX_NODES> list;

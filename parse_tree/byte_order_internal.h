@@ -7,8 +7,8 @@
 
 namespace tsh {
 
-/// Convert every record through hton_array_tree and ntoh_array_tree, which a device may replace.
-/// Those here then make one linear pass and follow no index.
+/// Convert every record with hton_array_tree and ntoh_array_tree, which a device may replace. The
+/// implementations of this library then make one linear pass and follow no index.
 void array_to_network(std::span<tree_node_t> nodes);
 void array_to_host(std::span<tree_node_t> nodes);
 

@@ -1,4 +1,4 @@
-// Reasons why a main tree is not loaded, and guesses at what the file is instead.
+// Loading errors of main trees, with a guess at the actual file format.
 #include "parse_tree/load_error_internal.h"
 
 #include "parse_tree/byte_order.h"
@@ -18,9 +18,9 @@ namespace {
 using Bytes = std::span<const unsigned char>;
 using Nodes = std::span<const tree_node_t>;
 
-tsh_error_t error_of(tsh_error_code_t code, const char *reason, const char *look = "") {
+tsh_error_t error_of(tsh_error_code_t code, const char *reason, const char *format_hint = "") {
     tsh_error_t error{.code = code, .system_error = 0, .text = {}};
-    snprintf(error.text, sizeof error.text, "%s%s", reason, look);
+    snprintf(error.text, sizeof error.text, "%s%s", reason, format_hint);
     return error;
 }
 
@@ -34,7 +34,7 @@ bool is_gzip(Bytes start) {
     return start.size() >= 2 && start[0] == 0x1F && start[1] == 0x8B;
 }
 
-// A header in network order whose sizes the file has room for.
+// Returns whether the file starts with a header in network order whose sizes fit into the file.
 bool is_subtree_file(Bytes start, uint64_t size) {
     if (start.size() < sizeof(subtree_header_t))
         return false;
@@ -50,19 +50,19 @@ constexpr const char *kOtherOrder = std::endian::native == std::endian::little
                                         ? "; it looks like network byte order"
                                         : "; it looks like little-endian byte order";
 
-// No count above its limit once its bytes are swapped, although some are as they stand.
+// Returns whether all counts are within their limits after swapping their bytes, but not before.
 bool is_in_other_order(Nodes nodes) {
-    bool holds_here = true;
-    bool holds_there = true;
+    bool valid_as_is = true;
+    bool valid_swapped = true;
     for (const tree_node_t &node : nodes.first(std::min<size_t>(nodes.size(), TREE_MAX_NODES))) {
-        holds_here &= node.child_count <= TREE_MAX_CHILDREN && node.param_count <= TREE_MAX_PARAMS;
-        holds_there &= __builtin_bswap16(node.child_count) <= TREE_MAX_CHILDREN &&
-                       __builtin_bswap16(node.param_count) <= TREE_MAX_PARAMS;
+        valid_as_is &= node.child_count <= TREE_MAX_CHILDREN && node.param_count <= TREE_MAX_PARAMS;
+        valid_swapped &= __builtin_bswap16(node.child_count) <= TREE_MAX_CHILDREN &&
+                         __builtin_bswap16(node.param_count) <= TREE_MAX_PARAMS;
     }
-    return holds_there && !holds_here;
+    return valid_swapped && !valid_as_is;
 }
 
-const char *look_of(Bytes start, uint64_t size) {
+const char *format_hint(Bytes start, uint64_t size) {
     if (is_gzip(start))
         return "; it looks like a gzip file";
     if (is_subtree_file(start, size))
@@ -70,12 +70,12 @@ const char *look_of(Bytes start, uint64_t size) {
     return "";
 }
 
-const char *look_of(Nodes nodes) {
+const char *format_hint(Nodes nodes) {
     const Bytes bytes{reinterpret_cast<const unsigned char *>(nodes.data()), nodes.size_bytes()};
-    const char *look = look_of(bytes.first(sizeof(subtree_header_t)), bytes.size());
-    if (*look == '\0' && is_in_other_order(nodes))
+    const char *hint = format_hint(bytes.first(sizeof(subtree_header_t)), bytes.size());
+    if (*hint == '\0' && is_in_other_order(nodes))
         return kOtherOrder;
-    return look;
+    return hint;
 }
 
 } // namespace
@@ -99,22 +99,21 @@ tsh_error_t tsh::mapping_error(const char *path, int error) {
     std::array<unsigned char, sizeof(subtree_header_t)> start;
     const ssize_t length = read(file.number(), start.data(), start.size());
     return error_of(TSH_ERROR_FORMAT, reason.data(),
-                    look_of({start.data(), static_cast<size_t>(std::max<ssize_t>(length, 0))},
-                            static_cast<uint64_t>(size)));
+                    format_hint({start.data(), static_cast<size_t>(std::max<ssize_t>(length, 0))},
+                                static_cast<uint64_t>(size)));
 }
 
 tsh_error_t tsh::tree_error(Nodes nodes) {
     try {
         if (const auto fault = check_tree(nodes))
-            return error_of(TSH_ERROR_TREE, FaultText{nodes, *fault}.text(), look_of(nodes));
+            return error_of(TSH_ERROR_TREE, FaultText{nodes, *fault}.text(), format_hint(nodes));
         return {};
     } catch (const std::bad_alloc &) {
-        return error_of(TSH_ERROR_NO_MEMORY, "no memory to look for cycles");
+        return error_of(TSH_ERROR_NO_MEMORY, "out of memory in the cycle check");
     }
 }
 
 tsh_error_t tsh::redirect_root_error(Nodes nodes) {
-    return error_of(TSH_ERROR_TREE,
-                    "no \"tsh_redirect_root\" below the root, whose first child is not looked at",
-                    look_of(nodes));
+    return error_of(TSH_ERROR_TREE, "root has no child \"tsh_redirect_root\" after its first child",
+                    format_hint(nodes));
 }

@@ -38,14 +38,14 @@ tsh_tree_t *make_tree(tsh::Mapping mapping, Nodes nodes, tsh_error_t *error) {
 
 namespace tsh {
 
-// Sizes and node counts beyond these cannot be held in memory or in the loader's results.
+// Larger sizes and node counts do not fit into memory or into the loader's results.
 bool is_tree_size(off_t size) {
     return size % TREE_NODE_SIZE == 0 && size / TREE_NODE_SIZE <= INT32_MAX &&
            static_cast<uintmax_t>(size) <= SIZE_MAX;
 }
 
-// With all pages at once, for the check of the tree reads every record. Of a larger file nobody
-// reads more than the records that indices can name.
+// Maps all pages at once, because the tree check reads every record. In a larger file, only the
+// records that child indices can address are read.
 Mapping::Mapping(const base::Descriptor &file, size_t size) {
     const int pages = size <= size_t{TREE_MAX_NODES} * TREE_NODE_SIZE ? MAP_POPULATE : 0;
     void *mapping = mmap(nullptr, size, PROT_READ, MAP_SHARED | pages, file.number(), 0);
@@ -53,7 +53,7 @@ Mapping::Mapping(const base::Descriptor &file, size_t size) {
         nodes_ = {static_cast<const tree_node_t *>(mapping), size / TREE_NODE_SIZE};
 }
 
-// A redirect root without children leads to the root, whatever its unused links hold.
+// If the node has no children, the redirect root is the root, whatever its unused links contain.
 const tree_node_t *find_redirect_root(const tree_node_t *nodes, const tree_node_t &root) {
     for (uint16_t position = 1; position < root.child_count; ++position) {
         const tree_node_t &child = nodes[root.children[position]];

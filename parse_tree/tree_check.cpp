@@ -1,5 +1,5 @@
-// The check of whole trees: record by record in file order, then the shape of what the root
-// reaches. A table names the checks; nothing else lists them.
+// Tree check: first each record in file order, then cycles among the nodes that the root reaches.
+// One table lists the checks.
 #include "parse_tree/tree_check_internal.h"
 
 #include "parse_tree/record_fields_internal.h"
@@ -17,7 +17,7 @@ namespace {
 
 using Nodes = std::span<const tree_node_t>;
 
-// Text of a fault, made at compile time.
+// Text of an error, built at compile time.
 using FaultName = std::array<char, 64>;
 
 consteval FaultName fault_name(std::string_view field, std::string_view fault, size_t limit = 0) {
@@ -48,16 +48,16 @@ struct CountField {
     FaultName above_limit;
 };
 
-// A counter may count as many elements as the smallest of its fields has.
+// The limit of a counter is the number of elements of the smallest field that it counts.
 consteval CountField count_field(const tsh::Field &counter) {
     size_t limit = SIZE_MAX;
     for (const tsh::Field &field : tsh::kNodeFields)
         if (field.counter == counter.offset)
             limit = std::min(limit, field.kind == TSH_FIELD_SET ? 8 * field.size() : field.count);
-    return {counter.offset, limit, fault_name(counter.name, " is above ", limit)};
+    return {counter.offset, limit, fault_name(counter.name, " exceeds ", limit)};
 }
 
-// The fields of a kind, as a check needs them.
+// Returns the fields of one kind, converted for a check.
 template <tsh_field_kind_t Kind> consteval auto checked(auto row_of) {
     constexpr size_t kCount = std::ranges::count(tsh::kNodeFields, Kind, &tsh::Field::kind);
     std::array<decltype(row_of(tsh::kNodeFields[0])), kCount> rows{};
@@ -71,19 +71,19 @@ template <tsh_field_kind_t Kind> consteval auto checked(auto row_of) {
 constexpr auto kTextFields = checked<TSH_FIELD_TEXT>(text_field);
 constexpr auto kCountFields = checked<TSH_FIELD_COUNT>(count_field);
 
-// One run over a tree: the record and the check in hand, and what has been found so far.
+// One run of the checks over a tree: the current record and check, and the results so far.
 class Checkup {
 public:
-    Checkup(Nodes nodes, tsh_tree_fault_fn report, void *context)
-        : nodes_(nodes.first(std::min<size_t>(nodes.size(), TREE_MAX_NODES))), report_(report),
-          context_(context) {}
+    Checkup(Nodes nodes, tsh_tree_fault_fn function, void *context)
+        : nodes_(nodes.first(std::min<size_t>(nodes.size(), TREE_MAX_NODES))),
+          report_function_(function), context_(context) {}
 
-    // Makes every check, until a report ends it. Throws std::bad_alloc.
+    // Runs every check until a report stops it. Throws std::bad_alloc.
     void run();
-    void tell_no_memory();
+    void report_no_memory();
     [[nodiscard]] uint32_t faults() const { return faults_; }
 
-    // The checks of the table, each on the record in hand.
+    // The checks of the table, each for the current record.
     template <size_t Counter> void count(const tree_node_t &node);
     void child_index(const tree_node_t &node);
     void child_twice(const tree_node_t &node);
@@ -94,14 +94,14 @@ private:
     void prefetch(size_t index) const;
     void check_record();
     void find_cycles();
-    [[gnu::cold, gnu::noinline]] void tell(const char *what, int32_t position = -1);
+    [[gnu::cold, gnu::noinline]] void report(const char *what, int32_t position = -1);
 
     Nodes nodes_;
-    tsh_tree_fault_fn report_;
+    tsh_tree_fault_fn report_function_;
     void *context_;
     uint32_t index_ = 0;
     uint32_t check_ = 0;
-    uint32_t broken_ = 0; // checks that the record failed, a bit each
+    uint32_t failed_ = 0; // checks that the record failed, one bit each
     uint32_t faults_ = 0;
     bool ended_ = false;
     bool leads_forward_ = true;
@@ -110,8 +110,8 @@ private:
 
 struct Check {
     const char *name;
-    uint32_t needs; // checks that must hold of the record first, a bit each
-    void (Checkup::*judge)(const tree_node_t &node);
+    uint32_t needs; // precondition: checks that the record must have passed, one bit each
+    void (Checkup::*run)(const tree_node_t &node);
 };
 
 constexpr uint32_t kNothing = 0;
@@ -120,18 +120,18 @@ constexpr uint32_t kChildCount = 1U << 0;
 constexpr std::array kChecks{
     Check{.name = "child-count",
           .needs = kNothing,
-          .judge = &Checkup::count<offsetof(tree_node_t, child_count)>},
+          .run = &Checkup::count<offsetof(tree_node_t, child_count)>},
     Check{.name = "param-count",
           .needs = kNothing,
-          .judge = &Checkup::count<offsetof(tree_node_t, param_count)>},
-    Check{.name = "child-index", .needs = kChildCount, .judge = &Checkup::child_index},
-    Check{.name = "child-twice", .needs = kChildCount, .judge = &Checkup::child_twice},
-    Check{.name = "unterminated-text", .needs = kNothing, .judge = &Checkup::unterminated_text},
-    Check{.name = "cycle", .needs = kChildCount, .judge = &Checkup::cycle},
+          .run = &Checkup::count<offsetof(tree_node_t, param_count)>},
+    Check{.name = "child-index", .needs = kChildCount, .run = &Checkup::child_index},
+    Check{.name = "child-twice", .needs = kChildCount, .run = &Checkup::child_twice},
+    Check{.name = "unterminated-text", .needs = kNothing, .run = &Checkup::unterminated_text},
+    Check{.name = "cycle", .needs = kChildCount, .run = &Checkup::cycle},
 };
 constexpr uint32_t kCycleCheck = kChecks.size() - 1;
 
-// Each counter has a check of its name, spelled with '-'.
+// Each counter has a check of the same name, with '-' for '_'.
 static_assert(std::ranges::all_of(tsh::kNodeFields, [](const tsh::Field &field) {
     const auto has_its_name = [&](const Check &check) {
         return std::ranges::equal(
@@ -142,7 +142,7 @@ static_assert(std::ranges::all_of(tsh::kNodeFields, [](const tsh::Field &field) 
 }));
 
 void Checkup::run() {
-    constexpr size_t kAhead = 4; // records that take as long as memory takes to answer
+    constexpr size_t kAhead = 4; // records whose checks take as long as a memory access
     for (index_ = 0; index_ < nodes_.size() && !ended_; ++index_) {
         prefetch(index_ + kAhead);
         check_record();
@@ -151,7 +151,8 @@ void Checkup::run() {
         find_cycles();
 }
 
-// Texts, counts and the first links; no processor foresees steps of a thousand bytes.
+// Prefetches strings, counts and the first links: no hardware prefetcher predicts strides of 1000
+// bytes.
 void Checkup::prefetch(size_t index) const {
     constexpr size_t kCacheLine = 64;
     if (index >= nodes_.size())
@@ -162,14 +163,14 @@ void Checkup::prefetch(size_t index) const {
     __builtin_prefetch(&nodes_[index].child_count);
 }
 
-// The loop over the table is unrolled, so that the compiler sees which check is made: called
-// through the table, the checks of 65,536 sound records take three times as long.
+// The loop over the table is unrolled, so that the compiler knows which check is called: with calls
+// through the table, the checks of 65,536 valid records take three times as long.
 void Checkup::check_record() {
-    broken_ = 0;
+    failed_ = 0;
     const auto make = [this]<uint32_t Index>() {
         check_ = Index;
-        if ((broken_ & kChecks[Index].needs) == 0)
-            (this->*kChecks[Index].judge)(nodes_[index_]);
+        if ((failed_ & kChecks[Index].needs) == 0)
+            (this->*kChecks[Index].run)(nodes_[index_]);
     };
     [&]<uint32_t... Index>(std::integer_sequence<uint32_t, Index...>) {
         (make.template operator()<Index>(), ...);
@@ -183,7 +184,7 @@ template <size_t Counter> void Checkup::count(const tree_node_t &node) {
     uint16_t number;
     memcpy(&number, reinterpret_cast<const char *>(&node) + kField.offset, sizeof number);
     if (number > kField.limit)
-        tell(kField.above_limit.data());
+        report(kField.above_limit.data());
 }
 
 void Checkup::child_index(const tree_node_t &node) {
@@ -195,10 +196,10 @@ void Checkup::child_index(const tree_node_t &node) {
         return;
     for (size_t i = 0; i < links.size(); ++i)
         if (links[i] >= nodes_.size())
-            tell("a child index lies outside the tree", static_cast<int32_t>(i));
+            report("child index out of range", static_cast<int32_t>(i));
 }
 
-// A list in ascending order, the usual one, names no child twice.
+// A list in ascending order, the usual case, has no duplicate child.
 void Checkup::child_twice(const tree_node_t &node) {
     const auto links = tsh::links_of(node);
     bool ascending = true;
@@ -208,23 +209,23 @@ void Checkup::child_twice(const tree_node_t &node) {
         return;
     for (size_t i = 0; i < links.size(); ++i)
         if (listed_.test(links[i]))
-            tell("a child is listed twice", static_cast<int32_t>(i));
+            report("duplicate child", static_cast<int32_t>(i));
         else
             listed_.set(links[i]);
     for (const uint16_t child : links)
         listed_.reset(child);
 }
 
-// A text shorter than its field ends in the field's last byte as well.
+// If a string is shorter than its field, the last byte of the field is NUL as well.
 void Checkup::unterminated_text(const tree_node_t &node) {
     const auto *record = reinterpret_cast<const char *>(&node);
     for (const TextField &field : kTextFields)
         if (record[field.offset + field.size - 1] != '\0' &&
             memchr(record + field.offset, '\0', field.size) == nullptr)
-            tell(field.unterminated.data());
+            report(field.unterminated.data());
 }
 
-// Links that all lead to later records close no cycle, so that most trees need no walk.
+// If all links lead to later records, there is no cycle. Most trees therefore need no walk.
 void Checkup::cycle(const tree_node_t &node) {
     uint16_t least = UINT16_MAX;
     for (const uint16_t child : tsh::links_of(node))
@@ -239,27 +240,27 @@ void Checkup::find_cycles() {
     for (Event event = walk.next(); event != Event::kEnd && !ended_; event = walk.next()) {
         index_ = walk.node();
         if (event == Event::kBackLink)
-            tell("a link leads back to an ancestor", walk.position());
+            report("cycle: link to an ancestor", walk.position());
     }
 }
 
-void Checkup::tell_no_memory() {
+void Checkup::report_no_memory() {
     check_ = kCycleCheck;
     index_ = 0;
-    tell("no memory to look for cycles");
+    report("out of memory in the cycle check");
 }
 
-void Checkup::tell(const char *what, int32_t position) {
+void Checkup::report(const char *what, int32_t position) {
     if (ended_)
         return;
-    broken_ |= 1U << check_;
+    failed_ |= 1U << check_;
     ++faults_;
     const uint16_t child = position < 0 ? uint16_t{0} : nodes_[index_].children[position];
     const tsh_tree_fault_t fault{kChecks[check_].name, what, index_, position, child};
-    ended_ = report_ != nullptr && report_(&fault, context_) != 0;
+    ended_ = report_function_ != nullptr && report_function_(&fault, context_) != 0;
 }
 
-// A name as printable ASCII in quotes, every other byte of it as \xNN.
+// A name in printable ASCII and quotes; every other byte as \xNN.
 class QuotedName {
 public:
     explicit QuotedName(const tree_node_t &node) {
@@ -287,7 +288,7 @@ uint32_t tsh_tree_check(const tree_node_t *nodes, uint32_t node_count, tsh_tree_
     try {
         checkup.run();
     } catch (const std::bad_alloc &) {
-        checkup.tell_no_memory();
+        checkup.report_no_memory();
     }
     return checkup.faults();
 }

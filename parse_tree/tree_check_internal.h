@@ -1,4 +1,4 @@
-// The check of whole trees as the library's own readers make it: sound, or the first fault.
+// Tree check for the library's own readers, which stop at the first error.
 #pragma once
 
 #include "parse_tree/tree_check.h"
@@ -9,11 +9,11 @@
 
 namespace tsh {
 
-/// The first fault that tsh_tree_check would report. Throws std::bad_alloc where that check would
-/// report that there is no memory.
+/// Returns the first error that tsh_tree_check would report. Throws std::bad_alloc if out of
+/// memory.
 std::optional<tsh_tree_fault_t> check_tree(std::span<const tree_node_t> nodes);
 
-/// The text of a fault.
+/// Text of an error.
 class FaultText {
 public:
     FaultText(std::span<const tree_node_t> nodes, const tsh_tree_fault_t &fault) {

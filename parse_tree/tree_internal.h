@@ -1,4 +1,4 @@
-// What a tree handle consists of, and the mapping that it may own.
+// Structure of a tree handle, and the mapping that it may own.
 #pragma once
 
 #include "parse_tree/par_file_internal.h"
@@ -10,7 +10,7 @@
 
 namespace tsh {
 
-/// A main par file mapped read-only; empty when it could not be mapped, with errno set.
+/// A main par file mapped read-only; empty if it could not be mapped, with errno set.
 class Mapping {
 public:
     Mapping() = default;
@@ -23,17 +23,17 @@ public:
     Mapping &operator=(Mapping &&) = delete;
 
     [[nodiscard]] std::span<const tree_node_t> nodes() const { return nodes_; }
-    /// Hands the mapping over to the caller.
+    /// Transfers the mapping to the caller.
     std::span<const tree_node_t> release() { return std::exchange(nodes_, {}); }
 
 private:
     std::span<const tree_node_t> nodes_;
 };
 
-/// Whether a main par file can have this many bytes and be held in memory.
+/// Returns whether a main par file can have this many bytes and fit into memory.
 bool is_tree_size(off_t size);
 
-/// The redirect root of a valid tree; null when there is none.
+/// Returns the redirect root of a valid tree; null if there is none.
 const tree_node_t *find_redirect_root(const tree_node_t *nodes, const tree_node_t &root);
 
 } // namespace tsh

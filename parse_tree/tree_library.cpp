@@ -26,10 +26,10 @@ void display_node(const tree_node_t &node, uint16_t index, size_t level) {
     putchar('\n');
 }
 
-// The tree of a caller here, who knows its size: cycle_check is not told.
+// Size of the tree if the caller is in this library; cycle_check does not receive it.
 thread_local std::span<const tree_node_t> tree_in_hand;
 
-// The walk leaves a node after everything below it, so that each height is made of known ones.
+// The walk leaves a node after its descendants, so the heights of its children are known.
 // Throws std::bad_alloc.
 bool has_cycle_or_is_too_deep(std::span<const tree_node_t> nodes) {
     TreeWalk walk{nodes};

@@ -1,4 +1,4 @@
-// Main trees: finding, mapping and reading main par files, and the state of the loaded tree.
+// Loading of main par files, and the state of the loaded tree.
 #include "parse_tree/tree_load.h"
 
 #include "base/errno_kept.h"

@@ -1,4 +1,4 @@
-// What of a record means something, whatever its counts claim.
+// Used children and parameters of a record, limited to its capacity.
 #pragma once
 
 #include "parse_tree/tree_node.h"

@@ -1,4 +1,5 @@
-// The depth-first walk over an array tree that the check, the listing and the depth share.
+// Depth-first walk over an array tree, used by the tree check, the debug listing and the cycle
+// check.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -12,25 +13,25 @@
 
 namespace tsh {
 
-/// The links of a node that may be followed: none where the record claims more than it can hold.
+/// Returns the links of a node that may be followed: none if its child count exceeds the capacity.
 inline std::span<const uint16_t> links_of(const tree_node_t &node) {
     const size_t count = node.child_count <= TREE_MAX_CHILDREN ? node.child_count : 0;
     return {node.children, count};
 }
 
-/// A walk over everything that node 0 reaches, in the order of the child lists: every node is
-/// entered once, every link looked at once. Links that lead outside the tree are passed by.
-/// Neither depth nor cycles trouble it: the path is threaded through the nodes on it.
+/// Walk over all nodes that node 0 reaches, in the order of the child lists. Every node is entered
+/// once, every link examined once. Links out of range are skipped. Depth is not limited, and cycles
+/// are allowed: the path is stored as parent indices of the nodes on it.
 class TreeWalk {
 public:
     enum class Event {
-        kEntered,  // node() is met for the first time
+        kEntered,  // first visit of node()
         kBackLink, // link position() of node() leads back to a node on the path, maybe itself
         kLeft,     // all links of node() have been followed
         kEnd,
     };
 
-    /// Of the nodes only the first TREE_MAX_NODES count. Throws std::bad_alloc.
+    /// Uses only the first TREE_MAX_NODES nodes. Throws std::bad_alloc.
     explicit TreeWalk(std::span<const tree_node_t> nodes)
         : nodes_(nodes.first(std::min<size_t>(nodes.size(), TREE_MAX_NODES))),
           steps_(nodes_.size()) {}
@@ -38,7 +39,7 @@ public:
     Event next();
     [[nodiscard]] uint16_t node() const { return node_; }
     [[nodiscard]] uint16_t position() const { return position_; }
-    /// Nodes on the path from node 0 to node(), both included.
+    /// Number of nodes on the path from node 0 to node(), including both.
     [[nodiscard]] size_t depth() const { return depth_; }
 
 private:
@@ -46,8 +47,8 @@ private:
     static constexpr uint16_t kEntered = 1; // plus one for each link followed
     static constexpr uint16_t kFinished = UINT16_MAX;
 
-    // Siblings whose records are asked for ahead of time. A walk of 65,536 nodes takes a third less
-    // time than without; 1 brings half of that.
+    // Number of siblings by which records are prefetched. A walk of 65,536 nodes takes a third less
+    // time than without prefetch; with 1, it saves half of that.
     static constexpr size_t kAhead = 4;
 
     struct Step {

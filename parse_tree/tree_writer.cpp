@@ -1,4 +1,4 @@
-// The tree writer: layout of the compiler's tree in preorder, and the record that stores it.
+// Tree writer: preorder layout of the compiler's tree, and writing of its record.
 #include "parse_tree/tree_writer.h"
 
 #include "base/errno_kept.h"
@@ -27,9 +27,9 @@ int32_t current_array_location = 0;
 
 namespace {
 
-constexpr int32_t kScratchNodes = 20000; // more than are placed
+constexpr int32_t kScratchNodes = 20000; // more than are stored
 
-// A node that is placed and whose links are being followed.
+// A stored node whose links are being followed.
 struct OpenNode {
     int32_t index;
     uint32_t position; // of the next link in the list
@@ -41,7 +41,7 @@ struct OpenNode {
     exit(1);
 }
 
-template <typename Body> auto at_c_edge(Body body) noexcept {
+template <typename Body> auto at_api_boundary(Body body) noexcept {
     try {
         return body();
     } catch (const std::bad_alloc &) {
@@ -58,8 +58,8 @@ int32_t take_place() {
     return index;
 }
 
-// Stores what a node's list tells without following it. False for a list that does not fit the
-// record, one that loops included.
+// Stores the count and marks of a node's list of links without following them. Returns false for a
+// list that does not fit into the record, including a loop.
 bool store_link_marks(const parser_node_t &node, tree_node_t &record) {
     bmask256_t marked;
     bmask256_init(&marked);
@@ -76,14 +76,14 @@ bool store_link_marks(const parser_node_t &node, tree_node_t &record) {
     return true;
 }
 
-// An index kept from an earlier write may exceed what a link can hold; its stand-in lies outside
-// every record of this writer too.
+// An index from an earlier write may exceed 16 bits. The index stored instead is also outside every
+// record of this writer.
 uint16_t link_to(int32_t index) {
     return static_cast<uint16_t>(std::min<int32_t>(index, UINT16_MAX));
 }
 
-// Lays out a node and everything below it; -1 for a node that does not fit its record. The path is
-// kept here, so that the call stack does not grow with the depth of the tree.
+// Stores a node and its descendants; returns -1 for a node that does not fit into its record. The
+// path is stored explicitly, so that the call stack does not grow with the depth of the tree.
 int32_t lay_out(tree_node_t *array, parser_node_t *node) {
     std::vector<OpenNode> path;
     const auto place = [&](parser_node_t *placed) {
@@ -128,7 +128,7 @@ template <size_t Size> void copy_text(char (&field)[Size], const char *text) {
     robust_strncpy(field, text, Size);
 }
 
-// The first link of each kind that readers would refuse.
+// The first link of each kind that readers would reject.
 struct LinkFaults {
     std::optional<tsh_tree_fault_t> outside;
     std::optional<tsh_tree_fault_t> twice;
@@ -143,7 +143,7 @@ int32_t note_link_fault(const tsh_tree_fault_t *fault, void *context) {
     return 0;
 }
 
-// Faults of the layout are told but do not keep it from being written.
+// Reports errors of the layout; the record is still written.
 void report_layout_faults(std::span<const tree_node_t> nodes) {
     LinkFaults faults;
     tsh_tree_check(nodes.data(), static_cast<uint32_t>(nodes.size()), note_link_fault, &faults);
@@ -163,8 +163,8 @@ bool stores_all(void *stream, const void *bytes, uint32_t length, int32_t compre
     return static_cast<uint32_t>(stored) == (compressed != 0 ? length : 1);
 }
 
-// What the stream still buffers counts as stored only once it is handed on. The compressed stream
-// stays one gzip member.
+// Flushes the stream, since buffered bytes are not yet written. The compressed stream remains one
+// gzip member.
 bool flushes(void *stream, int32_t compressed) {
     return compressed != 0 ? gzflush(static_cast<gzFile>(stream), Z_SYNC_FLUSH) == Z_OK
                            : fflush(static_cast<FILE *>(stream)) == 0;
@@ -191,7 +191,7 @@ void write_tree_to_file(parser_node_t *root, uint32_t version, const subtree_pat
     if (write_tree_to_array(scratch.get(), root) < 0)
         return;
     const auto node_count = static_cast<uint32_t>(current_array_location);
-    at_c_edge([&] { report_layout_faults({scratch.get(), node_count}); });
+    at_api_boundary([&] { report_layout_faults({scratch.get(), node_count}); });
     if (debug_flag == 1) {
         printf("Size of tree node is %zu", sizeof(tree_node_t));
         printf("Size of parameter_info_t is %zu \n", sizeof(parameter_info_t));
@@ -200,7 +200,7 @@ void write_tree_to_file(parser_node_t *root, uint32_t version, const subtree_pat
 }
 
 int32_t write_tree_to_array(tree_node_t *array, parser_node_t *node) {
-    return at_c_edge([&] { return lay_out(array, node); });
+    return at_api_boundary([&] { return lay_out(array, node); });
 }
 
 void write_node_to_array(const parser_node_t *node, tree_node_t *record) {

@@ -1,4 +1,4 @@
-// Bit order and compressed form of stored masks, as the device's files hold them.
+// Bit order and compressed form of stored masks in the device's files.
 #include "platform/bit_library.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Both records begin alike, so either type's members serve to find the bytes of both.
+// Both records have the same first members, so either type gives access to the bytes of both.
 static_assert(offsetof(bmask128_t, bits) == offsetof(bmask256_t, bits));
 
 uint32_t mask_width(const void *mask) {

@@ -1,4 +1,4 @@
-// Bounded string helpers; the only place that knows how a text is cut to its field.
+// Bounded string helpers; all truncation of strings to their fields is here.
 #include "platform/robust_string.h"
 
 #include <algorithm>

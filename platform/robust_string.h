@@ -1,7 +1,7 @@
-/* Bounded string helpers in the manner of the device's string library. Every capacity counts
- * bytes, terminating zero included; a capacity of 0 writes nothing. A null source is an empty
- * text; a text that does not fit is cut, and the destination is terminated. (To append needs a
- * terminated destination; one without is left as it is.) */
+/* Bounded string helpers like those of the device's string library. Every capacity counts bytes,
+ * including the NUL; with a capacity of 0, nothing is written. A null source is an empty string. A
+ * string that does not fit is truncated, and the destination is terminated. (An append requires a
+ * terminated destination and does not change any other.) */
 #ifndef TSH_PLATFORM_ROBUST_STRING_H
 #define TSH_PLATFORM_ROBUST_STRING_H
 
@@ -9,17 +9,17 @@
 
 #include <stddef.h>
 
-/** Length of a text in bytes without its terminating zero; 0 for null. */
+/** Returns the length of a string in bytes without its NUL; 0 for null. */
 TSH_API size_t robust_strlen(const char *text);
 
-/** Copies a text whole; the caller vouches for the room. Returns dest. */
+/** Copies a complete string; the caller must provide enough space. Returns dest. */
 TSH_API char *robust_strcpy(char *dest, const char *src);
 
-/** Copies at most capacity - 1 bytes of src and terminates dest. Reads no further than that into
- * src. Returns dest. */
+/** Copies at most capacity - 1 bytes of src and terminates dest. Reads no more bytes of src.
+ * Returns dest. */
 TSH_API char *robust_strncpy(char *dest, const char *src, size_t capacity);
 
-/** Appends src to the text in dest as far as the whole fits in capacity bytes. Returns dest. */
+/** Appends src to the string in dest, truncated to capacity bytes in total. Returns dest. */
 TSH_API char *robust_strncat(char *dest, const char *src, size_t capacity);
 
 /** robust_strncpy with the capacity first. */

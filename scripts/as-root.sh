@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs a command as root, by sudo where need be: as-root.sh COMMAND... What it prints is shown only
-# when it fails.
+# Runs a command as root, with sudo if necessary: as-root.sh COMMAND... Prints its output only if it
+# fails.
 set -euo pipefail
 as_root=()
 if [ "$(id -u)" -ne 0 ]; then

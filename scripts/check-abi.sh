@@ -7,7 +7,7 @@ unset CDPATH
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build abigail-tools
 build=build/abi baseline=cmake/libtsh.abi
-# GCC's DWARF 5 is more than some versions of the tools read.
+# Some versions of the tools do not support GCC's DWARF 5.
 cmake --preset sample -B "$build" -DTSH_BUILD_TOOLS=OFF -DCMAKE_CXX_FLAGS="-gdwarf-4 -O1" >/dev/null
 cmake --build "$build" >/dev/null
 rm -rf "$build/root"

@@ -12,7 +12,7 @@ while read -r component included; do
     allowed=$(tr ' ' '|' <<<"$component $included")
     grep -vE "#include \"(${allowed%|})/" <<<"$includes" && wrong=1
 done <<<"$components"
-# Programs use the library as any other program does: without its internal headers.
+# The programs must not use internal headers of the library.
 git grep -nE '^#include "([^"]*_internal\.h"|tests/)' -- tools examples && wrong=1 ||
-    [ $? = 1 ] # git has found none
+    [ $? = 1 ] # git has found no match
 exit "$wrong"

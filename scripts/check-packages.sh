@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the Debian packages below build/packages, and fails if lintian finds errors in them.
+# Builds the Debian packages in build/packages, and fails if lintian finds errors in them.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."

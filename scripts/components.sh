@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Prints the components of the library, one a line: FOLDER INCLUDED_FOLDER...; with --public only
+# Prints the components of the library, one per line: DIRECTORY INCLUDED_DIRECTORY...; with --public, only
 # those that install headers.
 set -euo pipefail
 unset CDPATH

@@ -28,7 +28,7 @@ def line_counts(segments):
     for line, _, count, has_count, is_entry, is_gap in segments:
         by_line[line].append((count, has_count, is_entry, is_gap))
     counts = {}
-    around = None  # the count of the region that reaches into the line
+    around = None  # the count of the region that continues into the line
     for line in range(segments[0][0], segments[-1][0] + 1) if segments else []:
         here = by_line.get(line, [])
         begun = [count for count, has_count, is_entry, is_gap in here

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# How much of the product the tests run: coverage.sh [CTEST ARGUMENTS...]. Builds the preset
-# "coverage", runs all tests (or those that the arguments choose), and prints lines and branches of
-# each component. What no test runs is in build/coverage/gaps.txt. Ends with status 1 below the bounds.
+# Measures test coverage: coverage.sh [CTEST ARGUMENTS...]. Builds the preset "coverage", runs all tests
+# (or those selected by the arguments), and prints the line and branch coverage of each component. Writes
+# the gaps to build/coverage/gaps.txt. Exits with status 1 below the bounds.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."
@@ -12,7 +12,7 @@ cmake --build --preset coverage
 rm -rf "$build/profiles"
 ctest --preset coverage -j "$(nproc)" "$@"
 
-# Each program and library counts for itself, in a file that all its processes share.
+# Each program and library has its own counters, in a file that all its processes share.
 llvm-profdata merge -o "$build/tests.profdata" "$build"/profiles/*.profraw
 programs=()
 while read -r program; do

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Builds fuzzers and runs them, as many at a time as there are processors, on their seeds and on what
-# they found before (build/fuzz/FUZZER.found): fuzz.sh SECONDS [FUZZER...]; without names, all of
-# them. Prints what each ran and reached. Fails when one finds a fault, which is shown, or when all
-# its inputs miss a function that the head of its source names behind "Reaches:".
+# Builds fuzzers and runs them, one per CPU at a time, on their seeds and their earlier findings
+# (build/fuzz/FUZZER.found): fuzz.sh SECONDS [FUZZER...]; by default all of them. Prints the executions and
+# the coverage of each. Fails if a fuzzer finds an error, which is printed, or if no input reaches a
+# function that the file head names after "Reaches:".
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."
@@ -13,16 +13,16 @@ scripts/install-packages.sh build clang llvm # whose symbolizer names functions
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz --target fuzz_seeds "$@"
 
-# fault FUZZER LOG: what a run said that ended badly, and what is said of the input it ended with.
+# fault FUZZER LOG: prints the end of a failed log, and the output of the input that failed.
 fault() {
     local input
-    echo "$1 ends badly:"
+    echo "$1 failed:"
     tail -n 60 "$2"
     input=$(sed -n 's/.*Test unit written to //p' "$2")
     [ -z "$input" ] || "build/fuzz/fuzz/$1" "$input" 2>&1 | head -n 20 || true
 }
 
-# missed FUZZER LOG: the functions that it is for and the log does not tell it reached.
+# missed FUZZER LOG: prints the functions of the file head that the log does not contain as reached.
 missed() {
     local functions function
     functions=$(awk '!/^\/\// { exit }
@@ -33,7 +33,7 @@ missed() {
     done
 }
 
-# stat_of NAME LOG: a figure that a run ends with.
+# stat_of NAME LOG: prints a statistic from the end of a run.
 stat_of() { sed -n "s/^stat::$1: *//p" "$2"; }
 
 fuzz() {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the 32-bit x86 compiler support and libraries. Fails, with the package architectures as
-# they were, where 32-bit programs do not run or the libraries cannot be installed.
+# Installs the 32-bit x86 compiler support and libraries. If 32-bit
+# programs do not run or the libraries cannot be installed, restores the package architectures and fails.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")"

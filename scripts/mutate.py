@@ -28,7 +28,7 @@ import tempfile
 import threading
 import time
 
-# Test programs that are about a folder, the quickest first; all others follow.
+# Test programs of each directory, the fastest first; all others follow.
 RELATED = {
     "platform": ["tsh_common_test", "bmask_test"],
     "feature/tsh/src": ["tsh_common_test"],
@@ -45,7 +45,7 @@ RELATED = {
     "tools/ocmd_diff": ["ocmd_diff_test"],
     "tools/ocmd_find": ["ocmd_find_test"],
 }
-COUNTED = ("noticed", "unnoticed")  # the verdicts that say something about the tests
+COUNTED = ("noticed", "unnoticed")  # the verdicts that count
 BOUND = 90  # percent
 CLONE = pathlib.Path(__file__).resolve().parent.parent
 COMPONENTS = [line.split()[0] for line in subprocess.run(
@@ -54,11 +54,11 @@ COMPONENTS = [line.split()[0] for line in subprocess.run(
 CONFIGURE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -w",
              "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
 BUILD_LIMIT = 900  # seconds; a change in a header builds nearly everything
-MEMORY_LIMIT = 6 << 30  # bytes, for a change that never stops asking
-FILE_LIMIT = 2 << 30  # bytes, for one that never stops writing
+MEMORY_LIMIT = 6 << 30  # bytes, for a change that allocates without end
+FILE_LIMIT = 2 << 30  # bytes, for a change that writes without end
 
-# What is turned into what. Operators stand between blanks, so that no template argument list and no
-# declaration is taken for one.
+# Mutations. Operators must be between spaces, so that template argument lists and declarations do not
+# match.
 SWAPS = [(" < ", " <= "), (" <= ", " < "), (" > ", " >= "), (" >= ", " > "), (" < ", " >= "),
          (" > ", " <= "), (" == ", " != "), (" != ", " == "), (" && ", " || "), (" || ", " && "),
          (" + ", " - "), (" - ", " + "), (" * ", " + "), (" / ", " * "), (" % ", " / "),
@@ -173,7 +173,7 @@ class Worker:
         self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="mutate-"))
         self.copy_clone()
         launcher = []
-        if shutil.which("ccache") is not None:  # quick back to what was there before a change
+        if shutil.which("ccache") is not None:  # fast return to the unchanged objects
             launcher.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
         self.must("cmake", "-S", self.copy, "-B", self.build, *CONFIGURE, *launcher)
         self.must("cmake", "--build", self.build)
@@ -209,7 +209,7 @@ class Worker:
         except subprocess.TimeoutExpired:
             return None
         finally:
-            try:  # whatever it left running, too
+            try:  # including its child processes
                 os.killpg(process.pid, signal.SIGKILL)
             except ProcessLookupError:
                 pass
@@ -269,7 +269,7 @@ class Worker:
         lines[change.line - 1] = change.after
         path.write_text("\n".join(lines), encoding="utf-8")
         try:
-            # Not the example's tree, which the tools make: a failure there is none of compilation.
+            # Excludes the example's tree, which the tools build: an error there is not a compiler error.
             targets = ["tests/all", "tools/all", "ocmd_gen"]
             if self.run(["cmake", "--build", self.build, "--target", *targets],
                         BUILD_LIMIT, stdout=subprocess.DEVNULL,
@@ -318,7 +318,7 @@ class Run:
             while (change := self.next_change()) is not None:
                 self.note(change, worker.judge(change))
         except BaseException:
-            self.end = 0  # for the other workers, too
+            self.end = 0  # for the other workers as well
             raise
         finally:
             if worker is not None:

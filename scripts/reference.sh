@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the reference of libtsh, man pages of section 3 below build/reference/man, from the docstrings
-# of the public headers. Fails when Doxygen has a warning, such as a name without a docstring.
+# Builds the reference of libtsh, man pages of section 3 in build/reference/man, from the docstrings of the
+# public headers. Fails if Doxygen reports a warning, such as a name without a docstring.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the build needs, builds all programs into build/sample/bin, and lists the commands of
+# Installs the build dependencies, builds all programs into build/sample/bin, and lists the commands of
 # the example, a switch.
 set -euo pipefail
 unset CDPATH

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the tests need, builds everything and runs all tests.
+# Installs the test dependencies, builds everything and runs all tests.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs README's first commands in a Debian 13 of its own (test-in-root.sh): test-debian13.sh
-# [FOLDER]. Exit status: 0 if all is well, 1 if not, 77 if there can be no such system.
+# Runs README's first commands in a separate Debian 13 (test-in-root.sh): test-debian13.sh [DIRECTORY].
+# Exit status: 0 on success, 1 on failure, 77 if no such system can be created.
 set -euo pipefail
 unset CDPATH
 [ $# -eq 0 ] || set -- "$(realpath -m "$1")"

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs all tests on 32-bit x86, in a Debian 12 of its own (test-in-root.sh), and compares
-# what is made of trees there with what this machine's build makes of them, byte for byte:
-# test-i386.sh [FOLDER]. Ends with status 0 when all is well, 1 when not, and 77 where there can be
-# no such system.
+# Builds and runs all tests on 32-bit x86, in a separate Debian 12 (test-in-root.sh), and compares its trees
+# and listings with those of the host's build, byte for byte: test-i386.sh [DIRECTORY]. Exit status: 0 on
+# success, 1 on failure, 77 if no such system can be created.
 set -euo pipefail
 unset CDPATH
 [ $# -eq 0 ] || set -- "$(realpath -m "$1")"
@@ -15,4 +14,4 @@ cmake --preset default >/dev/null
 cmake --build --preset default --target ocmd_gen ocmd_link ocmd_compile ocmd_show
 scripts/write-listings.sh build/default build/listings
 diff -r build/listings "$folder/clone/build/listings"
-echo "the trees and listings of 32 bits are those of this machine"
+echo "the trees and listings of the 32-bit build equal those of the host"

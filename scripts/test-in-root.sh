@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs a command in a copy of this clone's tracked files inside another Debian system:
-# test-in-root.sh SUITE ARCHITECTURE FOLDER COMMAND... The system is made in the folder once, by
-# debootstrap, and kept for the next run. Ends with status 1 when the command fails, 77 where there
-# can be no such system.
+# test-in-root.sh SUITE ARCHITECTURE DIRECTORY COMMAND... debootstrap creates the system in the directory
+# once; later runs use it again. Exits with status 1 if the command fails, 77 if no such system can be
+# created.
 set -euo pipefail
 unset CDPATH
 suite=$1 architecture=$2 folder=$(realpath -m "$3")
@@ -14,8 +14,8 @@ cannot() {
     exit 77
 }
 
-# Mounts and processes of the other system live in namespaces of their own, and end with them
-# however this script ends.
+# Mounts and processes of the other system are in separate namespaces, which end with this script in any
+# case.
 if [ "${TSH_IN_NAMESPACE:-}" != yes ]; then
     [ "$(id -u)" = 0 ] || cannot "only root can change into it"
     scripts/install-packages.sh debootstrap || cannot "debootstrap cannot be installed"
@@ -33,17 +33,17 @@ if [ ! -d "$folder" ]; then
         tail -n 5 "$folder.log" >&2
         cannot "debootstrap failed, as $folder.log tells"
     }
-    echo force-unsafe-io >"$unfinished/etc/dpkg/dpkg.cfg.d/unsafe-io" # quicker; it may be lost
+    echo force-unsafe-io >"$unfinished/etc/dpkg/dpkg.cfg.d/unsafe-io" # faster; the system is disposable
     mv -T "$unfinished" "$folder"
 fi
 
-# The network as here.
+# Uses the network configuration of the host.
 cp /etc/resolv.conf "$folder/etc/resolv.conf"
 apt-config dump | grep -iE '^Acquire::(http|https)::Proxy ' >"$folder/etc/apt/apt.conf.d/80proxy" || true
 mount -t proc proc "$folder/proc"
 mount --rbind /dev "$folder/dev"
 
-# What was built there stays, for the next run.
+# Keeps the build directories for the next run.
 mkdir -p "$folder/clone"
 find "$folder/clone" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
 git ls-files -z | tar --null -T - --ignore-failed-read -c | tar -x -C "$folder/clone" --no-same-owner
@@ -52,13 +52,13 @@ git clone -q --no-checkout . "$folder/history" # for scripts that ask git
 mv "$folder/history/.git" "$folder/clone"
 git -C "$folder/clone" reset -q
 
-# Nothing of the environment here is meant for there, but the way to the network.
+# Passes nothing of the environment except the proxy settings.
 settings=(PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8
     CTEST_PARALLEL_LEVEL="$(nproc)")
 for name in http_proxy https_proxy no_proxy; do
     [ -z "${!name:-}" ] || settings+=("$name=${!name}")
 done
 machine=()
-[ "$architecture" != i386 ] || machine=(linux32) # what uname says
+[ "$architecture" != i386 ] || machine=(linux32) # for uname
 env -i "${settings[@]}" "${machine[@]}" chroot "$folder" \
     sh -c 'cd /clone && exec "$@"' sh "$@" || exit 1

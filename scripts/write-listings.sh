@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Writes what a build makes of trees, which is to be the same on every machine of one byte order:
-# write-listings.sh BUILD FOLDER. In the folder stand afterwards the trees of the example, what each
-# program prints of its main tree, and sums of large random trees and their listings.
+# Writes trees and output of a build, which must be equal on all hosts of one byte order:
+# write-listings.sh BUILD DIRECTORY. Stores the trees of the example, the output of each program for its
+# main tree, and checksums of large random trees and their listings.
 set -euo pipefail
 unset CDPATH
 build=$(realpath -m "$1") folder=$(realpath -m "$2")

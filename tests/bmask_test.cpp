@@ -1,4 +1,4 @@
-// Masks of both widths: the fuzzer's model of all that is calculated and printed, and the rest.
+// Tests of masks of both widths, with the fuzzer's model and examples.
 #include "bmask/bmask.h"
 #include "tests/support/replay.h"
 
@@ -121,7 +121,7 @@ template <typename Mask, typename Print> void expect_no_text(const Mask *mask, P
     EXPECT_EQ(done, 0);
 }
 
-TEST(Masks, AreMadeForTheirWidthAndPrintedWhereTheyFit) {
+TEST(Masks, AreAllocatedForTheirWidthAndPrintedIfTheyFit) {
     bmask128_t *narrow = bmask128_new();
     bmask256_t *wide = bmask256_new();
     EXPECT_EQ(narrow->nbytes * 8, bmask128_numbits());

@@ -1,4 +1,4 @@
-// Small operations that the device's other programs call and nothing of ours does.
+// Tests of small exported operations that only the device's other programs call.
 #include "cmd_gen/dump.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
@@ -18,7 +18,7 @@ namespace {
 
 using harness::Outcome;
 
-TEST(Exports, BoundedTextsAreCutToTheirField) {
+TEST(Exports, BoundedStringsAreTruncatedToTheirField) {
     char field[6] = "#####";
     EXPECT_EQ(robust_strncpy(field, "text", 0), field);
     EXPECT_STREQ(field, "#####");
@@ -27,19 +27,19 @@ TEST(Exports, BoundedTextsAreCutToTheirField) {
     EXPECT_STREQ(static_cast<char *>(__memset_to_buf(2, field, '-', 100)), "--xti");
 }
 
-TEST(Exports, CompressedMasksFitOrAreRefused) {
+TEST(Exports, CompressedMasksFitOrAreRejected) {
     bmask128_t mask{BMASK128_BYTES, {1, 0, 2}};
     uint8_t bytes[BMASK256_BYTES + 1] = {};
     EXPECT_EQ(bitset_compress(&mask, bytes, 2), -1);
     EXPECT_EQ(bitset_compress(&mask, bytes, 3), 3);
     EXPECT_EQ(bytes[2], 2);
     EXPECT_EQ(bitset_uncompress(&mask, bytes, BMASK128_BYTES + 1), -1);
-    mask.nbytes = 7; // no width
+    mask.nbytes = 7; // invalid width
     EXPECT_EQ(bitset_compress(&mask, bytes, 3), -1);
     EXPECT_EQ(bitset_uncompress(&mask, bytes, 3), -1);
 }
 
-TEST(Exports, RecordsTellOfTheirParameters) {
+TEST(Exports, RecordsReturnTheirParameterMasks) {
     tree_node_t node{};
     node.params[0] = {0x40100003, 0x123456789A, {}, -2, 9, {}};
     EXPECT_EQ(node_get_param0_mask(&node), 0x40100003U);
@@ -63,7 +63,7 @@ template <typename Row> std::span<const Row> table(const Row *(*rows)(uint32_t *
     return {first, count};
 }
 
-// Everything that a record holds as numbers, found by the tables alone.
+// Returns all numbers of a record, found by the tables only.
 std::string numbers_in(std::span<const tsh_field_t> fields, const void *record) {
     std::string text;
     for (const tsh_field_t &field : fields) {
@@ -107,7 +107,7 @@ std::string type_of(const tsh_field_t &field) {
     return type.str();
 }
 
-// The first four columns of a page's rows that begin with a number.
+// Returns the first four columns of a page's rows that start with a number.
 std::string documented(const char *heading, const char *end) {
     const std::string page = harness::read_file(TEST_FILES "/../doc/files.md");
     const size_t from = page.find(heading);
@@ -142,7 +142,7 @@ TEST(Exports, ThePageOnFilesDescribesEveryFieldAndFlag) {
     EXPECT_EQ(documented("All other bits", "A parameter:"), flags.str());
 }
 
-TEST(Exports, TheMainTreeHasAPlaceOfItsOwn) {
+TEST(Exports, TheMainTreeHasADefaultFileName) {
     char name[20];
     EXPECT_EQ(tsh_parse_tree_filename_get(name, sizeof name), 0);
     EXPECT_STREQ(name, "/wysk/etc/par/defau");

@@ -1,6 +1,5 @@
-// Whatever fails, every program ends as documented: one table of runs, in each of which every
-// allocation and every call to the system fails in turn, once and from there on. doc/faults.md
-// tells what is looked at.
+// Fault injection tests: a table of runs, in each of which every allocation and every system call
+// fails in turn, once and from there on. doc/faults.md describes the required behaviour.
 #include "tests/support/failing_malloc.h"
 #include "tests/support/scratch_test.h"
 
@@ -22,8 +21,8 @@ using harness::Outcome;
 struct Scenario {
     const char *name;
     const char *command;
-    std::set<int> failures;        // the documented statuses of a run that cannot be done
-    const char *circumstance = ""; // faults of every run, which take it another way
+    std::set<int> failures;        // the documented statuses of a failed run
+    const char *circumstance = ""; // permanent faults, which select another way
 };
 
 void PrintTo(const Scenario &scenario, std::ostream *stream) {
@@ -32,7 +31,7 @@ void PrintTo(const Scenario &scenario, std::ostream *stream) {
 
 const std::set<int> kUtility{1};
 const std::set<int> kTool{2};
-constexpr int kLinkWithoutMemory = 100; // it ends where it stands
+constexpr int kLinkWithoutMemory = 100; // it exits immediately
 const std::set<int> kLinker{1, 2, kLinkWithoutMemory};
 
 const Scenario kScenarios[] = {
@@ -86,7 +85,7 @@ words: {show: {help: Two, words: {lamps: show_two}}}
 constexpr const char *kFaulty = "words: {one: {comand: x}, two: {min: y}, <NONE>: three}";
 constexpr const char *kSaved = "lamp 3\n  bright 80\n  dusk\nshow lamps\n";
 
-// So many lines that they fill several blocks: two for each below it at every level.
+// A tree whose lines fill several output blocks: two for each line below it at every level.
 std::string wide() {
     std::string words = "{one: end, two: end}";
     for (const std::string level : {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"}) {
@@ -96,9 +95,9 @@ std::string wide() {
     return "words: " + words;
 }
 
-using Contents = std::map<std::string, std::string>; // of a folder, by name
+using Contents = std::map<std::string, std::string>; // of a directory, by name
 
-// What the library says on standard output when something fails, beside the results there.
+// Error messages of the library on standard output, which are among the results.
 constexpr const char *kMessages[] = {"\nErr", "\n Error", "Error", "main_tree_to_hash"};
 
 constexpr const char *kNoMemory[] = {"alloc failed", "out of memory", "failed to allocate",
@@ -144,7 +143,7 @@ protected:
             store("work/" + name, bytes);
     }
 
-    // A run in the folder as it was in the beginning.
+    // Runs the program in the directory in its initial state.
     Outcome run(const std::string &faults) {
         restore();
         Outcome outcome = shell("cd work; export LD_PRELOAD=../faults.so FAULT_COUNTS=../counts " +
@@ -156,8 +155,8 @@ protected:
         return outcome;
     }
 
-    // What is wrong with how a run ended that something failed in; empty when nothing is. A listing
-    // that memory runs out for ends early with status 0.
+    // Returns what is wrong with the result of a run with a fault; empty if nothing is. If memory
+    // runs out during a listing, it ends early with status 0.
     std::string flaw(const Outcome &outcome, const std::string &reason, bool can_be_told) {
         const std::string results = without_messages(outcome.out);
         const bool ended_early = is_told(outcome, "Mem alloc errorr..");
@@ -169,7 +168,7 @@ protected:
         if (done && after_ != whole_after_)
             return "other result";
         if (reason == strerror(ENOMEM) && outcome.status != kLinkWithoutMemory &&
-            std::stol(counts_) > most_live_) // a sanitizer looks for what other faults leave
+            std::stol(counts_) > most_live_) // after other faults, a sanitizer checks for leaks
             return "memory not released";
         for (const auto &[name, bytes] : before_)
             if (!after_.contains(name))
@@ -187,7 +186,7 @@ protected:
         return "no reason";
     }
 
-    // Where something was left out, the linker writes the others' tree.
+    // If an input was skipped, the linker writes the tree of the others.
     [[nodiscard]] bool is_part_of_link(int status, const std::string &name) const {
         return status == 1 && name == "old" &&
                shell("ocmd_show --kind=main --check work/old").status == 0;
@@ -204,11 +203,11 @@ protected:
     Contents after_;
     Outcome whole_{};
     Contents whole_after_;
-    std::string counts_; // blocks that were not released, and what was called
+    std::string counts_; // blocks that were not released, and numbers of calls
     long most_live_ = 0;
 };
 
-// From the first to the last, some left out where they are too many.
+// Returns numbers from the first to the last; a sample if they are too many.
 std::set<long> sample(long count) {
     const char *wanted = getenv("FAULT_SAMPLE");
     const long most = wanted != nullptr ? atol(wanted) : failing_malloc::available() ? 40 : 4;
@@ -218,13 +217,13 @@ std::set<long> sample(long count) {
     return numbers;
 }
 
-TEST_P(Faults, LeadToADocumentedEnd) {
+TEST_P(Faults, LeadToADocumentedResult) {
     whole_ = run(GetParam().circumstance);
     whole_after_ = after_;
     ASSERT_NE(counts_, "0") << "no call can be made to fail: " << whole_;
     std::istringstream counts{counts_};
     counts >> most_live_;
-    ++most_live_; // the buffer of standard output, where else only results go
+    ++most_live_; // the buffer of standard output, which is otherwise used for results only
     std::string kind;
     std::string reason;
     for (long count = 0; counts >> kind >> count && std::getline(counts >> std::ws, reason);)

@@ -18,7 +18,7 @@ source, compiler = sys.argv[1:]
 
 
 class CoreLoader(yaml.SafeLoader):
-    """YAML 1.2 as editors read it: keys as written, `no` and `on` are texts."""
+    """YAML 1.2 as editors read it: keys as written, `no` and `on` are strings."""
 
     yaml_implicit_resolvers = {}
 
@@ -122,8 +122,8 @@ for text in ("words: {a: {hlep: x, command: f}}",
     expect("mistake seen by the schema: " + text, schema_faults(text))
     expect("mistake seen by the compiler: " + text, compiler_faults(text))
 
-# Values that the schema cannot tell from others (an empty one from null, 010 from 10), and quoted
-# numbers that are too high, do not occur.
+# Excludes values that the schema cannot distinguish (an empty one and null, 010 and 10), and quoted numbers
+# that are too large.
 numbers = ["0", "7", "0x1f", "0X1F", "'12'", "'010'", "'+1'", "'0x'", "-3", "x"]
 answers = ["yes", "'no'", "true", "false", "'true'", "'1'", "x"]
 texts = ["f", "''", "true", "12", "'" + 24 * "y" + "'", "[f]"]

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the build into a scratch folder and uses it as a stranger would:
+# Installs the build into a scratch directory and uses it there:
 # install_test.sh BUILD [COMPILER FLAGS]. Every public header compiles on its own, as C and as C++;
 # libtsh.so exports exactly what the headers declare; programs outside link to it and run.
 set -euo pipefail
@@ -19,7 +19,7 @@ for header in $(cd "$include" && find . -name '*.h' -printf '%P\n'); do
     cat "$scratch/alone.c" >>"$scratch/all.c"
 done
 
-# The names behind each mark, as the preprocessor shows them once macros have made their twins.
+# Exported names, from the preprocessed headers.
 mark='__attribute__((visibility("default")))'
 cc "${flags[@]}" -std=c11 -E -P "$scratch/all.c" | tr '\n' ' ' | tr ';' '\n' | grep -F "$mark" |
     sed -E 's/.*visibility\("default"\)\)\)//; s/[[(].*//; s/.*[ *]//' | sort >"$scratch/declared"
@@ -32,7 +32,7 @@ nm -D --defined-only "$(find "$scratch" -name libtsh.so)" |
     awk '$2 ~ /^[BDR]$/ && $3 !~ /^__odr_asan|__llvm_pr/ {sub(/@@.*/, "", $3); print $3}' | sort |
     diff - <(sed -nE 's/^\| `(\w+)` .*/\1/p' "$(dirname "$0")/../doc/globals.md" | sort)
 
-# The example, as a C and as a C++ program of a project outside, by the CMake package.
+# The example, as a C and as a C++ program of another project, with the CMake package.
 mkdir "$scratch/outside"
 cp "$scratch"/share/doc/ocmd_gen/examples/resolve.c "$scratch/outside"
 cp "$scratch/outside/resolve.c" "$scratch/outside/resolve.cpp"
@@ -75,8 +75,8 @@ ctest --test-dir "$scratch/inside/build" -N | grep 'Total Tests: 0'
 DESTDIR=$scratch/inside/root cmake --install "$scratch/inside/build" >/dev/null
 [ ! -e "$scratch/inside/root" ]
 
-# What a device brings itself: header and linker list the same functions, and definitions of the
-# program or of a library that is loaded before are called.
+# Functions that a device provides: header and linker list the same ones, and definitions of the program or
+# of a library that is loaded before are called.
 diff <(sed '1,/^{/d' "$(dirname "$0")/../cmake/preemptible.list" | grep -oE '\w+' | sort) \
     <(tr '\n' ' ' <"$include/tsh/platform/tsh_api.h" | sed 's/.*called://; s/\. \*\/.*//' |
         grep -oE '\w+' | sort)

@@ -1,5 +1,5 @@
-// The linker against a plain model of what it promises: passes over a list, walks over every path,
-// a search for a cycle before each link. Random subtrees over few names make every rule meet.
+// Comparison of the linker with a plain model: passes over a list, walks over every path, a cycle
+// search before each link. Random subtrees with few names combine all rules.
 #include "parse_tree/tree_library.h"
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
@@ -29,11 +29,11 @@ struct Subtree {
 using List = std::list<Subtree>;
 
 constexpr const char *kUnresolved = "***Treelink Warning***: Unresolved path ";
-constexpr uint32_t kTypes[] = {1, 4, 0x40200001}; // only the first makes a conflict
+constexpr uint32_t kTypes[] = {1, 4, 0x40200001}; // only the first can conflict
 
 class Model {
 public:
-    // Every fourth model is a tangle: many subtrees that want to hang below each other.
+    // In every fourth model, many subtrees are to be attached to each other.
     explicit Model(unsigned seed) : random_(seed), tangled_(seed % 4 == 0) {
         for (int i = tangled_ ? 30 : pick(2, 9); i > 0; --i)
             read_.push_back(random_subtree(std::to_string(i)));
@@ -59,7 +59,7 @@ public:
         }
     }
 
-    // Says what the linker should say, and returns the linked array.
+    // Prints the messages of the linker, and returns the linked array.
     Nodes link() {
         for (Subtree &subtree : read_)
             enter_names(subtree);
@@ -90,7 +90,7 @@ private:
 
     char pick_letter(int nothing) { return "\0abcdefghijklmnopqrst"[pick(nothing, 20)]; }
 
-    // Every node lies below some of those before it, or below none.
+    // Every node is a child of some earlier nodes, or of none.
     Subtree random_subtree(const std::string &file) {
         Subtree subtree{file, Nodes(static_cast<size_t>(pick(1, 4))), {}};
         for (size_t i = 0; i < subtree.nodes.size(); ++i) {
@@ -145,7 +145,7 @@ private:
         return true;
     }
 
-    // True when a subtree was marked unresolvable.
+    // Returns whether a subtree was marked unresolvable.
     bool pass() {
         bool marked = false;
         for (auto subtree = list_.begin(); subtree != list_.end(); ++subtree) {

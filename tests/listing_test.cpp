@@ -1,5 +1,4 @@
-// The library beneath the utility: enumeration, the dump and main tree loading, as the device's
-// other programs call them.
+// Tests of enumeration, dump and main tree loading through the exported functions.
 #include "atnode/relations.h"
 #include "atnode/walk.h"
 #include "cmd_gen/dump.h"
@@ -40,8 +39,8 @@ grammar::Word two_commands() {
         .child(keyword("mode").submode().child(keyword("in").terminal()));
 }
 
-// Lines across the blocks they are gathered in, lines too long for that, nodes met for the first
-// time (below a) and again (below b), and numbers past the greatest and from the first.
+// Lines across output blocks, lines longer than a block, nodes visited for the first time (below a)
+// and again (below b), and numbers beyond the maximum and from the first.
 TEST(Enumeration, PrintsManyLinesOfAnyLength) {
     const std::string prefixes[] = {"", std::string(200, 'p'), std::string(15307, 'q'),
                                     std::string(20000, 'r')};
@@ -107,8 +106,8 @@ TEST(Enumeration, AppendsWordsOfAnyLength) {
               "\n[     1]." + std::string(300000, 'p') + "  " + word + "line " + word + "\n");
 }
 
-// Small trees of all kinds, from any of their nodes at any height, in the fuzzer's format.
-TEST(Enumeration, AgreesWithAPlainWalkLikeAllElseThatIsDoneWithATree) {
+// Small trees of all kinds, listed from any node at any stack height, in the fuzzer's format.
+TEST(Enumeration, AgreesWithAPlainWalkAsDoAllOtherTreeOperations) {
     constexpr const char *kWords[] = {"a", "ab", "B", "abc"};
     constexpr uint32_t kTypes[] = {1, 0x40100001, 0x7F000000};
     const Outcome outcome = in_child([&] {
@@ -131,7 +130,8 @@ TEST(Enumeration, AgreesWithAPlainWalkLikeAllElseThatIsDoneWithATree) {
     EXPECT_EQ(outcome.status, 0) << outcome.err.substr(last_line);
 }
 
-// Two words on each of many levels, each above both of the next: more paths than can be walked.
+// Two words on each of many levels, each a parent of both of the next: more paths than can be
+// walked.
 std::vector<tree_node_t> ladder(uint16_t levels) {
     std::vector<tree_node_t> nodes(2 * size_t{levels} + 1);
     for (size_t index = 0; index + 2 < nodes.size(); ++index) {
@@ -143,7 +143,7 @@ std::vector<tree_node_t> ladder(uint16_t levels) {
     return nodes;
 }
 
-TEST(Enumeration, PassesByWhatPrintsNothing) {
+TEST(Enumeration, SkipsNodesThatLeadToNoLine) {
     for (const uint16_t levels : {uint16_t{100}, uint16_t{400}}) {
         std::vector<tree_node_t> nodes = ladder(levels);
         nodes.emplace_back().flags = TREE_FLAG_TERMINAL;
@@ -157,7 +157,7 @@ TEST(Enumeration, PassesByWhatPrintsNothing) {
     }
 }
 
-TEST(Enumeration, TellsOfLostOutput) {
+TEST(Enumeration, ReportsWriteErrors) {
     const LoadedTree tree(two_commands());
     for (const uint32_t families : {0U, TSH_TRACE_WORDS}) {
         const Outcome outcome = in_child([&] {
@@ -179,15 +179,15 @@ TEST(Enumeration, TellsOfLostOutput) {
     }
 }
 
-TEST(Enumeration, AppendersOwnWhatTheyTakeOver) {
+TEST(Enumeration, AppendFunctionsReleaseTheLineOnError) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
     const LoadedTree tree(
         grammar::structural("R").child(keyword("k").parameter(1).parameter(2).optional()));
     const Outcome outcome = in_child([&] {
-        puts("before"); // either stream now has its buffer
+        puts("before"); // both streams now have their buffers
         fputs("before", stderr);
-        for (const long fail_at : {2L, 3L, 4L}) { // of the copy of the line, token and two pieces
+        for (const long fail_at : {2L, 3L, 4L}) { // copy of the line, token, and two parts
             failing_malloc::arm(fail_at);
             char *line = add_token_str(tsh_strdup("line "), g_atn + 1);
             if (line != nullptr)
@@ -200,7 +200,7 @@ TEST(Enumeration, AppendersOwnWhatTheyTakeOver) {
     EXPECT_EQ(outcome.status, 0) << outcome.out;
 }
 
-TEST(Enumeration, TakesNoCallStackForDepth) {
+TEST(Enumeration, UsesNoCallStackForDepth) {
     std::vector<tree_node_t> nodes(TREE_MAX_NODES);
     for (size_t index = 0; index + 1 < nodes.size(); ++index) {
         nodes[index].child_count = 1;
@@ -213,19 +213,19 @@ TEST(Enumeration, TakesNoCallStackForDepth) {
         setrlimit(RLIMIT_STACK, &small_stack);
         tsh_logfp = stdout;
         atnode_traverse(g_atn, 1, 3, -1, print_at_node, TREE_DUMP_SHORT);
-        tsh_debug_filter = TSH_TRACE_WORDS; // the other way to list
+        tsh_debug_filter = TSH_TRACE_WORDS; // selects the traced listing
         return generate_cmds(g_atn, nullptr);
     });
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), TREE_MAX_NODES + 1);
 }
 
-TEST(Enumeration, TracesInStepWithItsLines) {
+TEST(Enumeration, WritesTracesBetweenItsLines) {
     const LoadedTree tree(two_commands());
     const Outcome outcome = harness::traced(TSH_TRACE_NAVIGATION | TSH_TRACE_PARAMS, [&] {
         generate_cmds(tree.node("get"), nullptr);
         cmd_count = 0;
-        cmd_gen_mode_single = 1; // no type of a node that is left out is looked up
+        cmd_gen_mode_single = 1; // the types of an omitted node are not looked up
         generate_cmds(tree.node("get"), nullptr);
         const_cast<tree_node_t *>(tree.node("parameter"))->flags |= TREE_FLAG_EXCLUDED;
         generate_cmds(tree.node("get"), nullptr);
@@ -254,7 +254,7 @@ TEST(Dump, ShowsEverythingAtTheVerboseLevel) {
     node.params[0].intf_mask = UINT64_MAX;
     const LoadedTree tree(grammar::structural("R").child(word).child(parameter(0x40300002)));
     const Outcome outcome = in_child([&] {
-        print_at_node(g_atn, TREE_DUMP_VERBOSE); // nowhere yet
+        print_at_node(g_atn, TREE_DUMP_VERBOSE); // no stream yet
         tsh_logfp = stdout;
         init_params();
         print_at_node(tree.node("show"), TREE_DUMP_VERBOSE);

@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
-# What a program says of itself, its man page and the completion agree: man_test.sh SOURCE
-# PROGRAM... Each has a page and is completed. Of those that know --help, the options of --help are
-# those under OPTIONS, in both directions, and those that completion offers; the checks of
-# --list-checks are those under CHECKS, word for word, and the types of --list-types those under
-# PARAMETER TYPES.
+# Compares --help, man page and completion of each program: man_test.sh SOURCE PROGRAM... Each program has a
+# page and a completion. For programs with --help, its options must equal those under OPTIONS and those of
+# the completion; the checks of --list-checks must equal those under CHECKS, and the types of --list-types
+# those under PARAMETER TYPES.
 set -euo pipefail
 source=$1
 shift
 
-# section PAGE NAME: its lines.
+# section PAGE NAME: prints the lines of the section.
 section() {
     sed -nE "/^\.SH $2\$/,/^\.SH/{/^\.SH/d;s/\\\\-/-/g;p}" "$1"
 }
@@ -20,7 +19,7 @@ same() { # same WHAT ONE OTHER
     status=1
 }
 
-# completed PROGRAM WORD BEFORE: what completion offers, sorted.
+# completed PROGRAM WORD BEFORE: prints the completions, sorted.
 completed() {
     . "$source/share/bash-completion/completions/ocmd"
     _ocmd "$@" || true # compopt works on command lines only

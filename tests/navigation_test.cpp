@@ -1,4 +1,4 @@
-// Navigation: the traversal stack, relations, walks and lookups, with what they trace.
+// Tests of navigation: traversal stack, relations, walks and lookups, with their traces.
 #include "atnode/lookup.h"
 #include "atnode/walk.h"
 #include "feature/tsh/src/trace.h"
@@ -41,7 +41,7 @@ grammar::Word small_tree() {
             keyword("s1").named("S1").optional()));
 }
 
-Names visited; // with arguments that are not the walk's
+Names visited; // with arguments other than the walk's
 
 int32_t note(const tree_node_t *node, int32_t argument) {
     visited.push_back(node->name + std::string(argument == 7 ? "" : "?"));
@@ -60,7 +60,7 @@ std::string reported(const std::function<void()> &code) {
     return testing::internal::GetCapturedStderr();
 }
 
-// The state of the process is as at its start, and the small tree is loaded.
+// Fixture with the initial state of the process and a small loaded tree.
 class Navigation : public testing::Test {
 protected:
     Navigation() : tree_(small_tree()) {
@@ -70,7 +70,7 @@ protected:
         a = tree_.node("A");
         o = tree_.node("O");
         s = tree_.node("S");
-        // What unused links hold means nothing.
+        // The contents of unused links must be ignored.
         for (const tree_node_t *node = r; node <= tree_.node("S1"); ++node)
             std::fill(const_cast<uint16_t *>(node->children) + node->child_count,
                       const_cast<uint16_t *>(std::end(node->children)),
@@ -113,10 +113,10 @@ TEST_F(Navigation, TheStackBeginsWithOneNullEntryAndEmptiesOnReset) {
     EXPECT_EQ(atnode_stack_get_height(), 1);
 }
 
-TEST_F(Navigation, TheStackCountsWhatItCannotHold) {
+TEST_F(Navigation, TheStackCountsPushesBeyondItsCapacity) {
     const std::string overflow = "atn stack: push: overflow\n";
     EXPECT_EQ(reported([&] {
-                  for (int i = 0; i < 257; ++i) // the null entry takes the first slot
+                  for (int i = 0; i < 257; ++i) // the null entry is in the first slot
                       atnode_stack_push(g_atn + i % 5);
               }),
               overflow + overflow);
@@ -181,7 +181,7 @@ TEST_F(Navigation, NullNodesHaveNoRelations) {
     EXPECT_EQ(noted([] { atnode_look_ahead_foreach(nullptr, note, -1, 7); }), Names());
 }
 
-TEST_F(Navigation, WalksVisitInTheirOrderAndLeaveTheStack) {
+TEST_F(Navigation, WalksVisitInOrderAndDoNotChangeTheStack) {
     const auto below = [&](const char *parent, const std::function<void()> &walk) {
         atnode_stack_push(tree_.node(parent));
         Names names = noted(walk);
@@ -217,7 +217,7 @@ TEST_F(Navigation, TokensCompareIgnoringCase) {
 
 class NavigationTraces : public Navigation {
 protected:
-    // Every operation, and every way it can end.
+    // Every operation with every result.
     void every_step() {
         const tree_node_t *d = tree_.node("D");
         const tree_node_t *d1 = tree_.node("D1");
@@ -251,7 +251,7 @@ protected:
         atnode_stack_push(r);
     }
 
-    // With addresses as the names of their nodes.
+    // Replaces addresses by the names of their nodes.
     std::string with_names(std::string text) {
         for (const tree_node_t *node : {s, tree_.node("S1")}) {
             char address[40];
@@ -270,7 +270,7 @@ TEST_F(NavigationTraces, ShowEveryStepInOrder) {
     EXPECT_EQ(outcome.err, "atn stack: push: overflow\n");
 }
 
-TEST_F(NavigationTraces, AreSilentWhileTheirBitsAreClear) {
+TEST_F(NavigationTraces, AreDisabledByClearBits) {
     const harness::Outcome outcome =
         traced(~(TSH_TRACE_NAVIGATION | TSH_TRACE_FUNCTIONS), [&] { every_step(); });
     EXPECT_EQ(outcome.out, "");

@@ -1,5 +1,4 @@
-// Compiling grammars as an author does it: text files in, good, mistaken and hostile; tree files
-// and messages out.
+// Tests of ocmd_compile: valid, invalid and hostile grammar files; tree files and messages.
 #include "tests/support/grammar.h"
 #include "tests/support/scratch_test.h"
 #include "tools/support/tree_input.h"
@@ -40,7 +39,7 @@ std::string repeated(const std::string &text, int count) {
 
 class Compile : public harness::ScratchTest {
 protected:
-    // What is told of a grammar: each message without its file and the lines that it shows.
+    // Returns the messages of a grammar, without file names and source lines.
     [[nodiscard]] std::string told(const std::string &text, const std::string &options = "") const {
         store("g.yaml", text);
         const Outcome outcome = shell("ocmd_compile " + options + " -o g.par g.yaml");
@@ -48,7 +47,7 @@ protected:
         return std::regex_replace(messages, std::regex{"ocmd_compile: (g\\.yaml:)?"}, "");
     }
 
-    // The nodes of the only document of a grammar that must compile.
+    // Returns the nodes of the only document of a valid grammar.
     [[nodiscard]] std::vector<tree_node_t> nodes_of(const std::string &text) const {
         store("g.yaml", text);
         const Outcome outcome = shell("ocmd_compile -o g.par g.yaml");
@@ -61,7 +60,7 @@ protected:
     }
 };
 
-// ---- What a grammar says is what its record holds ----
+// ---- Compiled records ----
 
 TEST_F(Compile, FillsEveryFieldOfARecord) {
     const auto nodes = nodes_of(R"(
@@ -126,7 +125,7 @@ words:
     EXPECT_EQ(memcmp(nodes.data(), &expected, sizeof expected), 0);
 }
 
-TEST_F(Compile, SharesAliasesAndWholeListsOfWords) {
+TEST_F(Compile, SharesAliasesAndListsOfWords) {
     const auto nodes = nodes_of(R"(
 below: ""
 words:
@@ -145,7 +144,7 @@ words:
     EXPECT_STREQ(nodes[5].help, "text");
 }
 
-TEST_F(Compile, NamesNodesByTheWordsOnTheWay) {
+TEST_F(Compile, NamesNodesByThePathOfWords) {
     const std::string deep = "a-rather-long-word-of-30-bytes: {words: {"
                              "another-quite-long-word-27b: {words: {";
     const std::string rest = "last-one<INTEGER>: f}}}}";
@@ -182,21 +181,21 @@ TEST_F(Compile, MakesAMainTreeThatListsLikeTheLinkedOne) {
     EXPECT_EQ(std::filesystem::file_size(path("main.par")), 10000U);
 }
 
-// ---- Mistakes ----
+// ---- Errors ----
 
-TEST_F(Compile, TellsMistakesAtTheirPlace) {
+TEST_F(Compile, ReportsErrorsAtTheirPosition) {
     for (const char *name : {"mistaken_documents.yaml", "mistaken_words.yaml"}) {
         const std::string grammar = read_file(TEST_FILES "/grammars/" + std::string{name});
         std::vector<std::string> expected = harness::announced(grammar);
         std::vector<std::string> messages = harness::lines_of(told(grammar));
-        std::ranges::sort(expected); // notes speak of other lines
+        std::ranges::sort(expected); // notes are about other lines
         std::ranges::sort(messages);
         EXPECT_EQ(messages, expected) << name;
         EXPECT_FALSE(std::filesystem::exists(path("g.par"))) << name;
     }
 }
 
-TEST_F(Compile, TellsWhereAFileStopsToBeAGrammar) {
+TEST_F(Compile, ReportsYamlSyntaxErrorsAtTheirPosition) {
     const struct {
         const char *text;
         const char *told;
@@ -237,7 +236,7 @@ TEST_F(Compile, ShowsLinesOfBothPlacesAndKeepsTheOldFile) {
     EXPECT_EQ(read_file(path("a.par")), "old");
 }
 
-TEST_F(Compile, TakesChecksAsSeriouslyAsItIsTold) {
+TEST_F(Compile, AppliesTheLevelsOfChecks) {
     const std::string dead_end = "below: x\nwords: {a: {words: {b: , c: {name: open}}}}\n";
     EXPECT_EQ(told(dead_end),
               "2:21: warning: dead end: no command ends at 'b' or at a descendant [dead-end]\n");
@@ -260,7 +259,7 @@ TEST_F(Compile, TakesChecksAsSeriouslyAsItIsTold) {
               "1:9: error: 'a b' has no help text [missing-help]\n");
 }
 
-TEST_F(Compile, TellsTheFirstHundredMistakesOfAFile) {
+TEST_F(Compile, ReportsTheFirstHundredErrorsOfAFile) {
     std::string text = "words:\n";
     for (int i = 0; i < 120; ++i)
         text += numbered("  w", i) + ": {hepl: x, command: f}\n";
@@ -269,14 +268,14 @@ TEST_F(Compile, TellsTheFirstHundredMistakesOfAFile) {
     EXPECT_EQ(lines_matching(messages, "more"), " 20 more messages not shown\n");
 }
 
-TEST_F(Compile, AnswersAsInTheTranscript) {
+TEST_F(Compile, AgreesWithTheTranscript) {
     expect_replay(read_file(TEST_FILES "/transcripts/grammars.txt"));
 }
 
 // ---- Limits ----
 
-TEST_F(Compile, HoldsAsManyNodesAsTheFilesHold) {
-    // Groups of 191 words of three nodes each, and a last one cut short.
+TEST_F(Compile, AcceptsTheMaximumNumberOfNodes) {
+    // Groups of 191 words of three nodes each, and a smaller last group.
     const auto groups = [](int nodes) {
         std::string text = "words:\n";
         for (int group = 0; nodes > 0; ++group) {
@@ -304,7 +303,7 @@ const std::string kLimits = "ulimit -s 1024 && ";
 const std::string kLimits = "ulimit -s 512 && ulimit -v 1000000 && ";
 #endif
 
-TEST_F(Compile, SurvivesHostileTexts) {
+TEST_F(Compile, SurvivesHostileInput) {
     std::string ladder = "words:\n  w0: &w0 f\n  w1: &w1 {words: {w0: *w0}}\n";
     for (int i = 2; i < 192; ++i) {
         const auto w = [i](int back) { return numbered("w", i - back); };
@@ -335,7 +334,7 @@ TEST_F(Compile, SurvivesHostileTexts) {
         {R"(words: {a: {name: "a\0b", command: f}})", "string contains a NUL byte"},
         {"words: [" + repeated("<URI>: f, ", 193) + "]",
          "too many words: 193 (limit: 192 per word)"},
-        {ladder, "root has no 'tsh_redirect_root'"}, // for which 192 words leave no room
+        {ladder, "root has no 'tsh_redirect_root'"}, // does not fit after 192 words
     };
     for (const auto &hostile : cases) {
         store("g.yaml", hostile.text);
@@ -345,14 +344,14 @@ TEST_F(Compile, SurvivesHostileTexts) {
     }
 }
 
-TEST_F(Compile, TakesLittleMemoryForEachOfManyFiles) {
+TEST_F(Compile, UsesLittleMemoryForEachOfManyFiles) {
     store("a.yaml", "words: {a: f}\n");
     const Outcome outcome =
         shell(kLimits + "ocmd_compile -o many.par $(yes a.yaml | head -n 5000)");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
 }
 
-TEST_F(Compile, RefusesWhatItCannotDo) {
+TEST_F(Compile, ReportsUsageAndFileErrors) {
     store("a.yaml", "words: {a: f}\n");
     store("a.yml", "words: {a: f}\n");
     const struct {

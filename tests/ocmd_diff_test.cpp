@@ -1,4 +1,4 @@
-// Comparing trees as an auditor does it.
+// Tests of ocmd_diff.
 #include "fuzz/small_tree.h"
 #include "tests/support/grammar.h"
 #include "tests/support/replay.h"
@@ -29,7 +29,7 @@ protected:
     using ScratchTest::store;
     void store(const char *name, const Word &root) const { store(name, grammar::lay_out(root)); }
 
-    // What is told of two trees.
+    // Returns the output for two trees.
     [[nodiscard]] std::string diff(const Word &before, const Word &after,
                                    const std::string &options = "") const {
         store("old.par", before);
@@ -42,7 +42,7 @@ protected:
 
 // ---- Lines ----
 
-// Bytes of a tree, and those of what a later version of its grammar might be.
+// Random trees, and random later versions of them.
 TEST(Difference, AppliedToTheLinesOfOneTreeGivesThoseOfTheOther) {
     tool::register_types();
     std::mt19937 random(20);
@@ -130,7 +130,7 @@ TEST_F(Diff, ReadsFilesOfEveryKind) {
     EXPECT_EQ(shell("ocmd_diff old.sub old.sub"), (Outcome{0, "", ""}));
 }
 
-TEST_F(Diff, CallsNothingEqualThatItCannotRead) {
+TEST_F(Diff, ReportsUnreadableFilesAsErrors) {
     Nodes nodes = grammar::lay_out(main_root({keyword("lamp").terminal()}));
     store("good.par", nodes);
     nodes[1].children[nodes[1].child_count++] = 0;
@@ -148,7 +148,7 @@ TEST_F(Diff, CallsNothingEqualThatItCannotRead) {
 
 // ---- Size ----
 
-// A ladder of shared nodes: 2^rungs lines through its words, which end at a word of its own.
+// A ladder of shared nodes: 2^rungs lines, which end at a given word.
 Nodes ladder(size_t rungs, const char *last) {
     Nodes nodes(3 * rungs + 2);
     const auto link = [&](size_t from, size_t to) {
@@ -167,7 +167,7 @@ Nodes ladder(size_t rungs, const char *last) {
     return nodes;
 }
 
-TEST_F(Diff, ComparesLinesThatNobodyCouldList) {
+TEST_F(Diff, ComparesMoreLinesThanCanBeListed) {
     store("old.par", ladder(100, "end"));
     store("new.par", ladder(100, "END"));
     store("longer.par", ladder(130, "end"));
@@ -180,7 +180,7 @@ TEST_F(Diff, ComparesLinesThatNobodyCouldList) {
               "- " + count + "\n+ more than 340282366920938463463374607431768211454\n~ 0\n");
 }
 
-TEST_F(Diff, GoesAsDeepAsTreesGo) {
+TEST_F(Diff, ComparesTreesOfMaximumDepth) {
     Nodes nodes(65000);
     for (size_t i = 1; i < nodes.size(); ++i) {
         strcpy(nodes[i].token, "w");

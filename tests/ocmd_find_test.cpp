@@ -1,5 +1,4 @@
-// Resolving lines as their user and as the auditor of saved configurations does it: trees and text
-// files in, answers and complaints out.
+// Tests of ocmd_find: command lines and saved configurations; results and messages.
 #include "tests/support/random_tree.h"
 #include "tests/support/scratch_test.h"
 
@@ -25,7 +24,7 @@ protected:
         EXPECT_EQ(shell("ocmd_compile --main -W no-shadowed main.yaml").err, "");
     }
 
-    // The complaints of a saved configuration, without the file's name.
+    // Returns the messages of a saved configuration, without the file name.
     [[nodiscard]] std::vector<std::string> complaints(const std::string &config,
                                                       const std::string &options = "") const {
         store("saved", config);
@@ -37,12 +36,12 @@ protected:
 
 // ---- One line ----
 
-TEST_F(Find, AnswersWhatALineStandsForOrPointsAtTheWordThatIsNotKnown) {
+TEST_F(Find, PrintsTheCommandOrThePositionOfTheInvalidWord) {
     const std::string answers = harness::read_file(TEST_FILES "/transcripts/answers.txt");
     EXPECT_EQ(replayed(answers), answers);
 }
 
-// The first error message, or the function, of a line as the example shell gives it.
+// Returns the first error message, or the function, of a line in the example shell.
 TEST_F(Find, AgreesWithTheExampleShell) {
     std::mt19937 random(5);
     constexpr const char *kWords[] = {"show",   "la",    "lamp", "3",    "/",    "br",
@@ -71,7 +70,7 @@ TEST_F(Find, AgreesWithTheExampleShell) {
 
 // ---- Saved configurations ----
 
-TEST_F(Find, PointsIntoAConfigurationWhereItGoesWrong) {
+TEST_F(Find, ReportsErrorsOfAConfigurationAtTheirPosition) {
     for (const char *name : {"lamps", "lamps_indented"}) {
         const std::string config =
             harness::read_file(TEST_FILES "/grammars/" + std::string{name} + ".config");
@@ -87,11 +86,11 @@ TEST_F(Find, ReadsValuesBeforeAbbreviationsInAConfiguration) {
     EXPECT_TRUE(shell("ocmd_find main.par lit n").out.starts_with("command:     lit now"));
 }
 
-TEST_F(Find, PassesAByteOrderMark) {
+TEST_F(Find, SkipsAByteOrderMark) {
     EXPECT_EQ(complaints("\xEF\xBB\xBFshow lanes\nshow lane s"), (Lines{"2:11: unexpected 's'"}));
 }
 
-TEST_F(Find, BeginsInTheSubmodeOfALine) {
+TEST_F(Find, StartsInTheSubmodeOfALine) {
     const char *const config = "bright 7\nlane 5\nopen";
     EXPECT_EQ(complaints("open\nbright 7\nopen", "--in 'la 3 / lane 4'"),
               (Lines{"3:1: unknown word 'open'"}));
@@ -102,7 +101,7 @@ TEST_F(Find, BeginsInTheSubmodeOfALine) {
               "ocmd_find: --in: invalid <INTEGER> '13': expected 1 to 12\n");
 }
 
-TEST_F(Find, LeavesSubmodesAtWordsThatTheGrammarNeedNotKnow) {
+TEST_F(Find, LeavesSubmodesAtWordsOutsideTheGrammar) {
     const Lines dark_is_unknown{"4:1: unknown word 'dark', did you mean 'ward'?"};
     EXPECT_EQ(complaints("lamp 3\nlane 4\nExit\ndark\nquit"), Lines{});
     EXPECT_EQ(complaints("lamp 3\nlane 4\nend\ndark"), dark_is_unknown);
@@ -123,7 +122,7 @@ const std::string kMemoryBound;
 const std::string kMemoryBound = "ulimit -v 1000000; ";
 #endif
 
-TEST_F(Find, IsNotImpressedByBadDays) {
+TEST_F(Find, ReportsUsageAndFileErrors) {
     store("saved", "show lanes\n");
     EXPECT_EQ(shell("ocmd_find main.par --config - --config=none <saved"),
               (Outcome{2, "", "ocmd_find: none: cannot be opened: No such file or directory\n"}));
@@ -149,7 +148,7 @@ TEST_F(Find, IsNotImpressedByBadDays) {
     EXPECT_EQ(shell("head -c 3000 main.par >cut.par; ocmd_find cut.par show 2>&1").status, 1);
     EXPECT_TRUE(shell("(echo x; cat /dev/zero) | ocmd_find main.par --config=- 2>&1")
                     .out.starts_with("standard input:1:1: unknown word 'x'"));
-    // One line of 30 MB, and one of as many words as there can be.
+    // One line of 30 MB, and one with the maximum number of words.
     EXPECT_EQ(shell("head -c 30000000 /dev/zero | tr '\\0' x >saved;"
                     "(" +
                     kMemoryBound + "ocmd_find main.par --config=saved) | wc -l")
@@ -162,7 +161,7 @@ TEST_F(Find, IsNotImpressedByBadDays) {
 
 // ---- Every line ----
 
-// A line of ocmd_show --commands as lines of a configuration, parameters given values.
+// Returns a line of ocmd_show --commands as lines of a configuration, with values for parameters.
 std::string typed(std::string line) {
     line = std::regex_replace(line, std::regex{R"(\[o\])"}, "");
     line = std::regex_replace(line, std::regex{"<INTEGER>"}, "7");
@@ -182,7 +181,7 @@ TEST_F(Find, AcceptsEveryLineOfTheListingAndPointsIntoEveryBrokenOne) {
         std::string wanted;
         for (std::string line; std::getline(listing, line); ++number) {
             const std::string config = typed(line);
-            // A line without words, or of a submode without any, cannot be typed.
+            // A line without words, or of a submode without words, cannot be typed.
             if (config[0] == '\n' || config.find("\n\n") != std::string::npos)
                 continue;
             const std::string name = std::to_string(number);

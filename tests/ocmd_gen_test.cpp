@@ -1,4 +1,4 @@
-// The utility as a user runs it: options, listings, dumps, refused files and bad days.
+// Tests of ocmd_gen: options, listings, dumps, rejected files and write errors.
 #include "parse_tree/byte_order.h"
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
@@ -39,7 +39,7 @@ constexpr const char *kSampleListing = "\n[     1].  show  health"
                                        "\n[     4].    label  <LINE>[o]"
                                        "\n[     5].  peer[o]<INTEGERINTEGER RANGE>[o]<>[o]";
 
-// A hundred words, each with two spellings of what follows: more lines than any run could print.
+// A hundred words with two children each: more lines than any run could print.
 Word endless_root() {
     Word word = keyword("end").terminal();
     for (int level = 0; level < 100; ++level)
@@ -56,7 +56,7 @@ protected:
         store(grammar::lay_out(root), name);
     }
 
-    // What a command prints, complaints included, and its status.
+    // Returns the output of a command, including messages, and its status.
     std::string shell(const std::string &command) {
         const Outcome outcome = scratch_.shell("exec 2>&1; " + command);
         return outcome.out + "status " + std::to_string(outcome.status);
@@ -65,7 +65,7 @@ protected:
     harness::ScratchDir scratch_;
 };
 
-// The tree comes from a subtree file: unpacked, its header and path cut off, in host order.
+// The tree is from a subtree file: decompressed, without header and path, in host order.
 TEST_F(Utility, ListsAndDumpsATree) {
     grammar::write_subtree_file(scratch_.path("sub.par"), {{sample_root(), ""}});
     shell("gzip -dc < sub.par | tail -c +26 > main.par");
@@ -87,7 +87,7 @@ TEST_F(Utility, ListsAndDumpsATree) {
    {  }[2], [0], [0], [0], [0]status 0)");
 }
 
-TEST_F(Utility, TakesOptionsAndNamesTheTree) {
+TEST_F(Utility, ParsesOptionsAndSelectsTheTree) {
     store(sample_root());
     store(main_root({keyword("x").terminal()}), "other.par");
     const std::string listing = kSampleListing + std::string("\n\nstatus 0");
@@ -102,14 +102,14 @@ TEST_F(Utility, TakesOptionsAndNamesTheTree) {
     EXPECT_EQ(shell("TSH_PARSE_TREE=." + cut.substr(1) + "x ocmd_gen"), listing);
 }
 
-TEST_F(Utility, RefusesFilesThatAreNoTreeAndTellsWhy) {
+TEST_F(Utility, RejectsFilesThatAreNotTreesWithAReason) {
     grammar::write_subtree_file(scratch_.path("sub.par"), {{sample_root(), ""}});
     shell("gzip -dc < sub.par > plain.par");
     const std::string problem = "Problem with the parser file.\n";
     const std::string unmappable = "Error mapping file: Invalid argument\nmain.par: ";
     const std::string odd_size = " bytes is not a multiple of 1000";
     const std::string no_redirect_root =
-        "main.par: no \"tsh_redirect_root\" below the root, whose first child is not looked at";
+        "main.par: root has no child \"tsh_redirect_root\" after its first child";
     const std::string not_found = "\n Error finding the tsh redirect root node ... \nstatus 1";
     const std::string no_file = ": No such file or directory";
     const struct {
@@ -136,7 +136,7 @@ TEST_F(Utility, RefusesFilesThatAreNoTreeAndTellsWhy) {
         {"head -c 11024 plain.par > main.par",
          problem + "main.par: its size of 11024" + odd_size + "\n"},
         {"tail -c +26 plain.par > main.par",
-         "main.par: node 0 \"root\": child_count is above 192; it looks like network byte order\n"},
+         "main.par: node 0 \"root\": child_count exceeds 192; it looks like network byte order\n"},
         {"rm main.par; mkdir main.par", problem + "main.par: it is not a regular file\n"},
         {"rmdir main.par; mkfifo main.par", unmappable + "it is not a regular file\n"},
     };
@@ -147,13 +147,13 @@ TEST_F(Utility, RefusesFilesThatAreNoTreeAndTellsWhy) {
               cut + no_file + "; names are cut at 127 characters\n" + kNotMapped);
 }
 
-TEST_F(Utility, RefusesTreesThatBreakTheRecordsRules) {
+TEST_F(Utility, RejectsInvalidTrees) {
     using Nodes = std::vector<tree_node_t>;
     const struct {
-        const char *fault; // on standard error; null for a tree that is sound
+        const char *fault; // on standard error; null for a valid tree
         std::function<void(Nodes &)> spoil;
     } table[] = {
-        {"node 2 \"health\": a child index lies outside the tree (child 0: node 11)",
+        {"node 2 \"health\": child index out of range (child 0: node 11)",
          [](Nodes &n) { n[2].child_count = 1, n[2].children[0] = uint16_t(n.size()); }},
         {"(child 0: node 3 \"bay\")", [](Nodes &n) { n[7].child_count = 1, n[7].children[0] = 3; }},
         {R"(node 3 "\x0ant\x80": token is not terminated)",
@@ -165,9 +165,9 @@ TEST_F(Utility, RefusesTreesThatBreakTheRecordsRules) {
         {": func_id is not terminated", [](Nodes &n) { memset(n[1].func_id, 'x', 48); }},
         {": mode_id is not terminated", [](Nodes &n) { memset(n[1].mode_id, 'x', 24); }},
         {": aux_label is not terminated", [](Nodes &n) { memset(n[1].aux_label, 'x', 48); }},
-        {nullptr, // what no index reaches is not looked at
+        {nullptr, // records without an index are not checked
          [](Nodes &n) { n.resize(70001), n[70000].child_count = 200; }},
-        {nullptr, // a shared child, and links without meaning behind the last child
+        {nullptr, // a shared child, and unused links after the last child
          [](Nodes &n) {
              n[2].child_count = 1, n[2].children[0] = 6;
              std::fill(n[9].children + 1, n[9].children + 192, uint16_t{65535});
@@ -192,8 +192,8 @@ TEST_F(Utility, RefusesTreesThatBreakTheRecordsRules) {
     }
 }
 
-// The stack holds the root and 254 levels below it; each of the others is told of.
-TEST_F(Utility, GoesAsDeepAsTheTree) {
+// The stack contains the root and 254 levels below it; each other level is reported.
+TEST_F(Utility, ListsTreesOfAnyDepth) {
     constexpr size_t kLevels = 65000;
     std::vector<tree_node_t> nodes = grammar::lay_out(main_root({keyword("on")}));
     size_t last = 1;
@@ -209,7 +209,7 @@ TEST_F(Utility, GoesAsDeepAsTheTree) {
     EXPECT_EQ(shell("ulimit -s 1024; ocmd_gen -gs main.par | grep -c on"), "65000\nstatus 0");
 }
 
-TEST_F(Utility, NeedsARedirectRootBehindTheFirstChild) {
+TEST_F(Utility, NeedsARedirectRootAfterTheFirstChild) {
     const Word redirect = grammar::structural("tsh_redirect_root");
     const Word only = grammar::structural("root").child(redirect);
     const Word first = grammar::structural("root").child(redirect).child(keyword("x"));
@@ -225,7 +225,7 @@ TEST_F(Utility, NeedsARedirectRootBehindTheFirstChild) {
     EXPECT_EQ(shell("ocmd_gen -s main.par"), "\n\nstatus 0");
 }
 
-TEST_F(Utility, NoticesEveryLostByte) {
+TEST_F(Utility, ReportsEveryWriteError) {
     store(sample_root());
     store(endless_root(), "endless.par");
     for (const std::string run :
@@ -234,7 +234,7 @@ TEST_F(Utility, NoticesEveryLostByte) {
                   "ocmd_gen: cannot write to standard output: Bad file descriptor\nstatus 1");
 }
 
-TEST_F(Utility, EndsAtOnceOnASignalOrAClosedPipe) {
+TEST_F(Utility, ExitsAtOnceOnASignalOrAClosedPipe) {
     store(endless_root());
     for (const std::string options : {"-s", "-gs"}) {
         const std::string start = "ocmd_gen " + options + " main.par ";

@@ -183,7 +183,7 @@ Nodes ladder(int levels, uint32_t flags) {
     return grammar::lay_out(structural("root").child(left).child(right));
 }
 
-TEST_F(Show, CountsLinesThatNobodyCouldList) {
+TEST_F(Show, CountsMoreLinesThanCanBeListed) {
     const struct {
         int levels;
         uint32_t flags;
@@ -222,7 +222,7 @@ TEST_F(Show, ShowsTreesInEveryForm) {
               "  depth: not reached from the root\n  stray: reserved bytes\n");
 }
 
-TEST_F(Show, KnowsAFileByItsLook) {
+TEST_F(Show, DetectsTheFileFormat) {
     const Nodes nodes = Scrambled(7, 50, true).nodes();
     Nodes turned = nodes;
     tsh_swap_array_order(turned.data(), uint32_t(turned.size()));
@@ -270,15 +270,15 @@ TEST_F(Show, KnowsAFileByItsLook) {
         EXPECT_EQ(shell(start + "cat $f | records -"), expected);
     }
     EXPECT_EQ(shell("ocmd_show --check packed.par sub.par"),
-              "ocmd_show: packed.par: gzip-compressed main par file, which cannot be loaded\n"
+              "ocmd_show: packed.par: main par file is gzip-compressed and cannot be loaded\n"
               "sub.par: no faults in its trees\nstatus 1");
     EXPECT_EQ(shell("ocmd_show --kind=subtrees --byte-order=little main.par"),
-              "ocmd_show: main.par: record 1: without nodes, which ends the file for its readers; "
-              "left out with the 49976 bytes that follow\n"
+              "ocmd_show: main.par: record 1 has no nodes and ends the file; the following 49976 "
+              "bytes are ignored\n"
               "main.par: subtree file, little-endian, records: 0\nstatus 1");
 }
 
-TEST_F(Show, TellsWhatOfAFileIsMissing) {
+TEST_F(Show, ReportsMissingPartsOfAFile) {
     const Nodes nodes = device();
     grammar::write_subtree_file(
         path("sub.par"), {{keyword("up").terminal(), "bay"}, {keyword("down").terminal(), "bay"}});
@@ -299,24 +299,24 @@ TEST_F(Show, TellsWhatOfAFileIsMissing) {
         size_t records; // that are there all the same
         const char *missing;
     } table[] = {
-        {bytes_of(Nodes(7)).substr(0, 6999), 1, "the file ends inside node 6, which is left out"},
+        {bytes_of(Nodes(7)).substr(0, 6999), 1, "file truncated inside node 6; node ignored"},
         {bytes_of(Nodes(65540)), 1,
-         "only the first 65536 of 65540 nodes can be reached; the others are left out"},
-        {plain.substr(0, record + 9), 1, "record 2: the file ends inside its header"},
-        {plain.substr(0, record + 26), 1, "record 2: the file ends inside it; left out"},
-        {plain.substr(0, plain.size() - 1), 1, "record 2: the file ends inside it; left out"},
+         "only the first 65536 of 65540 nodes can be addressed; the others are ignored"},
+        {plain.substr(0, record + 9), 1, "record 2: file truncated inside the header"},
+        {plain.substr(0, record + 26), 1,
+         "record 2: file truncated inside the record; record ignored"},
+        {plain.substr(0, plain.size() - 1), 1,
+         "record 2: file truncated inside the record; record ignored"},
         {spoiled, 1,
-         "record 2: spoiled: 1025 bytes of attach path and 1000 of nodes; left out with all that "
-         "follows"},
+         "record 2: corrupt header (attach path: 1025 bytes, nodes: 1000 bytes); this and all "
+         "following records are ignored"},
         {plain + std::string(24, '\0') + "rest", 2,
-         "record 3: without nodes, which ends the file for its readers; left out with the 4 bytes "
-         "that follow"},
-        {reserved, 2,
-         "record 1: the reserved words of its header hold something, which is left out"},
-        {unterminated, 2, "record 2: its attach path is not one terminated text of 4 bytes"},
-        {packed.substr(0, packed.size() - 8), 2, "the compressed data end too early"},
-        {damaged, 2, "the compressed data are damaged: incorrect data check"},
-        {packed + "tail", 2, "what follows the compressed data is left out"},
+         "record 3 has no nodes and ends the file; the following 4 bytes are ignored"},
+        {reserved, 2, "record 1: reserved header words are not zero; ignored"},
+        {unterminated, 2, "record 2: attach path is not a NUL-terminated string of 4 bytes"},
+        {packed.substr(0, packed.size() - 8), 2, "truncated gzip data"},
+        {damaged, 2, "corrupt gzip data: incorrect data check"},
+        {packed + "tail", 2, "data after the compressed data is ignored"},
     };
     for (const auto &[bytes, records, missing] : table) {
         store("cut.par", bytes);
@@ -330,7 +330,7 @@ TEST_F(Show, TellsWhatOfAFileIsMissing) {
               "ocmd_show: main.par: neither a main par file nor a subtree file\n"
               "ocmd_show: none.par: cannot be opened: No such file or directory\n"
               "ocmd_show: .: cannot be read: Is a directory\n"
-              "ocmd_show: cut.par: what follows the compressed data is left out\n"
+              "ocmd_show: cut.par: data after the compressed data is ignored\n"
               "cut.par: subtree file, gzip-compressed, big-endian, records: 2\n");
     Nodes endless(2);
     std::ranges::fill(endless[0].name, 'x');
@@ -395,7 +395,7 @@ TEST_F(Show, WritesGrammarsThatCompileToTheSameBytes) {
     EXPECT_EQ(shell(there_and_back), "");
 }
 
-TEST_F(Show, TellsWhatAGrammarCannotSay) {
+TEST_F(Show, ReportsDataThatAGrammarCannotExpress) {
     const Nodes sound = grammar::lay_out(main_root(
         {keyword("a").terminal(), keyword("b").child(keyword("c").parameter(1).terminal())}));
     const struct {
@@ -466,14 +466,14 @@ TEST_F(Show, ShowsAPartOfATree) {
                   "ocmd_show: main.par: no command line starts with \"show bay\"\nstatus 1");
 }
 
-TEST_F(Show, RefusesUnsoundTreesAndTellsEveryFault) {
+TEST_F(Show, RejectsInvalidTreesAndReportsEveryError) {
     Nodes nodes = device();
     store("sound.par", nodes);
     nodes[2].child_count = 1, nodes[2].children[0] = 1;
     std::ranges::fill(nodes[3].token, 'x');
     store(nodes);
     const std::string faults = "ocmd_show: main.par: node 3 \"port\": token is not terminated\n"
-                               "ocmd_show: main.par: node 2 \"show.bays\": a link leads back to an "
+                               "ocmd_show: main.par: node 2 \"show.bays\": cycle: link to an "
                                "ancestor (child 0: node 1 "
                                "\"show\")\n";
     EXPECT_EQ(shell("ocmd_show --check main.par sound.par"),
@@ -485,14 +485,14 @@ TEST_F(Show, RefusesUnsoundTreesAndTellsEveryFault) {
         names += ",a";
     grammar::write_subtree_file(path("sub.par"), {{keyword("up"), names}});
     EXPECT_EQ(shell("ocmd_show --check sub.par"),
-              "ocmd_show: sub.par: record 1: its attach path has 33 names, the most are 32\n"
+              "ocmd_show: sub.par: record 1: attach path has 33 names (limit: 32)\n"
               "status 1");
     nodes.assign(100, {});
     for (size_t i = 0; i < 40; ++i)
         nodes[i].param_count = 3;
     store(nodes);
-    EXPECT_EQ(shell("ocmd_show main.par 2>&1 | grep -c 'param_count is above 2'"), "10\n");
-    EXPECT_EQ(shell("ocmd_show --check main.par 2>&1 | grep -c 'param_count is above 2'"), "40\n");
+    EXPECT_EQ(shell("ocmd_show main.par 2>&1 | grep -c 'param_count exceeds 2'"), "10\n");
+    EXPECT_EQ(shell("ocmd_show --check main.par 2>&1 | grep -c 'param_count exceeds 2'"), "40\n");
 }
 
 TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {
@@ -512,7 +512,7 @@ TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {
               "ocmd_show: unrecognized option '--none'\nTry 'ocmd_show --help'.\nstatus 2");
 }
 
-TEST_F(Show, IsNotImpressedByDepthOrBadDays) {
+TEST_F(Show, HandlesDeepTreesAndFileErrors) {
     Nodes chain(TREE_MAX_NODES);
     for (size_t i = 0; i < chain.size(); ++i) {
         chain[i].name[0] = chain[i].token[0] = 'a';
@@ -530,7 +530,7 @@ TEST_F(Show, IsNotImpressedByDepthOrBadDays) {
         "of YAML\nyaml\n  command lines:           65535\na\na a\na a a\n");
     EXPECT_EQ(shell("{ ocmd_show --json main.par; echo \"status $?\" >&2; } | "
                     "{ head -c 9 >head; truncate -s 0 main.par; cat >rest; }"),
-              "ocmd_show: main.par: became shorter while it was read\nstatus 2\n");
+              "ocmd_show: main.par: file was truncated while being read\nstatus 2\n");
     EXPECT_EQ(
         shell("ulimit -c 0; mkfifo pipe; ocmd_show pipe & exec 3>pipe; " // once it has opened it
               "kill -TRAP $!; wait $! 2>&-"),

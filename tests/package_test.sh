@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, unpacks them into an empty root and uses them there:
-# package_test.sh BUILD. The dependencies that they state are what the programs need.
+# Builds the Debian packages, unpacks them into an empty root and uses them there: package_test.sh BUILD. Their
+# dependencies must be those of the programs.
 set -euo pipefail
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
-# Runs the commands that README prints, as they stand. Of its blocks, one marked "sh" is run; one
-# marked "console" is run line by line and its output compared; one marked with a language and a
-# name is stored under that name for the commands after it.
+# Runs the commands of README. A block marked "sh" is run. A block marked "console" is run line by line, and
+# its output is compared. A block marked with a language and a name is stored under this name for the
+# commands after it.
 #
-# Blocks that build come first and build in this clone, so the tests cannot run them from within:
-#     readme_test.sh            runs these alone, as .ci/run does before all else;
-#     readme_test.sh BUILD      runs all others, with BUILD as what these have built.
-# All others share a folder in which the clone's files stand. What they install goes
-# below a scratch folder by DESTDIR; for the real place, which needs root, the environment stands
-# in: search paths for programs and pkg-config, and one for libraries instead of ldconfig's cache.
+# The first blocks build in this clone, so that the tests of a build cannot run them:
+#     readme_test.sh            runs only these, as .ci/run does first;
+#     readme_test.sh BUILD      runs all others, with BUILD as the result of these.
+# All others share a directory with links to the clone's files. They install into a scratch directory
+# (DESTDIR). Since the real directory requires root, the environment replaces it: search paths for programs
+# and pkg-config, and one for libraries instead of ldconfig's cache.
 set -euo pipefail
 unset CDPATH
 clone=$(cd "$(dirname "$0")/.." && pwd)
@@ -16,7 +16,7 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 builds='^scripts/run-'
 
-# Block n becomes a file of its own; the index has its number, mark and name.
+# Writes each block to a file; the index contains its number, mark and name.
 awk -v folder="$scratch" '
     /^```/ { inside = !inside }
     /^```/ && inside { print ++n, substr($1, 4), $2 > (folder "/index"); next }

@@ -35,7 +35,7 @@ protected:
     }
 };
 
-TEST_F(Registry, RefusesWhatIsTakenOrNameless) {
+TEST_F(Registry, RejectsDuplicateAndUnnamedTypes) {
     EXPECT_EQ(enter(1, "STRING"), 0);
     EXPECT_EQ(enter(2, "string"), -1);
     EXPECT_EQ(enter(1, "other"), -1);
@@ -63,7 +63,7 @@ TEST_F(Registry, RefusesWhatIsTakenOrNameless) {
     EXPECT_EQ(param_reg_index_get(1), 0U);
 }
 
-TEST_F(Registry, KeepsWhatItIsGiven) {
+TEST_F(Registry, StoresTheGivenTypes) {
     int first = 0;
     int second = 0;
     const auto match = [](const parameter_info_t *) { return 1; };
@@ -86,7 +86,7 @@ TEST_F(Registry, KeepsWhatItIsGiven) {
 }
 
 // Their ids are a contract with every compiled tree. A second round ends the program at the first.
-TEST_F(Registry, HoldsTheBuiltInTypesOnce) {
+TEST_F(Registry, ContainsTheBuiltInTypesOnce) {
     EXPECT_EQ(init_params(), 0);
     std::ostringstream types;
     for (uint32_t i = 0; i < pinfo_reg_tbl.count; ++i) {
@@ -138,7 +138,7 @@ protected:
     }
 };
 
-TEST_F(Combinations, TakeTheFirstTypeThatAccepts) {
+TEST_F(Combinations, UseTheFirstTypeThatAccepts) {
     EXPECT_EQ(accepting(0x7F104007), "accepts") << "bits 24 to 29 belong to no type";
     EXPECT_EQ(accepting(0x4010400C), "accepts");
     EXPECT_EQ(accepting(0x40104003), "none") << "nobody accepts";
@@ -166,7 +166,7 @@ TEST_F(Combinations, TraceEveryStep) {
     EXPECT_EQ(traced(~families, every_step).out, "");
 }
 
-TEST_F(Registry, HasItsOwnResultWithoutMemory) {
+TEST_F(Registry, ReturnsAnErrorWithoutMemory) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
     const harness::Outcome outcome = traced(TSH_TRACE_STARTUP, [] {

@@ -1,5 +1,5 @@
-// The definition of what a line means, written down plainly: all readings are listed one by one and
-// compared. Slow, and without a single index.
+// Plain model of the resolver: lists all readings of a line one by one and compares them. Slow, and
+// without an index.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -17,10 +17,10 @@ namespace model {
 
 using Words = std::vector<std::string>;
 
-// What the model and the resolver have to agree on.
+// Results on which model and resolver must agree.
 struct Meaning {
     std::string verdict; // "accepted", "incomplete", "ambiguous N", "refused N": N a word's index
-    std::set<int> nodes; // at which an accepted line ends
+    std::set<int> nodes; // last nodes of an accepted line
     bool operator==(const Meaning &) const = default;
 };
 
@@ -35,7 +35,7 @@ public:
     Resolver(const std::vector<tree_node_t> &tree, bool is_saved)
         : tree_(tree), is_saved_(is_saved) {}
 
-    // Levels are nodes whose submodes have been entered, the innermost first; node 0 is the root.
+    // Levels are nodes whose submodes were entered, the innermost first; node 0 is the root.
     Meaning resolve(const std::vector<std::set<int>> &levels, const Words &words) {
         words_ = words;
         complete_.clear();
@@ -67,7 +67,7 @@ public:
 
 private:
     struct Word {
-        std::pair<int, int> rank; // the kind of the word; of a joined one how short the keyword is
+        std::pair<int, int> rank; // kind of the word; for a joined word, how short the keyword is
         std::string spelling;
     };
     using Read = std::vector<Word>;
@@ -92,7 +92,7 @@ private:
         return next;
     }
 
-    // The words below a node may come next; left_out: words were left out since the last one.
+    // The children of a node may come next; left_out: words were omitted since the last one.
     void go_below(int parent, const Read &read, size_t word, bool left_out) {
         for (int i = 0; i < tree_[parent].child_count; ++i) {
             const int child = tree_[parent].children[i];
@@ -143,7 +143,7 @@ private:
         go_on(index, parameter + 1, next, words_.size());
     }
 
-    // Behind a node's keyword and so many of its values.
+    // The position after a node's keyword and some of its values.
     void go_on(int index, int values, const Read &read, size_t word) {
         const tree_node_t &node = tree_[index];
         furthest_ = std::max(furthest_, word);

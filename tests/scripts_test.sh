@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installing packages where that cannot be done names what is missing, shows what the package
-# manager said, and fails: scripts_test.sh. Stand-ins take the place of the programs involved. A
-# script finds its own folder and its caller's, and checks nothing without git.
+# Tests the scripts: scripts_test.sh. If packages cannot be installed, install-packages.sh names them, prints
+# the output of the package manager, and fails; substitutes replace the programs involved. A script finds
+# its own directory and its caller's, and checks nothing without git.
 set -euo pipefail
 unset CDPATH
 cd "$(dirname "$0")/.."
@@ -14,7 +14,7 @@ cp -r scripts "$scratch"
 export CDPATH=$scratch
 
 stand_in() { printf '#!/bin/sh\n%s\n' "$2" >"$scratch/$1" && chmod +x "$scratch/$1"; }
-# refused TEXT: installing a package fails with this text.
+# refused TEXT: checks that installing a package fails with this text.
 refused() {
     if PATH=$scratch scripts/install-packages.sh clang no-such &>"$scratch/said"; then exit 1; fi
     diff "$scratch/said" <(printf '%b\n' "$1")

@@ -45,7 +45,7 @@ void link(Nodes &nodes, size_t parent, uint16_t child) {
     nodes[parent].children[nodes[parent].child_count++] = child;
 }
 
-TEST(TreeCheck, TellsEveryFaultInTheOrderOfTheRecords) {
+TEST(TreeCheck, ReportsEveryErrorInTheOrderOfTheRecords) {
     Nodes nodes = grammar::lay_out(grammar::structural("root")
                                        .child(keyword("a").child(keyword("b").child(keyword("c"))))
                                        .child(keyword("d").child(keyword("e")))
@@ -65,17 +65,17 @@ TEST(TreeCheck, TellsEveryFaultInTheOrderOfTheRecords) {
     std::string told;
     for (const tsh_tree_fault_t &fault : faults_of(nodes))
         told += text_of(nodes, fault);
-    EXPECT_EQ(told, R"(param-count: node 1 "a": param_count is above 2
+    EXPECT_EQ(told, R"(param-count: node 1 "a": param_count exceeds 2
 unterminated-text: node 2 "b": help is not terminated
 unterminated-text: node 2 "b": aux_label is not terminated
-child-count: node 4 "d": child_count is above 192
-child-index: node 6 "f\x22\x5c\x0a\x80": a child index lies outside the tree (child 0: node 8)
-child-index: node 6 "f\x22\x5c\x0a\x80": a child index lies outside the tree (child 4: node 65535)
-child-twice: node 6 "f\x22\x5c\x0a\x80": a child is listed twice (child 3: node 0 "root")
-cycle: node 3 "c": a link leads back to an ancestor (child 0: node 3 "c")
-cycle: node 3 "c": a link leads back to an ancestor (child 1: node 1 "a")
-cycle: node 6 "f\x22\x5c\x0a\x80": a link leads back to an ancestor (child 1: node 0 "root")
-cycle: node 6 "f\x22\x5c\x0a\x80": a link leads back to an ancestor (child 3: node 0 "root")
+child-count: node 4 "d": child_count exceeds 192
+child-index: node 6 "f\x22\x5c\x0a\x80": child index out of range (child 0: node 8)
+child-index: node 6 "f\x22\x5c\x0a\x80": child index out of range (child 4: node 65535)
+child-twice: node 6 "f\x22\x5c\x0a\x80": duplicate child (child 3: node 0 "root")
+cycle: node 3 "c": cycle: link to an ancestor (child 0: node 3 "c")
+cycle: node 3 "c": cycle: link to an ancestor (child 1: node 1 "a")
+cycle: node 6 "f\x22\x5c\x0a\x80": cycle: link to an ancestor (child 1: node 0 "root")
+cycle: node 6 "f\x22\x5c\x0a\x80": cycle: link to an ancestor (child 3: node 0 "root")
 )");
 
     std::string names;
@@ -125,7 +125,7 @@ TEST(TreeCheck, NeedsNoCallStackHoweverDeepTheTree) {
     EXPECT_EQ(outcome.out, "0:  \"\" 2\n  2:  \"\" 1\n    1:  \"\"\n");
 }
 
-TEST(TreeCheck, WithoutMemoryClearsNoTree) {
+TEST(TreeCheck, ReportsAnErrorWithoutMemory) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
     const Nodes nodes = backward_chain(3);
@@ -144,7 +144,7 @@ TEST(TreeCheck, WithoutMemoryClearsNoTree) {
     const uint32_t faults = tsh_tree_check(nodes.data(), 3, keep, &told);
     failing_malloc::disarm();
     EXPECT_EQ(faults, 1U);
-    EXPECT_EQ(text_of(nodes, told), "cycle: node 0 \"\": no memory to look for cycles\n");
+    EXPECT_EQ(text_of(nodes, told), "cycle: node 0 \"\": out of memory in the cycle check\n");
 }
 
 } // namespace

@@ -49,7 +49,7 @@ Nodes two_level_tree(const std::string &word) {
         grammar::main_root({keyword(word).child(keyword("version").terminal())}));
 }
 
-TEST(TreeHandle, RefusesWhatIsNoTreeByAValueAndInSilence) {
+TEST(TreeHandle, RejectsInvalidTreesWithAnErrorValueAndNoOutput) {
     const harness::ScratchDir scratch;
     Nodes cycle = two_level_tree("show");
     cycle.back().children[cycle.back().child_count++] = 0;
@@ -72,7 +72,7 @@ TEST(TreeHandle, RefusesWhatIsNoTreeByAValueAndInSilence) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(TreeHandle, TreesAnswerForThemselvesAndLeaveNothingBehind) {
+TEST(TreeHandle, TreesAreIndependentOfTheLoadedTreeAndReleaseTheirMemory) {
     const harness::ScratchDir scratch;
     const std::string path = scratch.path("tree");
     const Nodes other = two_level_tree("other");

@@ -1,4 +1,4 @@
-// Tree files from the compiler's nodes to the bytes that other programs see.
+// Tests of the tree writer and of tree files: from the compiler's nodes to bytes.
 #include "parse_tree/byte_order.h"
 #include "parse_tree/tree_file.h"
 #include "parse_tree/tree_load.h"
@@ -26,7 +26,7 @@ using grammar::Word;
 using harness::in_child;
 using harness::Outcome;
 
-// Nodes each of which has the next one below it.
+// A chain of nodes, each the parent of the next.
 class Chain {
 public:
     explicit Chain(size_t length) : nodes_(length), links_(length) {
@@ -38,7 +38,7 @@ public:
     }
     parser_node_t *top() { return nodes_.data(); }
 
-    // Lets the first reach the third at once, so that the way gone first is not the longest.
+    // Links the first node to the third, so that the first path is not the longest.
     parser_node_t *top_with_short_cut() {
         links_[0] = {nodes_[0].children, &nodes_[2], 0};
         nodes_[0].children = links_.data();
@@ -93,11 +93,11 @@ Word full_word() {
     return word;
 }
 
-TEST(TreeWriter, StoresEveryFieldMostSignificantByteFirst) {
+TEST(TreeWriter, StoresEveryFieldInBigEndianOrder) {
     const harness::ScratchDir scratch;
     const Word shared = keyword("version");
     const Word last = keyword("b");
-    last.node().has_param1 = 1; // nothing without a first one
+    last.node().has_param1 = 1; // ignored without a first parameter
     const Word root =
         full_word().child(keyword("a").marked_child(shared)).marked_child(shared).child(last);
     write_tree(scratch.path("tree"), root.unplaced());
@@ -172,7 +172,7 @@ TEST(TreeFiles, ReadBackAsWritten) {
     }
 }
 
-TEST(TreeFiles, ConversionStaysInsideTheArrayWhateverItsLinksSay) {
+TEST(TreeFiles, ConversionStaysInsideTheArrayWithAnyLinks) {
     const harness::ScratchDir scratch;
     std::vector<tree_node_t> nodes(3);
     memset(nodes.data(), 0xFE, 3000);
@@ -190,8 +190,8 @@ TEST(TreeFiles, ConversionStaysInsideTheArrayWhateverItsLinksSay) {
     EXPECT_EQ(nodes[2].optional, 0x0102);
 }
 
-// A file may claim any number of records; indices reach 65,536 of them.
-TEST(TreeFiles, RecordsBeyondReachAreNeverTouched) {
+// A file may have any number of records; indices can address 65,536 of them.
+TEST(TreeFiles, RecordsAfterTheLastIndexAreNeverRead) {
     const harness::ScratchDir scratch;
     grammar::write_main_tree(scratch.path("huge"),
                              grammar::lay_out(grammar::main_root({keyword("x")})));
@@ -210,16 +210,16 @@ TEST(TreeFiles, RecordsBeyondReachAreNeverTouched) {
     EXPECT_TRUE(outcome.out.starts_with("-1 redirect 1000000000 bytes, ")) << outcome.out;
 }
 
-// What the writer says of a chain and how many nodes it stores (0: no record).
+// Returns the messages of the writer for a chain, and the number of stored nodes (0: no record).
 struct Limit {
     size_t length;
     size_t nodes;
     std::string text;
     int status = kReturned;
-    static constexpr int kReturned = 7; // the writer came back
+    static constexpr int kReturned = 7; // the writer returned
 };
 
-TEST(TreeWriter, HoldsItsLimits) {
+TEST(TreeWriter, EnforcesItsLimits) {
     const std::string deep = "Error:Cycle in parse tree or maximum depth exceeded\n";
     const Limit limits[] = {
         {256, 256, ""},
@@ -253,11 +253,11 @@ TEST(TreeWriter, HoldsItsLimits) {
     EXPECT_EQ(inflated(scratch.path("tree")), "");
 }
 
-TEST(TreeWriter, StoresAndSaysWhatThePlainRecursionDoes) {
+TEST(TreeWriter, AgreesWithAPlainRecursion) {
     replay(2000, 80);
 }
 
-TEST(TreeWriter, EndsWithoutMemory) {
+TEST(TreeWriter, ExitsIfMemoryRunsOut) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
     Chain chain{5};

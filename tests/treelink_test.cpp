@@ -1,5 +1,4 @@
-// Linking as a user does it: subtree files in, good, damaged and hostile; a main par file and
-// messages out.
+// Tests of the linker: valid, corrupt and hostile subtree files; a main par file and messages.
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"
 #include "parse_tree/tree_load.h"
@@ -37,7 +36,7 @@ protected:
         grammar::write_main_tree(path(file), grammar::lay_out(structural("root").child(word)));
     }
 
-    // What a command prints and complains.
+    // Returns the output and messages of a command.
     std::string shell(const std::string &command) {
         return ScratchTest::shell("exec 2>&1; " + command).out;
     }
@@ -45,7 +44,7 @@ protected:
 
 const std::regex kAddresses("-?[0-9]+, new is -?[0-9]+ |-?[0-9]+ Location:-?[0-9]+");
 
-// One subtree as it stands in a file.
+// Returns the bytes of one subtree in a file.
 std::string stored(Nodes nodes, const std::string &names = "a,b") {
     char *bytes = nullptr;
     size_t size = 0;
@@ -61,8 +60,8 @@ std::string stored(Nodes nodes, const std::string &names = "a,b") {
 }
 
 // Shared nodes, several attach paths, submodes, parameters of many types, a conflict, a chain that
-// cannot be resolved, and an attach point that only the prebuilt tree has.
-TEST_F(Link, PutsAGrammarTogether) {
+// cannot be resolved, and an attach point that only the prebuilt tree contains.
+TEST_F(Link, LinksAGrammarOfManyFiles) {
     const Word end = keyword("short").terminal().optional();
     store("health.par", {{keyword("health").terminal().child(end), "show"},
                          {keyword("guests").child(end), "show"}});
@@ -83,7 +82,7 @@ TEST_F(Link, PutsAGrammarTogether) {
     const Word trace = keyword("trace").terminal().child(keyword("spilt"));
     store_prebuilt("main_tree.pars", keyword("probe").terminal().child(trace));
     Word ladder = keyword("end");
-    for (int i = 0; i < 100; ++i) // which has more paths than any walk could follow
+    for (int i = 0; i < 100; ++i) // more paths than any walk could follow
         ladder = keyword("a").child(ladder).child(keyword("b").child(ladder));
     store_prebuilt("main_tree2.pars", ladder);
 
@@ -97,7 +96,7 @@ TEST_F(Link, PutsAGrammarTogether) {
     EXPECT_EQ(shell("mkdir switch; echo > switch/stale.par; CDPATH=. " + make), "");
 }
 
-TEST_F(Link, NamesItsFiles) {
+TEST_F(Link, SelectsItsInputFiles) {
     const std::string longest = std::string(59, 'n') + ".par";
     const std::string merging = "Merging file root.par\n";
     const auto not_opened = [](const std::string &name) {
@@ -145,7 +144,7 @@ TEST_F(Link, NamesItsFiles) {
     }
 }
 
-TEST_F(Link, RefusesWhatNoTreeHolds) {
+TEST_F(Link, EnforcesItsLimits) {
     Word wide = keyword("wide");
     for (int i = 0; i < TREE_MAX_CHILDREN; ++i)
         wide.child(keyword(std::string("w").append(std::to_string(i))));
@@ -159,19 +158,18 @@ TEST_F(Link, RefusesWhatNoTreeHolds) {
     harness::write_file(path("empty.par"), "");
     const std::string error = "*** Tree Linking Error *** ";
     const auto too_large = [&](const char *count) {
-        return error + "The linked tree would have " + count +
-               " nodes, but child indices reach only 65536\n1\nold";
+        return error + "The linked tree would have " + count + " nodes (limit: 65536)\n1\nold";
     };
     const std::pair<const char *, std::string> cases[] = {
         {"root.par wide.par one.par",
-         error + "Node one not attached below wide: it has 192 children already\n1\nroo"},
+         error + "Node one not attached below wide: parent has 192 children (limit)\n1\nroo"},
         {"top.par large.par", "0\nroo"},
         {"root.par large.par", too_large("65537")},
         {"root.par more.par",
-         "*** Treelink Warning ***: File more.par leads past 1048576 nodes or 131072 subtrees in "
-         "one link, the rest of it is ignored\n" +
+         "*** Treelink Warning ***: File more.par exceeds 1048576 nodes or 131072 subtrees per "
+         "link, the rest of it is ignored\n" +
              too_large("131076")},
-        {"empty.par one.par", "ocmd_link: empty.par: no root: it holds no subtree\n1\nold"},
+        {"empty.par one.par", "ocmd_link: empty.par: root file contains no subtree\n1\nold"},
         {"none.par", "Treelink Error: Parser file none.par could not be opened \n"
                      "ocmd_link: none.par: cannot be read: No such file or directory\n2\nold"},
     };
@@ -180,9 +178,8 @@ TEST_F(Link, RefusesWhatNoTreeHolds) {
         EXPECT_EQ(shell(link + files + "; echo $?; head -c 3 main.par"), text);
 }
 
-// What is missing from the tree makes status 1; with --strict, so does every warning, and nothing
-// is written.
-TEST_F(Link, TellsWhatIsAmiss) {
+// Missing input gives status 1; with --strict, so does every warning, and nothing is written.
+TEST_F(Link, ReportsMissingInputAndWarnings) {
     const auto ladder = [](const std::string &name) {
         Word word = keyword(name + "0");
         for (int i = 1; i < 200; ++i)
@@ -216,8 +213,9 @@ TEST_F(Link, TellsWhatIsAmiss) {
         {"root.par sound", "", 0, true},
         {"root.par again.par", again + again, 2, true},
         {"root.par deep.par",
-         "ocmd_link: main.par: more than 256 levels: a listing leaves out siblings below them\n", 1,
-         true},
+         "ocmd_link: main.par: tree has more than 256 levels; listings omit siblings below level "
+         "256\n",
+         1, true},
         {"root.par sound.par clash.par",
          "*** Tree Linking Error *** Conflicting nodes bell2 and bell1 attaching below the same "
          "parent\n",
@@ -225,19 +223,20 @@ TEST_F(Link, TellsWhatIsAmiss) {
         {"root.par lost.par", "***Treelink Warning***: Unresolved path nowhere in file lost.par \n",
          1, false},
         {"root.par loose.par",
-         "ocmd_link: loose.par: second root file: a subtree of it has no attach path, so it is not "
-         "linked; 'below' is missing in its grammar\n",
+         "ocmd_link: loose.par: second root file: it contains a subtree without an attach path, "
+         "which is "
+         "not linked; add 'below' to its grammar\n",
          1, false},
-        {"root.par yesterday.par",
-         "ocmd_link: yesterday.par: nothing to link: it holds no subtree\n", 1, false},
+        {"root.par yesterday.par", "ocmd_link: yesterday.par: file contains no subtree\n", 1,
+         false},
         {"root.par cut.par",
-         "*** Treelink Warning ***: File cut.par could not be read to its end: it ends inside a "
-         "header\n",
+         "*** Treelink Warning ***: File cut.par could not be read to its end: truncated inside "
+         "a header\n",
          1, false},
         {"-p spoiled root.par",
          "Problem with the parser file.\n"
          "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree.pars cannot be used\n"
-         "spoiled/main_tree2.pars: node 0 \"\": a link leads back to an ancestor (child 0: node 0 "
+         "spoiled/main_tree2.pars: node 0 \"\": cycle: link to an ancestor (child 0: node 0 "
          "\"\")\n"
          "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree2.pars cannot be used\n"
          "main_tree_to_hash: can't read file \nmain_tree_to_hash: can't read file \n",
@@ -254,23 +253,22 @@ TEST_F(Link, TellsWhatIsAmiss) {
          "Treelink Error: Parser file none.par could not be opened \n"
          "ocmd_link: none.par: not linked: No such file or directory\n",
          1, false},
-        {"roots.par",
-         "ocmd_link: roots.par: not linked whole: only the last subtree of a root file is\n", 1,
-         false},
+        {"roots.par", "ocmd_link: roots.par: only the last subtree of the root file was linked\n",
+         1, false},
     };
     const std::string link = "echo old > main.par; ocmd_link -o main.par ";
     for (const auto &test : cases) {
         EXPECT_EQ(shell(link + test.files + "; echo $?; grep -c old main.par"),
                   test.told + (test.lossless ? "0\n0\n" : "1\n0\n"));
-        const std::string refused = "ocmd_link: main.par: not written: --strict allows no warning, "
-                                    "and there were " +
-                                    std::to_string(test.warnings) + "\n1\n1\n";
+        const std::string refused =
+            "ocmd_link: main.par: not written: " + std::to_string(test.warnings) +
+            (test.warnings == 1 ? " warning" : " warnings") + " (--strict)\n1\n1\n";
         EXPECT_EQ(shell(link + "--strict " + test.files + "; echo $?; grep -c old main.par"),
                   test.warnings == 0 ? "0\n0\n" : test.told + refused);
     }
 }
 
-// Names and words of files, and file names, with an escape sequence, C1 in UTF-8, C1 as a byte.
+// Names and words in files, and file names, with an escape sequence, C1 in UTF-8, and C1 as a byte.
 TEST_F(Link, EscapesControlCharacters) {
     const std::string raw = "\x1B]52;\x07\x7F\xC2\x9B\x9B\xC3\x9B";
     const std::string escaped = "\\x1b]52;\\x07\\x7f\\xc2\\x9b\\x9b\xC3\x9B";
@@ -288,7 +286,7 @@ TEST_F(Link, EscapesControlCharacters) {
               "main.par:\n" + listed + "\\x1b:\n" + escaped + "\n");
 }
 
-// The old file or the new one, whole, and never a third.
+// ---- Output files: completely old or completely new ----
 constexpr const char *kLinkAndList = "ocmd_link -o main.par root.par; echo $?; ls -a | grep main; ";
 
 TEST_F(Link, GivesTheOutputTheModeOfTheFileThatItReplaces) {
@@ -338,7 +336,7 @@ TEST_F(Link, LeavesTheOldOrTheNewFileWhenItIsKilled) {
     EXPECT_EQ(shell("ls -A | grep -v '^.tsh-'"), "root.par\nthere\n");
 }
 
-TEST_F(Link, KeepsAFileOfWhichTheReplacementIsGivenUp) {
+TEST_F(Link, KeepsTheOldFileIfTheReplacementIsAbandoned) {
     harness::write_file(path("target"), "old");
     tsh_file_replacement_t *file = tsh_file_replacement_open(path("target").c_str());
     fputs("given up", tsh_file_replacement_stream(file));
@@ -353,7 +351,7 @@ Nodes chain(uint16_t levels) {
     return nodes;
 }
 
-// A subtree with one word changed, most significant byte first.
+// Returns a subtree with one big-endian word changed.
 std::string poked(size_t offset, uint32_t word, std::string bytes = stored(Nodes(1))) {
     for (const unsigned shift : {24U, 16U, 8U, 0U})
         bytes[offset++] = static_cast<char>(word >> shift);
@@ -364,7 +362,7 @@ constexpr size_t kHeader = sizeof(subtree_header_t);
 constexpr const char *kCannotRead = "Treelink Error: Not able to read file x.par\n";
 constexpr const char *kNotToEnd =
     "*** Treelink Warning ***: File x.par could not be read to its end: ";
-// Prints where subtrees of x.par were linked.
+// Prints the attach points of the subtrees of x.par.
 constexpr const char *kLinkX = "ocmd_link -v -o /dev/null root.par x.par | "
                                "sed -n 's/^Linked subtree at attach path //p' | tr -d '\n'; ";
 
@@ -398,30 +396,30 @@ TEST_F(LinkOfOneFile, ReadsValidRecordsAndIgnoresAFileFromACorruptOneOn) {
     Nodes circle = chain(4);
     circle[2].children[circle[2].child_count++] = 0;
     struct {
-        std::string bytes;   // of the second of three subtrees
-        std::string printed; // about it, and where it and the last were linked
+        std::string bytes;   // second of three subtrees
+        std::string printed; // messages, and attach points of this and the last subtree
     } const cases[] = {
         {stored(chain(4), ",c,,n,"), "a b c n "},
-        {stored(Nodes(1), ""),
-         "ocmd_link: x.par: second root file: a subtree of it has no attach path, so it is not "
-         "linked; 'below' is missing in its grammar\na b "},
+        {stored(Nodes(1), ""), "ocmd_link: x.par: second root file: it contains a subtree without "
+                               "an attach path, which is "
+                               "not linked; add 'below' to its grammar\na b "},
         {stored(Nodes(1), long_name + "cut"), "a b " + long_name + " "},
         {stored(Nodes(1), n31 + "c"), "a b n c "},
         {stored(Nodes(1), n31 + "n,c"), corrupted},
-        {poked(kHeader, 0x612C6221), "a b a b! "}, // "a,b!" without terminator
+        {poked(kHeader, 0x612C6221), "a b a b! "}, // "a,b!" without NUL
         {poked(kHeader + 1020, 0x2C2C6321, stored(Nodes(1), std::string(1023, ','))),
-         "a b c "}, // the field has no room for the last
+         "a b c "}, // the last name exceeds the field
         {poked(kPathLength, 1025), corrupted},
         {poked(kPathLength, UINT32_MAX), corrupted},
         {poked(kTreeBytes, 1500), corrupted},
         {poked(kTreeBytes, UINT32_MAX / 1000 * 1000), corrupted},
         {poked(kTreeBytes, 65537000), corrupted},
         {poked(kTreeBytes, 65536000), kCannotRead},
-        {poked(kTreeBytes, 0), "ocmd_link: x.par: record 2: without nodes, which ends the file; "
-                               "left out with the 2028 bytes that follow\n"},
-        {stored(chain(1000)),
-         "ocmd_link: /dev/null: more than 256 levels: a listing leaves out siblings below them\n"
-         "a b a b "},
+        {poked(kTreeBytes, 0), "ocmd_link: x.par: record 2 has no nodes and ends the file; the "
+                               "following 2028 bytes are ignored\n"},
+        {stored(chain(1000)), "ocmd_link: /dev/null: tree has more than 256 levels; listings omit "
+                              "siblings below level 256\n"
+                              "a b a b "},
         {stored(circle), corrupted},
     };
     store_root({"a", "b", "b!", "c", "n", long_name.c_str()});
@@ -436,23 +434,22 @@ TEST_F(LinkOfOneFile, ReadsATruncatedFileUpToItsLastCompleteRecord) {
     store_root({"a", "b"});
     for (const unsigned length : {1U, 23U, 24U, 27U, 28U, 500U, 1027U})
         expect_printed(whole + whole.substr(0, length),
-                       (length < kHeader ? kNotToEnd + std::string("it ends inside a header\n")
+                       (length < kHeader ? kNotToEnd + std::string("truncated inside a header\n")
                                          : kCannotRead) +
                            std::string("a b "));
     harness::write_file(path("x.par"), whole);
     shell(R"(gzip x.par; printf '\37\213\10\377 is no gzip header' | cat x.par.gz - > x.par)");
-    EXPECT_EQ(shell(kLinkX),
-              kNotToEnd + std::string("its compressed data cannot be inflated\na b "));
-    // Compressed data that end anywhere at all.
+    EXPECT_EQ(shell(kLinkX), kNotToEnd + std::string("corrupt gzip data\na b "));
+    // Compressed data truncated at any position.
     harness::write_file(path("x.par"), whole + whole);
     EXPECT_EQ(shell("gzip -f x.par; for i in $(seq 2 $(($(stat -c %s x.par.gz) - 1))); do "
                     "head -c $i x.par.gz > x.par; ocmd_link -o /dev/null root.par x.par 2>&1; "
                     "echo $?; done | sort -u"),
-              kNotToEnd + std::string("its compressed data end early\n1\n") + kCannotRead +
-                  "ocmd_link: x.par: nothing to link: it holds no subtree\n");
+              kNotToEnd + std::string("truncated gzip data\n1\n") + kCannotRead +
+                  "ocmd_link: x.par: file contains no subtree\n");
 }
 
-TEST_F(Link, ShowsItsStepsToWhoDebugsIt) {
+TEST_F(Link, PrintsDebugOutput) {
     const Outcome outcome = harness::in_child([&] {
         std::filesystem::current_path(path(""));
         debug_flag = 1;
@@ -468,7 +465,7 @@ TEST_F(Link, ShowsItsStepsToWhoDebugsIt) {
     EXPECT_EQ(told, harness::lines_of(read_file(TEST_FILES "/traces/link.txt")));
 }
 
-// The operations beside the link itself, as other programs call them.
+// ---- Exported operations besides linking ----
 TEST_F(Link, ReadsMainTreesFromSubtreeFiles) {
     store("tree.par", {{keyword("one").child(keyword("two")), "show"}});
     const Outcome outcome = harness::in_child([&] {
@@ -504,14 +501,14 @@ TEST_F(Link, MakesSpaceForTheTreeUnderConstruction) {
         tsh_main_tree_node_count = 3;
         assign_space(0, 4);
         printf("%u %s\n", tsh_main_tree_max_nodes, tsh_main_tree[2].name);
-        tsh_main_tree_node_count = UINT32_MAX; // which the sum goes past
+        tsh_main_tree_node_count = UINT32_MAX; // the sum overflows
         assign_space(0, 2);
         printf("%u\n", tsh_main_tree_max_nodes);
         return 0;
     });
     EXPECT_EQ(outcome.out, "12 kept\n12\n");
     const Outcome listed = harness::in_child([] {
-        assign_space(0, 1); // a tree that is no valid one yet
+        assign_space(0, 1); // a tree that is not yet valid
         for (const uint16_t child : std::initializer_list<uint16_t>{0, 7, 65535})
             tsh_main_tree->children[tsh_main_tree->child_count++] = child;
         debug_flag = 1;
@@ -578,21 +575,21 @@ TEST_F(Link, BorrowsANodeWithoutItsChildren) {
     EXPECT_EQ(harness::in_child(main_tree_to_dl_hash), Outcome({1, "", ""})) << "no directory";
 }
 
-TEST_F(Link, ExplainsItself) {
+TEST_F(Link, PrintsItsUsageAndReportsUsageErrors) {
     EXPECT_TRUE(shell("ocmd_link --help").starts_with("Usage: ocmd_link [OPTION...] -o MAIN.par"));
     const std::string hint = "Try 'ocmd_link --help'.\n2\n";
     EXPECT_EQ(shell("ocmd_link root.par; echo $?"),
-              "ocmd_link: no output file: -o is missing\n" + hint);
-    EXPECT_EQ(shell("ocmd_link -o x; echo $?"), "ocmd_link: no root file\n" + hint);
+              "ocmd_link: missing option: -o MAIN.par\n" + hint);
+    EXPECT_EQ(shell("ocmd_link -o x; echo $?"), "ocmd_link: missing operand: ROOT.par\n" + hint);
 }
 
-TEST_F(Link, AnswersAsTheTranscriptSays) {
+TEST_F(Link, AgreesWithTheTranscript) {
     const std::string links = read_file(TEST_FILES "/transcripts/links.txt");
     EXPECT_EQ(replayed(links), links);
 }
 
-// More files than a list holds, with longer names.
-TEST_F(Link, TakesAnyNumberOfFiles) {
+// More files than the capacity of a list, with longer names.
+TEST_F(Link, AcceptsAnyNumberOfFiles) {
     const char *const parents[] = {"root", "show", "arrange", "tsh_redirect_root"};
     const std::string folder(200, 'f');
     std::filesystem::create_directory(path(folder));

@@ -1,4 +1,4 @@
-// The shell library's common helpers: lines and what is made of them, numbers, memory, bits.
+// Tests of the shell library's helpers: splitting of lines, numbers, memory, bits.
 #include "atnode/command_lookup.h"
 #include "feature/tsh/src/bits.h"
 #include "feature/tsh/src/bounds.h"
@@ -32,7 +32,7 @@
 
 namespace {
 
-// What a caller got, as text; releases it.
+// Returns a result as text, and releases it.
 std::string shown(str_list_t *list) {
     std::string text;
     for (int32_t i = 0; list != nullptr && i < list->size; ++i)
@@ -53,7 +53,7 @@ std::string shown(char **fields) {
     return shown(joined);
 }
 
-// What code prints and traces, in its order; "@" stands for the time before a trace.
+// Returns output and traces of code, in order, with "@" instead of the time before a trace.
 template <typename Code> std::string printed(uint32_t families, Code code) {
     testing::internal::CaptureStdout();
     tsh_logfp = stdout;
@@ -69,7 +69,7 @@ std::string split(const std::string &line, const char *delimiters = " ") {
 
 std::string tokens(const std::string &line, const char *specials = nullptr) {
     const std::string words = shown(tokenize(line.c_str(), specials));
-    // The flag and the index of an open quote.
+    // The flag and the index of an unmatched quote.
     return words + " " + std::to_string(check_unmatched_quote()) +
            std::to_string(get_unmatched_quote_index());
 }
@@ -91,7 +91,7 @@ template <typename Code> void check(std::initializer_list<Case> cases, Code code
         EXPECT_EQ(code(given), result) << "given: " << given;
 }
 
-TEST(TshCommon, StrsplitCutsLinesAsTheShellReadsThem) {
+TEST(TshCommon, StrsplitSplitsLinesAsTheShell) {
     check(
         {
             {"show cartridge  short", "[show]0[cartridge]5[short]16"},
@@ -134,7 +134,7 @@ TEST(TshCommon, StrsplitCutsLinesAsTheShellReadsThem) {
     }
 }
 
-TEST(TshCommon, TokenizeKnowsQuotesEscapesAndSpecials) {
+TEST(TshCommon, TokenizeHandlesQuotesEscapesAndSpecials) {
     check(
         {
             {"show  cartridge", "[show]0[cartridge]6 00"},
@@ -184,7 +184,7 @@ TEST(TshCommon, AnyLineKeepsTheProperties) {
     }
 }
 
-TEST(TshCommon, TracesTellEveryStep) {
+TEST(TshCommon, TracesShowEveryStep) {
     EXPECT_EQ(
         printed(TSH_TRACE_WORDS, [] { split("ab  \"c\""), split(""), split(" ", ""); }),
         "@Using user specified delimiter...\n@Adding std delimiters...\n"
@@ -202,7 +202,7 @@ TEST(TshCommon, TracesTellEveryStep) {
                                "@Words extracted : 511\n"));
 }
 
-TEST(TshCommon, ATraceLeavesTheProcessAtOnce) {
+TEST(TshCommon, ATraceIsFlushedAtOnce) {
     const harness::ScratchDir scratch;
     FILE *log = fopen(scratch.path("log").c_str(), "w");
     ASSERT_NE(log, nullptr);
@@ -216,8 +216,8 @@ TEST(TshCommon, ATraceLeavesTheProcessAtOnce) {
     fclose(log);
 }
 
-// What an operation makes with its n-th allocation failing, for each n until none fails. Whatever
-// it could not use it must have released.
+// Returns the results of an operation with its n-th allocation failing, for each n until none
+// fails. The operation must release all memory that it does not return.
 template <typename Operation> std::string without_memory(Operation operation) {
     std::string outcomes;
     for (long n = 1;; ++n) {
@@ -231,7 +231,7 @@ template <typename Operation> std::string without_memory(Operation operation) {
     }
 }
 
-TEST(TshCommon, MissingMemoryHasItsResultAndLosesNothing) {
+TEST(TshCommon, OutOfMemoryHasItsResultAndLeaksNothing) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
     EXPECT_EQ(without_memory([] { return strsplit("a |>b", " "); }),
@@ -265,8 +265,8 @@ TEST(TshCommon, MissingMemoryHasItsResultAndLosesNothing) {
         EXPECT_NE(failing(allocation, TSH_TRACE_WORDS).find(trace), std::string::npos) << trace;
 }
 
-// Some letters that a text of 2 GB shows over and over.
-TEST(TshCommon, TextsTooLongForTheirSizesFindNoMemory) {
+// A string of 2 GB with repeated contents, in little memory.
+TEST(TshCommon, StringsThatAreTooLongAreOutOfMemory) {
     if constexpr (sizeof(size_t) < 8)
         GTEST_SKIP() << "no room for the text";
     constexpr size_t kPiece = 1U << 25;

@@ -1,4 +1,4 @@
-// Values of parameters by the table of types: notations, bounds, reasons, examples, own types.
+// Tests of parameter values: notations, bounds, error messages, examples, types of a program.
 #include "param_reg/builtin_types.h"
 #include "param_reg/values.h"
 #include "tests/support/harness.h"
@@ -43,7 +43,7 @@ std::span<const tsh_type_t> builtin_types() {
     return {types, count};
 }
 
-TEST(Values, AreTakenInTheUsualNotationsAndNoOthers) {
+TEST(Values, AreAcceptedInTheUsualNotationsOnly) {
     const std::string label(63, 'a');
     const std::string name = label + '.' + label + '.' + label + '.' + std::string(61, 'a');
     const struct {
@@ -98,7 +98,7 @@ TEST(Values, AreTakenInTheUsualNotationsAndNoOthers) {
     EXPECT_NE(refusal(parameter(PARAM_TYPE_INTEGER), ""), "");
 }
 
-TEST(Values, AreRefusedForAReasonInWords) {
+TEST(Values, AreRejectedWithAReasonInWords) {
     const uint32_t number_or_range = PARAM_TYPE_INTEGER | PARAM_TYPE_INTEGER_RANGE;
     EXPECT_EQ(refusal(parameter(number_or_range, 1, 9), "x"),
               "expected a number from 1 to 9 or a range of numbers from 1 to 9");
@@ -167,7 +167,7 @@ tsh_check_t is_even(const tsh_type_t *type, const parameter_info_t * /*of*/, con
     return TSH_CHECK_WRONG_FORM;
 }
 
-TEST(Types, OfAProgramLiveInItsHandle) {
+TEST(Types, OfAProgramBelongToItsHandle) {
     const std::unique_ptr<tsh_types_t, void (*)(tsh_types_t *)> types{tsh_types_new(),
                                                                       tsh_types_free};
     char wanted[] = "an even number";

@@ -1,4 +1,4 @@
-// Putting the linked array together: copying subtrees, and linking them below their parents.
+// Building of the linked array: copies subtrees and attaches them to their parents.
 #include "treelink/attach.h"
 
 #include "base/escape.h"
@@ -24,7 +24,7 @@ uint32_t tsh_current_position;
 
 namespace {
 
-bool stand_for_same_word(const tree_node_t &existing, const tree_node_t &added) {
+bool match_same_word(const tree_node_t &existing, const tree_node_t &added) {
     if (existing.token[0] != '\0' || added.token[0] != '\0')
         return strcmp(existing.token, added.token) == 0;
     const uint32_t type = existing.params[0].type_mask;
@@ -37,19 +37,19 @@ void refuse(const tree_node_t &child, const tree_node_t &parent, const char *rea
               child.name, parent.name, reason);
 }
 
-// One attach path of a subtree that was copied, and the parent it names.
-struct Wish {
+// One attach path of a copied subtree, and the parent that it names.
+struct Attachment {
     const subtree_entry_t *record;
     const char *name;
-    uint32_t subtree;               // its number in the array, the root file's being 0
+    uint32_t subtree;               // its number in the array; 0 is the root file's
     uint32_t child;                 // index of its root
-    std::optional<uint32_t> parent; // index of the node; nothing when the name is missing
+    std::optional<uint32_t> parent; // index of the node; nothing if the name is missing
 };
 
-// One link, from the judged records to the finished array.
+// One link, from the resolved records to the complete array.
 class Linker {
 public:
-    // The records to be copied: the root file's first. Without one there is nothing to link.
+    // Collects the records to copy, the root file's first. Without a root there is nothing to link.
     Linker() {
         if (tsh_root_tree_table == nullptr)
             return;
@@ -72,14 +72,14 @@ public:
         base::Block<tree_node_t> array = tsh::allocate<tree_node_t>(count);
         nodes_ = {array.get(), count};
         copy_subtrees();
-        const std::vector<Wish> wishes = collect_wishes();
+        const std::vector<Attachment> attachments = collect_attachments();
         tsh::AttachGraph graph{nodes_, firsts()};
-        for (const Wish &wish : wishes)
-            if (wish.parent)
-                graph.expect(*wish.parent, wish.subtree);
+        for (const Attachment &attachment : attachments)
+            if (attachment.parent)
+                graph.expect(*attachment.parent, attachment.subtree);
         graph.find_components();
-        for (const Wish &wish : wishes)
-            grant(wish, graph);
+        for (const Attachment &attachment : attachments)
+            process(attachment, graph);
         return array.release();
     }
 
@@ -98,15 +98,15 @@ private:
         return firsts;
     }
 
-    [[nodiscard]] std::vector<Wish> collect_wishes() const {
-        std::vector<Wish> wishes;
+    [[nodiscard]] std::vector<Attachment> collect_attachments() const {
+        std::vector<Attachment> attachments;
         for (uint32_t subtree = 1; subtree < records_.size(); ++subtree) {
             const subtree_entry_t *record = records_[subtree];
             for (const char *name : tsh::attach_paths_of(*record))
                 if (name[0] != '\0')
-                    wishes.push_back({record, name, subtree, record->position, locate(name)});
+                    attachments.push_back({record, name, subtree, record->position, locate(name)});
         }
-        return wishes;
+        return attachments;
     }
 
     static std::optional<uint32_t> locate(const char *name) {
@@ -114,30 +114,31 @@ private:
         return locate_node(treelink_table, name, &node) == 0 ? std::optional{node} : std::nullopt;
     }
 
-    void grant(const Wish &wish, tsh::AttachGraph &graph) {
-        last_parent_ = wish.parent.value_or(last_parent_);
+    void process(const Attachment &attachment, tsh::AttachGraph &graph) {
+        last_parent_ = attachment.parent.value_or(last_parent_);
         if (debug_flag == 1)
-            printf("Status returned %d, located Node %u \n", wish.parent ? 0 : -1, last_parent_);
-        if (!wish.parent)
-            tsh::report_unresolved_path(wish.name, *wish.record);
-        else if (attach(wish, *wish.parent, graph) && verbose != 0)
-            base::print_escaped(stdout, "Linked subtree at attach path %s \n", wish.name);
+            printf("Status returned %d, located Node %u \n", attachment.parent ? 0 : -1,
+                   last_parent_);
+        if (!attachment.parent)
+            tsh::report_unresolved_path(attachment.name, *attachment.record);
+        else if (attach(attachment, *attachment.parent, graph) && verbose != 0)
+            base::print_escaped(stdout, "Linked subtree at attach path %s \n", attachment.name);
     }
 
-    // True when a link was made.
-    bool attach(const Wish &wish, uint32_t parent, tsh::AttachGraph &graph) {
-        const tree_node_t &child_node = nodes_[wish.child];
+    // Returns whether a link was created.
+    bool attach(const Attachment &attachment, uint32_t parent, tsh::AttachGraph &graph) {
+        const tree_node_t &child_node = nodes_[attachment.child];
         const tree_node_t &parent_node = nodes_[parent];
         if (check_conflicting_children(nodes_.data(), static_cast<int32_t>(parent), &child_node) !=
             0)
             return false;
         const std::span links{parent_node.children, parent_node.child_count};
-        if (std::ranges::find(links, wish.child) != links.end())
-            return false; // named twice, and of a type that may stand beside itself
-        const tsh::Closes closes = graph.closes(parent, wish.subtree);
+        if (std::ranges::find(links, attachment.child) != links.end())
+            return false; // duplicate name, and of a type that may be its own sibling
+        const tsh::Closes closes = graph.closes(parent, attachment.subtree);
         if (closes != tsh::Closes::kNothing) {
-            const std::string files =
-                std::string{wish.record->file_name} + " and " + record_at(parent).file_name + ")";
+            const std::string files = std::string{attachment.record->file_name} + " and " +
+                                      record_at(parent).file_name + ")";
             refuse(child_node, parent_node,
                    ((closes == tsh::Closes::kCycle ? "link would create a cycle ("
                                                    : "cycle search limit reached (") +
@@ -145,13 +146,13 @@ private:
                        .c_str());
             return false;
         }
-        if (update_child_list(nodes_.data(), parent, wish.child) != 0)
+        if (update_child_list(nodes_.data(), parent, attachment.child) != 0)
             return false;
-        graph.made(parent, wish.subtree);
+        graph.made(parent, attachment.subtree);
         return true;
     }
 
-    // The record that a node of the array was copied from.
+    // Returns the record from which a node of the array was copied.
     [[nodiscard]] const subtree_entry_t &record_at(uint32_t node) const {
         const auto next = std::ranges::upper_bound(records_, node, {}, &subtree_entry_t::position);
         return **(next - 1);
@@ -163,7 +164,7 @@ private:
 };
 
 void end_link() {
-    // Of a root file with several subtrees only the head is released there.
+    // treelink_cleanup releases only the head of the root list.
     subtree_entry_t *rest = tsh_root_tree_table == nullptr ? nullptr : tsh_root_tree_table->next;
     treelink_cleanup(&unresolved_subtree_table, &tsh_root_tree_table, treelink_table);
     tsh::release_subtrees(rest);
@@ -178,13 +179,13 @@ void end_link() {
 int32_t get_parse_tree(tree_node_t **out) {
     *out = nullptr;
     mark_resolvable_subtrees(&unresolved_subtree_table, treelink_table);
-    const int32_t result = tsh::at_c_edge([&] {
+    const int32_t result = tsh::at_api_boundary([&] {
         Linker linker;
         const uint64_t total = linker.total();
         if (total > TREE_MAX_NODES) {
             tsh::warn(tsh::Loss::kPart,
                       "*** Tree Linking Error *** The linked tree would have %" PRIu64
-                      " nodes, but child indices reach only %d\n",
+                      " nodes (limit: %d)\n",
                       total, TREE_MAX_NODES);
             return -1;
         }
@@ -210,9 +211,9 @@ uint32_t add_subtree_in_main_tree(tree_node_t *array, uint32_t *next, subtree_en
 }
 
 int32_t check_conflicting_node(const tree_node_t *existing, const tree_node_t *added) {
-    if (!stand_for_same_word(*existing, *added))
+    if (!match_same_word(*existing, *added))
         return 0;
-    // A path that is named twice meets the subtree itself, and loses nothing.
+    // With a duplicate path, the subtree conflicts with itself, and nothing is lost.
     tsh::warn(existing == added ? tsh::Loss::kNothing : tsh::Loss::kPart,
               "*** Tree Linking Error *** Conflicting nodes %s and %s attaching below the same "
               "parent\n",
@@ -231,7 +232,7 @@ int32_t check_conflicting_children(const tree_node_t *array, int32_t parent,
 int32_t update_child_list(tree_node_t *array, uint32_t parent, uint32_t child) {
     tree_node_t &node = array[parent];
     if (node.child_count >= TREE_MAX_CHILDREN) {
-        refuse(array[child], node, "it has 192 children already");
+        refuse(array[child], node, "parent has 192 children (limit)");
         return -1;
     }
     uint16_t *end = node.children + node.child_count;

@@ -1,32 +1,31 @@
-// Cycles among subtrees.
+// Incremental cycle detection among subtrees.
 //
-// The problem. The linker makes edges one after another, each from a node of one subtree to the
-// root of another, in an order that is prescribed. An edge that would close a cycle is refused, the
-// others are made; and whether it would depends on the edges made before it, of which some were
-// refused for other reasons. That is incremental cycle detection in a directed graph whose vertices
-// are the subtrees: a subtree is sound in itself and entered at its root only, so of its inside it
-// matters only whether the root leads to the node at which the edge begins.
+// Problem: The linker adds edges one after another, each from a node of one subtree to the root of
+// another, in a prescribed order. An edge that would close a cycle is rejected. The result depends
+// on the edges before it, some of which may have been rejected for other reasons. This is
+// incremental cycle detection in a directed graph whose vertices are the subtrees. A subtree is
+// valid in itself and entered only at its root, so its inside matters only in one respect: whether
+// the root reaches the node at which the edge starts.
 //
-// The method. All edges asked for are known before the first is made.
-//  1. The strongly connected components of the graph of all edges asked for, by Tarjan's one
-//     depth-first walk, linear in vertices and edges. An edge between two components lies on no
-//     cycle, whichever edges are made. In a sound grammar every component is one subtree, so no
-//     edge is left for the second step.
-//  2. For an edge inside a component, a search from both ends for a path from the child back to the
-//     parent, over the edges made inside components. The two breadth-first searches take turns, so
-//     they cost no more than twice the smaller one: at the end of a chain, or at the leaves of a
-//     tree, next to nothing, in whatever order chain or tree are put together.
+// Method: All requested edges are known before the first one is added.
+//  1. Find the strongly connected components of the graph of all requested edges with Tarjan's
+//     depth-first search, in linear time. An edge between two components is on no cycle, whichever
+//     edges are added. In a valid grammar every component is one subtree, so the second step is not
+//     needed.
+//  2. For an edge inside a component, search from both ends for a path from the child back to the
+//     parent, over the edges inside components. The two breadth-first searches alternate, so they
+//     cost at most twice the smaller one. At the end of a chain, or at the leaves of a tree, this
+//     is very little, whatever the order of the edges.
 //
-// What else there is, for n subtrees (up to 65,536) and m edges (up to 32 for each):
-//  - a search from one end only: simpler, but a chain of n that is put together from the wrong end
-//    costs n * n / 2 steps, two thousand million;
-//  - all pairs that lead to each other, a bit for each: answers at once, but takes 512 MB, and an
-//    edge that is made may change n * n / 64 words;
-//  - a topological order kept up to date (Pearce and Kelly), which confines the searches to the
-//    vertices between the two ends: m * sqrt(m) steps in its best form, but an order, its renewal
-//    and its own two searches to look after, for components that sound grammars do not have.
-// The search from both ends has no better bound than m steps for an edge, so the searches of one
-// link share a limit. One that reaches it leaves its question open, and so do all after it.
+// Alternatives, for n subtrees (up to 65,536) and m edges (up to 32 per subtree): - a search from
+// one end only: simpler, but a chain of n subtrees in the wrong order costs n * n / 2 steps, two
+// thousand million; - a reachability matrix with one bit per pair: answers immediately, but needs
+// 512 MB, and a new edge may change n * n / 64 words; - a dynamic topological order (Pearce and
+// Kelly), which limits the searches to the vertices between the two ends: m * sqrt(m) steps in its
+// best form, but an order, its updates and two searches to maintain, for components that valid
+// grammars do not have. The search from both ends has no better bound than m steps per edge, so the
+// searches of one link share a limit. A search that exceeds it is undecided, and so are all later
+// ones.
 #include "treelink/attach_graph_internal.h"
 
 #include <algorithm>
@@ -37,15 +36,16 @@ using tsh::SubtreeEdges;
 
 constexpr uint32_t kNone = SubtreeEdges::kNone;
 
-// Pairs of steps that all searches of one link may take: some 3 s, at 50 ns for a pair where the
-// edges have outgrown the cache. Measured with random attach paths, the worst tangles there were:
-// 10,000 subtrees of 32 paths each take 60 million pairs, and a quarter of this limit would leave
-// half of their paths undecided; 60,000 subtrees of 4 paths each do not come to an end with four
-// times the limit either, in 13 s.
+// Limit of all searches of one link in pairs of steps: about 3 s, at 50 ns per pair if the edges do
+// not fit into the cache. Measured with random attach paths, the worst cases found: 10,000 subtrees
+// with 32 paths each need 60 million pairs, and a quarter of this limit would leave half of their
+// paths undecided; 60,000 subtrees with 4 paths each do not finish within four times the limit, 13
+// s.
 constexpr uint64_t kMostSteps = uint64_t{1} << 26U;
 
-// The strongly connected components of the graph, each told by one of its members: Tarjan's
-// depth-first walk, which keeps for every subtree the oldest open one that it leads back to.
+// Returns the strongly connected components of the graph, each identified by one of its members.
+// Uses Tarjan's depth-first search, which stores for every subtree the oldest open subtree that it
+// reaches.
 std::vector<uint32_t> components_of(const SubtreeEdges &edges) {
     struct PathStep {
         uint32_t subtree;
@@ -165,8 +165,8 @@ uint32_t tsh::AttachGraph::end_of(uint32_t subtree) const {
                                         : static_cast<uint32_t>(nodes_.size());
 }
 
-// A subtree is only ever entered at its root, so a parent that the root does not lead to ends
-// every way that comes in.
+// A subtree is entered only at its root, so no path leads through a parent that the root does not
+// reach.
 bool tsh::AttachGraph::may_lie_on_cycle(uint32_t parent_node, uint32_t subtree) {
     const uint32_t parent = subtree_of_[parent_node];
     if (component_[parent] != component_[subtree])
@@ -182,7 +182,7 @@ void tsh::AttachGraph::find_nodes_below_root(uint32_t subtree) {
     std::vector<uint32_t> pending;
     const auto reach = [&](uint32_t node) {
         if (node < first || node >= end || below_root_[node])
-            return; // the root of another subtree, linked here before, or met already
+            return; // the root of another subtree that was linked here, or already visited
         below_root_[node] = true;
         pending.push_back(node);
     };

@@ -1,5 +1,5 @@
-// The graph of subtrees and the edges by which they are attached, kept free of cycles. The method
-// and its costs are told in attach_graph.cpp.
+// Acyclic graph of subtrees and the edges that attach them. attach_graph.cpp explains the method
+// and its costs.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -11,7 +11,7 @@
 
 namespace tsh {
 
-/// Adjacency lists: the edges that leave each subtree, the newest first.
+/// Adjacency lists: the outgoing edges of each subtree, the newest first.
 class SubtreeEdges {
 public:
     static constexpr uint32_t kNone = UINT32_MAX;
@@ -39,7 +39,7 @@ public:
         : edges_(edges), round_of_(edges.subtrees()) {}
 
     void start(uint32_t subtree);
-    /// Follows the next edge. Where it leads; nothing when no edge is left.
+    /// Follows the next edge. Returns its target; nothing if no edge is left.
     std::optional<uint32_t> step();
     [[nodiscard]] bool has_reached(uint32_t subtree) const { return round_of_[subtree] == round_; }
 
@@ -50,29 +50,28 @@ private:
     std::vector<uint32_t> round_of_; // the last search that reached the subtree
     uint32_t round_ = 0;
     std::vector<uint32_t> reached_;
-    size_t current_ = 0; // in reached_: whose edges are being followed
+    size_t current_ = 0; // index in reached_ of the subtree whose edges are being followed
     uint32_t next_edge_ = SubtreeEdges::kNone;
 };
 
-/// Whether an edge would close a cycle. All searches of one link together have a limit, past which
-/// the question stays open.
+/// Result of a cycle check. All searches of one link share a limit; kUndecided: it was exceeded.
 enum class Closes : uint8_t { kNothing, kCycle, kUndecided };
 
-/// Tells which edges would close a cycle, as they are made one after another.
+/// Incremental cycle detection: returns whether each new edge would close a cycle.
 class AttachGraph {
 public:
     /// @param nodes the linked array; links within subtrees are read when they are needed.
     /// @param firsts index of each subtree's root, ascending.
     AttachGraph(std::span<const tree_node_t> nodes, std::vector<uint32_t> firsts);
 
-    /// Takes note that a subtree is to be attached below a node. All such edges come before
-    /// find_components.
+    /// Registers an edge that will be checked: a subtree to be attached to a node. All such calls
+    /// must precede find_components.
     void expect(uint32_t parent_node, uint32_t subtree);
     void find_components();
 
-    /// Whether the edge, one of those expected, would close a cycle with the edges made so far.
+    /// Returns whether the edge, which must be expected, would close a cycle with the edges so far.
     Closes closes(uint32_t parent_node, uint32_t subtree);
-    /// Takes note of an edge that was made.
+    /// Registers a new edge.
     void made(uint32_t parent_node, uint32_t subtree);
 
 private:
@@ -85,11 +84,11 @@ private:
     std::vector<uint32_t> firsts_;
     std::vector<uint16_t> subtree_of_; // by node
     SubtreeEdges expected_;            // from parent to child
-    std::vector<uint32_t> component_;  // by subtree: one of the members of its component
+    std::vector<uint32_t> component_;  // by subtree: one member of its component
     std::vector<bool> walked_;         // by subtree: whether below_root_ is known
-    std::vector<bool> below_root_;     // by node: whether the root of its subtree leads to it
-    SubtreeEdges children_;            // edges made inside components, by parent
-    SubtreeEdges parents_;             // the same by child
+    std::vector<bool> below_root_;     // by node: whether the root of its subtree reaches it
+    SubtreeEdges children_;            // edges inside components, by parent
+    SubtreeEdges parents_;             // edges inside components, by child
     SubtreeSearch downwards_;
     SubtreeSearch upwards_;
     uint64_t steps_left_;

@@ -1,4 +1,4 @@
-// What judging and attaching share.
+// Common parts of resolving and attaching subtrees.
 #pragma once
 
 #include "treelink/attach.h"

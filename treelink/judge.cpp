@@ -1,4 +1,4 @@
-// Judging which subtrees can be attached, and borrowing missing attach points.
+// Resolution of attach points, and borrowing of missing ones.
 #include "treelink/attach.h"
 
 #include "parse_tree/tree_library.h"
@@ -14,26 +14,25 @@ namespace {
 constexpr const char *kBorrowedFileName = "main_tree.par";
 constexpr uint32_t kBorrowedPathKind = 2;
 
-// The verdict is defined by passes over the list that repeat until one of them marks nothing
-// unresolvable, each testing every record not yet unresolvable. It is enough to make the first.
-// A record that comes out of it resolvable had all its names looked up and found; names never
-// leave the table or change owner; and the records that are added, are added behind the one under
-// test and so are tested in the same pass. Nothing is left for later passes to report or to
-// borrow: they only carry "unresolvable" from owners on to the records that need them, and that
-// can follow the needs directly.
-class Judging {
+// The result is defined by passes over the list, each of which tests every record that is not yet
+// unresolvable, until a pass marks nothing unresolvable. The first pass suffices: all names of a
+// record that it marks resolvable were found; names never leave the table or change owner; and new
+// records are inserted after the tested one and are therefore tested in the same pass. Later passes
+// would report and borrow nothing. They would only propagate "unresolvable" from owners to the
+// records that depend on them, which can follow the dependencies directly.
+class Resolver {
 public:
-    explicit Judging(GHashTable *table) : table_(table) {}
+    explicit Resolver(GHashTable *table) : table_(table) {}
 
-    void judge(subtree_entry_t *first) {
+    void resolve(subtree_entry_t *first) {
         for (subtree_entry_t *record = first; record != nullptr; record = record->next)
             if (record->status != SUBTREE_UNRESOLVABLE)
                 test(*record);
-        spread();
+        propagate();
     }
 
 private:
-    struct Need {
+    struct Dependency {
         const subtree_entry_t *owner;
         subtree_entry_t *record;
     };
@@ -43,13 +42,13 @@ private:
             const treelink_cell_t *cell = find_or_borrow(name, record);
             if (cell == nullptr) {
                 tsh::report_unresolved_path(name, record);
-                return refuse(record);
+                return mark_unresolvable(record);
             }
             if (cell->owner == tsh_root_tree_table)
                 continue;
             if (cell->owner->status == SUBTREE_UNRESOLVABLE)
-                return refuse(record);
-            needs_.push_back({cell->owner, &record});
+                return mark_unresolvable(record);
+            dependencies_.push_back({cell->owner, &record});
         }
         record.status = SUBTREE_RESOLVABLE;
     }
@@ -61,27 +60,28 @@ private:
         return cell;
     }
 
-    void refuse(subtree_entry_t &record) {
+    void mark_unresolvable(subtree_entry_t &record) {
         record.status = SUBTREE_UNRESOLVABLE;
-        refused_.push_back(&record);
+        unresolvable_.push_back(&record);
     }
 
-    void spread() {
-        if (!refused_.empty())
-            std::ranges::sort(needs_, {}, &Need::owner);
-        while (!refused_.empty()) {
-            const subtree_entry_t *owner = refused_.back();
-            refused_.pop_back();
-            auto need = std::ranges::lower_bound(needs_, owner, {}, &Need::owner);
-            for (; need != needs_.end() && need->owner == owner; ++need)
-                if (need->record->status != SUBTREE_UNRESOLVABLE)
-                    refuse(*need->record);
+    void propagate() {
+        if (!unresolvable_.empty())
+            std::ranges::sort(dependencies_, {}, &Dependency::owner);
+        while (!unresolvable_.empty()) {
+            const subtree_entry_t *owner = unresolvable_.back();
+            unresolvable_.pop_back();
+            auto dependency =
+                std::ranges::lower_bound(dependencies_, owner, {}, &Dependency::owner);
+            for (; dependency != dependencies_.end() && dependency->owner == owner; ++dependency)
+                if (dependency->record->status != SUBTREE_UNRESOLVABLE)
+                    mark_unresolvable(*dependency->record);
         }
     }
 
     GHashTable *table_;
-    std::vector<Need> needs_;
-    std::vector<const subtree_entry_t *> refused_; // and not yet spread
+    std::vector<Dependency> dependencies_;
+    std::vector<const subtree_entry_t *> unresolvable_; // and not yet propagated
 };
 
 const dl_hash_entry_t *find_prebuilt(const char *name) {
@@ -91,7 +91,7 @@ const dl_hash_entry_t *find_prebuilt(const char *name) {
     return nullptr;
 }
 
-// Files a copy of the node directly behind the given record.
+// Inserts a copy of the node directly after the given record.
 void borrow(const dl_hash_entry_t &entry, GHashTable *table, subtree_entry_t &record) {
     tree_node_t *copy = tsh::allocate<tree_node_t>(1).release();
     *copy = *entry.node;
@@ -108,8 +108,8 @@ void borrow(const dl_hash_entry_t &entry, GHashTable *table, subtree_entry_t &re
 int32_t mark_resolvable_subtrees(subtree_entry_t **head, GHashTable *table) {
     main_tree_to_dl_hash();
     main_tree2_to_dl_hash();
-    return tsh::at_c_edge([&] {
-        Judging{table}.judge(*head);
+    return tsh::at_api_boundary([&] {
+        Resolver{table}.resolve(*head);
         tsh::release_name_table(table);
         if (table == treelink_table)
             treelink_table = nullptr;

@@ -1,4 +1,4 @@
-// The link driver: which files are read, in which order, and where the result goes.
+// Link driver: selection and order of the input files, and output of the result.
 #include "treelink/link_driver.h"
 
 #include "base/errno_kept.h"
@@ -35,7 +35,7 @@ struct FileName {
     [[nodiscard]] bool equals(const char *other) const { return strcmp(text, other) == 0; }
 };
 
-// The name of entry 0 as far as it goes: one that is too long runs on into the entries behind it.
+// The complete name of entry 0; a name that is too long continues in the following entries.
 std::string_view first_name_of(const par_file_list_t &list) {
     constexpr size_t kOffset = offsetof(par_file_list_t, entries[0].file_name);
     const char *name = reinterpret_cast<const char *>(&list) + kOffset;

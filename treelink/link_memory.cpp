@@ -1,4 +1,4 @@
-// The linker's blocks, and the end of a link without memory.
+// Memory allocation of the linker, and exit if out of memory.
 #include "treelink/link_memory_internal.h"
 
 #include "base/huge_pages.h"

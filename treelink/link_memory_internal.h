@@ -1,6 +1,5 @@
-// Memory of the tree linker. Where there is none left the process ends with status 100, whether the
-// linker itself or a container of the standard library asked for it. Only GLib, when one of its
-// tables grows, ends the process its own way.
+// Memory of the linker. If an allocation of the linker or of a container fails, the process exits
+// with status 100. Only GLib ends the process in another way, if one of its tables cannot grow.
 #pragma once
 
 #include "base/owners.h"
@@ -14,17 +13,18 @@ namespace tsh {
 
 [[noreturn]] void end_out_of_memory();
 
-/// Not cleared. C callers own such blocks, so they come from malloc. Large ones prefer huge pages.
+/// Allocates memory, not cleared, with malloc, because C callers own such blocks. Large blocks use
+/// huge pages if possible.
 void *allocate_bytes(size_t size);
 
-/// Room for count objects, not cleared.
+/// Allocates count objects, not cleared.
 template <typename T> base::Block<T> allocate(size_t count) {
     if (count > SIZE_MAX / sizeof(T))
         end_out_of_memory();
     return base::Block<T>{static_cast<T *>(allocate_bytes(count * sizeof(T)))};
 }
 
-/// Room for count objects, all zero.
+/// Allocates count objects, all zero.
 template <typename T> base::Block<T> allocate_zeroed(size_t count = 1) {
     void *block = calloc(std::max(count, size_t{1}), sizeof(T));
     if (block == nullptr)
@@ -32,8 +32,9 @@ template <typename T> base::Block<T> allocate_zeroed(size_t count = 1) {
     return base::Block<T>{static_cast<T *>(block)};
 }
 
-/// Runs the body of an exported operation that uses containers; no exception leaves it.
-template <typename Body> auto at_c_edge(Body body) noexcept {
+/// Runs the body of an exported function that uses containers; no exception crosses the API
+/// boundary.
+template <typename Body> auto at_api_boundary(Body body) noexcept {
     try {
         return body();
     } catch (const std::bad_alloc &) {

@@ -1,4 +1,4 @@
-// Telling of what a link meets, and counting it.
+// Reporting and counting of a link's messages.
 #include "treelink/link_report_internal.h"
 
 #include "base/escape.h"

@@ -1,5 +1,5 @@
-/* How a link went. The linker tells of what it meets on standard error and goes on; these counters
- * tell the program whether it told of anything. */
+/* Counters of warnings and errors of a link. The linker reports them on standard error and
+ * continues; the counters show the program whether there were any. */
 #ifndef TSH_TREELINK_LINK_REPORT_H
 #define TSH_TREELINK_LINK_REPORT_H
 
@@ -7,14 +7,14 @@
 
 #include <stdint.h>
 
-/** Warnings and errors that were told since the link started; a new link starts both counters at
- * 0. What ends a link shows in its result and is not always counted. The program may set the
- * counters, the linker only adds. */
+/** Number of warnings and errors reported since the link started; a new link resets both counters
+ * to 0. An error that stops a link is visible in its result and is not always counted. The program
+ * may set the counters; the linker only increments them. */
 TSH_API uint32_t tsh_link_warnings;
 
-/** Those among them that tell of a loss: a file or a part of one that was not read, a subtree that
- * was left out, or a path at which it was not attached. The others, such as a name met twice, are
- * about a tree that holds everything. */
+/** Number of these messages that report missing input: a file or a part of it that was not read, a
+ * skipped subtree, or a path at which it was not attached. After the others, such as a duplicate
+ * name, the tree is complete. */
 TSH_API uint32_t tsh_link_losses;
 
 #endif

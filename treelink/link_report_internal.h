@@ -1,11 +1,11 @@
-// The one way in which the linker tells of what it meets.
+// Reporting and counting of the linker's messages.
 #pragma once
 
 #include "treelink/link_report.h"
 
 namespace tsh {
 
-/// Whether something that was handed to the link is missing from its tree.
+/// Whether a part of the input is missing from the tree.
 enum class Loss : bool { kNothing, kPart };
 
 /// Writes a message to standard error and counts it.

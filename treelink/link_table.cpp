@@ -1,4 +1,4 @@
-// The link table and the end of a link.
+// Link table, and cleanup of a link.
 #include "treelink/link_table.h"
 
 #include "base/escape.h"

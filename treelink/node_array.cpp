@@ -1,4 +1,4 @@
-// The growable node array, and the rebasing of child indices.
+// Growable node array, and adjustment of child indices.
 #include "treelink/attach.h"
 
 #include "feature/tsh/src/trace.h"
@@ -25,8 +25,8 @@ int32_t printed_address(const void *address) {
     return static_cast<int32_t>(reinterpret_cast<intptr_t>(address));
 }
 
-// An array that is going to be printed has room for every index there is: a tree under construction
-// may lead anywhere. Memory that is never touched costs nothing.
+// An array that will be printed has the capacity for every index, because an incomplete tree may
+// contain any. Memory that is never accessed costs nothing.
 void *allocate_nodes(uint32_t capacity) {
     const uint32_t reach = debug_flag == 1 ? TREE_MAX_NODES : 0;
     return calloc(std::max(capacity, reach), sizeof(tree_node_t));

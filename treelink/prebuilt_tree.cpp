@@ -1,4 +1,4 @@
-// The prebuilt trees, and the tables of their nodes and parents.
+// Prebuilt trees, and the tables of their nodes and parents.
 #include "base/escape.h"
 #include "parse_tree/par_file_internal.h"
 #include "parse_tree/tree_check_internal.h"
@@ -23,19 +23,19 @@ char *prebuilt_main_tree_path;
 
 namespace {
 
-constexpr size_t kPathSize = 204; // bytes of a prebuilt tree's path with its terminating zero
+constexpr size_t kPathSize = 204; // bytes of a prebuilt tree's path, including its NUL
 
 struct PrebuiltTree {
     const char *file;
-    GHashTable **table; // exported; the program may have put another table there
+    GHashTable **table; // exported; the program may have replaced it
     GHashTable *built = nullptr;
-    base::Block<tree_node_t> nodes = {}; // to which the entries of the table point
+    base::Block<tree_node_t> nodes = {}; // the entries of the table point to them
 };
 
 PrebuiltTree main_tree{.file = "main_tree.pars", .table = &main_tree_dl_hash};
 PrebuiltTree main_tree2{.file = "main_tree2.pars", .table = &main_tree2_dl_hash};
 
-// Reports a tree that cannot be used. The reason is the system's, or 0. Returns no nodes.
+// Reports a tree that cannot be used. The reason is an errno or 0. Returns no nodes.
 base::Block<tree_node_t> refuse(const char *file, int reason = 0) {
     tsh::warn(tsh::Loss::kNothing,
               "*** Treelink Warning ***: Prebuilt tree %s/%s cannot be used%s%s\n",
@@ -45,8 +45,8 @@ base::Block<tree_node_t> refuse(const char *file, int reason = 0) {
 }
 
 // Returns the valid tree in a file, or null after a report unless there is no such file. The file
-// is not mapped: if another process truncated it, its readers would be killed. Records that no
-// child index can name are not read.
+// is not mapped: if another process truncated it, its readers would be killed. Records that child
+// indices cannot address are not read.
 base::Block<tree_node_t> read_valid_tree(const char *file) {
     std::array<char, kPathSize> path;
     const int length = snprintf(path.data(), path.size(), "%s/%s", prebuilt_main_tree_path, file);
@@ -67,7 +67,7 @@ base::Block<tree_node_t> read_valid_tree(const char *file) {
     if (base::read_fully(tree, nodes.get(), array.size_bytes()) !=
         static_cast<ssize_t>(array.size_bytes()))
         return refuse(file, errno);
-    if (const auto fault = tsh::at_c_edge([&] { return tsh::check_tree(array); })) {
+    if (const auto fault = tsh::at_api_boundary([&] { return tsh::check_tree(array); })) {
         base::print_escaped(stderr, "%s: %s\n", path.data(), tsh::FaultText{array, *fault}.text());
         return refuse(file);
     }
@@ -86,7 +86,7 @@ int32_t build(PrebuiltTree &tree) {
     if (is_ours)
         tsh::release_name_table(tree.built);
     else
-        tree.nodes.release(); // the program has the table, which points to them
+        tree.nodes.release(); // the program owns the table, which points to them
     tree.nodes = std::move(nodes);
     tree.built = *tree.table = tsh::new_name_table();
     return atnodes_to_dl_hash(tree.nodes.get(), tree.built, 0, nullptr);
@@ -97,12 +97,12 @@ struct Visit {
     const tree_node_t *parent;
 };
 
-// The last visit that a preorder walk pays to each node, the latest visit first.
+// Last visits of each node by a preorder walk, the latest visit first.
 //
-// The walk runs backwards: children from last to first, and a node after all that is below it.
-// That is preorder reversed, so a node is first met here where preorder meets it last. What lies
-// below a node that was met was met with it, so meeting the node again can add nothing, and every
-// link is followed once however many paths there are.
+// The walk runs backward: children from last to first, and a node after its descendants. This is
+// reverse preorder, so the first visit here is the last visit in preorder. The descendants of a
+// visited node have also been visited, so a second visit adds nothing, and every link is followed
+// once, however many paths there are.
 std::vector<Visit> last_visits(const tree_node_t *base, Visit start) {
     struct PathStep {
         Visit visit;
@@ -147,7 +147,7 @@ void record_visit(GHashTable *table, Visit visit) {
 
 int32_t atnodes_to_dl_hash(const tree_node_t *base, GHashTable *table, uint32_t index,
                            const tree_node_t *parent) {
-    return tsh::at_c_edge([&] {
+    return tsh::at_api_boundary([&] {
         const std::vector<Visit> visits = last_visits(base, {base + index, parent});
         std::for_each(visits.rbegin(), visits.rend(),
                       [&](const Visit &visit) { record_visit(table, visit); });

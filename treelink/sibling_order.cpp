@@ -1,4 +1,4 @@
-// The order of siblings: a total one, so that a linked tree does not depend on the list of files.
+// Total order of siblings, so that a linked tree does not depend on the order of the files.
 #include "treelink/sibling_order.h"
 
 #include <cstring>

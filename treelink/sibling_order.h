@@ -1,5 +1,5 @@
-/* The place of a subtree among the children of the node that the linker hangs it below: in front of
- * the first one that sorts after it, else behind all. Those that are there keep their order. */
+/* Position of a subtree among the children of its attach point: before the first child that sorts
+ * after it, otherwise last. The existing children keep their order. */
 #ifndef TSH_TREELINK_SIBLING_ORDER_H
 #define TSH_TREELINK_SIBLING_ORDER_H
 
@@ -7,7 +7,7 @@
 
 /** Compares by token, then by name, bytewise. Parameter positions, whose token is empty, sort
  * before keywords.
- * @return -1, 0 or 1 as the first node sorts before, with or after the second. */
+ * @return -1, 0 or 1 if the first node sorts before, equal to or after the second. */
 TSH_API int32_t treelink_lexicograph_cmp(const tree_node_t *first, const tree_node_t *second);
 
 #endif

@@ -1,4 +1,4 @@
-// Reading subtree files and filing what they hold.
+// Reader for subtree files, which adds their subtrees to the lists.
 #include "treelink/subtree_read.h"
 
 #include "base/errno_kept.h"
@@ -35,7 +35,7 @@ using tsh::Loss;
 
 namespace {
 
-// What read_parser_file has filed in the current link.
+// Numbers of subtrees and nodes that read_parser_file has added to the current link.
 uint32_t filed_nodes;
 uint32_t filed_subtrees;
 
@@ -46,8 +46,8 @@ bool is_directory(const char *path) {
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// Null with errno set when the file cannot be opened. The compressed layer would open a directory
-// and find nothing in it.
+// Returns null with errno set if the file cannot be opened. gzopen would open a directory as an
+// empty file.
 GzipFile open_par_file(const char *path) {
     errno = EISDIR;
     if (is_directory(path))
@@ -59,13 +59,13 @@ GzipFile open_par_file(const char *path) {
     return file;
 }
 
-// The bytes of one subtree as they come from a file.
+// Input stream of subtrees.
 class SubtreeStream {
 public:
     SubtreeStream(const char *file_name, void *stream, int32_t compressed)
         : file_name_(file_name), stream_(stream), compressed_(compressed) {}
 
-    // The number of bytes that arrived; negative when they could not be inflated.
+    // Returns the number of bytes read; negative if they could not be decompressed.
     int32_t read(void *buffer, uint32_t length) {
         const int32_t arrived = read_regular_or_compressed(stream_, buffer, length, compressed_);
         if (arrived < 0 && inflate_error() == Z_MEM_ERROR)
@@ -78,12 +78,12 @@ public:
         return arrived >= 0 && static_cast<uint32_t>(arrived) == length;
     }
 
-    // Nothing where the next subtree does not begin; what arrived in its place is told of.
+    // Returns the next header; nothing at the end of the file. Reports a truncated header.
     std::optional<subtree_header_t> next_header(bool to_host) {
         subtree_header_t header;
         const int32_t arrived = read(&header, sizeof header);
         if (arrived < static_cast<int32_t>(sizeof header)) {
-            tell_if_cut(arrived);
+            report_if_truncated(arrived);
             return std::nullopt;
         }
         if (to_host)
@@ -104,27 +104,27 @@ public:
     }
 
 private:
-    void tell_if_cut(int32_t arrived) const {
+    void report_if_truncated(int32_t arrived) const {
         if (const char *reason = reason_of_end(arrived))
             tsh::warn(Loss::kPart,
                       "*** Treelink Warning ***: File %s could not be read to its end: %s\n",
                       file_name_, reason);
     }
 
-    // Null for the end of a whole file.
+    // Returns null at the end of a complete file.
     [[nodiscard]] const char *reason_of_end(int32_t arrived) const {
         if (compressed_ == 0 && ferror(static_cast<FILE *>(stream_)) != 0)
             return strerror(errno);
         switch (compressed_ == 0 ? Z_OK : inflate_error()) {
         case Z_OK:
         case Z_STREAM_END:
-            return arrived == 0 ? nullptr : "it ends inside a header";
+            return arrived == 0 ? nullptr : "truncated inside a header";
         case Z_ERRNO:
             return strerror(errno);
         case Z_BUF_ERROR:
-            return "its compressed data end early";
+            return "truncated gzip data";
         default:
-            return "its compressed data cannot be inflated";
+            return "corrupt gzip data";
         }
     }
 
@@ -139,7 +139,7 @@ private:
     int32_t compressed_;
 };
 
-// Calls take(name) for every name of an attach path that is not empty.
+// Calls take(name) for every nonempty name of an attach path.
 template <typename Take> void for_each_name(std::string_view text, Take take) {
     while (!text.empty()) {
         const std::string_view name = text.substr(0, text.find(','));
@@ -170,19 +170,19 @@ void show_subtree(const tree_node_t *nodes) {
     putchar('\n');
 }
 
-// Names the file and the limit when the subtree would lead past it.
+// Returns whether the subtree would exceed the limits of the link; reports the file and the limits.
 bool exceeds_link(const char *file_name, uint32_t node_count) {
     const bool fits =
         filed_subtrees < TREELINK_MAX_SUBTREES && node_count <= TREELINK_MAX_NODES - filed_nodes;
     if (!fits)
         tsh::warn(Loss::kPart,
-                  "*** Treelink Warning ***: File %s leads past %u nodes or %u subtrees in one "
+                  "*** Treelink Warning ***: File %s exceeds %u nodes or %u subtrees per "
                   "link, the rest of it is ignored\n",
                   file_name, TREELINK_MAX_NODES, TREELINK_MAX_SUBTREES);
     return !fits;
 }
 
-// What remains in the file is of no use after the first subtree that cannot be read.
+// Stops at the first subtree that cannot be read: the rest of the file cannot be interpreted.
 void file_all_subtrees(const char *file_name, gzFile file, subtree_entry_t **head) {
     const bool debug = debug_flag == 1;
     while (true) {
@@ -260,21 +260,21 @@ int32_t read_par_tree(const char *file_name, void *stream, tree_node_t **nodes,
         return input.refuse_as_corrupted();
 
     *path = {};
-    input.read(path->path, header->path_len); // a file that ends here has no nodes either
+    input.read(path->path, header->path_len); // a file that ends here has no nodes
     path->path[sizeof path->path - 1] = '\0';
     if (count_names(path->path) > SUBTREE_ATTACH_PATHS)
         return input.refuse_as_corrupted();
     if (count == 0)
         return -1;
 
-    // Memory that nothing arrives for is never touched, so the claim alone costs nothing.
+    // Memory without input is never accessed, so a large size in the header alone costs nothing.
     base::Block<tree_node_t> buffer = tsh::allocate<tree_node_t>(count);
     const std::span<tree_node_t> tree{buffer.get(), count};
     if (!input.read_whole(tree.data(), header->tree_bytes))
         return input.refuse_as_unreadable();
     if (to_host != 0)
         tsh::array_to_host(tree);
-    if (tsh::at_c_edge([&] { return tsh::check_tree(tree); }))
+    if (tsh::at_api_boundary([&] { return tsh::check_tree(tree); }))
         return input.refuse_as_corrupted();
     if (debug) {
         display_array_tree(tree.data(), 0, 0);

@@ -1,7 +1,6 @@
 #!/bin/sh
-# Makes the main tree of the switch from the grammars beside this script: make.sh FOLDER
-# In the folder stand afterwards main.par, what it was linked from, and the prebuilt trees that some
-# of that attaches to.
+# Compiles the grammars of this directory into the main tree of the switch: make.sh DIRECTORY
+# The directory then contains main.par, the subtree files from which it was linked, and the prebuilt trees.
 set -eu
 unset CDPATH
 grammars=$(cd "$(dirname "$0")" && pwd)

@@ -1,10 +1,10 @@
-// The library that makes calls of a program fail. Preload it, and of its environment
-//   FAULT_write=3      makes the third write fail,
-//   FAULT_write=3-     that one and all after it,
-//   FAULT_COUNTS=FILE  has a line left there for the blocks that were not released, and one for
-//                      each kind of calls: its name, how many there were, the reason of a fault.
-// A filter in the kernel stops every such call that the C library makes, those of its streams as
-// well, and a signal handler lets it fail or makes it. Counting begins when the program is loaded.
+// Fault injection library, to be preloaded. Environment variables:
+//   FAULT_write=3      makes the third write fail;
+//   FAULT_write=3-     makes the third write and all later ones fail;
+//   FAULT_COUNTS=FILE  writes one line with the blocks that were not released, and one line per
+//                      kind of call: name, number of calls, errno of a fault.
+// A seccomp filter traps every such call of the C library, including its streams, and a signal
+// handler fails or performs it. Counting starts when the program is loaded.
 #include "tests/support/failing_malloc.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ struct Call {
     std::array<long, 6> arguments;
 };
 
-constexpr int kShort = 0; // instead of a reason: half of the bytes pass
+constexpr int kShort = 0; // instead of an errno: processes half of the bytes
 
 struct Kind {
     const char *name;
@@ -88,7 +88,7 @@ bool is_counting = false;
 
 #ifdef __x86_64__
 
-// From here, where the filter stops nothing.
+// Performs a call that the filter does not trap.
 long make(const Call &call) {
     const auto [first, second, third, fourth, fifth, sixth] = call.arguments;
     register long r10 asm("r10") = fourth;
@@ -102,7 +102,7 @@ long make(const Call &call) {
     return result;
 }
 
-// Memory that malloc takes is no file's.
+// Returns whether the call counts: mappings without a file belong to malloc.
 bool is_counted(const Call &call) {
     return is_counting && !(call.number == SYS_mmap && (call.arguments[3] & MAP_ANONYMOUS) != 0);
 }
@@ -120,7 +120,7 @@ long make_unless_it_fails(Call call) {
         if (reason == kShort)
             bytes = (bytes + 1) / 2;
     }
-    // A close that fails has closed all the same.
+    // A failing close still closes the descriptor.
     const long result = reason == 0 || call.number == SYS_close ? make(call) : 0;
     return reason == 0 ? result : -reason;
 }
@@ -132,7 +132,8 @@ void on_call(int /*signal*/, siginfo_t *info, void *context) {
          {of[REG_RDI], of[REG_RSI], of[REG_RDX], of[REG_R10], of[REG_R8], of[REG_R9]}});
 }
 
-// Of addresses the lower half does: libraries lie close together.
+// Traps calls of the C library by address. The lower half of an address suffices, because libraries
+// are close together.
 void stop_calls() {
     dl_find_object library{};
     _dl_find_object(reinterpret_cast<void *>(&getpid), &library);
@@ -195,7 +196,7 @@ void stop_calls() {}
 
 } // namespace
 
-// Where a program holds back all signals, calls go on stopping.
+// Keeps the trap signal unblocked if a program blocks all signals.
 extern "C" [[gnu::visibility("default")]] int pthread_sigmask(int how, const sigset_t *set,
                                                               sigset_t *old) noexcept {
     static auto *const real = reinterpret_cast<int (*)(int, const sigset_t *, sigset_t *)>(

@@ -42,7 +42,7 @@ bool failing_malloc::available() {
 
 #else
 
-// Not found out by trying: where the allocators below have lost their effect, tests are to fail.
+// Not determined by a trial: tests must fail if the allocators below have no effect.
 bool failing_malloc::available() {
     const char *preloaded = getenv("LD_PRELOAD");
     return preloaded == nullptr || strstr(preloaded, "vgpreload") == nullptr; // valgrind's
@@ -57,7 +57,7 @@ void *__libc_realloc(void *block, size_t size);
 void *__libc_memalign(size_t alignment, size_t size);
 void __libc_free(void *block);
 
-// GLib's own allocations never fail: it ends the process then.
+// Allocations of GLib never fail, because it would end the process.
 static bool is_glib(const void *caller) {
     Dl_info info{};
     return dladdr(caller, &info) != 0 && info.dli_fname != nullptr &&

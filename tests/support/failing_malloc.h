@@ -1,14 +1,14 @@
-// Allocations that fail on order. Counting runs from arm to disarm and covers the whole process,
-// so print something to the streams in use before arming: their buffers are allocated late.
+// Injection of allocation errors. Counting lasts from arm to disarm and covers the complete
+// process. Streams allocate their buffers at the first output, so print something before arm.
 #pragma once
 
 namespace failing_malloc {
 
-// False where a sanitizer or valgrind owns malloc; arm then does nothing and the test has to be
-// skipped.
+// Returns false if a sanitizer or valgrind replaces malloc; arm then does nothing, and the test
+// must be skipped.
 bool available();
 
-// From now on the fail_at-th allocation fails (1 is the next one; 0: none does), and if told so all
+// Makes the fail_at-th allocation from now on fail (1 is the next one; 0: none), and optionally all
 // after it.
 void arm(long fail_at, bool from_there_on = false);
 

@@ -1,4 +1,4 @@
-// The grammar vocabulary: owns the texts and links of the nodes it hands to the tree writer.
+// Grammar vocabulary: owns the strings and links of the nodes for the tree writer.
 #include "tests/support/grammar.h"
 
 #include "parse_tree/tree_library.h"
@@ -136,7 +136,7 @@ Word main_root(const std::vector<Word> &words) {
 }
 
 std::vector<tree_node_t> lay_out(const Word &root) {
-    // calloc does not touch the room that a small tree leaves unused.
+    // calloc does not access the memory that a small tree does not use.
     constexpr size_t kWriterRoom = 20000;
     const std::unique_ptr<tree_node_t, void (*)(void *)> scratch{
         static_cast<tree_node_t *>(calloc(kWriterRoom, sizeof(tree_node_t))), free};

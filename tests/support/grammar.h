@@ -1,6 +1,6 @@
-// A small vocabulary to write grammars in C++ and hand them to the tree writer:
+// Vocabulary for grammars in C++, written by the tree writer:
 //     keyword("show").child(keyword("version").terminal())
-// A Word is a handle: giving the same Word to two parents shares the node between them.
+// A Word is a handle: two parents with the same Word share its node.
 #pragma once
 
 #include "parse_tree/tree_writer.h"
@@ -16,7 +16,7 @@ class Word {
 public:
     Word(const std::string &token, const std::string &name);
 
-    Word &named(const std::string &name); // a keyword is named like its token unless told
+    Word &named(const std::string &name); // default name of a keyword: its token
     Word &child(const Word &word);
     Word &marked_child(const Word &word);
     Word &terminal();
@@ -29,10 +29,10 @@ public:
     Word &func_id(const std::string &text);
     Word &mode_id(const std::string &text);
 
-    // Everything else a node holds can be set here; valid while a handle to the word lives.
+    // All other fields of the node; valid as long as a handle of the word exists.
     [[nodiscard]] parser_node_t &node() const;
 
-    // Marks the word and everything below it as not yet placed, as the writer wants it.
+    // Resets the array index of the word and its descendants, as the writer requires.
     [[nodiscard]] parser_node_t *unplaced() const;
 
 private:
@@ -41,27 +41,27 @@ private:
 };
 
 Word keyword(const std::string &token);
-Word parameter(uint32_t type_mask); // named "parameter" unless told
+Word parameter(uint32_t type_mask); // default name: "parameter"
 Word structural(const std::string &name);
 
-// A root with the given words below it, and last a "tsh_redirect_root", which every main tree
-// must have, with one child of no effect.
+// Returns a root with the given words, and finally a "tsh_redirect_root" with one child without
+// effect, which every main tree must have.
 Word main_root(const std::vector<Word> &words);
 
-// The grammar as an array tree in host order, as the tree writer lays it out; throws
-// std::runtime_error for a word that has more words below it than a record holds.
+// Returns the grammar as an array tree of the tree writer in host order; throws std::runtime_error
+// for a word with too many children.
 std::vector<tree_node_t> lay_out(const Word &root);
 
-// Stores records as a main par file; throws std::runtime_error when that fails.
+// Stores records as a main par file; throws std::runtime_error on error.
 void write_main_tree(const std::string &path, std::vector<tree_node_t> nodes);
 
-// One subtree of a subtree file: the nodes and where they are to be attached.
+// One subtree of a subtree file: the nodes and the attach path.
 struct Subtree {
     Word root;
     std::string attach_path;
 };
 
-// Stores subtrees back to back as a gzip-compressed subtree file; throws like write_main_tree.
+// Stores subtrees in sequence as a gzip-compressed subtree file; throws like write_main_tree.
 void write_subtree_file(const std::string &path, const std::vector<Subtree> &subtrees);
 
 } // namespace grammar

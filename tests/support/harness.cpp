@@ -127,7 +127,7 @@ std::string without_times(const std::string &trace) {
         int length = 0;
         long seconds = 0;
         long microseconds = 0;
-        // Ten digits, so that a number at the end of the trace before is not taken along.
+        // Ten digits, so that a number at the end of the previous trace is not included.
         const bool is_time = strspn(rest, "0123456789") == 10 &&
                              sscanf(rest, "%ld:%ld:%n", &seconds, &microseconds, &length) == 2 &&
                              length > 0;

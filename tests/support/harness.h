@@ -1,5 +1,5 @@
-// What tests share: scratch folders, whole files, and code or programs run in a process of their
-// own with everything they print.
+// Common parts of tests: scratch directories, complete files, and code or programs that run in a
+// separate process with captured output.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@
 
 namespace harness {
 
-// How a process ended: its exit status, or 128 + the signal that ended it, and what it printed.
-// Compared as a whole, a failing assertion shows all of it.
+// Result of a process: exit status, or 128 + the signal that ended it, and output. A failing
+// comparison shows all of it.
 struct Outcome {
     int status;
     std::string out;
@@ -22,7 +22,7 @@ struct Outcome {
 };
 std::ostream &operator<<(std::ostream &stream, const Outcome &outcome);
 
-// A folder that is removed with everything in it.
+// Directory that the destructor removes with its contents.
 class ScratchDir {
 public:
     ScratchDir();
@@ -34,10 +34,10 @@ public:
         return (root_ / name).string();
     }
 
-    // Runs a shell command inside the folder, this build's programs along its PATH. Settings are
-    // NAME=VALUE, added to the environment, which names the library of
-    // tests/support/failing_calls.cpp in FAULTS; link to it before preloading it, as its path may
-    // hold a blank.
+    // Runs a shell command inside the directory, with this build's programs in its PATH. Settings
+    // are NAME=VALUE, added to the environment. FAULTS is the library of
+    // tests/support/failing_calls.cpp; create a link to preload it, because its path may contain a
+    // space.
     [[nodiscard]] Outcome shell(const std::string &command,
                                 const std::vector<std::string> &settings = {}) const;
 
@@ -50,22 +50,22 @@ void write_file(const std::string &path, const std::string &bytes);
 
 std::vector<std::string> lines_of(const std::string &text);
 
-// The messages that a text announces of itself: below a line, "#! COLUMN: MESSAGE" for each. They
-// come as "LINE:COLUMN: MESSAGE".
+// Returns the expected messages of a text, "#! COLUMN: MESSAGE" below a line, as "LINE:COLUMN:
+// MESSAGE".
 std::vector<std::string> announced(const std::string &text);
 
-// Runs code in a child process, so that exits, process-wide state and output stay there. The
-// result of the code is the exit status. An assertion that fails in the child fails the test, with
-// what the child printed.
+// Runs code in a child process, which isolates exits, process-wide state and output. The result of
+// the code is the exit status. An assertion that fails in the child fails the test, with the output
+// of the child.
 Outcome in_child(const std::function<int()> &code);
 
-// Runs a program found along PATH, with settings as above.
+// Runs a program in PATH, with settings as above.
 Outcome run(const std::vector<std::string> &command, const std::vector<std::string> &settings = {});
 
-// A trace with each time prefix as "@".
+// Returns a trace with "@" instead of each time prefix.
 std::string without_times(const std::string &trace);
 
-// What code prints and reports with families of traces on, times left out.
+// Returns the output of code with families of traces enabled, without times.
 Outcome traced(uint32_t families, const std::function<void()> &code);
 
 } // namespace harness

@@ -1,4 +1,4 @@
-// A grammar as the process's main tree, for tests of navigation and enumeration.
+// Grammar loaded as the process's main tree, for tests of navigation and enumeration.
 #pragma once
 
 #include "parse_tree/tree_load.h"

@@ -1,4 +1,4 @@
-// Small trees out of whatever numbers there are: random ones, or the bytes of a fuzzer.
+// Small trees from random numbers or from the bytes of a fuzzer.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -11,8 +11,8 @@
 
 namespace grammar {
 
-// A small tree of few words, without cycles: with submodes, shared nodes, optional words, nodes
-// without a word, and siblings and whole lines that are spelled alike. next() gives numbers.
+// Returns a small acyclic tree of few words: with submodes, shared nodes, optional words, nodes
+// without a word, and siblings and lines with the same spelling. next() returns numbers.
 template <typename Next>
 std::vector<tree_node_t> random_tree(Next &&next, std::span<const char *const> words,
                                      std::span<const uint32_t> types) {

@@ -1,14 +1,14 @@
-// A fuzz target that is linked into a test runs there on inputs of its own, the same in every run.
+// Execution of a fuzz target inside a test, with the same inputs in every run.
 #pragma once
 
 #include <cstdint>
 #include <random>
 #include <vector>
 
-// Aborts where a property does not hold, after standard error has named it.
+// Aborts if a property is violated, after a message on standard error.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 
-// Runs the target on so many inputs of random bytes.
+// Runs the target on this number of inputs of random bytes.
 inline void replay(int inputs, size_t longest) {
     std::mt19937 random(20);
     for (int i = 0; i < inputs; ++i) {

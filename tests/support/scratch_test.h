@@ -1,4 +1,4 @@
-// The fixture of tests that run programs over files in a folder of their own.
+// Fixture of tests that run programs on files in a scratch directory.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -43,8 +43,8 @@ protected:
         compare();
     }
 
-    // A transcript as its commands, the lines that begin with "$ ", make it: behind each what it
-    // prints, complaints included, and a status that is not 0.
+    // Runs the commands of a transcript, the lines that begin with "$ ". Returns the transcript
+    // that they produce: each command with its output, messages, and a nonzero status.
     [[nodiscard]] std::string replayed(const std::string &transcript) const {
         std::string text;
         for (const std::string &line : lines_of(transcript)) {

@@ -12,9 +12,9 @@
 #include "tools/ocmd_compile/understand.h"
 #include "tools/ocmd_compile/yaml_tree.h"
 #include "tools/support/file_bytes.h"
+#include "tools/support/file_format.h"
 #include "tools/support/output_file.h"
 #include "tools/support/program.h"
-#include "tools/support/tree_look.h"
 #include "tools/support/types.h"
 
 #include <algorithm>
@@ -90,7 +90,7 @@ SourceFile read_grammar(const std::string &path) {
     if (!is_binary(file.bytes()))
         return file;
     const bool is_tree =
-        path != "-" && tool::look_at(tool::FileBytes{path, path}.all(), {}).has_value();
+        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
     tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
 }
 
@@ -269,7 +269,7 @@ tool::Status compile(const CommandLine &line) {
     compiler::check(grammar, main, levels, messages);
     messages.tell();
     if (messages.faults() > 0)
-        return tool::kFaults;
+        return tool::kNegative;
 
     if (output != nullptr)
         write(grammar.documents, output, main);

@@ -71,8 +71,8 @@ void show_line(const SourceFile &file, Place place) {
 
 void tell_place(const SourceFile &file, Place place, Severity severity, const std::string &text) {
     const Position at = file.position(place.begin);
-    tool::tell("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, tool::label(severity),
-               text.c_str());
+    tool::report("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, tool::label(severity),
+                 text.c_str());
     show_line(file, place);
 }
 
@@ -123,8 +123,8 @@ void Messages::tell() const {
         std::ranges::stable_sort(ordered, {}, [](const Message *m) { return m->place.begin; });
         std::ranges::for_each(ordered, [](const Message *m) { tell_message(*m); });
         if (of_file.others > 0)
-            tool::tell("%s: %zu more messages not shown", of_file.file->name().c_str(),
-                       of_file.others);
+            tool::report("%s: %zu more messages not shown", of_file.file->name().c_str(),
+                         of_file.others);
     }
 }
 

@@ -46,7 +46,7 @@ public:
     explicit DifferenceCount(ProductAutomaton &product);
 
     /// Counts what a listing has from a pair on. Each pair is counted once; if there are too many,
-    /// exits with kTrouble, after a message.
+    /// exits with kError, after a message.
     Extent count(const StatePair &start);
 
 private:

@@ -55,7 +55,7 @@ public:
     Target start_of(size_t file);
 
     /// The transitions of a state in the order of its tree, at most one for each symbol; a line
-    /// ends after each of them. Valid until the next state is expanded. Exits with kTrouble, after
+    /// ends after each of them. Valid until the next state is expanded. Exits with kError, after
     /// a message, if the construction gets out of proportion to the trees.
     std::span<const Edge> edges_of(State state) {
         const Facts &facts = expanded(state);

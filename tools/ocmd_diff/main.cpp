@@ -40,14 +40,14 @@ constexpr tool::Program kProgram{
     kOptions};
 
 constexpr Status kSame = tool::kDone;
-constexpr Status kDiffer = tool::kFaults;
+constexpr Status kDiffer = tool::kNegative;
 
 // A file that does not hold what it should is never called equal to another.
 TreeFile open_file(const char *path) {
     try {
-        return tool::open_sound(path);
+        return tool::open_valid(path);
     } catch (const Stop &) {
-        throw Stop{tool::kTrouble};
+        throw Stop{tool::kError};
     }
 }
 

@@ -176,7 +176,7 @@ tsh_verdict_t print_answer(const FileGrammar &grammar, std::string_view line, Te
     if (verdict == TSH_INCOMPLETE) {
         print_candidates("follows", *answer, nullptr, output);
         output.flush();
-        tool::tell("%s", tsh_answer_text(answer.get()));
+        tool::report("%s", tsh_answer_text(answer.get()));
     }
     if (verdict != TSH_ACCEPTED)
         return verdict;
@@ -205,7 +205,7 @@ std::string suggestion_for(const tsh_answer_t &answer, std::string_view line) {
 }
 
 void print_refusal(const tsh_answer_t &answer, std::string_view line) {
-    tool::tell("%s%s", tsh_answer_text(&answer), suggestion_for(answer, line).c_str());
+    tool::report("%s%s", tsh_answer_text(&answer), suggestion_for(answer, line).c_str());
     const tsh_range_t range = tsh_answer_range(&answer);
     const std::string text = printable(line);
     const size_t left = width_of(text.substr(0, range.begin));

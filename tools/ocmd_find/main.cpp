@@ -54,7 +54,7 @@ constexpr tool::Program kProgram{
     kOptions};
 
 constexpr Status kKnown = tool::kDone;
-constexpr Status kUnknown = tool::kFaults;
+constexpr Status kUnknown = tool::kNegative;
 
 // A blank right behind a closing quote would belong to the word before it.
 std::string joined(std::span<char *const> words) {
@@ -83,8 +83,8 @@ Status check_config(ConfigCheck &config, const char *path, TextOutput &output) {
     const std::unique_ptr<FILE, base::Releaser<fclose>> opened{is_input ? nullptr
                                                                         : fopen(path, "r")};
     if (!is_input && opened == nullptr) {
-        tool::tell("%s: cannot be opened: %s", path, strerror(errno));
-        return tool::kTrouble;
+        tool::report("%s: cannot be opened: %s", path, strerror(errno));
+        return tool::kError;
     }
     try {
         const bool is_known =
@@ -162,7 +162,7 @@ Status find_lines(const CommandLine &line) {
     for (const char *option : {"in", "leave", "leave-all"})
         if (line.has(option) && !line.has("config"))
             refuse("--%s without --config", option);
-    const TreeFile file = tool::open_sound(operands[0]);
+    const TreeFile file = tool::open_valid(operands[0]);
     tool::register_types();
     const FileGrammar grammar{file, !line.has("any-value")};
     return line.has("config") ? check_configs(grammar, line) : answer(grammar, operands.subspan(1));

@@ -27,7 +27,7 @@ public:
     ConfigCheck(const FileGrammar &grammar, const LeavingWords &leaving, std::string_view within,
                 tool::TextOutput &output);
 
-    /// Checks a configuration. @return whether every line is a command. Ends the run with kTrouble,
+    /// Checks a configuration. @return whether every line is a command. Ends the run with kError,
     /// after a message, if the stream cannot be read.
     bool check(FILE *stream, const std::string &name);
 

@@ -1,5 +1,5 @@
-// ocmd_link: links a root file and subtree files into a main par file. The pipeline stands in
-// link(), at the end.
+// ocmd_link: links a root file and subtree files into a main par file. See link(), at the end, for
+// the steps.
 #include "base/escape.h"
 #include "base/owners.h"
 #include "tools/ocmd_link/unread.h"
@@ -37,20 +37,23 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr tool::Option kOptions[] = {
-    {'o', "output", "MAIN.par",
-     "The main par file, replaced as a whole or not at all; - for standard output."},
-    {'p', "prebuilt", "DIRECTORY", "Where main_tree.pars and main_tree2.pars are, to borrow from."},
+    {'o', "output", "MAIN.par", "Write to MAIN.par (- for standard output); required."},
+    {'p', "prebuilt", "DIRECTORY",
+     "Borrow missing nodes from main_tree.pars and main_tree2.pars in DIRECTORY."},
     {'n', "network-order", nullptr, "Write in network byte order; such a file cannot be mapped."},
-    {0, "strict", nullptr, "Write nothing when there is anything to warn of."},
-    {'v', "verbose", nullptr, "Show the files merged, the links made and the tree."},
+    {0, "strict", nullptr, "Treat warnings as errors; write nothing."},
+    {'v', "verbose", nullptr, "Print merged files, created links and the linked tree."},
 };
 
 constexpr tool::Program kProgram{
     .name = "ocmd_link",
     .operands = "-o MAIN.par ROOT.par [SUBTREE.par...]",
     .purpose =
-        "Links a root file and subtree files into a main par file. Attach points that no file\n"
-        "has are borrowed from the prebuilt trees.",
+        "Links a root file and subtree files into a main par file. Attach points that no input "
+        "file\n"
+        "defines are borrowed from the prebuilt trees.\n\n"
+        "Exit status: 0 if the tree contains all input, 1 if some input is missing, 2 on error,\n"
+        "100 if out of memory.",
     .options = kOptions,
     .out_of_memory = TREELINK_OUT_OF_MEMORY,
 };
@@ -58,13 +61,13 @@ constexpr tool::Program kProgram{
 constexpr std::string_view kStream = "-"; // standard input or output
 constexpr std::string_view kSubtreeSuffix = ".par";
 
-// A file to read.
+// An input file.
 struct Input {
     explicit Input(const std::string &file)
         : path(file == kStream ? "/dev/stdin" : file),
           name(file == kStream ? "standard input" : file) {}
 
-    std::string path; // by which the library opens it
+    std::string path; // for the library
     std::string name; // in messages
 };
 
@@ -86,9 +89,9 @@ Request read_request(const tool::CommandLine &line) {
     const std::span operands = line.operands();
     const char *output = line.value("output");
     if (output == nullptr)
-        tool::refuse("no output file: -o is missing");
+        tool::refuse("missing option: -o MAIN.par");
     if (operands.empty())
-        tool::refuse("no root file");
+        tool::refuse("missing operand: ROOT.par");
     return {.output = output,
             .output_name = output == kStream ? "standard output" : output,
             .root = operands.front(),
@@ -97,7 +100,7 @@ Request read_request(const tool::CommandLine &line) {
             .strict = line.has("strict")};
 }
 
-// A subtree's file may be named without its suffix.
+// Returns the name of a subtree file, which may be given without its suffix.
 std::string file_of(std::string name) {
     std::error_code ignored;
     const std::string last = fs::path{name}.filename();
@@ -114,9 +117,9 @@ bool is_main_par_file(const std::string &path) {
     return tree != nullptr;
 }
 
-// An older main tree is none of the inputs, though a pattern such as "*.par" names it. Any other
-// file is protected, whatever it holds.
-bool would_replace_input(const Request &request) {
+// Returns whether the output is also an input. An old main tree is not an input, although a pattern
+// such as "*.par" matches it. Any other file is protected, whatever it contains.
+bool would_overwrite_input(const Request &request) {
     std::error_code not_there;
     if (!fs::is_regular_file(request.output, not_there))
         return false;
@@ -129,8 +132,9 @@ bool would_replace_input(const Request &request) {
            });
 }
 
-// Files that a pattern such as "*.par" would name and that are no subtrees to be linked.
-bool is_passed_over(const std::string &file, const Request &request) {
+// Returns whether the file is skipped: a pattern such as "*.par" matches it, but it is not a
+// subtree file.
+bool is_skipped(const std::string &file, const Request &request) {
     if (file == kStream)
         return false;
     std::error_code not_there;
@@ -141,7 +145,7 @@ bool is_passed_over(const std::string &file, const Request &request) {
 
 // ---- Reading ----
 
-// Counts a loss that the tool tells of itself beside those of the library.
+// Counts missing input that the tool itself has reported, with the counters of the library.
 void count_loss() {
     ++tsh_link_warnings;
     ++tsh_link_losses;
@@ -151,7 +155,7 @@ const subtree_entry_t *records_of(uint8_t kind) {
     return kind == SUBTREE_FILE_ROOT ? tsh_root_tree_table : unresolved_subtree_table;
 }
 
-// Nothing, with errno set, when the file cannot be opened, which the library tells.
+// Returns nothing, with errno set, if the file cannot be opened; the library reports this.
 std::optional<tool::Records> read_file(const Input &input, uint8_t kind) {
     if (verbose != 0)
         base::print_escaped(stdout, "Merging file %s\n", input.name.c_str());
@@ -160,9 +164,9 @@ std::optional<tool::Records> read_file(const Input &input, uint8_t kind) {
     if (read_parser_file(input.path.c_str(), kind) != 0)
         return std::nullopt;
     const tool::Records records{records_of(kind), before};
-    if (tsh_link_losses == losses && !records.empty()) // or a loss is told anyway
-        for (uint32_t left = tool::tell_of_unread(input.path, input.name, records); left > 0;
-             --left)
+    if (tsh_link_losses == losses &&
+        !records.empty()) // otherwise missing input was already reported
+        for (uint32_t left = tool::report_unread(input.path, input.name, records); left > 0; --left)
             count_loss();
     return records;
 }
@@ -172,31 +176,32 @@ void read_root(const Input &input) {
     if (!records)
         tool::fail("%s: cannot be read: %s", input.name.c_str(), strerror(errno));
     if (records->empty()) {
-        tool::tell("%s: no root: it holds no subtree", input.name.c_str());
-        throw tool::Stop{tool::kFaults};
+        tool::report("%s: root file contains no subtree", input.name.c_str());
+        throw tool::Stop{tool::kNegative};
     }
     if (records->first->next == nullptr)
         return;
-    tool::tell("%s: not linked whole: only the last subtree of a root file is", input.name.c_str());
+    tool::report("%s: only the last subtree of the root file was linked", input.name.c_str());
     count_loss();
 }
 
 void read_subtrees(const Input &input) {
     const auto records = read_file(input, SUBTREE_FILE_ORDINARY);
     if (!records) {
-        tool::tell("%s: not linked: %s", input.name.c_str(), strerror(errno));
+        tool::report("%s: not linked: %s", input.name.c_str(), strerror(errno));
         return;
     }
     if (records->empty()) {
-        tool::tell("%s: nothing to link: it holds no subtree", input.name.c_str());
+        tool::report("%s: file contains no subtree", input.name.c_str());
         count_loss();
     }
     for (const subtree_entry_t *record = records->first; record != records->end;
          record = record->next)
         if (record->path_count == 0) {
-            tool::tell("%s: second root file: a subtree of it has no attach path, so it is not "
-                       "linked; 'below' is missing in its grammar",
-                       input.name.c_str());
+            tool::report(
+                "%s: second root file: it contains a subtree without an attach path, which is "
+                "not linked; add 'below' to its grammar",
+                input.name.c_str());
             count_loss();
             break;
         }
@@ -206,7 +211,7 @@ void read_files(const Request &request) {
     read_root(Input{request.root});
     for (const char *name : request.subtrees) {
         const std::string file = file_of(name);
-        if (!is_passed_over(file, request))
+        if (!is_skipped(file, request))
             read_subtrees(Input{file});
     }
 }
@@ -217,36 +222,37 @@ LinkedTree join() {
     tree_node_t *nodes = nullptr;
     const int32_t node_count = get_parse_tree(&nodes);
     if (node_count < 1)
-        throw tool::Stop{tool::kFaults}; // which the library has told
+        throw tool::Stop{tool::kNegative}; // the library has printed the reason
     return {decltype(LinkedTree::nodes){nodes}, static_cast<uint32_t>(node_count)};
 }
 
-// The linker makes no cycles, so the check finds nothing else.
-void tell_if_too_deep(const LinkedTree &tree, const std::string &output) {
+// Reports excess depth. The linker creates no cycles, so the check finds nothing else.
+void warn_if_too_deep(const LinkedTree &tree, const std::string &output) {
     errno = 0;
     if (cycle_check(tree.nodes.get(), 0, 0) <= 0)
         return;
     if (errno == ENOMEM)
         throw std::bad_alloc{};
-    tool::tell("%s: more than %d levels: a listing leaves out siblings below them", output.c_str(),
-               TREE_MAX_LEVELS);
+    tool::report("%s: tree has more than %d levels; listings omit siblings below level %d",
+                 output.c_str(), TREE_MAX_LEVELS, TREE_MAX_LEVELS);
     ++tsh_link_warnings;
 }
 
-// The loader looks for the redirect root behind the first child of the root.
-void tell_if_not_loadable(const LinkedTree &tree, const std::string &output) {
+// Reports a missing redirect root, which the loader expects after the first child of the root.
+void warn_if_not_loadable(const LinkedTree &tree, const std::string &output) {
     const std::span nodes{tree.nodes.get(), tree.node_count};
     const auto links = tool::links_of(nodes.front());
     if (std::ranges::any_of(links.subspan(links.empty() ? 0 : 1), [&](uint16_t child) {
             return tool::text_of(nodes[child].name) == tool::kRedirectRoot;
         }))
         return;
-    tool::tell("%s: cannot be loaded: the root has no 'tsh_redirect_root' behind its first child",
-               output.c_str());
+    tool::report("%s: tree cannot be loaded: root has no 'tsh_redirect_root' after its first child",
+                 output.c_str());
     ++tsh_link_warnings;
 }
 
-// Siblings whose words differ only in case: the shell, which ignores case, finds the first alone.
+// Reports siblings whose words differ only in case: the shell ignores case and finds only the
+// first.
 void warn_of_same_words(const LinkedTree &tree, const std::string &output) {
     const std::span nodes{tree.nodes.get(), tree.node_count};
     for (const tree_node_t &parent : nodes) {
@@ -259,16 +265,16 @@ void warn_of_same_words(const LinkedTree &tree, const std::string &output) {
             const auto [known, is_new] = first_of.try_emplace(std::move(word), &child);
             if (is_new || child.token[0] == '\0')
                 continue;
-            tool::tell("%s: siblings %s and %s below %s match the same word: '%s' and '%s'",
-                       output.c_str(), known->second->name, child.name, parent.name,
-                       std::string{tool::text_of(known->second->token)}.c_str(),
-                       std::string{tool::text_of(child.token)}.c_str());
+            tool::report("%s: siblings %s and %s below %s match the same word: '%s' and '%s'",
+                         output.c_str(), known->second->name, child.name, parent.name,
+                         std::string{tool::text_of(known->second->token)}.c_str(),
+                         std::string{tool::text_of(child.token)}.c_str());
             ++tsh_link_warnings;
         }
     }
 }
 
-// Standard output is that of standard error from now on, or leads nowhere where that is closed.
+// Redirects standard output to standard error, or to /dev/null if that is closed.
 void divert_standard_output() {
     if (dup2(STDERR_FILENO, STDOUT_FILENO) >= 0)
         return;
@@ -277,8 +283,8 @@ void divert_standard_output() {
         tool::fail("/dev/null: cannot be opened: %s", strerror(errno));
 }
 
-// The stream on which the tree alone is written. Where standard error is closed, the stream does
-// not take its number, or messages would go there.
+// Returns a stream to standard output for the tree only. If standard error is closed, the stream
+// does not use its number, or messages would be written there.
 FILE *take_standard_output() {
     const int taken = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     FILE *stream = taken < 0 ? nullptr : fdopen(taken, "w");
@@ -305,38 +311,38 @@ tool::Status link(const tool::CommandLine &line) {
     const Request request = read_request(line);
     verbose = line.has("verbose") ? 1 : 0;
     prebuilt_main_tree_path = const_cast<char *>(line.value("prebuilt"));
-    if (would_replace_input(request))
+    if (would_overwrite_input(request))
         tool::refuse("%s: is both input and output", request.output.c_str());
 
     FILE *stream = request.output == kStream ? take_standard_output() : nullptr;
     read_files(request);
     const LinkedTree tree = join();
-    tell_if_too_deep(tree, request.output_name);
-    tell_if_not_loadable(tree, request.output_name);
+    warn_if_too_deep(tree, request.output_name);
+    warn_if_not_loadable(tree, request.output_name);
     warn_of_same_words(tree, request.output_name);
     if (request.strict && tsh_link_warnings > 0) {
-        tool::tell("%s: not written: --strict allows no warning, and there were %u",
-                   request.output_name.c_str(), tsh_link_warnings);
-        return tool::kFaults;
+        tool::report("%s: not written: %u warning%s (--strict)", request.output_name.c_str(),
+                     tsh_link_warnings, tsh_link_warnings == 1 ? "" : "s");
+        return tool::kNegative;
     }
     write(tree, request, stream);
-    return tsh_link_losses > 0 ? tool::kFaults : tool::kDone;
+    return tsh_link_losses > 0 ? tool::kNegative : tool::kDone;
 }
 
-// ---- The frame ----
+// ---- Main program ----
 
 bool is_running = true;
 
-// The library ends a link without memory in silence.
-void tell_of_memory(int status, void * /*unused*/) {
+// Reports that memory ran out; the library exits silently.
+void report_no_memory(int status, void * /*unused*/) {
     if (status == TREELINK_OUT_OF_MEMORY && is_running)
-        tool::tell("out of memory");
+        tool::report("out of memory");
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    on_exit(tell_of_memory, nullptr);
+    on_exit(report_no_memory, nullptr);
     const int status = tool::run(kProgram, argc, argv, link);
     is_running = false;
     return status;

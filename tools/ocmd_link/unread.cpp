@@ -1,9 +1,10 @@
-// A file is looked at as a whole only where its size, or what stands at its end, leaves a doubt.
+// Detection of ignored data. A file is read again only if neither its size nor its end excludes
+// such data.
 #include "tools/ocmd_link/unread.h"
 
 #include "tools/support/file_bytes.h"
+#include "tools/support/file_format.h"
 #include "tools/support/program.h"
-#include "tools/support/tree_look.h"
 
 #include <cstring>
 #include <filesystem>
@@ -19,7 +20,7 @@ namespace tool {
 
 namespace {
 
-// Bytes of the records in a file as the tree writer makes it.
+// Returns the size of the records in a file of the tree writer.
 uint64_t stored_size(const Records &records) {
     uint64_t size = 0;
     for (const subtree_entry_t *record = records.first; record != records.end;
@@ -33,10 +34,10 @@ uint64_t stored_size(const Records &records) {
     return size;
 }
 
-// Whether a file shows, without being inflated once more, that it holds so many bytes and nothing
-// else: a plain one by its size; a compressed one when a member begins nowhere but at its start,
-// and the size with which that member ends stands nowhere but at its end.
-bool clearly_holds(const std::string &path, uint64_t size) {
+// Returns whether the file certainly contains exactly this number of bytes, without decompressing
+// it again: a plain file by its size; a compressed file if a gzip member starts only at its start,
+// and the size at the end of this member occurs only at its end.
+bool certainly_has_size(const std::string &path, uint64_t size) {
     constexpr std::string_view kMemberStart{"\x1F\x8B\x08"};
     std::ifstream file{path, std::ios::binary};
     std::error_code ignored;
@@ -50,19 +51,20 @@ bool clearly_holds(const std::string &path, uint64_t size) {
            bytes.find(member_end) + member_end.size() == bytes.size();
 }
 
-// Whether something follows a record of no nodes, which is told.
-bool tell_of_end_before_end(std::span<const unsigned char> rest, const std::string &name) {
+// Returns whether data follows a record without nodes, and reports it.
+bool report_early_end(std::span<const unsigned char> rest, const std::string &name) {
     for (size_t number = 1; rest.size() >= sizeof(subtree_header_t); ++number) {
-        const HeaderLook look{rest, ByteOrder::kBig};
-        const size_t size = sizeof look.header + look.header.path_len + look.header.tree_bytes;
-        if (!look.is_readable() || size >= rest.size())
+        const DecodedHeader decoded{rest, ByteOrder::kBig};
+        const size_t size =
+            sizeof decoded.header + decoded.header.path_len + decoded.header.tree_bytes;
+        if (!decoded.is_readable() || size >= rest.size())
             return false;
         rest = rest.subspan(size);
-        if (look.header.tree_bytes > 0)
+        if (decoded.header.tree_bytes > 0)
             continue;
-        tell("%s: record %zu: without nodes, which ends the file; left out with the %zu "
-             "bytes that follow",
-             name.c_str(), number, rest.size());
+        report("%s: record %zu has no nodes and ends the file; the following %zu bytes are "
+               "ignored",
+               name.c_str(), number, rest.size());
         return true;
     }
     return false;
@@ -70,16 +72,16 @@ bool tell_of_end_before_end(std::span<const unsigned char> rest, const std::stri
 
 } // namespace
 
-uint32_t tell_of_unread(const std::string &path, const std::string &name, const Records &records) {
+uint32_t report_unread(const std::string &path, const std::string &name, const Records &records) {
     std::error_code ignored;
-    if (!fs::is_regular_file(path, ignored) || clearly_holds(path, stored_size(records)))
+    if (!fs::is_regular_file(path, ignored) || certainly_has_size(path, stored_size(records)))
         return 0;
     const FileBytes file{path, name};
-    const std::string &cut_by = file.cut_by();
-    if (!cut_by.empty())
-        tell("%s: %s", name.c_str(), cut_by.c_str());
-    const bool ends_early = tell_of_end_before_end(file.all(), name);
-    return (cut_by.empty() ? 0U : 1U) + (ends_early ? 1U : 0U);
+    const std::string &incomplete_reason = file.incomplete_reason();
+    if (!incomplete_reason.empty())
+        report("%s: %s", name.c_str(), incomplete_reason.c_str());
+    const bool ends_early = report_early_end(file.all(), name);
+    return (incomplete_reason.empty() ? 0U : 1U) + (ends_early ? 1U : 0U);
 }
 
 } // namespace tool

@@ -1,4 +1,4 @@
-// What of a subtree file the library leaves out in silence, so that nothing is lost unnoticed.
+// Detection of data in a subtree file that the library ignores silently.
 #pragma once
 
 #include "treelink/subtree_read.h"
@@ -8,7 +8,7 @@
 
 namespace tool {
 
-/// The subtrees that one file has brought, from the one read last to the one read first.
+/// The subtrees of one file, in reverse order of reading.
 struct Records {
     const subtree_entry_t *first;
     const subtree_entry_t *end;
@@ -16,13 +16,12 @@ struct Records {
     [[nodiscard]] bool empty() const { return first == end; }
 };
 
-/// Tells what was not read of a regular file: what follows compressed data without being of that
-/// kind, or a record of no nodes. Most files show without being inflated once more that there is
-/// nothing.
-/// @param path by which the file is opened.
-/// @param name in messages.
-/// @param records all that was read of it.
-/// @return what was told, in messages.
-uint32_t tell_of_unread(const std::string &path, const std::string &name, const Records &records);
+/// Reports data of a regular file that was not read: uncompressed data after compressed data, and
+/// data after a record without nodes. Most files can be excluded without decompressing them again.
+/// @param path of the file.
+/// @param name of the file in messages.
+/// @param records that were read from the file.
+/// @return the number of messages printed.
+uint32_t report_unread(const std::string &path, const std::string &name, const Records &records);
 
 } // namespace tool

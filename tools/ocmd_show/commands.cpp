@@ -16,7 +16,7 @@ tool::Status show_commands(const tool::TreeFile &file, const Request &request,
         tool::LineList lines{match.record(), output};
         match.for_each_path([&](LineSearch::Path path) { lines.add_below(path); });
     }
-    return matches.empty() ? tool::kFaults : tool::kDone;
+    return matches.empty() ? tool::kNegative : tool::kDone;
 }
 
 } // namespace show

@@ -167,7 +167,7 @@ tool::Status show_dot(const TreeFile &file, const Request &request, TextOutput &
     const std::vector<LineSearch> matches = search(file, *request.below);
     for (const LineSearch &match : matches)
         draw(match.record().nodes, match.links(), match.found());
-    return matches.empty() ? tool::kFaults : tool::kDone;
+    return matches.empty() ? tool::kNegative : tool::kDone;
 }
 
 } // namespace show

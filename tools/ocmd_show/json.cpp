@@ -257,7 +257,7 @@ private:
 tool::Status show_json(const TreeFile &file, const Request &request, TextOutput &output) {
     const auto parts = request.below ? parts_below(file, *request.below) : whole_records(file);
     if (request.below && parts.empty())
-        return tool::kFaults;
+        return tool::kNegative;
     JsonWriter{output}.write(file, parts);
     return tool::kDone;
 }

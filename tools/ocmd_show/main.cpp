@@ -19,10 +19,10 @@ namespace {
 using tool::ByteOrder;
 using tool::CommandLine;
 using tool::Container;
-using tool::Insist;
+using tool::FormatOverride;
 using tool::kDone;
-using tool::kFaults;
-using tool::kTrouble;
+using tool::kError;
+using tool::kNegative;
 using tool::Option;
 using tool::refuse;
 using tool::Status;
@@ -181,9 +181,9 @@ public:
 private:
     Status show(const TreeFile &file) {
         const bool only_check = mode_.show == show_faults;
-        Status status = file.complete() ? kDone : kFaults;
-        if (only_check ? tell_faults(file) > 0 : !is_sound(file))
-            return kFaults; // links of such trees may lead anywhere
+        Status status = file.complete() ? kDone : kNegative;
+        if (only_check ? report_errors(file) > 0 : !is_valid(file))
+            return kNegative; // links of such trees may lead anywhere
         if (has_headings_)
             write_heading(mode_, file.name(), output_);
         status = std::max(status, mode_.show(file, request_, output_));
@@ -194,7 +194,7 @@ private:
 
     const Mode &mode_;
     Request request_;
-    Insist insist_;
+    FormatOverride insist_;
     bool has_headings_;
     TextOutput output_;
 };

@@ -11,14 +11,14 @@ std::vector<LineSearch> search(const tool::TreeFile &file, const std::string &li
             matches.pop_back();
     }
     if (matches.empty())
-        tool::tell("%s: no command line starts with \"%s\"", file.name().c_str(), line.c_str());
+        tool::report("%s: no command line starts with \"%s\"", file.name().c_str(), line.c_str());
     return matches;
 }
 
 tool::Status show_faults(const tool::TreeFile &file, const Request & /*request*/,
                          tool::TextOutput &output) {
     if (!file.complete()) // what is missing has been reported
-        return tool::kFaults;
+        return tool::kNegative;
     output << file.name() << ": no faults in its trees\n";
     return tool::kDone;
 }

@@ -88,19 +88,19 @@ public:
         va_end(values);
         output_.flush();
         if (file_.container() == Container::kMain)
-            tool::tell("%s: cannot be expressed in a grammar: %s", file_.name().c_str(),
-                       what.data());
+            tool::report("%s: cannot be expressed in a grammar: %s", file_.name().c_str(),
+                         what.data());
         else
-            tool::tell("%s: record %zu: cannot be expressed in a grammar: %s", file_.name().c_str(),
-                       record_, what.data());
+            tool::report("%s: record %zu: cannot be expressed in a grammar: %s",
+                         file_.name().c_str(), record_, what.data());
         told_ = count_;
     }
 
     tool::Status finish() {
         if (count_ > told_)
-            tool::tell("%s: %u more items cannot be expressed in a grammar", file_.name().c_str(),
-                       count_ - told_);
-        return count_ == 0 ? tool::kDone : tool::kFaults;
+            tool::report("%s: %u more items cannot be expressed in a grammar", file_.name().c_str(),
+                         count_ - told_);
+        return count_ == 0 ? tool::kDone : tool::kNegative;
     }
 
 private:
@@ -508,7 +508,7 @@ tool::Status show_yaml(const TreeFile &file, const Request &request, TextOutput 
     for (const LineSearch &match : search(file, *request.below))
         for (const uint16_t found : match.found())
             write(SubtreeCopy{match, found}.record(), false);
-    return number == 0 ? tool::kFaults : losses.finish();
+    return number == 0 ? tool::kNegative : losses.finish();
 }
 
 } // namespace show

@@ -1,4 +1,4 @@
-// Levels of checks from the command line.
+// Levels of checks, from the command line.
 #include "tools/support/checks.h"
 
 #include "tools/support/wording.h"

@@ -1,4 +1,4 @@
-// Sums over the nodes in an order where all children come first.
+// Sums over the nodes, children before their parents.
 #include "tools/support/command_count.h"
 
 #include <algorithm>
@@ -7,8 +7,7 @@
 namespace tool {
 
 std::string Count::text() const {
-    // The greatest value stands for more than the one before it. From there on long division by
-    // ten, over digits of base 2^32.
+    // The maximum means more than the value before it. Divides by ten over digits of base 2^32.
     const uint64_t low = is_beyond() ? low_ - 1 : low_;
     std::array<uint32_t, 4> digits{static_cast<uint32_t>(high_ >> 32U),
                                    static_cast<uint32_t>(high_), static_cast<uint32_t>(low >> 32U),

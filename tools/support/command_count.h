@@ -1,5 +1,5 @@
-// Counting the command lines of a tree without listing them: what lies below a shared node is
-// counted once, however many ways lead there.
+// Counting of the command lines of a tree without listing them: the lines below a shared node are
+// counted once, however many paths lead to it.
 #pragma once
 
 #include "base/huge_pages.h"
@@ -11,8 +11,8 @@
 
 namespace tool {
 
-/// A count of 128 bits that knows when it is too small: its greatest value says "more". Plain
-/// words, for 32-bit hosts have no wider integer.
+/// A saturating count of 128 bits: its maximum means "more". Two words, because 32-bit hosts have
+/// no wider integer.
 class Count {
 public:
     constexpr Count(uint64_t number = 0) : low_(number) {}
@@ -27,11 +27,11 @@ public:
         return *this;
     }
 
-    /// True when the count is greater than any that can be told.
+    /// Returns whether the count exceeds the range.
     [[nodiscard]] bool is_beyond() const { return (high_ & low_) == UINT64_MAX; }
     [[nodiscard]] bool is_zero() const { return high_ == 0 && low_ == 0; }
 
-    /// In decimal; "more than" and the greatest number that can be told when it is beyond.
+    /// Returns the decimal text; "more than" and the maximum if the count exceeds the range.
     [[nodiscard]] std::string text() const;
 
     bool operator==(const Count &) const = default;
@@ -41,8 +41,8 @@ private:
     uint64_t low_ = 0;
 };
 
-/// The number of command lines below each node of a sound tree, its own line not counted; 0 for
-/// nodes that the root does not reach.
+/// Returns the number of command lines below each node of a valid tree, without the line of the
+/// node; 0 for nodes that the root does not reach.
 base::HugeVector<Count> count_lines_below(const LinkTable &links,
                                           std::span<const uint16_t> children_first);
 

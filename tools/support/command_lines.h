@@ -1,6 +1,5 @@
-// The command lines of a tree, spelled for people and for tools that sort and compare lines: words
-// as the listing spells them with one blank between them, and before them the words of every
-// submode that the line lies in, each followed by " / ":
+// Command lines of a tree as text for people and for tools that sort and compare lines: the words
+// of the listing, separated by one space, after the words of every enclosing submode and " / ":
 //     bay <INTERFACE> / label <LINE>
 #pragma once
 
@@ -16,28 +15,28 @@
 
 namespace tool {
 
-/// The word of a node as the listing spells it; empty for one that adds nothing to a line. Needs
-/// register_types.
+/// Returns the word of a node in the format of the listing; empty for a node that adds nothing to a
+/// line. Needs register_types.
 std::string word_of(const tree_node_t &node);
 
 /// Returns the word of a node as list_lines writes it: with control characters escaped.
 std::string spelled_word(const tree_node_t &node);
 
-/// Whether lines of the record begin with the word of its node 0. That of a main tree or of a root
-/// file is no word, whatever it holds; that of a record with an attach path is the first one below
-/// its attach point.
+/// Returns whether lines of the record begin with the word of its node 0. In a main tree or a root
+/// file, node 0 has no word, whatever it contains. In a record with an attach path, it is the first
+/// word below the attach point.
 bool begins_with_root(const TreeFile &file, const TreeRecord &record);
 
-/// Lists the command lines of a record that is sound.
+/// Lists the command lines of a valid record.
 void list_lines(const TreeFile &file, const TreeRecord &record, TextOutput &output);
 
-/// Lists parts of the command lines of a record that is sound and outlives this.
+/// Lists parts of the command lines of a valid record, which must outlive this object.
 class LineList {
 public:
     LineList(const TreeRecord &record, TextOutput &output);
 
-    /// Lists the lines that begin with the words of these nodes, a path from the first word on;
-    /// without any, the lines below node 0.
+    /// Lists the lines that begin with the words of these nodes, a path that starts with the first
+    /// word; for an empty path, the lines below node 0.
     void add_below(std::span<const uint16_t> path) const;
 
 private:

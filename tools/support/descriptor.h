@@ -1,4 +1,4 @@
-// A file that is open for reading, as a descriptor.
+// Descriptor of a file that is open for reading.
 #pragma once
 
 #include <fcntl.h>
@@ -7,7 +7,7 @@
 
 namespace tool {
 
-/// Closed where it ends, unless it is standard input.
+/// Closed by the destructor, unless it is standard input.
 class Descriptor {
 public:
     /// @param path "-" for standard input.
@@ -20,7 +20,7 @@ public:
     Descriptor(const Descriptor &) = delete;
     Descriptor &operator=(const Descriptor &) = delete;
 
-    /// Below 0, with errno set, when the file could not be opened.
+    /// Returns the number; negative, with errno set, if the file could not be opened.
     [[nodiscard]] int number() const { return number_; }
 
 private:

@@ -1,4 +1,4 @@
-// Mapping, reading and inflating whole files.
+// Mapping, reading and decompression of files.
 #include "tools/support/file_bytes.h"
 
 #include "parse_tree/tree_node.h"
@@ -22,7 +22,7 @@ namespace tool {
 
 namespace {
 
-static_assert(kMostBytesHeld / TREE_NODE_SIZE >= TREELINK_MAX_NODES);
+static_assert(kMaxBufferedBytes / TREE_NODE_SIZE >= TREELINK_MAX_NODES);
 
 constexpr std::array<unsigned char, 2> kGzipStart{0x1F, 0x8B};
 
@@ -31,12 +31,12 @@ bool begins_compressed(std::span<const unsigned char> bytes) {
            std::equal(kGzipStart.begin(), kGzipStart.end(), bytes.begin());
 }
 
-// What a descriptor brings, piece after piece.
+// Input from a descriptor, block by block.
 class Input {
 public:
     Input(int descriptor, const std::string &name) : descriptor_(descriptor), name_(name) {}
 
-    // The next piece, a full one but at the end; empty there.
+    // Returns the next block; a full one except at the end; empty at the end.
     std::span<unsigned char> next() {
         size_t size = 0;
         while (size < piece_.size()) {
@@ -56,7 +56,7 @@ private:
     std::array<unsigned char, 1 << 16> piece_;
 };
 
-// One gzip member after another, out of pieces and into whatever room there is.
+// Decompression of gzip members, from blocks into the free part of a buffer.
 class Inflater {
 public:
     Inflater(Input &input, std::span<unsigned char> first_piece) : input_(input) {
@@ -69,7 +69,7 @@ public:
     Inflater(const Inflater &) = delete;
     Inflater &operator=(const Inflater &) = delete;
 
-    // The number of bytes put there; 0 at the end.
+    // Returns the number of bytes written; 0 at the end.
     size_t fill(std::span<unsigned char> room) {
         const auto size = static_cast<uInt>(std::min<size_t>(room.size(), 1U << 30U));
         stream_.next_out = room.data();
@@ -79,7 +79,7 @@ public:
         return size - stream_.avail_out;
     }
 
-    // What is wrong with the compressed bytes, or empty.
+    // Returns the error of the compressed data, or empty.
     [[nodiscard]] const std::string &fault() const { return fault_; }
 
 private:
@@ -92,9 +92,9 @@ private:
         if (stream_.avail_in == 0)
             take(input_.next());
         if (stream_.avail_in == 0)
-            return end(in_member_ ? "the compressed data end too early" : "");
+            return end(in_member_ ? "truncated gzip data" : "");
         if (!in_member_ && *stream_.next_in != kGzipStart[0])
-            return end("what follows the compressed data is left out");
+            return end("data after the compressed data is ignored");
         in_member_ = true;
         const int result = inflate(&stream_, Z_NO_FLUSH);
         if (result == Z_MEM_ERROR)
@@ -103,8 +103,8 @@ private:
             in_member_ = false;
             inflateReset(&stream_);
         } else if (result != Z_OK && result != Z_BUF_ERROR) {
-            end(std::string{"the compressed data are damaged: "} +
-                (stream_.msg == nullptr ? "cannot be inflated" : stream_.msg));
+            end(std::string{"corrupt gzip data: "} +
+                (stream_.msg == nullptr ? "cannot be decompressed" : stream_.msg));
         }
     }
 
@@ -122,8 +122,8 @@ private:
 
 } // namespace
 
-// A file in memory. A page that the file no longer reaches raises SIGBUS where it is read, so each
-// mapping has its message ready and is known to the handler.
+// A mapped file. Reading a page after the end of a truncated file raises SIGBUS, so each mapping
+// has its message ready and is registered for the handler.
 class FileBytes::Mapping {
 public:
     Mapping(int descriptor, size_t size, const std::string &name)
@@ -131,8 +131,8 @@ public:
           size_(size) {
         if (start_ == MAP_FAILED)
             fail("%s: cannot be mapped: %s", name.c_str(), strerror(errno));
-        message_ =
-            std::string{name_in_messages()} + ": " + name + ": became shorter while it was read\n";
+        message_ = std::string{name_in_messages()} + ": " + name +
+                   ": file was truncated while being read\n";
         next_ = first;
         first = this;
         struct sigaction action {};
@@ -160,14 +160,14 @@ public:
     }
 
 private:
-    // Faulting page after page costs more than reading them, and a whole tree is read. A file that
-    // is longer than any tree may be mostly holes.
+    // Populates the mapping: page faults cost more than reading, and a complete tree is read. A
+    // file that is larger than any tree may be sparse.
     static int populated(size_t size) {
         constexpr size_t kLargestTree = size_t{TREE_MAX_NODES} * TREE_NODE_SIZE;
         return size <= kLargestTree ? MAP_POPULATE : 0;
     }
 
-    // Only what is safe in a signal handler happens here.
+    // Uses only async-signal-safe functions.
     static void end_on_cut_file(int number, siginfo_t *info, void * /*context*/) {
         const auto *place = static_cast<const unsigned char *>(info->si_addr);
         for (const Mapping *mapping = first; mapping != nullptr; mapping = mapping->next_) {
@@ -176,9 +176,9 @@ private:
                 continue;
             [[maybe_unused]] const ssize_t as_possible =
                 write(STDERR_FILENO, mapping->message_.data(), mapping->message_.size());
-            _exit(kTrouble);
+            _exit(kError);
         }
-        signal(number, SIG_DFL); // not ours; it strikes again on the way back
+        signal(number, SIG_DFL); // not a mapping of ours; raised again on return
     }
 
     static Mapping *first;
@@ -191,7 +191,7 @@ private:
 
 FileBytes::Mapping *FileBytes::Mapping::first;
 
-// Bytes that come one after another, in one piece.
+// Growing buffer of bytes.
 class FileBytes::Buffer {
 public:
     Buffer() = default;
@@ -201,7 +201,7 @@ public:
 
     [[nodiscard]] std::span<unsigned char> bytes() const { return {start_, size_}; }
 
-    // Free room behind the bytes, at least so much of it.
+    // Returns free space after the bytes, at least of this size.
     std::span<unsigned char> room(size_t least) {
         if (size_ + least > capacity_) {
             const size_t wanted = std::max(2 * capacity_, size_ + least);
@@ -214,12 +214,13 @@ public:
         return {start_ + size_, capacity_ - size_};
     }
 
-    // Takes bytes that were put there. False once they are too many; what is too much goes.
+    // Adds bytes that were written there. Returns false if there are too many, and drops the
+    // excess.
     bool take(size_t count) {
         size_ += count;
-        if (size_ <= kMostBytesHeld)
+        if (size_ <= kMaxBufferedBytes)
             return true;
-        size_ = kMostBytesHeld;
+        size_ = kMaxBufferedBytes;
         return false;
     }
 
@@ -231,7 +232,7 @@ private:
 
 namespace {
 
-// Files whose bytes are trees as they stand. Standard input may have been read from already.
+// Returns whether the file can be mapped: standard input may have been read partly.
 bool can_be_mapped(int descriptor, const struct stat &status) {
     std::array<unsigned char, kGzipStart.size()> start{};
     return S_ISREG(status.st_mode) && lseek(descriptor, 0, SEEK_CUR) == 0 &&
@@ -272,14 +273,14 @@ void FileBytes::read_all(int descriptor, const std::string &name) {
         size_t count = 0;
         while (has_room && (count = inflater.fill(buffer_->room(1 << 16))) > 0)
             has_room = buffer_->take(count);
-        cut_by_ = inflater.fault();
+        incomplete_reason_ = inflater.fault();
     }
     for (; !compressed_ && has_room && !piece.empty(); piece = input.next()) {
         memcpy(buffer_->room(piece.size()).data(), piece.data(), piece.size());
         has_room = buffer_->take(piece.size());
     }
     if (!has_room)
-        cut_by_ = "it brings more than " + std::to_string(kMostBytesHeld) + " bytes";
+        incomplete_reason_ = "input exceeds " + std::to_string(kMaxBufferedBytes) + " bytes";
 }
 
 std::span<const unsigned char> FileBytes::all() const {

@@ -1,5 +1,4 @@
-// All bytes of a file that is read once from front to back: mapped where that can be, else read,
-// and inflated where they are gzip-compressed.
+// Complete contents of a file: mapped if possible, else read, and decompressed if gzip-compressed.
 #pragma once
 
 #include <cstddef>
@@ -10,29 +9,28 @@
 
 namespace tool {
 
-/// What a pipe or compressed data may bring at most; a small file could inflate to anything. As
-/// many nodes as the linker takes in one link (TREELINK_MAX_NODES), with room for headers of some
-/// hundred records.
-constexpr size_t kMostBytesHeld = 1'049'000'000;
+/// Maximum size of piped or decompressed input; a small file could decompress to any size. Suffices
+/// for the nodes of one link (TREELINK_MAX_NODES) and the headers of some hundred records.
+constexpr size_t kMaxBufferedBytes = 1'049'000'000;
 
-/// The bytes of a file, as long as this lives. When another process cuts a mapped file short, the
-/// run ends with kTrouble after a message.
+/// The bytes of a file. If another process truncates a mapped file, prints a message and exits with
+/// kError.
 class FileBytes {
 public:
     /// @param path "-" for standard input.
-    /// @param name of the file in messages. A file that cannot be read ends the run with kTrouble.
+    /// @param name of the file in messages. Exits with kError if the file cannot be read.
     FileBytes(const std::string &path, const std::string &name);
     ~FileBytes();
     FileBytes(const FileBytes &) = delete;
     FileBytes &operator=(const FileBytes &) = delete;
 
     [[nodiscard]] std::span<const unsigned char> all() const;
-    /// The same bytes, to be changed here; the file stays as it is.
+    /// Returns the same bytes for changes in memory; the file does not change.
     [[nodiscard]] std::span<unsigned char> changeable();
 
     [[nodiscard]] bool compressed() const { return compressed_; }
-    /// Why there are no more bytes although the file goes on or should; empty when all are there.
-    [[nodiscard]] const std::string &cut_by() const { return cut_by_; }
+    /// Returns why reading stopped early; empty if complete.
+    [[nodiscard]] const std::string &incomplete_reason() const { return incomplete_reason_; }
 
 private:
     class Mapping;
@@ -44,7 +42,7 @@ private:
     std::unique_ptr<Mapping> mapping_; // or
     std::unique_ptr<Buffer> buffer_;
     bool compressed_ = false;
-    std::string cut_by_;
+    std::string incomplete_reason_;
 };
 
 } // namespace tool

@@ -100,7 +100,8 @@ bool is_bit_array(const GrammarField &field) {
     return field.size > sizeof(uint64_t);
 }
 
-// What would make names ambiguous, break attach paths or spoil a line of output.
+// Returns whether the character is escaped in names: it would make names ambiguous, or break attach
+// paths or output lines.
 bool needs_escape(char c) {
     return is_control(c) || strchr(" .,%<", c) != nullptr;
 }

@@ -1,5 +1,5 @@
-// Fields of a record by their keys in a grammar: parse_tree/record_fields.h with a field of its own
-// for each flag that has a key.
+// Fields of a record by their keys in a grammar: parse_tree/record_fields.h, with one field for
+// each flag that has a key.
 #pragma once
 
 #include "parse_tree/record_fields.h"
@@ -15,7 +15,7 @@
 
 namespace tool {
 
-/// A grammar with more levels of YAML is refused: libyaml's time for each node grows with the
+/// A grammar with more levels of YAML is rejected: libyaml's time for each node grows with the
 /// levels around it. The shell walks 256 words, each of which takes two.
 constexpr size_t kMostYamlLevels = 600;
 

@@ -1,4 +1,4 @@
-// Files of results, by way of the library's replacement of a file.
+// Output files, written with the library's file replacement.
 #include "tools/support/output_file.h"
 
 #include "tools/support/program.h"

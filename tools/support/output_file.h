@@ -1,4 +1,4 @@
-// Results that go to a file: the file is replaced as a whole or not at all.
+// Output files that are replaced completely or not at all.
 #pragma once
 
 #include "base/owners.h"
@@ -10,20 +10,20 @@
 
 namespace tool {
 
-/// A file that is being written, or standard output for the name "-". Unless it is committed, the
-/// old file stays as it was.
+/// A file that is being written, or standard output for the name "-". The old file does not change
+/// before the commit.
 class OutputFile {
 public:
-    /// A file that cannot be written is told with the reason and ends the run with kTrouble.
+    /// Reports a file that cannot be written, and exits with kError.
     explicit OutputFile(const std::string &path);
 
-    /// Where to write; it has a descriptor.
+    /// Returns the stream to write to; it has a descriptor.
     [[nodiscard]] FILE *stream() const;
 
-    /// Tells that writing failed, with the reason in errno, and ends the run with kTrouble.
+    /// Reports a write error with the reason in errno, and exits with kError.
     [[noreturn]] void fail() const;
 
-    /// Puts the file in place. A file that did not take every byte ends the run as in fail().
+    /// Replaces the old file. Exits as fail() if the file could not be written completely.
     void commit();
 
 private:

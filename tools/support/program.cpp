@@ -1,4 +1,4 @@
-// The frame of every tool. The name in messages is the only state it keeps.
+// Common frame of the tools. The program name is the only state.
 #include "tools/support/program.h"
 
 #include "base/escape.h"
@@ -19,11 +19,11 @@ namespace {
 
 const char *program_name = "ocmd";
 
-// What getopt_long gives for options without a letter of their own: past every character.
+// Code of options without a short form for getopt_long: above all characters.
 constexpr int kFirstUnlettered = 256;
 
-constexpr Option kHelp{'h', "help", nullptr, "Print this text and end."};
-constexpr Option kVersion{0, "version", nullptr, "Print the version and end."};
+constexpr Option kHelp{'h', "help", nullptr, "Print this help and exit."};
+constexpr Option kVersion{0, "version", nullptr, "Print the version and exit."};
 
 std::vector<Option> all_options(const Program &program) {
     std::vector<Option> options{program.options.begin(), program.options.end()};
@@ -36,8 +36,8 @@ int code_of(std::span<const Option> options, size_t i) {
     return options[i].letter != 0 ? options[i].letter : kFirstUnlettered + static_cast<int>(i);
 }
 
-[[gnu::format(printf, 1, 0)]] void tell_values(const char *format, va_list values) {
-    fflush(stdout); // results first, where both go to one place
+[[gnu::format(printf, 1, 0)]] void report_values(const char *format, va_list values) {
+    fflush(stdout); // results first if both streams are the same file
     fprintf(stderr, "%s: ", program_name);
     base::vprint_escaped(stderr, format, values);
     fputc('\n', stderr);
@@ -59,17 +59,17 @@ void print_help(const Program &program, std::span<const Option> options) {
         printf("  %-*s  %s\n", static_cast<int>(widest), forms[i].c_str(), options[i].help);
 }
 
-// The results are what a tool is run for, so a byte lost there is a failure.
+// Returns kError if the results could not be written completely.
 int finish_output(int status) {
     errno = 0;
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
-    tell("standard output: cannot be written: %s", errno == 0 ? "write error" : strerror(errno));
-    return kTrouble;
+    report("standard output: cannot be written: %s", errno == 0 ? "write error" : strerror(errno));
+    return kError;
 }
 
-int tell_of_memory(const Program &program) {
-    tell("out of memory");
+int report_no_memory(const Program &program) {
+    report("out of memory");
     return program.out_of_memory;
 }
 
@@ -99,12 +99,12 @@ CommandLine parse(const Program &program, int argc, char **argv) {
     names.push_back({});
 
     CommandLine line;
-    argv[0] = const_cast<char *>(program.name); // getopt_long begins its messages with it
+    argv[0] = const_cast<char *>(program.name); // getopt_long uses it in its messages
     for (int code = 0;
          (code = getopt_long(argc, argv, letters.c_str(), names.data(), nullptr)) != -1;) {
-        if (code == '?') { // getopt_long has told which
+        if (code == '?') { // getopt_long has printed a message
             fprintf(stderr, "Try '%s --help'.\n", program.name);
-            throw Stop{kTrouble};
+            throw Stop{kError};
         }
         const auto found = std::find_if(options.begin(), options.end(), [&](const Option &o) {
             return code_of(options, static_cast<size_t>(&o - options.data())) == code;
@@ -132,28 +132,28 @@ const char *name_in_messages() {
     return program_name;
 }
 
-void tell(const char *format, ...) {
+void report(const char *format, ...) {
     va_list values;
     va_start(values, format);
-    tell_values(format, values);
+    report_values(format, values);
     va_end(values);
 }
 
 void fail(const char *format, ...) {
     va_list values;
     va_start(values, format);
-    tell_values(format, values);
+    report_values(format, values);
     va_end(values);
-    throw Stop{kTrouble};
+    throw Stop{kError};
 }
 
 void refuse(const char *format, ...) {
     va_list values;
     va_start(values, format);
-    tell_values(format, values);
+    report_values(format, values);
     va_end(values);
     fprintf(stderr, "Try '%s --help'.\n", program_name);
-    throw Stop{kTrouble};
+    throw Stop{kError};
 }
 
 int run(const Program &program, int argc, char **argv, Status (*body)(const CommandLine &line)) {
@@ -164,9 +164,9 @@ int run(const Program &program, int argc, char **argv, Status (*body)(const Comm
     } catch (const Stop &stop) {
         status = stop.status;
     } catch (const std::bad_alloc &) {
-        status = tell_of_memory(program);
-    } catch (const std::length_error &) { // more than any memory holds
-        status = tell_of_memory(program);
+        status = report_no_memory(program);
+    } catch (const std::length_error &) { // larger than the address space
+        status = report_no_memory(program);
     }
     return finish_output(status);
 }

@@ -1,4 +1,4 @@
-// The block behind standard output, and what is seldom put there.
+// Block of standard output, and less frequent formats.
 #include "tools/support/text_output.h"
 
 #include "tools/support/program.h"
@@ -14,7 +14,7 @@ namespace tool {
 
 namespace {
 
-// The number of bytes written, all unless errno tells why not.
+// Returns the number of bytes written; if not all, errno has the reason.
 size_t write_all(std::string_view text) {
     size_t done = 0;
     while (done < text.size()) {
@@ -35,7 +35,7 @@ void write_out(std::string_view text) {
 
 TextOutput::TextOutput() : block_(new char[kBlockSize + kMostRoom + kCopyChunk]) {
     fflush(stdout);
-    constexpr int kWanted = kBlockSize; // so that a reader works while the next block is made
+    constexpr int kWanted = kBlockSize; // so that a reader works while the next block is filled
     const int size = fcntl(STDOUT_FILENO, F_GETPIPE_SZ);
     if (size >= 0 && size < kWanted)
         fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kWanted);
@@ -43,7 +43,7 @@ TextOutput::TextOutput() : block_(new char[kBlockSize + kMostRoom + kCopyChunk])
 
 TextOutput::~TextOutput() {
     const size_t written = write_all({block_.get(), used_});
-    // What cannot leave here is the stream's, and the end of the run sees that it failed.
+    // Bytes that cannot be written stay in the stream; the check at exit reports the error.
     if (written < used_)
         fwrite(block_.get() + written, 1, used_ - written, stdout);
 }
@@ -86,11 +86,11 @@ TextOutput &TextOutput::put_long(std::string_view text) {
 
 void TextOutput::flush() {
     const size_t size = used_;
-    used_ = 0; // not once more, should it fail
+    used_ = 0; // not again after an error
     write_out({block_.get(), size});
 }
 
-// Blocks leave whole, so that a file takes whole pages.
+// Writes complete blocks, so that a file receives complete pages.
 void TextOutput::write_block() {
     const size_t beyond = used_ - kBlockSize;
     used_ = 0;

@@ -1,4 +1,4 @@
-// Results on their way to standard output, gathered in a block that leaves in large writes.
+// Buffered writer for standard output.
 #pragma once
 
 #include <cstddef>
@@ -9,23 +9,22 @@
 
 namespace tool {
 
-/// Texts that are copied again and again are copied in whole chunks: this many bytes behind such a
-/// text must be readable.
+/// Texts that are copied often are copied in chunks: this many bytes after such a text must be
+/// readable.
 constexpr size_t kCopyChunk = 32;
 
-/// Copies a text in whole chunks, up to kCopyChunk - 1 bytes beyond its end. @return that end.
+/// Copies a text in chunks, up to kCopyChunk - 1 bytes beyond its end. @return this end.
 inline char *copy_in_chunks(char *to, std::string_view text) {
     for (size_t done = 0; done < text.size(); done += kCopyChunk)
         memcpy(to + done, text.data() + done, kCopyChunk);
     return to + text.size();
 }
 
-/// Standard output for results. Nothing else may write there while this lives, unless after a
-/// flush. Output that cannot be written is told and ends the run with kTrouble; what a run that
-/// ends otherwise has gathered still leaves.
+/// Standard output for results. During its lifetime, other code may write there only after a flush.
+/// Reports a write error and exits with kError. The destructor writes the buffered bytes.
 class TextOutput {
 public:
-    /// The longest text that room can be asked for.
+    /// Maximum size of a text that is written to room().
     static constexpr size_t kMostRoom = 16384;
 
     TextOutput();
@@ -50,13 +49,13 @@ public:
     TextOutput &operator<<(uint32_t number) { return put_number(number); }
     TextOutput &operator<<(int32_t number) { return *this << int64_t{number}; }
 
-    /// Lower-case hexadecimal digits, so many at least.
+    /// Writes lower-case hexadecimal digits, at least this many.
     TextOutput &hexadecimal(uint64_t number, int digits = 1);
 
     TextOutput &blanks(size_t count);
 
-    /// Room for kMostRoom bytes and a chunk more, to be filled from the front; take_until tells how
-    /// far.
+    /// Returns free space of kMostRoom bytes and one chunk. take_until sets the end of the bytes
+    /// written.
     char *room() {
         if (used_ >= kBlockSize)
             write_block();
@@ -64,13 +63,13 @@ public:
     }
     void take_until(const char *end) { used_ = static_cast<size_t>(end - block_.get()); }
 
-    /// Where such room ends to be free without another call of room.
+    /// Returns the end of the block: from there on, call room() again.
     [[nodiscard]] const char *full() const { return block_.get() + kBlockSize; }
 
     void flush();
 
 private:
-    // As much as leaves at once. It stays in the processor's second cache.
+    // Size of a write. The block fits into the second-level cache.
     static constexpr size_t kBlockSize = 262144;
 
     TextOutput &put_number(uint64_t number);

@@ -1,4 +1,4 @@
-// Links, orders, levels and parents of the nodes of a tree.
+// Links, order, levels and parents of the nodes of a tree.
 #include "tools/support/tree_shape.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ std::vector<uint32_t> type_masks_of(const tree_node_t &node) {
 
 LinkTable::LinkTable(Nodes nodes) {
     first_.reserve(nodes.size() + 1);
-    links_.reserve(nodes.size() * TREE_MAX_CHILDREN); // memory that stays untouched costs nothing
+    links_.reserve(nodes.size() * TREE_MAX_CHILDREN); // memory that is never accessed costs nothing
     lines_.reserve(nodes.size());
     for (const tree_node_t &node : nodes) {
         const auto links = links_of(node);
@@ -70,7 +70,8 @@ std::vector<uint16_t> children_first(const LinkTable &links) {
     return order;
 }
 
-// From parents to children, all ways to a node are known before it hands them on.
+// In the order from parents to children, all paths to a node are known before its children are
+// visited.
 std::vector<Levels> measure_levels(const LinkTable &links, std::span<const uint16_t> order) {
     std::vector<Levels> levels(links.node_count());
     levels[0] = {1, 1};

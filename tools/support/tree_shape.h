@@ -1,5 +1,5 @@
-// How the nodes of a sound tree hang together: what a record does not say of itself. Nothing here
-// recurses, for a tree may be as deep as it has nodes.
+// Structure of a valid tree: links, depth, parents. No function recurses, because a tree may be as
+// deep as it has nodes.
 #pragma once
 
 #include "base/huge_pages.h"
@@ -15,36 +15,36 @@ namespace tool {
 
 using Nodes = std::span<const tree_node_t>;
 
-/// The links that a node has in use. The node is of a sound tree.
+/// Returns the links of a node of a valid tree.
 inline std::span<const uint16_t> links_of(const tree_node_t &node) {
     return {node.children, node.child_count};
 }
 
-/// The parameters that a node has in use.
+/// Returns the parameters of a node of a valid tree.
 inline std::span<const parameter_info_t> params_of(const tree_node_t &node) {
     return {node.params, node.param_count};
 }
 
-/// A text of a record, which ends at its zero or its field's end.
+/// Returns a string of a record, which ends at its NUL or with its field.
 template <size_t Size> std::string_view text_of(const char (&field)[Size]) {
     return {field, strnlen(field, Size)};
 }
 
-/// The type masks of those parameters.
+/// Returns the type masks of the parameters.
 std::vector<uint32_t> type_masks_of(const tree_node_t &node);
 
-/// Whether the node enters a submode.
+/// Returns whether the node enters a submode.
 inline bool is_submode(const tree_node_t &node) {
     return (node.flags & TREE_FLAG_SUBMODE) != 0;
 }
 
-/// Whether a command line ends at the node: it is a terminal or enters a submode.
+/// Returns whether a command line ends at the node: it is a terminal or enters a submode.
 inline bool has_line(const tree_node_t &node) {
     return (node.flags & (TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE)) != 0;
 }
 
-/// The links of a sound tree side by side, gathered in one pass over the records. Walks need little
-/// else, and a record spans a thousand bytes.
+/// Links of a valid tree in one array, collected in one pass over the records. Walks need little
+/// else, and a record has a thousand bytes.
 class LinkTable {
 public:
     explicit LinkTable(Nodes nodes);
@@ -56,7 +56,7 @@ public:
 
     [[nodiscard]] bool has_line(uint32_t node) const { return lines_[node] != 0; }
 
-    /// Takes out all links to nodes that are not wanted, by a flag of each node.
+    /// Removes all links to nodes that are not wanted, by a flag per node.
     void keep_links_to(const std::vector<bool> &wanted);
 
 private:
@@ -65,25 +65,25 @@ private:
     std::vector<uint8_t> lines_;
 };
 
-/// The nodes that the root reaches, each behind all that it reaches itself.
+/// Returns the nodes that the root reaches, each after its descendants.
 std::vector<uint16_t> children_first(const LinkTable &links);
 
-/// How many nodes lie on the shortest and on the longest way from the root to a node, both ends
-/// counted; 0 for a node that is not reached.
+/// Number of nodes on the shortest and on the longest path from the root to a node, including both;
+/// 0 for a node that is not reached.
 struct Levels {
     uint32_t least = 0;
     uint32_t greatest = 0;
 };
 
-/// The levels of all nodes, in the order that children_first gives.
+/// Returns the levels of all nodes; order is the result of children_first.
 std::vector<Levels> measure_levels(const LinkTable &links, std::span<const uint16_t> order);
 
-/// Who has a link to whom.
+/// Parents of each node.
 class ParentTable {
 public:
     explicit ParentTable(const LinkTable &links);
 
-    /// In the order of the array, whether the root reaches them or not.
+    /// Returns the parents in the order of the array, including those that the root does not reach.
     [[nodiscard]] std::span<const uint16_t> of(uint32_t node) const {
         return {parents_.data() + first_[node], first_[node + 1] - first_[node]};
     }

@@ -1,4 +1,4 @@
-// Parameter types as the tools name them.
+// Names of parameter types in the tools.
 #include "tools/support/types.h"
 
 #include "param_reg/builtin_types.h"

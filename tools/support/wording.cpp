@@ -1,4 +1,4 @@
-// Distance of words after Damerau and Levenshtein, in its form that changes no place twice.
+// Quoting and suggestions, by the Damerau-Levenshtein distance (optimal string alignment).
 #include "tools/support/wording.h"
 
 #include "base/escape.h"
@@ -18,14 +18,14 @@ namespace tool {
 
 namespace {
 
-constexpr size_t kLongestWord = 64; // longer ones are nothing that was mistyped
+constexpr size_t kLongestWord = 64; // longer words are not typing errors
 
 bool same(char a, char b) {
     return std::tolower(static_cast<unsigned char>(a)) ==
            std::tolower(static_cast<unsigned char>(b));
 }
 
-// Row i holds the distances of the first i characters of a to all beginnings of b; only the last
+// Row i contains the distances of the first i characters of a to all prefixes of b; only the last
 // three rows are needed.
 size_t distance(std::string_view a, std::string_view b) {
     std::array<std::vector<size_t>, 3> rows;
@@ -46,7 +46,7 @@ size_t distance(std::string_view a, std::string_view b) {
     return rows[a.size() % 3][b.size()];
 }
 
-// Empty when no candidate is near.
+// Returns an empty text if no candidate is near.
 std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates) {
     std::string_view best;
     size_t least = (word.size() + 2) / 3 + 1;

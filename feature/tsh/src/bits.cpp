@@ -1,4 +1,4 @@
-// Bit positions and counts, by the machine's own instructions.
+// Bit positions and counts, with CPU instructions.
 #include "feature/tsh/src/bits.h"
 
 #include <bit>

@@ -6,17 +6,17 @@
 
 #include <stdint.h>
 
-/** Lowest set bit above position after; -1 asks for the lowest of all.
- * @return its position, or -1 when there is none or after lies outside -1 .. 30. */
+/** Returns the position of the lowest set bit above position after; after -1, the lowest of all.
+ * @return -1 if there is none, or if after is outside -1 .. 30. */
 TSH_API int32_t bit_pos_get32(uint32_t value, int32_t after);
 
-/** The same for 64 bits, after in -1 .. 62. */
+/** Returns the position in the same way for 64 bits, after in -1 .. 62. */
 TSH_API int32_t bit_pos_get64(uint64_t value, int32_t after);
 
-/** Number of set bits. */
+/** Returns the number of set bits. */
 TSH_API int32_t bit_count_get(uint32_t value);
 
-/** Number of set bits. */
+/** Returns the number of set bits. */
 TSH_API int32_t bit_count_get64(uint64_t value);
 
 #endif

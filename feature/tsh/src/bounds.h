@@ -1,5 +1,5 @@
-/* Range checks. All bounds are inclusive; the result is 1 inside and -1 outside, so a range whose
- * least value exceeds its greatest holds nothing. */
+/* Range checks. All bounds are inclusive; the result is 1 inside and -1 outside, so a range
+ * whose minimum exceeds its maximum is empty. */
 #ifndef TSH_FEATURE_TSH_BOUNDS_H
 #define TSH_FEATURE_TSH_BOUNDS_H
 

@@ -1,4 +1,4 @@
-// Hexadecimal fields, in blocks of GLib because that is how their receivers release them.
+// Hexadecimal fields, allocated by GLib because callers release them with g_strfreev.
 #include "feature/tsh/src/hex_split.h"
 
 #include "base/owners.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// The places that the reports name are fixed, wherever the checks stand.
+// The reported positions are fixed, independent of the position of the checks.
 constexpr int kNullStringLine = 244;
 constexpr int kNullDelimitersLine = 245;
 

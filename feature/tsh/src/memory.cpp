@@ -1,5 +1,4 @@
-// Allocation wrappers. calloc hands out fresh zero pages without touching them, which is what a
-// zero-filled block of any size should cost.
+// Allocation wrappers. calloc returns fresh zero pages without accessing them.
 #include "feature/tsh/src/memory.h"
 
 #include "feature/tsh/src/memory_internal.h"

@@ -1,6 +1,5 @@
-/* Memory of the shell library: the wrappers through which the registry, the enumeration and the
- * string utilities allocate. Sizes count bytes; a size of 0 gives a block of one. None of them ends
- * the process. */
+/* Allocation wrappers of the registry, the enumeration and the string utilities. Sizes are in
+ * bytes; a size of 0 gives a block of one byte. No function ends the process. */
 #ifndef TSH_FEATURE_TSH_MEMORY_H
 #define TSH_FEATURE_TSH_MEMORY_H
 
@@ -14,19 +13,19 @@ TSH_API void *tsh_malloc(uint32_t size);
 
 /** Resizes a block from these helpers (or allocates one for null); bytes beyond the old size are
  * not cleared.
- * @return the new block; null after "\nErr: Realloc failed..." on standard output, the old block
- *         then being unchanged and still the caller's. */
+ * @return the new block; null after "\nErr: Realloc failed..." on standard output; the caller
+ *         then still owns the unchanged old block. */
 TSH_API void *tsh_realloc(void *block, uint32_t size);
 
 /** Releases a block; null is ignored. */
 TSH_API void tsh_free(void *block);
 
-/** Copy of a text, owned by the caller. @return null for a null text (silently) or when
+/** Returns a copy of a string, owned by the caller; null for a null string (silently), and if
  * tsh_malloc fails. */
 TSH_API char *tsh_strdup(const char *text);
 
-/** Copy of a text followed by one blank, owned by the caller; a single blank for a null or empty
- * text. @return null when tsh_malloc fails. */
+/** Returns a copy of a string followed by one space, owned by the caller; a single space for a null
+ * or empty string; null if tsh_malloc fails. */
 TSH_API char *tsh_strdup_with_space(const char *text);
 
 #endif

@@ -1,4 +1,4 @@
-/* Small helpers of a process: signal handlers and file names. */
+/* Process helpers: signal handlers and file names. */
 #ifndef TSH_FEATURE_TSH_PROCESS_H
 #define TSH_FEATURE_TSH_PROCESS_H
 
@@ -11,8 +11,8 @@
  * @return 0, or -1 with errno set. */
 TSH_API int32_t signal_set(int signal_number, void (*handler)(int));
 
-/** The part of a path after its last '/', or the path itself without one; points into the path,
- * which must not be null. */
+/** Returns the part of a path after its last '/', or the path itself if there is none; a pointer
+ * into the path, which must not be null. */
 TSH_API char *tsh_util_get_filename(char *path);
 
 #endif

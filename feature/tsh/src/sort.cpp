@@ -1,4 +1,4 @@
-// Bubble sort: its number of passes is part of the contract, so no other method serves.
+// Bubble sort: the number of passes is part of the contract, so no other method is possible.
 #include "feature/tsh/src/sort.h"
 
 #include <utility>

@@ -1,4 +1,4 @@
-// The tokenizer: one walk over the line that knows whether it is in a word and in quotes.
+// Tokenizer: one pass over the line with the states in a word and in quotes.
 #include "feature/tsh/src/tokenizer.h"
 
 #include "feature/tsh/src/char_set_internal.h"
@@ -22,14 +22,14 @@ constexpr CharSet kSeparating(kWhiteSpace);
 constexpr CharSet kNeverSpecial(kWhiteSpace, kQuote);
 constexpr CharSet kMeaningInQuotes(kQuote, kEscape);
 
-// One walk over a line. What it finds out it keeps; the process-wide state is the caller's.
+// One pass over a line. Results are members; the caller sets the process-wide state.
 class TokenWalk {
 public:
     TokenWalk(std::string_view line, std::string_view specials, str_list_t &list)
         : line_(line), list_(list), specials_(kAlwaysSpecial, specials),
           meaning_in_word_(kWhiteSpace, kQuote, kEscape, kAlwaysSpecial, specials) {}
 
-    /// Walks the whole line. @return false without memory.
+    /// Processes the complete line. @return false if out of memory.
     bool run() {
         while (goes_on()) {
             if (in_word_)
@@ -41,7 +41,7 @@ public:
         return !out_of_memory_;
     }
 
-    /// Offset of the quote that the line leaves open.
+    /// Returns the offset of the unmatched quote.
     [[nodiscard]] std::optional<size_t> open_quote() const { return open_quote_; }
 
 private:
@@ -51,7 +51,7 @@ private:
         return position_ < line_.size() && list_.size < STR_LIST_ENTRIES && !out_of_memory_;
     }
 
-    // Passes what has no meaning inside the word in progress, escaped characters included.
+    // Skips characters without special meaning inside the current word, including escaped ones.
     void pass_text() {
         const CharSet &meaning = in_quotes() ? kMeaningInQuotes : meaning_in_word_;
         position_ = meaning.find_in(line_, position_);
@@ -59,7 +59,7 @@ private:
             position_ = meaning.find_in(line_, position_ + 2);
     }
 
-    // The last backslash of a line has nothing to escape and is like any other character.
+    // A backslash at the end of a line escapes nothing and is an ordinary character.
     [[nodiscard]] bool at_escape() const {
         return position_ + 1 < line_.size() && line_[position_] == '\\';
     }
@@ -67,9 +67,9 @@ private:
     void take(char c) {
         if (c == '"')
             in_quotes() ? close_quotes() : open_quotes();
-        else if (!in_quotes() && specials_.holds(c))
+        else if (!in_quotes() && specials_.contains(c))
             take_special();
-        else if (!in_quotes() && kSeparating.holds(c))
+        else if (!in_quotes() && kSeparating.contains(c))
             take_white_space();
         else
             take_text();
@@ -88,7 +88,7 @@ private:
         ++position_;
     }
 
-    // A special is stored even as the entry past the last word; the caller then refuses the list.
+    // A special is stored even in the entry after the last word; the caller then rejects the list.
     void take_special() {
         end_word();
         append(line_.substr(position_, 1), position_);

@@ -1,4 +1,4 @@
-// The one function that formats traces, and the switches of everything the library tells.
+// Formatting of traces, and the switches of all diagnostic output.
 #include "feature/tsh/src/trace_internal.h"
 
 #include <cstdarg>

@@ -1,6 +1,6 @@
-/* What the library tells of its own work: diagnostic traces, which families are on and where they
- * go, and the switches of the debug and progress prints. A trace is the time as "%ld:%ld: "
- * (seconds and microseconds), the message, and a flush of the stream. */
+/* Diagnostic traces: families and stream, and the switches of the debug and progress messages. A
+ * trace consists of the time as "%ld:%ld: " (seconds and microseconds), the message, and a flush of
+ * the stream. */
 #ifndef TSH_FEATURE_TSH_TRACE_H
 #define TSH_FEATURE_TSH_TRACE_H
 
@@ -10,24 +10,24 @@
 #include <stdio.h>
 
 /** Families of traces, as bits of tsh_debug_filter. */
-#define TSH_TRACE_ALLOCATION 0xCu   /**< Either bit: word splitting finds no memory for its line. */
+#define TSH_TRACE_ALLOCATION 0xCu   /**< Either bit: word splitting is out of memory. */
 #define TSH_TRACE_FUNCTIONS 0x20u   /**< Function entries, " Func Trace: <<< %s >>>\n". */
 #define TSH_TRACE_NAVIGATION 0x200u /**< Tree navigation, lookups, tsh_parse_tree_release. */
 #define TSH_TRACE_PARAMS 0x10000u   /**< Registry lookups and number parsing. */
 #define TSH_TRACE_WORDS 0x80000u    /**< Word splitting and string lists. */
 #define TSH_TRACE_STARTUP 0x100000u /**< Parameter registration and main tree start-up. */
 
-/** Families that are on; 0 at start. The library only reads it. */
+/** Enabled families; initially 0. The library only reads it. */
 TSH_API uint32_t tsh_debug_filter;
 
-/** Stream of all traces and of the tree dump; null at start, and then both print nothing. */
+/** Stream of all traces and of the tree dump; if it is null, as initially, both print nothing. */
 TSH_API FILE *tsh_logfp;
 
-/** The value 1, and no other, turns on the debug prints of the tree writer and the tree linker on
- * standard output; 0 at start. The library only reads it. */
+/** Only the value 1 enables the debug messages of the tree writer and the linker on standard
+ * output; initially 0. The library only reads it. */
 TSH_API int32_t debug_flag;
 
-/** Non-zero: the linker's progress lines on standard output; 0 at start. The library only reads
+/** Nonzero: the linker prints its progress to standard output; initially 0. The library only reads
  * it. */
 TSH_API int32_t verbose;
 

@@ -1,5 +1,5 @@
-// How the library writes its traces. The writers are marked cold, so that a site costs one
-// predictable branch while its family is off:
+// Writing of traces. The functions are marked cold, so that a trace costs one predictable branch if
+// its family is disabled:
 //     if (traces(TSH_TRACE_NAVIGATION))
 //         trace("atn stack height: %d\n", height);
 #pragma once
@@ -12,14 +12,14 @@ inline bool traces(uint32_t families) {
     return (tsh_debug_filter & families) != 0;
 }
 
-/// One whole trace: time, message, flush.
+/// Writes a complete trace: time, message, flush.
 [[gnu::format(printf, 1, 2), gnu::cold]] void trace(const char *format, ...);
 
-/// The two halves of a trace, for the one message that has another trace between them.
+/// Write the two parts of a trace, for a message with another trace in between.
 [[gnu::cold]] void trace_time();
 [[gnu::format(printf, 1, 2), gnu::cold]] void trace_text(const char *format, ...);
 
-/// The function-entry trace, when its family is on.
+/// Write the function-entry trace, if its family is enabled.
 [[gnu::cold]] void trace_entry(const char *function);
 inline void trace_function(const char *function) {
     if (traces(TSH_TRACE_FUNCTIONS))

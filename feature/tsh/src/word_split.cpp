@@ -1,4 +1,4 @@
-// Word splitting: the line is copied and its operators are set apart, then one pass cuts the words.
+// Word splitting: copies the line, separates its operators, then splits it in one pass.
 #include "feature/tsh/src/word_split.h"
 
 #include "feature/tsh/src/char_set_internal.h"
@@ -18,7 +18,7 @@ using tsh::traces;
 
 constexpr char kDefaultSeparators[] = " \t\n\r\f\v";
 constexpr size_t kDelimiterRoom = 33;
-// Room for the two blanks that may be added and for zero bytes behind the text.
+// Space for the two spaces that may be inserted, and for NULs after the text.
 constexpr size_t kSpareBytes = 5;
 constexpr CharSet kEndsQuotes("\"");
 
@@ -27,7 +27,7 @@ void note(const char *message) {
         trace("%s", message);
 }
 
-// One mark for each character that the split passes.
+// Prints one mark for each character that the split skips.
 void mark(const char *text, size_t characters) {
     if (traces(TSH_TRACE_WORDS))
         for (size_t i = 0; i < characters; ++i)
@@ -36,7 +36,7 @@ void mark(const char *text, size_t characters) {
 
 class WorkingCopy {
 public:
-    /// Test text() for null: without memory there is no copy.
+    /// If out of memory, text() is null.
     explicit WorkingCopy(std::string_view line) : length_(line.size()) {
         if (length_ > tsh::kLongestLine)
             tsh::malloc_failed();
@@ -97,7 +97,7 @@ public:
     WordCutter(std::string_view line, std::string_view delimiters)
         : line_(line), delimiters_(delimiters), ends_text_(delimiters, "\"") {}
 
-    /// Cuts all words there is room for. @return false without memory.
+    /// Splits off all words up to the capacity. @return false if out of memory.
     bool cut_into(str_list_t &list) {
         while (begin_word()) {
             const size_t start = position_;
@@ -125,7 +125,7 @@ private:
                 ++position_;
                 return true;
             }
-            if (!delimiters_.holds(c)) {
+            if (!delimiters_.contains(c)) {
                 note("D");
                 return true;
             }
@@ -134,8 +134,8 @@ private:
         return false;
     }
 
-    // Moves past the last character of the word; past the line's end by one character when a
-    // quote is the last of the line.
+    // Moves after the last character of the word; one character after the end of the line if a
+    // quote is its last character.
     void pass_word() {
         pass_text();
         while (position_ < line_.size() && line_[position_] == '"') {
@@ -152,7 +152,7 @@ private:
         mark(quoted_ ? "Q" : "c", position_ - start);
     }
 
-    // The character after the quote goes along unexamined.
+    // The character after the quote belongs to the word without a check.
     void pass_quote() {
         if (quoted_)
             note("\nEnd of quotes...");

@@ -1,6 +1,6 @@
-// Telling trees from other bytes and byte orders from each other: counts that a record cannot hold
-// betray a wrong guess.
-#include "tools/support/tree_look.h"
+// Detection of file format and byte order: counts that exceed the limits of a record reveal a wrong
+// guess.
+#include "tools/support/file_format.h"
 
 #include <algorithm>
 #include <bit>
@@ -22,18 +22,18 @@ uint32_t integer_at(Bytes bytes, size_t offset, size_t width, ByteOrder order) {
     return value;
 }
 
-// A header that could hardly be anything else: nodes, and a path of its length with its terminator.
+// Returns whether the bytes are certainly a header: with nodes, and a path that ends with a NUL.
 bool is_clear_header(Bytes bytes, ByteOrder order) {
     if (bytes.size() < sizeof(subtree_header_t))
         return false;
-    const HeaderLook look{bytes, order};
-    const size_t path_end = sizeof look.header + look.header.path_len;
-    return look.is_readable() && look.header.tree_bytes > 0 && look.header.path_len > 0 &&
+    const DecodedHeader decoded{bytes, order};
+    const size_t path_end = sizeof decoded.header + decoded.header.path_len;
+    return decoded.is_readable() && decoded.header.tree_bytes > 0 && decoded.header.path_len > 0 &&
            (path_end > bytes.size() || bytes[path_end - 1] == '\0');
 }
 
 bool is_possible_header(Bytes bytes, ByteOrder order) {
-    return bytes.size() >= sizeof(subtree_header_t) && HeaderLook{bytes, order}.is_readable();
+    return bytes.size() >= sizeof(subtree_header_t) && DecodedHeader{bytes, order}.is_readable();
 }
 
 bool counts_fit(Bytes record, ByteOrder order) {
@@ -42,9 +42,9 @@ bool counts_fit(Bytes record, ByteOrder order) {
            count_at(offsetof(tree_node_t, param_count)) <= TREE_MAX_PARAMS;
 }
 
-// What the records of a bare node array say.
+// Byte orders in which the counts of the records of a node array are valid.
 struct RecordVotes {
-    size_t little = 0; // records whose counts fit in this order alone
+    size_t little = 0; // records whose counts are valid in this order only
     size_t big = 0;
     size_t neither = 0;
     size_t all = 0;
@@ -71,8 +71,8 @@ struct RecordVotes {
     }
 };
 
-// Whether the bytes may be records of which the first has a name. The first bytes of a subtree's
-// header are zero, but not as many as a name that is empty.
+// Returns whether the bytes may be records. The first bytes of a subtree header are zero, but not
+// as many as the bytes of an empty name.
 bool is_main_tree(Bytes bytes, const RecordVotes &votes) {
     if (votes.all == 0 || 2 * votes.neither >= votes.all)
         return false;
@@ -82,13 +82,13 @@ bool is_main_tree(Bytes bytes, const RecordVotes &votes) {
                     : std::ranges::find(name, '\0') != name.end();
 }
 
-// A header of which one size is wrong and the other is not.
+// Returns whether the bytes are a header with one invalid size.
 bool is_nearly_header(Bytes bytes, ByteOrder order) {
     if (bytes.size() < sizeof(subtree_header_t))
         return false;
-    const HeaderLook look{bytes, order};
-    const auto &[version, kind, path_len, tree_bytes, reserved] = look.header;
-    const size_t path_end = sizeof look.header + path_len;
+    const DecodedHeader decoded{bytes, order};
+    const auto &[version, kind, path_len, tree_bytes, reserved] = decoded.header;
+    const size_t path_end = sizeof decoded.header + path_len;
     const bool has_path = path_len > 0 && path_len <= SUBTREE_PATH_TEXT_SIZE &&
                           path_end <= bytes.size() && bytes[path_end - 1] == '\0';
     const bool has_nodes = tree_bytes > 0 && tree_bytes % TREE_NODE_SIZE == 0 &&
@@ -96,17 +96,17 @@ bool is_nearly_header(Bytes bytes, ByteOrder order) {
     return reserved[0] == 0 && reserved[1] == 0 && (has_path || has_nodes);
 }
 
-std::optional<ByteOrder> header_order(Bytes bytes, const Insist &insist,
+std::optional<ByteOrder> header_order(Bytes bytes, const FormatOverride &format_override,
                                       bool (*accepts)(Bytes, ByteOrder)) {
     for (const ByteOrder order : {ByteOrder::kBig, ByteOrder::kLittle})
-        if (insist.order.value_or(order) == order && accepts(bytes, order))
+        if (format_override.order.value_or(order) == order && accepts(bytes, order))
             return order;
     return std::nullopt;
 }
 
 } // namespace
 
-HeaderLook::HeaderLook(std::span<const unsigned char> bytes, ByteOrder order) {
+DecodedHeader::DecodedHeader(std::span<const unsigned char> bytes, ByteOrder order) {
     const auto word = [&](size_t offset) { return integer_at(bytes, offset, 4, order); };
     header.version = word(offsetof(subtree_header_t, version));
     header.path_kind = word(offsetof(subtree_header_t, path_kind));
@@ -116,28 +116,31 @@ HeaderLook::HeaderLook(std::span<const unsigned char> bytes, ByteOrder order) {
     header.reserved[1] = word(offsetof(subtree_header_t, reserved) + 4);
 }
 
-bool HeaderLook::is_readable() const {
+bool DecodedHeader::is_readable() const {
     return header.path_len <= SUBTREE_PATH_TEXT_SIZE && header.tree_bytes % TREE_NODE_SIZE == 0 &&
            header.tree_bytes / TREE_NODE_SIZE <= TREE_MAX_NODES;
 }
 
-std::optional<Look> look_at(std::span<const unsigned char> bytes, const Insist &insist) {
-    const bool may_be_main = insist.container.value_or(Container::kMain) == Container::kMain;
+std::optional<FileFormat> detect_format(std::span<const unsigned char> bytes,
+                                        const FormatOverride &format_override) {
+    const bool may_be_main =
+        format_override.container.value_or(Container::kMain) == Container::kMain;
     const bool may_be_subtrees =
-        insist.container.value_or(Container::kSubtrees) == Container::kSubtrees;
+        format_override.container.value_or(Container::kSubtrees) == Container::kSubtrees;
     if (may_be_subtrees)
-        if (const auto order = header_order(bytes, insist, is_clear_header))
-            return Look{Container::kSubtrees, *order};
+        if (const auto order = header_order(bytes, format_override, is_clear_header))
+            return FileFormat{Container::kSubtrees, *order};
     if (may_be_main) {
         const RecordVotes votes{bytes};
         if (!may_be_subtrees || is_main_tree(bytes, votes))
-            return Look{Container::kMain, insist.order.value_or(votes.order())};
+            return FileFormat{Container::kMain, format_override.order.value_or(votes.order())};
     }
-    auto order = header_order(bytes, insist, is_possible_header);
+    auto order = header_order(bytes, format_override, is_possible_header);
     if (!order && may_be_subtrees)
-        order = header_order(bytes, insist, is_nearly_header);
-    if (order || !may_be_main || bytes.empty()) // a file of no bytes holds no records
-        return Look{Container::kSubtrees, order.value_or(insist.order.value_or(ByteOrder::kBig))};
+        order = header_order(bytes, format_override, is_nearly_header);
+    if (order || !may_be_main || bytes.empty()) // an empty file is a subtree file without records
+        return FileFormat{Container::kSubtrees,
+                          order.value_or(format_override.order.value_or(ByteOrder::kBig))};
     return std::nullopt;
 }
 
