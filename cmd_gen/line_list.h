@@ -21,7 +21,8 @@ TSH_API tsh_line_list_t *tsh_line_list_new(const tsh_tree_t *tree, const tsh_typ
 /** Releases a list; null is ignored. */
 TSH_API void tsh_line_list_free(tsh_line_list_t *list);
 
-/** Receives a part of the text, up to 256 KB. A nonzero result stops the list. */
+/** Receives a part of the text, up to 256 KB. A non-zero result ends the list. Must return: neither
+ * longjmp nor an exception may leave it. */
 typedef int32_t (*tsh_write_fn)(const char *text, size_t length, void *user);
 
 /** Writes lines in the order of the listing, each with a newline at its end.

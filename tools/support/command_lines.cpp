@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <exception>
 #include <new>
 #include <span>
 #include <string_view>
@@ -16,9 +17,20 @@ namespace {
 
 constexpr uint16_t kRoot = 0;
 
-int32_t write_to(const char *text, size_t length, void *output) {
-    *static_cast<TextOutput *>(output) << std::string_view{text, length};
-    return 0;
+struct Destination {
+    TextOutput &output;
+    std::exception_ptr failure; // of a write; no exception may pass through the library
+};
+
+int32_t write_to(const char *text, size_t length, void *user) {
+    auto &[output, failure] = *static_cast<Destination *>(user);
+    try {
+        output << std::string_view{text, length};
+        return 0;
+    } catch (...) {
+        failure = std::current_exception();
+        return -1;
+    }
 }
 
 } // namespace
@@ -51,8 +63,12 @@ LineList::LineList(const TreeRecord &record, TextOutput &output)
 }
 
 void LineList::add_below(std::span<const uint16_t> path) const {
-    if (tsh_line_list_write(list_.get(), path.data(), static_cast<uint32_t>(path.size()), write_to,
-                            &output_) != 0)
+    Destination destination{output_, nullptr};
+    const int32_t result = tsh_line_list_write(
+        list_.get(), path.data(), static_cast<uint32_t>(path.size()), write_to, &destination);
+    if (destination.failure)
+        std::rethrow_exception(destination.failure);
+    if (result != 0)
         throw std::bad_alloc();
 }
 
