@@ -107,12 +107,14 @@ TEST_F(Diff, ReportsAcceptedValuesByDefaultAndEveryOtherFieldOnRequest) {
                                                    "~ short<STRING>: length 32 -> 64\n"
                                                    "~ two<INTEGER> a: two<INTEGER> max 4 -> 9\n"
                                                    "~ two<INTEGER> b: two<INTEGER> max 9 -> 4\n"
+                                                   "~ pair <INTEGER> <INTEGER>: "
+                                                   "<INTEGER> max 4 | 9 -> 5 | 9\n"
                                                    "~ zone <INTEGER> ...: max 24 -> 12\n",
                                                    ""}));
-    EXPECT_EQ(shell("ocmd_diff --stat" + trees).out, "- 0\n+ 0\n~ 8\n");
+    EXPECT_EQ(shell("ocmd_diff --stat" + trees).out, "- 0\n+ 0\n~ 9\n");
     EXPECT_EQ(shell("ocmd_diff --fields" + trees),
               (Outcome{1, harness::read_file(TEST_FILES "/grammars/fields.diff"), ""}));
-    EXPECT_EQ(shell("ocmd_diff --fields --stat" + trees).out, "- 0\n+ 0\n~ 29\n");
+    EXPECT_EQ(shell("ocmd_diff --fields --stat" + trees).out, "- 0\n+ 0\n~ 30\n");
 }
 
 // ---- Files ----

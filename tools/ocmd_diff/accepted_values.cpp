@@ -74,8 +74,9 @@ AcceptedValues::AcceptedValues() {
 Values AcceptedValues::of_word(const tree_node_t &node) {
     if (node.param_count == 0)
         return kNoValues;
-    std::vector<uint64_t> key;
-    Word word{tool::spelled_word(node), {}};
+    const std::string spelling = tool::spelled_word(node);
+    Word word{spelling.substr(spelling.rfind(' ') + 1), {}};
+    std::vector<uint64_t> key{word.symbol.begin(), word.symbol.end()};
     for (const parameter_info_t &parameter : tool::params_of(node)) {
         const Accepted accepted = accepted_by(parameter);
         key.insert(key.end(),
@@ -142,9 +143,8 @@ std::vector<std::string> AcceptedValues::changes_of_word(size_t index, ValueSet 
         changes.add_before(words_[word].values);
     for (const uint32_t word : words_after)
         changes.add_after(words_[word].values);
-    const std::string &spelling = words_[words_before.front()].spelling;
-    const bool is_last = !last_symbol.empty() && spelling.ends_with(last_symbol);
-    return changes.texts(is_last ? "" : spelling + ' ');
+    const std::string &symbol = words_[words_before.front()].symbol;
+    return changes.texts(symbol == last_symbol ? "" : symbol + ' ');
 }
 
 std::vector<uint32_t> AcceptedValues::words_at(size_t index, ValueSet set) const {

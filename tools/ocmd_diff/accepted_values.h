@@ -45,7 +45,7 @@ public:
 
 private:
     struct Word {
-        std::string spelling;
+        std::string symbol; // the last one of the word, which shows its parameters
         NamedValues values;
     };
 
@@ -55,7 +55,7 @@ private:
                                                            std::string_view last_symbol) const;
     [[nodiscard]] std::vector<uint32_t> words_at(size_t index, ValueSet set) const;
 
-    SequenceTable<uint64_t> keys_;      // what words accept
+    SequenceTable<uint64_t> keys_;      // last symbol, and what the word accepts
     std::vector<Word> words_;           // by number of the key
     SequenceTable<uint32_t> sequences_; // of words
     SequenceTable<Values> sets_;
