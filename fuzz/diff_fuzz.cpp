@@ -1,7 +1,7 @@
 // Fuzzer of ocmd_diff: the input is two small trees with bounds. The model lists all lines with the
 // values of their parameters and compares them as sets.
 //
-// Reaches: diff::NodePool::add, diff::LineDfa::start_of, diff::ProductAutomaton::differs,
+// Reaches: diff::NodePool::index_old, diff::LineDfa::start_of, diff::ProductAutomaton::differs,
 // diff::DifferenceCount::count, diff::DifferenceList::list
 #include "fuzz/memory_file.h"
 #include "fuzz/small_tree.h"

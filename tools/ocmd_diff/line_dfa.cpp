@@ -14,9 +14,10 @@ constexpr State kNoState = UINT32_MAX;
 } // namespace
 
 LineDfa::LineDfa(LineNfa &nfa, FieldLabels *labels)
-    : nfa_(nfa), labels_(labels), symbol_map_(nfa.symbols().size()),
-      facts_of_(nfa.node_count(), kNotExpanded),
-      budget_(kFreeBudget + kBudgetPerSize * nfa.size()) {}
+    : nfa_(nfa), labels_(labels), facts_of_(nfa.node_count(), kNotExpanded),
+      budget_(kFreeBudget + kBudgetPerSize * nfa.size()) {
+    edges_.reserve(nfa.size()); // memory that stays untouched costs nothing
+}
 
 Target LineDfa::start_of(size_t file) {
     const Target start = target_of(nfa_.start_of(file));
@@ -106,7 +107,9 @@ void LineDfa::add_edges(std::span<const LineNfa::Transition> transitions) {
 }
 
 Values LineDfa::output_of(const LineNfa::Transition &transition) {
-    return nfa_.values().joined(transition.pending, nfa_.values_of(transition.to));
+    const Values values = nfa_.values_of(transition.to);
+    return transition.pending == kNoValues ? values
+                                           : nfa_.values().joined(transition.pending, values);
 }
 
 void LineDfa::join_repeated() {

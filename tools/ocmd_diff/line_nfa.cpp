@@ -13,6 +13,7 @@ LineNfa::LineNfa(std::span<const tool::TreeFile *const> files, FieldLabels *labe
     : nodes_(words_, labels) {
     for (const tool::TreeFile *file : files)
         add_file(*file);
+    tree_size_ += nodes_.link_count();
 }
 
 void LineNfa::add_file(const tool::TreeFile &file) {
@@ -20,11 +21,11 @@ void LineNfa::add_file(const tool::TreeFile &file) {
     starts_.push_back(add_inner_state({InnerState::kStart, number, 0}));
     for (const tool::TreeRecord &record : file.records()) {
         tree_size_ += record.nodes.size();
-        const NodeNumber root = nodes_.add(record.nodes);
+        const NodeNumber root =
+            number == 0 ? nodes_.add_old(record.nodes) : nodes_.add_new(record.nodes);
         if (root != kNoNode)
             records_.push_back({root, number, tool::begins_with_root(file, record)});
     }
-    tree_size_ += nodes_.link_count();
 }
 
 NfaState LineNfa::add_inner_state(const InnerState &state) {
@@ -127,7 +128,7 @@ void LineNfa::end_word(NodeNumber number) {
         end_line();
     if (!last.is_submode)
         follow_links(number, false);
-    else if (last.link_count > 0)
+    else if (const auto links = nodes_.links_of(number); links.first < links.last)
         add_transition(slash_, beyond(number));
 }
 
@@ -141,8 +142,8 @@ void LineNfa::end_no_word(NodeNumber number) {
 }
 
 void LineNfa::follow_links(NodeNumber number, bool is_fresh) {
-    const Node &node = nodes_[number];
-    stack_.push_back({node.first_link, node.first_link + node.link_count, is_fresh});
+    const auto links = nodes_.links_of(number);
+    stack_.push_back({links.first, links.last, is_fresh});
 }
 
 void LineNfa::walk() {
@@ -172,15 +173,16 @@ void LineNfa::read_word(NodeNumber number, bool is_fresh) {
 
 // The states within the word are made from the last one on.
 void LineNfa::read_long_word(NodeNumber number) {
-    const auto [place, is_new] = long_words_.try_emplace(number);
-    if (is_new) {
-        const std::vector<Symbol> &symbols = words_.symbols_of(nodes_[number].word);
-        NfaState next = number;
-        for (size_t i = symbols.size() - 1; i > 0; --i)
-            next = add_inner_state({InnerState::kInWord, symbols[i], next});
-        place->second = {symbols.front(), next, kNoValues};
+    if (const Transition *known = long_words_.find(number, 0)) {
+        add_transition(known->symbol, known->to);
+        return;
     }
-    add_transition(place->second.symbol, place->second.to);
+    const std::vector<Symbol> &symbols = words_.symbols_of(nodes_[number].word);
+    NfaState next = number;
+    for (size_t i = symbols.size() - 1; i > 0; --i)
+        next = add_inner_state({InnerState::kInWord, symbols[i], next});
+    long_words_.insert(number, 0, {symbols.front(), next, kNoValues});
+    add_transition(symbols.front(), next);
 }
 
 void LineNfa::pass_wordless(NodeNumber number, bool is_fresh) {

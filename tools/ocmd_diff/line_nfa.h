@@ -6,6 +6,7 @@
 #include "tools/ocmd_diff/accepted_values.h"
 #include "tools/ocmd_diff/field_labels.h"
 #include "tools/ocmd_diff/node_pool.h"
+#include "tools/ocmd_diff/pair_map.h"
 #include "tools/ocmd_diff/symbol_table.h"
 #include "tools/ocmd_diff/word_table.h"
 #include "tools/support/tree_input.h"
@@ -54,12 +55,12 @@ public:
     const Closure &closure_of(std::span<const NfaState> states);
 
     /// What the word accepts that is complete in this state.
-    [[nodiscard]] Values values_of(NfaState state) const {
+    [[nodiscard]] Values values_of(NfaState state) {
         return state < kFirstInnerState ? words_[nodes_[state].word].values : kNoValues;
     }
 
     /// Whether the line ends in this state for certain, and cannot go on.
-    [[nodiscard]] bool is_final_leaf(NfaState state) const {
+    [[nodiscard]] bool is_final_leaf(NfaState state) {
         return state < kFirstInnerState && nodes_[state].is_final && nodes_[state].link_count == 0;
     }
 
@@ -129,7 +130,7 @@ private:
     std::vector<InnerState> inner_states_;
     std::vector<NfaState> starts_;
     std::unordered_map<NodeNumber, NfaState> beyond_;
-    std::unordered_map<NodeNumber, Transition> long_words_; // their first transition
+    PairMap<Transition> long_words_; // by node and 0: the first transition
     std::unordered_map<uint64_t, NfaState> pending_states_;
 
     Closure closure_;

@@ -14,8 +14,7 @@ constexpr size_t kPairsPerSize = 2;
 } // namespace
 
 ProductAutomaton::ProductAutomaton(LineDfa &dfa)
-    : dfa_(dfa), most_kept_(kFreePairs + kPairsPerSize * dfa.nfa().size()),
-      symbol_map_(dfa.nfa().symbols().size()) {}
+    : dfa_(dfa), most_kept_(kFreePairs + kPairsPerSize * dfa.nfa().size()) {}
 
 bool ProductAutomaton::differs(const StatePair &pair) {
     if (!pair.is_of_both())

@@ -11,9 +11,10 @@
 // cycles, LineNfa. Lines are compared as texts, so it reads symbols, the texts between spaces.
 // 1. Hash consing, children first: nodes of the same word with the same links become one node of
 //    the NFA, in both trees together. Parts that the trees have in common are shared from then on.
+//    A node of the new tree is compared with the one in the same place of the old tree; hashes are
+//    taken once too many differ there. Words are looked up when a walk comes to them.
 // 2. Subset construction on demand, LineDfa: a state is the set of all nodes that a prefix of a
-// line
-//    leads to. A state is expanded only when a prefix that may make a difference leads there.
+//    line leads to. A state is expanded only when a prefix that may make a difference leads there.
 // 3. Equivalence of two states after Hopcroft and Karp, also on demand: depth-first search over the
 //    pairs of states that one prefix leads to in either tree. A pair of one and the same state is
 //    equal at once. A pair whose transitions all lead to equal pairs is equal, and a union-find

@@ -35,8 +35,6 @@ private:
 /// A map from symbols to numbers that is cleared in constant time.
 class SymbolMap {
 public:
-    explicit SymbolMap(size_t symbols) : entries_(symbols) {}
-
     void clear() {
         if (++round_ != 0)
             return;
@@ -47,6 +45,8 @@ public:
     /// Maps the symbol to the value. @return null, or the value that the symbol had already and
     /// keeps.
     const uint32_t *insert(Symbol symbol, uint32_t value) {
+        if (symbol >= entries_.size())
+            entries_.resize(2 * (symbol + size_t{1}));
         Entry &entry = entries_[symbol];
         if (entry.round == round_)
             return &entry.value;
@@ -56,7 +56,9 @@ public:
 
     /// The value, or null.
     [[nodiscard]] const uint32_t *find(Symbol symbol) const {
-        return entries_[symbol].round == round_ ? &entries_[symbol].value : nullptr;
+        return symbol < entries_.size() && entries_[symbol].round == round_
+                   ? &entries_[symbol].value
+                   : nullptr;
     }
 
 private:

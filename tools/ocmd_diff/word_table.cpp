@@ -62,15 +62,25 @@ uint32_t WordTable::number_of(const tree_node_t &node) {
     return word;
 }
 
-uint32_t &WordTable::slot_of(const Key &key) {
+bool WordTable::have_same_word(const tree_node_t &one, const tree_node_t &other) {
+    return memcmp(one.token, other.token, sizeof one.token) == 0 &&
+           (one.optional != 0) == (other.optional != 0) && one.param_count == other.param_count &&
+           (one.param_count == 0 || key_of(one) == key_of(other));
+}
+
+uint64_t WordTable::hash_of(const Key &key) {
     uint64_t hash = 0;
     uint64_t factor = kFactor;
     for (const uint64_t part : key) {
         hash += (part ^ part >> 32U) * factor;
         factor *= kFactor;
     }
+    return hash;
+}
+
+uint32_t &WordTable::slot_of(const Key &key) {
     const size_t mask = slots_.size() - 1;
-    size_t index = hash >> 40U & mask;
+    size_t index = hash_of(key) >> 40U & mask;
     while (slots_[index] != kFree && !are_equal(keyed_words_[slots_[index]].key, key))
         index = (index + 1) & mask;
     return slots_[index];

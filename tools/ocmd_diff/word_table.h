@@ -30,6 +30,11 @@ public:
     /// values. Needs tool::register_types.
     uint32_t number_of(const tree_node_t &node);
 
+    /// Whether two nodes have equal bytes in the fields that decide about their words, which are
+    /// equal then; and a hash of those fields. Neither needs the words to be known.
+    static bool have_same_word(const tree_node_t &one, const tree_node_t &other);
+    static uint64_t hash_of(const tree_node_t &node) { return hash_of(key_of(node)); }
+
     const Word &operator[](uint32_t number) const { return words_[number]; }
 
     /// The symbols of a word that has several.
@@ -48,6 +53,7 @@ private:
     static constexpr size_t kFirstSlots = 1024; // a power of two, as all sizes are
 
     static Key key_of(const tree_node_t &node);
+    static uint64_t hash_of(const Key &key);
     uint32_t &slot_of(const Key &key);
     void grow();
     uint32_t intern(const tree_node_t &node);
