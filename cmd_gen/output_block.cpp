@@ -1,17 +1,17 @@
-// The ways out of a block: whole blocks past a stream's buffer, through it with the rest.
+// Writing of blocks: complete blocks bypass a stream's buffer, the rest uses it.
 #include "cmd_gen/output_block_internal.h"
 
 #include <unistd.h>
 
 namespace tsh {
 
-// The stream would copy the first part of every block and take two writes for it.
+// Bypasses the stream, which would copy the first part of every block and need two writes for it.
 bool StreamDestination::write_block(std::string_view text) {
     if (fflush(stream_) != 0)
         return false;
     const ssize_t written = ::write(fileno(stream_), text.data(), text.size());
     text.remove_prefix(written < 0 ? 0 : static_cast<size_t>(written));
-    return write(text); // the stream keeps the error if there is one
+    return write(text); // the stream stores an error
 }
 
 bool StreamDestination::write(std::string_view text) {
@@ -43,7 +43,7 @@ void OutputBlock::pass_block_on() {
 }
 
 void OutputBlock::put(std::string_view text) {
-    if (!text.empty() && !failed_) // no later text may follow a lost one
+    if (!text.empty() && !failed_) // no text may follow a lost one
         failed_ = !destination_.write(text);
     handed_over_ += text.size();
 }

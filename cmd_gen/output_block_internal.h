@@ -1,4 +1,4 @@
-// Text on its way out, gathered in one block that leaves in large writes.
+// Output buffer of one block, written in large writes.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace tsh {
 
-/// Texts are copied in whole chunks, at least one. Where one is kept for copying, this many bytes
-/// behind it must be readable; where it is copied to, as many must be free.
+/// Texts are copied in chunks, at least one. This many bytes after a text must be readable, and as
+/// many bytes after its destination must be writable.
 constexpr size_t kCopyChunk = 32;
 
 inline char *copy_in_chunks(char *to, std::string_view text) {
@@ -19,17 +19,18 @@ inline char *copy_in_chunks(char *to, std::string_view text) {
     return to + text.size();
 }
 
-/// Bytes that leave at once: a multiple of the stream's own buffer, much larger than it, and few
-/// enough to stay in the processor's cache.
+/// Size of a write: a multiple of the stream's own buffer, much larger than it, and small enough
+/// for the CPU cache.
 constexpr size_t kOutputBlockSize = 262144;
 
-/// The longest text that is gathered, with what is copied beyond it.
+/// Maximum size of a buffered text, including the bytes copied after it.
 constexpr size_t kLongestGathered = 16384;
 
-/// Where a block's bytes go. Both return false once no more is taken.
+/// Destination of blocks. All functions return false after a write error.
 class Destination {
 public:
-    /// A block that ends at a multiple of its size in the output, so that a file takes whole pages.
+    /// Writes a block that ends at a multiple of its size in the output, so that a file receives
+    /// complete pages.
     virtual bool write_block(std::string_view text) = 0;
     virtual bool write(std::string_view text) = 0;
     virtual bool flush() = 0;
@@ -38,7 +39,7 @@ protected:
     ~Destination() = default;
 };
 
-/// A stream: blocks go past its own buffer.
+/// A stream; blocks bypass its own buffer.
 class StreamDestination final : public Destination {
 public:
     explicit StreamDestination(FILE *stream) : stream_(stream) {}
@@ -50,8 +51,7 @@ private:
     FILE *stream_;
 };
 
-/// What is gathered here is not yet at its destination: hand it over before anything else writes
-/// there.
+/// Buffered bytes are not yet at the destination: call hand_over before other code writes there.
 class OutputBlock {
 public:
     static constexpr size_t kBytes = kOutputBlockSize + kLongestGathered;
@@ -59,27 +59,27 @@ public:
     /// @param bytes kBytes of memory. Both must outlive the block.
     OutputBlock(Destination &destination, char *bytes) : destination_(destination), bytes_(bytes) {}
 
-    /// Room for kLongestGathered bytes behind what is gathered.
+    /// Returns free space of kLongestGathered bytes after the buffered bytes.
     char *room() {
         while (place() >= end())
             pass_block_on();
         return place();
     }
 
-    /// The end of what is gathered. Before the end of the block it has such room.
+    /// Returns the end of the buffered bytes. Before the end of the block, it has such space.
     char *place() { return bytes_ + used_; }
     [[nodiscard]] const char *end() const { return bytes_ + kOutputBlockSize; }
 
-    /// Gathers what was put there, up to end.
+    /// Adds the bytes written there, up to end.
     void take_until(const char *end) { used_ = static_cast<size_t>(end - bytes_); }
 
-    /// Hands everything over, and then a text that needs no gathering.
+    /// Writes all buffered bytes, and then a text without buffering.
     void drain(std::string_view text = {});
 
-    /// Hands everything over and flushes the destination. @return false once it takes no more.
+    /// Writes all buffered bytes and flushes the destination. @return false after a write error.
     bool hand_over();
 
-    /// True once the destination takes no more; what is gathered from then on is dropped.
+    /// Returns whether a write has failed; later bytes are dropped.
     [[nodiscard]] bool failed() const { return failed_; }
 
 private:
@@ -93,8 +93,8 @@ private:
     bool failed_ = false;
 };
 
-/// Gathers a text for each word of a run; put(place, word) writes one of at most kLongestGathered
-/// bytes and returns its end. Returns the run when no more is to be had of it.
+/// Buffers a text for each word of a sequence. put(place, word) writes a text of at most
+/// kLongestGathered bytes and returns its end. Returns the rest of the sequence.
 template <typename Words, typename Put>
 Words gather_each(OutputBlock &block, Words words, const Put &put) {
     while (words.more() && !block.failed()) {

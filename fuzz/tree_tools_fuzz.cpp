@@ -39,8 +39,8 @@ bool can_be_listed(const tool::TreeRecord &record) {
 
 void show_all(const tool::TreeFile &file) {
     tool::TextOutput output;
-    const show::Part all;
-    const show::Part part{.below = "a <STRING> / b", .levels = 2};
+    const show::Request all;
+    const show::Request part{.below = "a <STRING> / b", .levels = 2};
     show::show_summary(file, all, output);
     show::show_nodes(file, all, output);
     show::show_yaml(file, all, output);

@@ -25,8 +25,8 @@ protected:
     }
 
     // Returns the messages of a saved configuration, without the file name.
-    [[nodiscard]] std::vector<std::string> complaints(const std::string &config,
-                                                      const std::string &options = "") const {
+    [[nodiscard]] std::vector<std::string> messages(const std::string &config,
+                                                    const std::string &options = "") const {
         store("saved", config);
         const Outcome outcome = shell("ocmd_find main.par --config=saved " + options);
         EXPECT_EQ(outcome.status, outcome.out.empty() ? 0 : 1) << outcome.err;
@@ -74,27 +74,27 @@ TEST_F(Find, ReportsErrorsOfAConfigurationAtTheirPosition) {
     for (const char *name : {"lamps", "lamps_indented"}) {
         const std::string config =
             harness::read_file(TEST_FILES "/grammars/" + std::string{name} + ".config");
-        EXPECT_EQ(complaints(config), harness::announced(config)) << name;
+        EXPECT_EQ(messages(config), harness::announced(config)) << name;
     }
-    EXPECT_EQ(complaints("lamp \"4\" \r\n dark\r\nward \"abcde\"\r\nshow lanes"), Lines{});
-    EXPECT_EQ(complaints(std::string("show lanes\0\n", 12)), Lines{"1:11: NUL byte"});
+    EXPECT_EQ(messages("lamp \"4\" \r\n dark\r\nward \"abcde\"\r\nshow lanes"), Lines{});
+    EXPECT_EQ(messages(std::string("show lanes\0\n", 12)), Lines{"1:11: NUL byte"});
 }
 
 TEST_F(Find, ReadsValuesBeforeAbbreviationsInAConfiguration) {
-    EXPECT_EQ(complaints("lit no\nlit n\nlit nowhere"),
+    EXPECT_EQ(messages("lit no\nlit n\nlit nowhere"),
               (Lines{"3:5: invalid <STRING> 'nowhere': expected at most 3 bytes"}));
     EXPECT_TRUE(shell("ocmd_find main.par lit n").out.starts_with("command:     lit now"));
 }
 
 TEST_F(Find, SkipsAByteOrderMark) {
-    EXPECT_EQ(complaints("\xEF\xBB\xBFshow lanes\nshow lane s"), (Lines{"2:11: unexpected 's'"}));
+    EXPECT_EQ(messages("\xEF\xBB\xBFshow lanes\nshow lane s"), (Lines{"2:11: unexpected 's'"}));
 }
 
 TEST_F(Find, StartsInTheSubmodeOfALine) {
     const char *const config = "bright 7\nlane 5\nopen";
-    EXPECT_EQ(complaints("open\nbright 7\nopen", "--in 'la 3 / lane 4'"),
+    EXPECT_EQ(messages("open\nbright 7\nopen", "--in 'la 3 / lane 4'"),
               (Lines{"3:1: unknown word 'open'"}));
-    EXPECT_EQ(complaints(config, "--in 'lamp 3'"), Lines{});
+    EXPECT_EQ(messages(config, "--in 'lamp 3'"), Lines{});
     EXPECT_EQ(shell("ocmd_find main.par --config=saved --in 'show lanes'").err,
               "ocmd_find: --in: 'show lanes' enters no submode\n");
     EXPECT_EQ(shell("ocmd_find main.par --config=saved --in 'lamp 13'").err,
@@ -103,15 +103,15 @@ TEST_F(Find, StartsInTheSubmodeOfALine) {
 
 TEST_F(Find, LeavesSubmodesAtWordsOutsideTheGrammar) {
     const Lines dark_is_unknown{"4:1: unknown word 'dark', did you mean 'ward'?"};
-    EXPECT_EQ(complaints("lamp 3\nlane 4\nExit\ndark\nquit"), Lines{});
-    EXPECT_EQ(complaints("lamp 3\nlane 4\nend\ndark"), dark_is_unknown);
-    EXPECT_EQ(complaints("lamp 3\nlane 4\nup\nup\nward 1", "--leave=back,up"), Lines{});
-    EXPECT_EQ(complaints("lamp 3\nlane 4\nexit\ndark", "--leave-all exit"), dark_is_unknown);
-    EXPECT_EQ(complaints("up").size(), 1U);
+    EXPECT_EQ(messages("lamp 3\nlane 4\nExit\ndark\nquit"), Lines{});
+    EXPECT_EQ(messages("lamp 3\nlane 4\nend\ndark"), dark_is_unknown);
+    EXPECT_EQ(messages("lamp 3\nlane 4\nup\nup\nward 1", "--leave=back,up"), Lines{});
+    EXPECT_EQ(messages("lamp 3\nlane 4\nexit\ndark", "--leave-all exit"), dark_is_unknown);
+    EXPECT_EQ(messages("up").size(), 1U);
 }
 
 TEST_F(Find, ChecksNumbersAndLengthsOfAnyValue) {
-    EXPECT_EQ(complaints("site here\nlamp 13\nward abcdef", "--any-value"),
+    EXPECT_EQ(messages("site here\nlamp 13\nward abcdef", "--any-value"),
               (Lines{"2:6: invalid <INTEGER> '13': expected 1 to 12",
                      "3:6: invalid <STRING> 'abcdef': expected at most 5 bytes"}));
 }

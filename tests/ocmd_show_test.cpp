@@ -1,6 +1,5 @@
-// Files of trees as ocmd_show tells of them: what it lists, counts, writes and draws is held
-// against the listing of ocmd_gen, against the bytes of the file, and against what ocmd_compile
-// makes of it.
+// Tests of ocmd_show: its output is compared with the listing of ocmd_gen, with the bytes of the
+// file, and with the tree that ocmd_compile makes of it.
 #include "parse_tree/byte_order.h"
 #include "tests/support/grammar.h"
 #include "tests/support/scratch_test.h"
@@ -28,8 +27,8 @@ std::string bytes_of(const Nodes &nodes) {
     return {reinterpret_cast<const char *>(nodes.data()), nodes.size() * sizeof nodes[0]};
 }
 
-// Records with something in every field, in the order of a compiler: any bytes in texts, or a
-// vocabulary that a listing shows without doubt.
+// Random records with values in every field, in the order of a compiler: any bytes in strings, or
+// words that are unambiguous in a listing.
 class Scrambled {
 public:
     Scrambled(uint32_t seed, size_t count, bool any_bytes)
@@ -95,7 +94,8 @@ private:
         }
         node.flags = one_in(2) ? TREE_FLAG_TERMINAL : uint32_t(random_());
         if (!any_bytes_ && node.param_count == 0 && node.token[0] == '\0')
-            strcpy(node.token, "on"); // a blank for a missing word looks like a submode's
+            strcpy(node.token,
+                   "on"); // a space for a missing word looks like the indentation of a submode
     }
 
     std::mt19937 random_;
@@ -103,7 +103,7 @@ private:
     Nodes nodes_;
 };
 
-// What ocmd_gen lists, spelled by lines that stand on their own.
+// Returns the listing of ocmd_gen as independent lines.
 std::string with_submodes(const std::string &listing) {
     std::vector<std::string> submodes;
     std::string lines;
@@ -125,7 +125,7 @@ protected:
     using ScratchTest::store;
     void store(const Nodes &nodes) const { store("main.par", nodes); }
 
-    // What a command prints, complaints included, and its status unless that is 0.
+    // Returns the output of a command, including messages, and its status unless it is 0.
     std::string shell(const std::string &command) {
         const auto outcome = ScratchTest::shell("exec 2>&1; " + command);
         return outcome.out +
@@ -136,7 +136,7 @@ protected:
         return said.substr(said.find_last_of(' ') + 1);
     }
 
-    // Compiles a grammar of those beside this file to NAME.par.
+    // Compiles a grammar of tests/grammars to NAME.par.
     void compile(const std::string &name, const std::string &options = "") {
         store(name + ".yaml", read_file(TEST_FILES "/grammars/" + name + ".yaml"));
         EXPECT_EQ(shell("ocmd_compile -W no-dead-end -W no-same-word -W no-redirect-root "
@@ -160,7 +160,7 @@ TEST_F(Show, ListsAndCountsTheLinesOfTheListing) {
     for (uint32_t seed = 1; seed <= 20; ++seed)
         trees.push_back(Scrambled(seed, 100, false).nodes());
     for (Nodes &nodes : trees) {
-        nodes.resize(nodes.size() + 1); // what ocmd_gen wants of a main tree
+        nodes.resize(nodes.size() + 1); // required by ocmd_gen
         strcpy(nodes.back().name, "tsh_redirect_root");
         nodes[0].children[nodes[0].child_count++] = uint16_t(nodes.size() - 1);
         store(nodes);
@@ -171,7 +171,7 @@ TEST_F(Show, ListsAndCountsTheLinesOfTheListing) {
     }
 }
 
-// Pairs of words, each pair below both words of the one before.
+// Pairs of words, each pair below both words of the previous one.
 Nodes ladder(int levels, uint32_t flags) {
     Word left = keyword("a").flags(flags);
     Word right = keyword("b").flags(flags);
@@ -296,7 +296,7 @@ TEST_F(Show, ReportsMissingPartsOfAFile) {
     damaged[packed.size() - 6] = char(damaged[packed.size() - 6] ^ 1);
     const struct {
         std::string bytes;
-        size_t records; // that are there all the same
+        size_t records; // that are still read
         const char *missing;
     } table[] = {
         {bytes_of(Nodes(7)).substr(0, 6999), 1, "file truncated inside node 6; node ignored"},
@@ -368,7 +368,7 @@ TEST_F(Show, WritesEveryByteAsJson) {
               "\"type_mask\":1074790403,\"type_names\":[\"INTEGER\",\"INTEGER RANGE\"]\n");
 }
 
-// Two files, one made of the other, are the same to the byte.
+// A file and its copy made from the output are equal byte for byte.
 TEST_F(Show, WritesGrammarsThatCompileToTheSameBytes) {
     for (const std::string name : {"canonical", "odd_texts"}) {
         compile(name);

@@ -1,4 +1,4 @@
-// The check of trees: every fault told, and the walks behind it whatever the depth.
+// Tests of the tree check: all errors, and walks of any depth.
 #include "parse_tree/tree_check.h"
 #include "parse_tree/tree_library.h"
 #include "tests/support/failing_malloc.h"
@@ -61,7 +61,7 @@ TEST(TreeCheck, ReportsEveryErrorInTheOrderOfTheRecords) {
     strcpy(nodes[6].name, "f\"\\\n\x80");
     for (const int child : {8, 0, 5, 0, 65535})
         link(nodes, 6, static_cast<uint16_t>(child));
-    link(nodes, 7, 7); // a circle that nothing leads to
+    link(nodes, 7, 7); // an unreachable cycle
     std::string told;
     for (const tsh_tree_fault_t &fault : faults_of(nodes))
         told += text_of(nodes, fault);

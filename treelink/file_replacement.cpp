@@ -1,5 +1,5 @@
-// Replacing a file: the new one grows without a name beside the old one, gets a name when it is
-// whole, and is renamed over the old one.
+// Atomic file replacement: the new file is written without a name in the directory of the old one,
+// gets a name when it is complete, and is renamed over the old one.
 #include "treelink/file_replacement.h"
 
 #include "base/errno_kept.h"
@@ -26,18 +26,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kMostLinks = 40;  // in a chain of symbolic links, as the system follows them
-constexpr int kMostNames = 100; // tried for a file that has to have one before it is in place
+constexpr int kMostLinks = 40;  // in a chain of symbolic links, like the system's limit
+constexpr int kMostNames = 100; // tried for a temporary file
 constexpr mode_t kNewFileMode = 0666;
-constexpr mode_t kPrivateMode = 0600; // until the rights of the old file are passed on
+constexpr mode_t kPrivateMode = 0600; // until the mode of the old file is copied
 
 using TemporaryName = std::array<char, 40>;
 
 class Descriptor {
 public:
     Descriptor() = default;
-    // Takes the number over, moved away from those of standard streams that happen to be closed,
-    // where prints would end up in the file. A number below 0 is none.
+    // Takes ownership of the number. Moves it above those of standard streams, because output to a
+    // closed one would be written to the file. A negative number is no descriptor.
     explicit Descriptor(int number) : number_(number) {
         if (number < 0 || number > STDERR_FILENO)
             return;
@@ -63,7 +63,7 @@ private:
     int number_ = -1;
 };
 
-// While one lives, a signal that would end the process waits.
+// Blocks signals that would end the process during its lifetime.
 class SignalsHeld {
 public:
     SignalsHeld() {
@@ -86,7 +86,7 @@ Status status_of(const char *path) {
     return stat(path, &status) == 0 ? Status{status} : std::nullopt;
 }
 
-// The file at the end of a chain of symbolic links, whether it exists or not.
+// Returns the file at the end of a chain of symbolic links, whether it exists or not.
 fs::path end_of_links(const char *path) {
     fs::path file{path};
     std::error_code not_a_link;
@@ -99,21 +99,21 @@ fs::path end_of_links(const char *path) {
     return file;
 }
 
-// One that may be searched but not read will do; it cannot be brought to the disk by itself.
-Descriptor open_folder(const fs::path &folder) {
-    const char *path = folder.empty() ? "." : folder.c_str();
+// Opens a directory. If it may be searched but not read, it cannot be synchronized.
+Descriptor open_folder(const fs::path &directory) {
+    const char *path = directory.empty() ? "." : directory.c_str();
     Descriptor readable{open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     return readable ? std::move(readable)
                     : Descriptor{open(path, O_PATH | O_DIRECTORY | O_CLOEXEC)};
 }
 
-// The path by which a file without a name can be linked.
+// Returns the path by which an unnamed file can be linked.
 std::string path_to(const Descriptor &file) {
     return "/proc/self/fd/" + std::to_string(file.number());
 }
 
-// Only a privileged process may give a file away; others may still give it to a group of theirs.
-// Setting the owner clears rights, so those are passed on after it.
+// Only a privileged process may change the owner; others may set a group of theirs. Setting the
+// owner clears mode bits, so the mode is set afterwards.
 bool pass_rights_on(const struct stat &old, const Descriptor &file) {
     const int number = file.number();
     if (fchown(number, old.st_uid, old.st_gid) != 0) {
@@ -124,7 +124,7 @@ bool pass_rights_on(const struct stat &old, const Descriptor &file) {
 }
 
 bool copy_bytes(int from, int to, off_t size) {
-    constexpr off_t kMostAtOnce = off_t{1} << 30; // which any size_t holds
+    constexpr off_t kMostAtOnce = off_t{1} << 30; // fits into any size_t
     for (off_t done = 0; done < size;) {
         const auto wanted = static_cast<size_t>(std::min(size - done, kMostAtOnce));
         const ssize_t copied = sendfile(to, from, &done, wanted);
@@ -149,7 +149,7 @@ struct tsh_file_replacement_t {
     [[nodiscard]] FILE *stream() const { return stream_; }
 
 private:
-    // Where the bytes go until the commit.
+    // Destination of the bytes until the commit.
     enum class Body : uint8_t { kNone, kTarget, kHeld, kNameless, kNamed };
 
     Descriptor create_body(const Status &old);
@@ -170,11 +170,11 @@ private:
 
     Body body_ = Body::kNone;
     FILE *stream_ = nullptr;    // on the body
-    Descriptor old_;            // open to be written over; none when there was no such file
-    Descriptor folder_;         // of the target
-    std::string name_;          // of the target in its folder
-    std::string nameless_;      // path to the body
-    TemporaryName temporary_{}; // of the body in the folder; empty while it has none
+    Descriptor old_;            // open for overwriting; none if there was no such file
+    Descriptor directory_;      // of the target
+    std::string name_;          // of the target in its directory
+    std::string unnamed_path_;  // path to the body
+    TemporaryName temporary_{}; // of the body in the directory; empty if it has none
 };
 
 tsh_file_replacement_t::~tsh_file_replacement_t() {
@@ -204,7 +204,7 @@ bool tsh_file_replacement_t::open(const char *path) {
         body = std::move(old_);
     } else {
         const fs::path target = end_of_links(path);
-        folder_ = open_folder(target.parent_path());
+        directory_ = open_folder(target.parent_path());
         name_ = target.filename();
         body = create_body(old);
     }
@@ -215,7 +215,7 @@ bool tsh_file_replacement_t::open(const char *path) {
     return true;
 }
 
-// Without the folder's help the bytes wait in memory, so that the old file can still be kept.
+// If no file can be created, the bytes are stored in memory, so that the old file is still kept.
 Descriptor tsh_file_replacement_t::create_body(const Status &old) {
     Descriptor body = create_in_folder(old);
     if (body || !old)
@@ -228,7 +228,7 @@ Descriptor tsh_file_replacement_t::create_body(const Status &old) {
 Descriptor tsh_file_replacement_t::create_in_folder(const Status &old) {
     if (name_.empty())
         errno = EISDIR;
-    if (!folder_ || name_.empty() || (old && !takes_the_place_of(*old)))
+    if (!directory_ || name_.empty() || (old && !takes_the_place_of(*old)))
         return {};
     const mode_t mode = old ? kPrivateMode : kNewFileMode;
     Descriptor body = create_nameless(mode);
@@ -239,13 +239,13 @@ Descriptor tsh_file_replacement_t::create_in_folder(const Status &old) {
     return body;
 }
 
-// Such a file can only be given a name by its path below /proc.
+// An unnamed file can get a name only through its path in /proc.
 Descriptor tsh_file_replacement_t::create_nameless(mode_t mode) {
-    Descriptor body{openat(folder_.number(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode)};
+    Descriptor body{openat(directory_.number(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode)};
     if (!body)
         return body;
-    nameless_ = path_to(body);
-    if (access(nameless_.c_str(), F_OK) != 0)
+    unnamed_path_ = path_to(body);
+    if (access(unnamed_path_.c_str(), F_OK) != 0)
         return {};
     body_ = Body::kNameless;
     return body;
@@ -255,7 +255,7 @@ Descriptor tsh_file_replacement_t::create_named(mode_t mode) {
     Descriptor body;
     const bool created = find_free_name([&](const char *name) {
         constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC;
-        body = Descriptor{openat(folder_.number(), name, kFlags, mode)};
+        body = Descriptor{openat(directory_.number(), name, kFlags, mode)};
         return static_cast<bool>(body);
     });
     if (created)
@@ -263,8 +263,7 @@ Descriptor tsh_file_replacement_t::create_named(mode_t mode) {
     return body;
 }
 
-// Calls make(name) for names that no other file should have, until one is taken; that one is the
-// body's from then on.
+// Calls make(name) for unusual names until one succeeds; this is then the name of the body.
 template <typename Make> bool tsh_file_replacement_t::find_free_name(Make make) {
     for (int i = 0; i < kMostNames; ++i) {
         TemporaryName name;
@@ -279,15 +278,15 @@ template <typename Make> bool tsh_file_replacement_t::find_free_name(Make make) 
     return false;
 }
 
-// Links below /proc may show a name that is no path to the file, and a name may come to stand for
+// Links in /proc may contain a name that is not a path of the file, and a name may later belong to
 // another file.
 bool tsh_file_replacement_t::takes_the_place_of(const struct stat &old) const {
     struct stat there {};
-    return fstatat(folder_.number(), name_.c_str(), &there, 0) == 0 && there.st_dev == old.st_dev &&
-           there.st_ino == old.st_ino;
+    return fstatat(directory_.number(), name_.c_str(), &there, 0) == 0 &&
+           there.st_dev == old.st_dev && there.st_ino == old.st_ino;
 }
 
-// Nothing is allocated from here on, and nothing can fail once the new file is in place.
+// From here on, nothing is allocated, and nothing can fail after the new file is in place.
 bool tsh_file_replacement_t::commit() {
     if (!is_whole())
         return false;
@@ -311,26 +310,27 @@ bool tsh_file_replacement_t::is_whole() const {
     return !failed_before && (!on_disk || fsync(fileno(stream_)) == 0);
 }
 
-// The new name reaches the disk with its folder.
+// The new name is synchronized with its directory.
 bool tsh_file_replacement_t::put_in_place() {
     const bool is_first = body_ == Body::kNameless && !old_;
     if (!(is_first && give_name(name_.c_str())) && !rename_over_target())
         return false;
-    fsync(folder_.number());
+    fsync(directory_.number());
     return true;
 }
 
 bool tsh_file_replacement_t::give_name(const char *name) const {
-    return linkat(AT_FDCWD, nameless_.c_str(), folder_.number(), name, AT_SYMLINK_FOLLOW) == 0;
+    return linkat(AT_FDCWD, unnamed_path_.c_str(), directory_.number(), name, AT_SYMLINK_FOLLOW) ==
+           0;
 }
 
-// A file without a name has one for just as long as nothing can end the process.
+// An unnamed file has a name only while signals are blocked.
 bool tsh_file_replacement_t::rename_over_target() {
     const SignalsHeld held;
     if (body_ == Body::kNameless &&
         !find_free_name([&](const char *name) { return give_name(name); }))
         return false;
-    if (renameat(folder_.number(), temporary_.data(), folder_.number(), name_.c_str()) == 0) {
+    if (renameat(directory_.number(), temporary_.data(), directory_.number(), name_.c_str()) == 0) {
         temporary_ = {};
         return true;
     }
@@ -342,12 +342,12 @@ void tsh_file_replacement_t::drop_name() {
     if (temporary_[0] == '\0')
         return;
     const base::ErrnoKept kept;
-    unlinkat(folder_.number(), temporary_.data(), 0);
+    unlinkat(directory_.number(), temporary_.data(), 0);
     temporary_ = {};
 }
 
-// What does not fit is found out before anything is overwritten, and what fails later is undone.
-// Called with errno telling why the new file could not be put in place.
+// Reserves the space before anything is overwritten, and rolls back later errors. errno has the
+// reason why the new file could not replace the old one.
 bool tsh_file_replacement_t::write_over_old() {
     const int to = old_.number();
     const int from = fileno(stream_);
@@ -368,13 +368,13 @@ bool tsh_file_replacement_t::write_over_old() {
     return false;
 }
 
-// In memory; none when the old file may not be read.
+// Returns a copy in memory; none if the old file may not be read.
 Descriptor tsh_file_replacement_t::copy_of_old(off_t size) const {
     Descriptor copy{memfd_create("old", MFD_CLOEXEC)};
     return copy && copy_bytes(old_.number(), copy.number(), size) ? std::move(copy) : Descriptor{};
 }
 
-// The old file is never longer than told meanwhile.
+// Copies size bytes over the old file, whose length is at most longest.
 bool tsh_file_replacement_t::overwrite(int from, off_t size, off_t longest) const {
     const int to = old_.number();
     return lseek(to, 0, SEEK_SET) == 0 && copy_bytes(from, to, size) &&

@@ -12,7 +12,7 @@ namespace compiler {
 
 using tool::Severity;
 
-/// Another position that a message refers to, with a sentence of its own.
+/// Another position that a message refers to, with a separate text.
 struct Note {
     const SourceFile *file;
     Place place;

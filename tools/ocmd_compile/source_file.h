@@ -26,8 +26,8 @@ class SourceFile {
 public:
     /// Takes UTF-8, or UTF-16 with a byte order mark, which becomes UTF-8.
     SourceFile(std::string name, std::string bytes);
-    /// Reads a file whole, "-" for standard input. One that cannot be read, or that is too large
-    /// for a grammar, is told of and ends the run.
+    /// Reads a complete file, "-" for standard input. Reports a file that cannot be read or is too
+    /// large for a grammar, and exits.
     static SourceFile read(const std::string &path);
 
     [[nodiscard]] const std::string &name() const { return name_; }

@@ -68,7 +68,7 @@ std::optional<Bits> number_for(const GrammarField &field, std::string_view text)
     return number && fits(*number, bits_of(field)) ? number : std::nullopt;
 }
 
-// Whether two settings speak of the same thing. A set may name what has a key of its own as well.
+// Returns whether two settings set the same value. A set may contain a bit that has a separate key.
 bool same_thing(const GrammarField &a, const GrammarField &b) {
     return a.offset == b.offset && a.bit == b.bit &&
            (a.kind == FieldKind::kSet) == (b.kind == FieldKind::kSet);

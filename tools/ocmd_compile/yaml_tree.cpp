@@ -47,8 +47,8 @@ bool is_plain_ascii(char c) {
     return (c >= ' ' && c <= '~') || c == '\n';
 }
 
-// Returns how many bytes at the beginning are plain ASCII, as far as whole blocks of them; blocks are
-// compared without branches.
+// Returns how many bytes at the beginning are plain ASCII, as far as whole blocks of them; blocks
+// are compared without branches.
 uint32_t plain_ascii_size(std::string_view text) {
     constexpr size_t kBlock = 64;
     size_t size = 0;
@@ -255,7 +255,7 @@ std::string_view text_of(const yaml_char_t *text) {
                            : std::string_view{reinterpret_cast<const char *>(text)};
 }
 
-// Tags that say what a node is taken for anyway.
+// Tags that name the default type of a node.
 bool is_plain_tag(std::string_view tag) {
     return tag.empty() || tag == "!" || tag.starts_with("tag:yaml.org,2002:");
 }

@@ -18,7 +18,7 @@ enum class YamlKind : uint8_t {
     kMapping, ///< Keys and values take turns.
     kSequence,
     kAlias,
-    kBroken, ///< An alias that leads nowhere; it has been told of.
+    kBroken, ///< An undefined alias, which was already reported.
 };
 
 struct YamlNode {

@@ -26,7 +26,7 @@ using tool::word_of;
 constexpr std::string_view kLegend =
     "  // box: keyword; ellipse: parameter; diamond: node without a word, by its name\n"
     "  // bold: a command ends here; two borders: enters a submode, whose commands lie below\n"
-    "  // dashed: the word may be left out; grey: shared, below several words\n"
+    "  // dashed: optional word; grey: shared, below several words\n"
     "  // +N: N words below are not drawn\n";
 
 // A text within a quoted text of the graph's language, where backslashes and ampersands begin

@@ -188,7 +188,7 @@ private:
             write_heading(mode_, file.name(), output_);
         status = std::max(status, mode_.show(file, request_, output_));
         request_.records_before += file.records().size();
-        output_.flush(); // before anything is told of the next file
+        output_.flush(); // before messages about the next file
         return status;
     }
 

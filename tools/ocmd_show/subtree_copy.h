@@ -1,4 +1,4 @@
-// A part of a tree as a subtree record of its own.
+// Copy of a part of a tree as a separate subtree record.
 #pragma once
 
 #include "tools/ocmd_show/line_search.h"

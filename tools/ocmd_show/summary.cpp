@@ -22,7 +22,7 @@ using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
 
-// How much there is of everything that each record tells of itself.
+// Counts of each record.
 struct Tally {
     uint32_t keywords = 0;
     uint32_t optional = 0;

@@ -1,4 +1,4 @@
-// Texts as a grammar writes them: plain where nothing in them could be taken for something else.
+// Formatting of strings in grammars: plain if they are unambiguous, else quoted.
 #pragma once
 
 #include <string>
