@@ -1,6 +1,7 @@
 // Text of the current line, extended on the way down and truncated on the way up.
 #pragma once
 
+#include "base/chunk_copy.h"
 #include "cmd_gen/enumeration.h"
 #include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/store_internal.h"
@@ -32,8 +33,10 @@ public:
     /// Reserve memory for more bytes, as the other operations require: SPC_STR_SIZE for the start
     /// of a line. reserve allocates exactly this size, grow some more.
     /// @return false if out of memory.
-    [[nodiscard]] bool reserve(size_t more) { return bytes_.reserve(length_ + more + kCopyChunk); }
-    [[nodiscard]] bool grow(size_t more) { return bytes_.grow(length_ + more + kCopyChunk); }
+    [[nodiscard]] bool reserve(size_t more) {
+        return bytes_.reserve(length_ + more + base::kCopyChunk);
+    }
+    [[nodiscard]] bool grow(size_t more) { return bytes_.grow(length_ + more + base::kCopyChunk); }
 
     /// Starts a new line after the current one.
     void begin() {

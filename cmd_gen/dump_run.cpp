@@ -30,7 +30,7 @@ public:
     static bool finds_siblings() { return true; }
 
     template <typename Records> Records print(const Records &records) {
-        return tsh::gather_each(*output_, records, tsh::copy_in_chunks);
+        return tsh::gather_each(*output_, records, base::copy_in_chunks);
     }
 
     [[nodiscard]] bool failed() const { return output_->failed(); }

@@ -50,20 +50,20 @@ public:
     explicit PlainLines(tsh::Destination &destination) : destination_(destination) {}
 
     [[nodiscard]] bool begin() {
-        if (!block_.reserve(tsh::OutputBlock::kBytes) || !line_.grow(tsh::kCopyChunk))
+        if (!block_.reserve(tsh::OutputBlock::kBytes) || !line_.grow(base::kCopyChunk))
             return false;
         output_.emplace(destination_, block_.data());
         return true;
     }
 
     [[nodiscard]] bool has_room(const MetNode &node) {
-        return line_.grow(length_ + node.word.size() + kLongestSlash + tsh::kCopyChunk);
+        return line_.grow(length_ + node.word.size() + kLongestSlash + base::kCopyChunk);
     }
 
     Frame enter(const MetNode &node) {
         const Frame frame{length_, spaced_};
         if (node.word.size() > kNewline.size()) {
-            tsh::copy_in_chunks(line_.data() + length_, node.word);
+            base::copy_in_chunks(line_.data() + length_, node.word);
             length_ += node.word.size();
             line_[length_ - 1] = ' ';
             spaced_ = true;
@@ -83,10 +83,10 @@ public:
     static bool finds_siblings() { return true; }
 
     template <typename Words> Words print(const Words &words) {
-        if (length_ > tsh::kLongestGathered - kLongestSpelled - tsh::kCopyChunk)
+        if (length_ > tsh::kLongestGathered - kLongestSpelled - base::kCopyChunk)
             return print_long(words);
         return tsh::gather_each(*output_, words, [this](char *place, std::string_view word) {
-            return tsh::copy_in_chunks(tsh::copy_in_chunks(place, before_word(word)), word);
+            return base::copy_in_chunks(base::copy_in_chunks(place, before_word(word)), word);
         });
     }
 

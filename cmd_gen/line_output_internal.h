@@ -81,8 +81,8 @@ public:
             char *place = block_.room();
             const char *end = block_.end();
             do {
-                place = copy_in_chunks(numbers.put(place, ++number), text);
-                place = copy_in_chunks(place, words.take());
+                place = base::copy_in_chunks(numbers.put(place, ++number), text);
+                place = base::copy_in_chunks(place, words.take());
             } while (number != numbers.last() && place < end && words.more());
             cmd_count = number;
             block_.take_until(place);
@@ -96,7 +96,7 @@ public:
 private:
     static bool fits(std::string_view text) {
         return text.size() <=
-               kLongestGathered - LineNumbers::kSize - kLongestGappedWord - kCopyChunk;
+               kLongestGathered - LineNumbers::kSize - kLongestGappedWord - base::kCopyChunk;
     }
 
     template <typename Words> Words print_long(std::string_view text, Words words) {

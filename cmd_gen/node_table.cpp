@@ -42,7 +42,7 @@ bool NodeTable::meet(uint32_t slot, size_t depth) {
 
 bool NodeTable::keep(uint32_t slot, const NodeContent &content,
                      std::span<const uint16_t> children) {
-    const size_t most = content.text.size() + children.size_bytes() + kCopyChunk;
+    const size_t most = content.text.size() + children.size_bytes() + base::kCopyChunk;
     if (!bytes_.grow(bytes_used_ + most))
         return false;
     if (!content.entered && slot != kFirst)

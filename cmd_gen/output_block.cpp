@@ -1,6 +1,7 @@
 // Writing of blocks: complete blocks bypass a stream's buffer, the rest uses it.
 #include "cmd_gen/output_block_internal.h"
 
+#include <cstring>
 #include <unistd.h>
 
 namespace tsh {

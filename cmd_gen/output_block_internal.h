@@ -1,23 +1,13 @@
 // Output buffer of one block, written in large writes.
 #pragma once
 
+#include "base/chunk_copy.h"
+
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
 namespace tsh {
-
-/// Texts are copied in chunks, at least one. This many bytes after a text must be readable, and as
-/// many bytes after its destination must be writable.
-constexpr size_t kCopyChunk = 32;
-
-inline char *copy_in_chunks(char *to, std::string_view text) {
-    memcpy(to, text.data(), kCopyChunk);
-    for (size_t done = kCopyChunk; done < text.size(); done += kCopyChunk)
-        memcpy(to + done, text.data() + done, kCopyChunk);
-    return to + text.size();
-}
 
 /// Size of a write: a multiple of the stream's own buffer, much larger than it, and small enough
 /// for the CPU cache.

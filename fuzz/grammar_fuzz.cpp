@@ -20,7 +20,7 @@
 
 namespace {
 
-std::optional<tool::CheckLevels> usual_levels;
+std::optional<compiler::CheckLevels> usual_levels;
 
 using Records = std::vector<tree_node_t>;
 

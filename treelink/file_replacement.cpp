@@ -2,6 +2,7 @@
 // gets a name when it is complete, and is renamed over the old one.
 #include "treelink/file_replacement.h"
 
+#include "base/descriptor.h"
 #include "base/errno_kept.h"
 
 #include <algorithm>
@@ -33,35 +34,16 @@ constexpr mode_t kPrivateMode = 0600; // until the mode of the old file is copie
 
 using TemporaryName = std::array<char, 40>;
 
-class Descriptor {
-public:
-    Descriptor() = default;
-    // Takes ownership of the number. Moves it above those of standard streams, because output to a
-    // closed one would be written to the file. A negative number is no descriptor.
-    explicit Descriptor(int number) : number_(number) {
-        if (number < 0 || number > STDERR_FILENO)
-            return;
-        number_ = fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        close(number);
-    }
-    ~Descriptor() {
-        const base::ErrnoKept kept;
-        if (number_ >= 0)
-            close(number_);
-    }
-    Descriptor(Descriptor &&other) noexcept : number_(other.release()) {}
-    Descriptor &operator=(Descriptor &&other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
+using base::Descriptor;
 
-    explicit operator bool() const { return number_ >= 0; }
-    [[nodiscard]] int number() const { return number_; }
-    int release() { return std::exchange(number_, -1); }
-
-private:
-    int number_ = -1;
-};
+// Takes ownership of the number. Moves it above those of standard streams, because output to a
+// closed one would be written to the file. A negative number is no descriptor.
+Descriptor own(int number) {
+    Descriptor descriptor{number};
+    if (number < 0 || number > STDERR_FILENO)
+        return descriptor;
+    return Descriptor{fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)};
+}
 
 // Blocks signals that would end the process during its lifetime.
 class SignalsHeld {
@@ -102,9 +84,8 @@ fs::path end_of_links(const char *path) {
 // Opens a directory. If it may be searched but not read, it cannot be synchronized.
 Descriptor open_folder(const fs::path &directory) {
     const char *path = directory.empty() ? "." : directory.c_str();
-    Descriptor readable{open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-    return readable ? std::move(readable)
-                    : Descriptor{open(path, O_PATH | O_DIRECTORY | O_CLOEXEC)};
+    Descriptor readable = own(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return readable ? std::move(readable) : own(open(path, O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 // Returns the path by which an unnamed file can be linked.
@@ -192,9 +173,9 @@ bool tsh_file_replacement_t::open(const char *path) {
         return false;
     if (old) {
         const int to_be_kept = S_ISREG(old->st_mode) ? O_RDWR : O_WRONLY;
-        old_ = Descriptor{::open(path, to_be_kept | O_CLOEXEC)};
+        old_ = own(::open(path, to_be_kept | O_CLOEXEC));
         if (!old_ && to_be_kept == O_RDWR)
-            old_ = Descriptor{::open(path, O_WRONLY | O_CLOEXEC)};
+            old_ = own(::open(path, O_WRONLY | O_CLOEXEC));
         if (!old_)
             return false;
     }
@@ -222,7 +203,7 @@ Descriptor tsh_file_replacement_t::create_body(const Status &old) {
         return body;
     drop_name();
     body_ = Body::kHeld;
-    return Descriptor{memfd_create("replacement", MFD_CLOEXEC)};
+    return own(memfd_create("replacement", MFD_CLOEXEC));
 }
 
 Descriptor tsh_file_replacement_t::create_in_folder(const Status &old) {
@@ -241,7 +222,7 @@ Descriptor tsh_file_replacement_t::create_in_folder(const Status &old) {
 
 // An unnamed file can get a name only through its path in /proc.
 Descriptor tsh_file_replacement_t::create_nameless(mode_t mode) {
-    Descriptor body{openat(directory_.number(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode)};
+    Descriptor body = own(openat(directory_.number(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
     if (!body)
         return body;
     unnamed_path_ = path_to(body);
@@ -255,7 +236,7 @@ Descriptor tsh_file_replacement_t::create_named(mode_t mode) {
     Descriptor body;
     const bool created = find_free_name([&](const char *name) {
         constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC;
-        body = Descriptor{openat(directory_.number(), name, kFlags, mode)};
+        body = own(openat(directory_.number(), name, kFlags, mode));
         return static_cast<bool>(body);
     });
     if (created)
@@ -370,7 +351,7 @@ bool tsh_file_replacement_t::write_over_old() {
 
 // Returns a copy in memory; none if the old file may not be read.
 Descriptor tsh_file_replacement_t::copy_of_old(off_t size) const {
-    Descriptor copy{memfd_create("old", MFD_CLOEXEC)};
+    Descriptor copy = own(memfd_create("old", MFD_CLOEXEC));
     return copy && copy_bytes(old_.number(), copy.number(), size) ? std::move(copy) : Descriptor{};
 }
 

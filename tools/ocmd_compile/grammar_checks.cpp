@@ -25,7 +25,6 @@ namespace compiler {
 namespace {
 
 using tool::kRedirectRoot;
-using tool::Level;
 using tool::quoted;
 
 constexpr const char *kSoundWord = "the word is valid";
@@ -396,7 +395,7 @@ void always(const Run &run) {
 }
 
 struct Row {
-    tool::Check check;
+    Check check;
     Function run;
 };
 
@@ -448,16 +447,16 @@ constexpr std::array kTable{
 
 } // namespace
 
-std::span<const tool::Check> grammar_checks() {
+std::span<const Check> grammar_checks() {
     static const auto checks = [] {
-        std::array<tool::Check, kTable.size()> all{};
+        std::array<Check, kTable.size()> all{};
         std::ranges::transform(kTable, all.begin(), &Row::check);
         return all;
     }();
     return checks;
 }
 
-void check(const Grammar &grammar, bool main, const tool::CheckLevels &levels, Messages &messages) {
+void check(const Grammar &grammar, bool main, const CheckLevels &levels, Messages &messages) {
     for (size_t i = 0; i < kTable.size(); ++i) {
         if (levels.of(i) == Level::kOff)
             continue;

@@ -9,11 +9,11 @@
 #include "tools/ocmd_compile/grammar_checks.h"
 #include "tools/ocmd_compile/lay_out.h"
 #include "tools/ocmd_compile/messages.h"
+#include "tools/ocmd_compile/output_file.h"
 #include "tools/ocmd_compile/understand.h"
 #include "tools/ocmd_compile/yaml_tree.h"
 #include "tools/support/file_bytes.h"
 #include "tools/support/file_format.h"
-#include "tools/support/output_file.h"
 #include "tools/support/program.h"
 #include "tools/support/types.h"
 
@@ -46,10 +46,10 @@ constexpr std::array kOptions{
     tool::Option{'o', "output", "OUT",
                  "Write to OUT (- for standard output). Default: FILE.par for each FILE.yaml."},
     tool::Option{0, "main", nullptr, "Compile one document into a main par file."},
-    tool::kStrictOption,
-    tool::kWarnOption,
-    tool::kErrorOption,
-    tool::kListChecksOption,
+    compiler::kStrictOption,
+    compiler::kWarnOption,
+    compiler::kErrorOption,
+    compiler::kListChecksOption,
     tool::Option{0, "list-keys", nullptr, "Print all keys of the grammar format and exit."},
     tool::Option{0, "list-types", nullptr, "Print all parameter types and exit."},
 };
@@ -131,7 +131,7 @@ std::string output_for(const std::string &input) {
     return std::string{stem} + ".par";
 }
 
-void write_main(const Document &document, const tool::OutputFile &output) {
+void write_main(const Document &document, const compiler::OutputFile &output) {
     constexpr size_t kMostAtOnce = 256; // records, which stay in the cache
     std::vector<tree_node_t> records(std::min(kMostAtOnce, document.words.size()));
     errno = 0;
@@ -154,7 +154,7 @@ bool write_record(const Document &document, gzFile stream) {
 
 using GzipStream = std::unique_ptr<gzFile_s, base::Releaser<gzclose>>;
 
-void write_records(std::span<const Document> documents, const tool::OutputFile &output) {
+void write_records(std::span<const Document> documents, const compiler::OutputFile &output) {
     errno = 0;
     const int descriptor = dup(fileno(output.stream()));
     GzipStream stream{descriptor < 0 ? nullptr : gzdopen(descriptor, "wb")};
@@ -167,7 +167,7 @@ void write_records(std::span<const Document> documents, const tool::OutputFile &
 }
 
 void write(std::span<const Document> documents, const std::string &path, bool main) {
-    tool::OutputFile output{path};
+    compiler::OutputFile output{path};
     if (main)
         write_main(documents.front(), output);
     else
@@ -242,7 +242,7 @@ void check_outputs(const CommandLine &line, const char *given) {
 }
 
 tool::Status compile(const CommandLine &line) {
-    const tool::CheckLevels levels{compiler::grammar_checks(), line};
+    const compiler::CheckLevels levels{compiler::grammar_checks(), line};
     if (line.has("list-keys")) {
         list_keys();
         return tool::kDone;

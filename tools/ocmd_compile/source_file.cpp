@@ -1,7 +1,7 @@
 // Reading files of grammars, and lines and columns from offsets.
 #include "tools/ocmd_compile/source_file.h"
 
-#include "tools/support/descriptor.h"
+#include "base/descriptor.h"
 #include "tools/support/program.h"
 #include "tools/support/utf8.h"
 
@@ -73,29 +73,27 @@ bool ends_line(std::string_view bytes, size_t i) {
 }
 
 // Bytes to make room for: those of the file and one more, at which its end is seen.
-size_t first_room(int descriptor) {
+size_t first_room(const base::Descriptor &file) {
     constexpr size_t kUnknown = size_t{1} << 18;
-    struct stat file {};
-    if (fstat(descriptor, &file) != 0 || !S_ISREG(file.st_mode))
+    const auto status = file.status();
+    if (!status || !S_ISREG(status->st_mode))
         return kUnknown;
-    return std::min(static_cast<size_t>(file.st_size), kMostBytes) + 1;
+    return std::min(static_cast<size_t>(status->st_size), kMostBytes) + 1;
 }
 
-std::string read_whole(int descriptor, const std::string &name) {
-    std::string bytes(first_room(descriptor), '\0');
-    for (size_t known = 0;;) {
-        if (known == bytes.size())
-            bytes.resize(2 * known); // so that copies stay few
-        const ssize_t count = read(descriptor, bytes.data() + known, bytes.size() - known);
-        if (count == 0) {
+std::string read_whole(const base::Descriptor &file, const std::string &name) {
+    std::string bytes(first_room(file), '\0');
+    for (size_t known = 0;; bytes.resize(2 * known)) { // so that copies stay few
+        const ssize_t count = base::read_fully(file, bytes.data() + known, bytes.size() - known);
+        if (count < 0)
+            cannot_read(name);
+        known += static_cast<size_t>(count);
+        if (known > kMostBytes)
+            tool::fail("%s: file too large (limit: %zu bytes)", name.c_str(), kMostBytes);
+        if (known < bytes.size()) {
             bytes.resize(known);
             return bytes;
         }
-        if (count < 0 && errno != EINTR)
-            cannot_read(name);
-        known += static_cast<size_t>(std::max<ssize_t>(count, 0));
-        if (known > kMostBytes)
-            tool::fail("%s: file too large (limit: %zu bytes)", name.c_str(), kMostBytes);
     }
 }
 
@@ -112,10 +110,10 @@ SourceFile::SourceFile(std::string name, std::string bytes)
 
 SourceFile SourceFile::read(const std::string &path) {
     const std::string name = path == "-" ? "standard input" : path;
-    const tool::Descriptor file{path};
-    if (file.number() < 0)
+    const base::Descriptor file = base::open_input(path);
+    if (!file)
         cannot_read(name);
-    return {name, read_whole(file.number(), name)};
+    return {name, read_whole(file, name)};
 }
 
 Position SourceFile::position(uint32_t offset) const {

@@ -2,13 +2,14 @@
 // runs of leaves are printed in a loop of their own.
 #include "tools/ocmd_diff/difference_list.h"
 
+#include "base/chunk_copy.h"
 #include "cmd_gen/word.h"
 
 namespace diff {
 
 namespace {
 
-using tool::copy_in_chunks;
+using base::copy_in_chunks;
 using tool::TextOutput;
 
 // With a newline, and every byte escaped as \xNN.
@@ -25,7 +26,7 @@ Prefix::Prefix() {
 }
 
 void Prefix::append(std::string_view symbol) {
-    const size_t needed = length_ + symbol.size() + 1 + tool::kCopyChunk;
+    const size_t needed = length_ + symbol.size() + 1 + base::kCopyChunk;
     if (needed > bytes_.size())
         bytes_.resize(2 * needed);
     length_ += symbol.copy(bytes_.data() + length_, symbol.size());

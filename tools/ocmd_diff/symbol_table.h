@@ -1,8 +1,8 @@
 // The alphabet of the automata: the parts of lines between two spaces, each with a number.
 #pragma once
 
+#include "base/chunk_copy.h"
 #include "tools/ocmd_diff/sequence_table.h"
-#include "tools/support/text_output.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -28,7 +28,7 @@ public:
 
 private:
     using Texts = SequenceTable<char, '\n'>;
-    static_assert(Texts::kReadable >= tool::kCopyChunk);
+    static_assert(Texts::kReadable >= base::kCopyChunk);
     Texts texts_;
 };
 

@@ -1,8 +1,8 @@
 // Mapping, reading and decompression of files.
 #include "tools/support/file_bytes.h"
 
+#include "base/descriptor.h"
 #include "parse_tree/tree_node.h"
-#include "tools/support/descriptor.h"
 #include "tools/support/program.h"
 #include "treelink/subtree_read.h"
 
@@ -34,24 +34,18 @@ bool begins_compressed(std::span<const unsigned char> bytes) {
 // Input from a descriptor, block by block.
 class Input {
 public:
-    Input(int descriptor, const std::string &name) : descriptor_(descriptor), name_(name) {}
+    Input(const base::Descriptor &file, const std::string &name) : file_(file), name_(name) {}
 
     // Returns the next block; a full one except at the end; empty at the end.
     std::span<unsigned char> next() {
-        size_t size = 0;
-        while (size < piece_.size()) {
-            const ssize_t some = read(descriptor_, piece_.data() + size, piece_.size() - size);
-            if (some == 0)
-                break;
-            if (some < 0 && errno != EINTR)
-                fail("%s: cannot be read: %s", name_.c_str(), strerror(errno));
-            size += static_cast<size_t>(std::max<ssize_t>(some, 0));
-        }
-        return {piece_.data(), size};
+        const ssize_t size = base::read_fully(file_, piece_.data(), piece_.size());
+        if (size < 0)
+            fail("%s: cannot be read: %s", name_.c_str(), strerror(errno));
+        return {piece_.data(), static_cast<size_t>(size)};
     }
 
 private:
-    int descriptor_;
+    const base::Descriptor &file_;
     const std::string &name_;
     std::array<unsigned char, 1 << 16> piece_;
 };
@@ -243,14 +237,14 @@ bool can_be_mapped(int descriptor, const struct stat &status) {
 } // namespace
 
 FileBytes::FileBytes(const std::string &path, const std::string &name) {
-    const Descriptor file{path};
-    struct stat status {};
-    if (file.number() < 0 || fstat(file.number(), &status) != 0)
+    const base::Descriptor file = base::open_input(path);
+    const auto status = file.status();
+    if (!status)
         fail("%s: cannot be opened: %s", name.c_str(), strerror(errno));
-    if (can_be_mapped(file.number(), status))
-        map(file.number(), static_cast<uintmax_t>(status.st_size), name);
+    if (can_be_mapped(file.number(), *status))
+        map(file.number(), static_cast<uintmax_t>(status->st_size), name);
     else
-        read_all(file.number(), name);
+        read_all(file, name);
 }
 
 FileBytes::~FileBytes() = default;
@@ -262,9 +256,9 @@ void FileBytes::map(int descriptor, uintmax_t size, const std::string &name) {
         mapping_ = std::make_unique<Mapping>(descriptor, static_cast<size_t>(size), name);
 }
 
-void FileBytes::read_all(int descriptor, const std::string &name) {
+void FileBytes::read_all(const base::Descriptor &file, const std::string &name) {
     buffer_ = std::make_unique<Buffer>();
-    Input input{descriptor, name};
+    Input input{file, name};
     std::span<unsigned char> piece = input.next();
     compressed_ = begins_compressed(piece);
     bool has_room = true;

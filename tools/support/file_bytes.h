@@ -1,6 +1,8 @@
 // Complete contents of a file: mapped if possible, else read, and decompressed if gzip-compressed.
 #pragma once
 
+#include "base/descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -37,7 +39,7 @@ private:
     class Buffer;
 
     void map(int descriptor, uintmax_t size, const std::string &name);
-    void read_all(int descriptor, const std::string &name);
+    void read_all(const base::Descriptor &file, const std::string &name);
 
     std::unique_ptr<Mapping> mapping_; // or
     std::unique_ptr<Buffer> buffer_;

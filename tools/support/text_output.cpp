@@ -1,13 +1,14 @@
 // Block of standard output, and less frequent formats.
 #include "tools/support/text_output.h"
 
+#include "base/chunk_copy.h"
+#include "base/pipe.h"
 #include "tools/support/program.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace tool {
@@ -33,12 +34,9 @@ void write_out(std::string_view text) {
 
 } // namespace
 
-TextOutput::TextOutput() : block_(new char[kBlockSize + kMostRoom + kCopyChunk]) {
+TextOutput::TextOutput() : block_(new char[kBlockSize + kMostRoom + base::kCopyChunk]) {
     fflush(stdout);
-    constexpr int kWanted = kBlockSize; // so that a reader works while the next block is filled
-    const int size = fcntl(STDOUT_FILENO, F_GETPIPE_SZ);
-    if (size >= 0 && size < kWanted)
-        fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kWanted);
+    base::widen_output_pipe(kBlockSize);
 }
 
 TextOutput::~TextOutput() {

@@ -9,17 +9,6 @@
 
 namespace tool {
 
-/// Texts that are copied often are copied in chunks: this many bytes after such a text must be
-/// readable.
-constexpr size_t kCopyChunk = 32;
-
-/// Copies a text in chunks, up to kCopyChunk - 1 bytes beyond its end. @return this end.
-inline char *copy_in_chunks(char *to, std::string_view text) {
-    for (size_t done = 0; done < text.size(); done += kCopyChunk)
-        memcpy(to + done, text.data() + done, kCopyChunk);
-    return to + text.size();
-}
-
 /// Standard output for results. During its lifetime, other code may write there only after a flush.
 /// Reports a write error and exits with kError. The destructor writes the buffered bytes.
 class TextOutput {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace tool {
+namespace compiler {
 
 enum class Level : uint8_t { kOff, kWarning, kError };
 
@@ -21,19 +21,19 @@ struct Check {
 };
 
 /// Options of every tool with checks; they go into its table of options.
-inline constexpr Option kWarnOption{'W', "warn", "NAME",
-                                    "Report check NAME as a warning; -W no-NAME disables it."};
-inline constexpr Option kErrorOption{'E', "error", "NAME", "Report check NAME as an error."};
-inline constexpr Option kStrictOption{0, "strict", nullptr, "Treat warnings as errors."};
-inline constexpr Option kListChecksOption{0, "list-checks", nullptr,
-                                          "Print all checks with their levels and exit."};
+inline constexpr tool::Option kWarnOption{
+    'W', "warn", "NAME", "Report check NAME as a warning; -W no-NAME disables it."};
+inline constexpr tool::Option kErrorOption{'E', "error", "NAME", "Report check NAME as an error."};
+inline constexpr tool::Option kStrictOption{0, "strict", nullptr, "Treat warnings as errors."};
+inline constexpr tool::Option kListChecksOption{0, "list-checks", nullptr,
+                                                "Print all checks with their levels and exit."};
 
 /// Levels of all checks of a table in this run.
 class CheckLevels {
 public:
     /// Applies the options in the order given, then --strict. Refuses an unknown name. Answers
     /// --list-checks and exits.
-    CheckLevels(std::span<const Check> table, const CommandLine &line);
+    CheckLevels(std::span<const Check> table, const tool::CommandLine &line);
 
     /// Level of the check at this index.
     [[nodiscard]] Level of(size_t check) const { return levels_[check]; }
@@ -46,4 +46,4 @@ private:
     std::vector<Level> levels_;
 };
 
-} // namespace tool
+} // namespace compiler

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-namespace tool {
+namespace compiler {
 
 /// A file that is being written, or standard output for the name "-". The old file does not change
 /// before the commit.
@@ -32,4 +32,4 @@ private:
         replacement_; // null for standard output
 };
 
-} // namespace tool
+} // namespace compiler

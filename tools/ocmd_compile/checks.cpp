@@ -1,5 +1,5 @@
 // Levels of checks, from the command line.
-#include "tools/support/checks.h"
+#include "tools/ocmd_compile/checks.h"
 
 #include "tools/support/wording.h"
 
@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <string>
 
-namespace tool {
+namespace compiler {
+
+using tool::CommandLine;
 
 CheckLevels::CheckLevels(std::span<const Check> table, const CommandLine &line) : table_(table) {
     for (const Check &check : table)
@@ -27,7 +29,7 @@ CheckLevels::CheckLevels(std::span<const Check> table, const CommandLine &line) 
         std::ranges::replace(levels_, Level::kWarning, Level::kError);
     if (line.has(kListChecksOption.name)) {
         list();
-        throw Stop{kDone};
+        throw tool::Stop{tool::kDone};
     }
 }
 
@@ -39,7 +41,8 @@ size_t CheckLevels::find(std::string_view name) const {
     std::vector<std::string_view> names;
     for (const Check &check : table_)
         names.emplace_back(check.name);
-    refuse("unknown check '%s'%s", std::string{name}.c_str(), suggestion(name, names).c_str());
+    tool::refuse("unknown check '%s'%s", std::string{name}.c_str(),
+                 tool::suggestion(name, names).c_str());
 }
 
 void CheckLevels::list() const {
@@ -49,4 +52,4 @@ void CheckLevels::list() const {
                table_[i].needs, table_[i].finds);
 }
 
-} // namespace tool
+} // namespace compiler

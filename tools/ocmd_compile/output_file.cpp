@@ -1,12 +1,12 @@
 // Output files, written with the library's file replacement.
-#include "tools/support/output_file.h"
+#include "tools/ocmd_compile/output_file.h"
 
 #include "tools/support/program.h"
 
 #include <cerrno>
 #include <cstring>
 
-namespace tool {
+namespace compiler {
 
 OutputFile::OutputFile(const std::string &path) : name_(path == "-" ? "standard output" : path) {
     if (path == "-")
@@ -30,4 +30,4 @@ void OutputFile::commit() {
         fail();
 }
 
-} // namespace tool
+} // namespace compiler
