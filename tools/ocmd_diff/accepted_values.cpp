@@ -104,8 +104,7 @@ Values AcceptedValues::joined(Values first, Values second) {
 
 ValueSet AcceptedValues::set_of(std::vector<Values> &sequences) {
     std::ranges::sort(sequences);
-    const auto repeated = std::ranges::unique(sequences);
-    sequences.erase(repeated.begin(), repeated.end());
+    sequences.erase(std::unique(sequences.begin(), sequences.end()), sequences.end());
     return sets_.number_of(sequences);
 }
 

@@ -150,8 +150,7 @@ uint32_t FieldLabels::label_of(const tree_node_t &node) {
 
 uint32_t FieldLabels::set_of(std::vector<uint32_t> &labels) {
     std::ranges::sort(labels);
-    const auto repeated = std::ranges::unique(labels);
-    labels.erase(repeated.begin(), repeated.end());
+    labels.erase(std::unique(labels.begin(), labels.end()), labels.end());
     return sets_.number_of(labels);
 }
 

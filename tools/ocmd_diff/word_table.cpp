@@ -43,7 +43,7 @@ WordTable::Key WordTable::key_of(const tree_node_t &node) {
     memcpy(key.token.data(), node.token, sizeof node.token);
     key.is_optional = node.optional != 0 ? 1 : 0;
     key.param_count = node.param_count;
-    auto place = key.params.begin();
+    ParameterKey *place = key.params.data();
     for (const parameter_info_t &parameter : tool::params_of(node))
         *place++ = {parameter.type_mask, parameter.int_min, parameter.int_max};
     return std::bit_cast<Key>(key);
