@@ -6,22 +6,12 @@
 #include "cmd_gen/node_table_internal.h"
 #include "cmd_gen/word_internal.h"
 
-#include <optional>
-
 namespace {
 
 class NumberedLines : public tsh::ListingPath {
 public:
-    /// @param longest maximum size of a line without its indentation.
-    [[nodiscard]] bool reserve(size_t longest) {
-        return line_.reserve(longest + SPC_STR_SIZE) && block_.reserve(tsh::OutputBlock::kBytes);
-    }
-
-    void begin(std::string_view prefix) {
-        line_.begin();
-        line_.append(prefix);
-        output_.emplace(block_.data());
-    }
+    /// @param block OutputBlock::kBytes of memory that outlive the lines.
+    NumberedLines(tsh::CommandLine &line, char *block) : ListingPath(line), output_(block) {}
 
     static bool has_room(const tsh::MetNode & /*node*/) { return true; }
 
@@ -30,15 +20,14 @@ public:
             shown_depth_ = submode_depth;
             tsh::show_indentation();
         }
-        return output_->print(line_.text(), words);
+        return output_.print(line_.text(), words);
     }
 
-    [[nodiscard]] bool failed() const { return output_->failed(); }
-    bool hand_over() { return output_->hand_over(); }
+    [[nodiscard]] bool failed() const { return output_.failed(); }
+    bool hand_over() { return output_.hand_over(); }
 
 private:
-    tsh::Store<char> block_{tsh_realloc};
-    std::optional<tsh::LineOutput> output_;
+    tsh::LineOutput output_;
     int32_t shown_depth_ = -1; // submode depth of spc_str
 };
 
@@ -47,12 +36,14 @@ public:
     [[nodiscard]] tsh::ListResult list(const tree_node_t &node, std::string_view prefix) {
         if (!prepare(node, prefix.size()))
             return tsh::ListResult::kNoMemory;
-        lines_.begin(prefix);
+        line_.begin();
+        line_.append(prefix);
+        NumberedLines lines{line_, block_.data()};
         const tsh::MetNode first{.record = &node};
-        const auto first_cursor = [this] { return nodes_.first_cursor(lines_.finds_siblings()); };
-        if (!tsh::walk_lines(first, first_cursor, nodes_, lines_, levels_))
+        const auto first_cursor = [&] { return nodes_.first_cursor(lines.finds_siblings()); };
+        if (!tsh::walk_lines(first, first_cursor, nodes_, lines, levels_))
             return tsh::ListResult::kNoMemory;
-        return lines_.hand_over() ? tsh::ListResult::kDone : tsh::ListResult::kLostOutput;
+        return lines.hand_over() ? tsh::ListResult::kDone : tsh::ListResult::kLostOutput;
     }
 
 private:
@@ -68,11 +59,12 @@ private:
             return {word.text(), tsh::has_line(seen), tsh::is_submode(seen), tsh::is_entered(seen)};
         };
         return nodes_.gather(g_atn, node, describe) && levels_.reserve(nodes_.size()) &&
-               lines_.reserve(longest);
+               line_.reserve(longest + SPC_STR_SIZE) && block_.reserve(tsh::OutputBlock::kBytes);
     }
 
     tsh::NodeTable nodes_{tsh_realloc};
-    NumberedLines lines_;
+    tsh::CommandLine line_;
+    tsh::Store<char> block_{tsh_realloc};
     tsh::WalkLevels<tsh::NodeTable, NumberedLines> levels_{tsh_realloc};
 };
 

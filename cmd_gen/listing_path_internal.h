@@ -11,6 +11,8 @@ namespace tsh {
 
 class ListingPath {
 public:
+    explicit ListingPath(CommandLine &line) : line_(line) {}
+
     struct Frame {
         CommandLine::Mark outer;
         bool in_submode; // the node is a submode
@@ -39,7 +41,7 @@ public:
     static bool finds_siblings() { return stack.atn_stack_top < ATN_STACK_SIZE; }
 
 protected:
-    CommandLine line_;
+    CommandLine &line_;
 };
 
 } // namespace tsh

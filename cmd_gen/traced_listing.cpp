@@ -43,13 +43,7 @@ private:
 // Lines that are printed immediately, between the traces.
 class TracedLines : public tsh::ListingPath {
 public:
-    [[nodiscard]] bool begin(std::string_view prefix) {
-        if (!line_.grow(SPC_STR_SIZE + prefix.size()))
-            return false;
-        line_.begin();
-        line_.append(prefix);
-        return true;
-    }
+    using ListingPath::ListingPath;
 
     bool has_room(const MetNode &node) { return line_.grow(SPC_STR_SIZE + node.word.size()); }
 
@@ -79,11 +73,16 @@ private:
 
 tsh::ListResult tsh::list_traced(const tree_node_t *node, std::string_view prefix) {
     TracedNodes nodes;
-    TracedLines lines;
+    tsh::CommandLine line;
+    if (!line.grow(SPC_STR_SIZE + prefix.size()))
+        return ListResult::kNoMemory;
+    line.begin();
+    line.append(prefix);
+    TracedLines lines{line};
     tsh::WalkLevels<TracedNodes, TracedLines> levels{tsh_realloc};
     const MetNode first{.record = node};
     const auto first_cursor = [node] { return atnode_first_child(node); };
-    if (!lines.begin(prefix) || !tsh::walk_lines(first, first_cursor, nodes, lines, levels))
+    if (!tsh::walk_lines(first, first_cursor, nodes, lines, levels))
         return ListResult::kNoMemory;
     return lines.failed() ? ListResult::kLostOutput : ListResult::kDone;
 }
