@@ -2,37 +2,29 @@
 //
 // Stages: read, understand, check, lay out, write. The first three run for every file, so that one
 // run reports all errors; the last two run only if there are none.
-#include "base/owners.h"
 #include "param_reg/values.h"
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_compile/grammar.h"
 #include "tools/ocmd_compile/grammar_checks.h"
-#include "tools/ocmd_compile/lay_out.h"
 #include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/output_file.h"
+#include "tools/ocmd_compile/stages.h"
 #include "tools/ocmd_compile/understand.h"
-#include "tools/ocmd_compile/yaml_tree.h"
-#include "tools/support/file_bytes.h"
-#include "tools/support/file_format.h"
 #include "tools/support/program.h"
 #include "tools/support/types.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <set>
 #include <span>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <unordered_set>
 #include <utility>
 #include <vector>
-#include <zlib.h>
 
 namespace {
 
@@ -75,37 +67,7 @@ void list_types() {
     }
 }
 
-// ---- Reading ----
-
-// Whether the bytes cannot be a grammar: gzip data, or a NUL byte where names of nodes end. UTF-16
-// has NUL bytes, too, after its byte order mark.
-bool is_binary(std::string_view bytes) {
-    const bool is_utf16 = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
-    return bytes.starts_with("\x1F\x8B") ||
-           (!is_utf16 && bytes.substr(0, TREE_NAME_SIZE).find('\0') != std::string_view::npos);
-}
-
-SourceFile read_grammar(const std::string &path) {
-    SourceFile file = SourceFile::read(path);
-    if (!is_binary(file.bytes()))
-        return file;
-    const bool is_tree =
-        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
-    tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
-}
-
-// ---- Understanding ----
-
-void understand(const SourceFile &file, size_t most_words, Grammar &grammar, Messages &messages) {
-    const size_t documents = grammar.documents.size();
-    const size_t faults = messages.faults();
-    compiler::YamlReader reader{file, grammar.texts, messages};
-    for (compiler::YamlDocument yaml; reader.next(yaml);)
-        grammar.documents.push_back(
-            compiler::understand(yaml, most_words, grammar.texts, messages));
-    if (grammar.documents.size() == documents && messages.faults() == faults)
-        messages.fault(file, {}, "file contains no YAML document");
-}
+// ---- Documents ----
 
 // Reports documents that cannot become a main tree: a second one, or one with attach points.
 void want_one_root(const Grammar &grammar, Messages &messages) {
@@ -131,58 +93,20 @@ std::string output_for(const std::string &input) {
     return std::string{stem} + ".par";
 }
 
-void write_main(const Document &document, const compiler::OutputFile &output) {
-    constexpr size_t kMostAtOnce = 256; // records, which stay in the cache
-    std::vector<tree_node_t> records(std::min(kMostAtOnce, document.words.size()));
-    errno = 0;
-    for (size_t first = 0; first < document.words.size(); first += records.size()) {
-        records.resize(std::min(records.size(), document.words.size() - first));
-        compiler::lay_out(document, first, records);
-        if (write_array_tree_to_file(records.data(), static_cast<uint32_t>(records.size()), 0,
-                                     nullptr, output.stream(), 0, 0, 1) != 0)
-            output.fail();
-    }
-}
-
-bool write_record(const Document &document, gzFile stream) {
-    std::vector<tree_node_t> records = compiler::lay_out(document);
-    subtree_path_t path{document.path_kind, {}};
-    std::ranges::copy(document.attach_path, path.path);
-    return write_array_tree_to_file(records.data(), static_cast<uint32_t>(records.size()),
-                                    document.version, &path, stream, 1, 1, 0) == 0;
-}
-
-using GzipStream = std::unique_ptr<gzFile_s, base::Releaser<gzclose>>;
-
-void write_records(std::span<const Document> documents, const compiler::OutputFile &output) {
-    errno = 0;
-    const int descriptor = dup(fileno(output.stream()));
-    GzipStream stream{descriptor < 0 ? nullptr : gzdopen(descriptor, "wb")};
-    if (stream == nullptr)
-        output.fail();
-    const bool stored = std::ranges::all_of(
-        documents, [&](const Document &document) { return write_record(document, stream.get()); });
-    if (gzclose(stream.release()) != Z_OK || !stored)
-        output.fail();
-}
-
 void write(std::span<const Document> documents, const std::string &path, bool main) {
     compiler::OutputFile output{path};
-    if (main)
-        write_main(documents.front(), output);
-    else
-        write_records(documents, output);
+    errno = 0;
+    if (main ? !compiler::write_main(documents.front(), output.stream())
+             : !compiler::write_records(documents, output.stream()))
+        output.fail();
     output.commit();
 }
 
 // Documents are in the order of their files; every file has at least one.
 void write_each_file(std::span<const Document> documents, bool main) {
     while (!documents.empty()) {
-        const SourceFile *file = documents.front().file;
-        const auto other = std::ranges::find_if(
-            documents, [&](const Document &document) { return document.file != file; });
-        const auto count = static_cast<size_t>(other - documents.begin());
-        write(documents.first(count), output_for(file->name()), main);
+        const size_t count = compiler::documents_of_first_file(documents);
+        write(documents.first(count), output_for(documents.front().file->name()), main);
         documents = documents.subspan(count);
     }
 }
@@ -261,9 +185,10 @@ tool::Status compile(const CommandLine &line) {
     Grammar grammar;
     Messages messages;
     for (const char *path : line.operands())
-        grammar.files.push_back(read_grammar(path));
+        grammar.files.push_back(compiler::read_grammar(path));
     for (const SourceFile &file : grammar.files)
-        understand(file, main ? TREE_MAX_NODES : TREE_WRITER_MAX_NODES, grammar, messages);
+        compiler::add_documents(file, main ? TREE_MAX_NODES : TREE_WRITER_MAX_NODES, grammar,
+                                messages);
     if (main)
         want_one_root(grammar, messages);
     compiler::check(grammar, main, levels, messages);

@@ -59,7 +59,31 @@ void add_word(std::string &line, std::string_view word) {
     (line += line.empty() ? "" : line.ends_with('"') ? "  " : " ") += word;
 }
 
-// As ocmd_show --commands spells the command, words left out included.
+void print_reading(const FileGrammar &grammar, const tsh_reading_t &reading, std::string_view typed,
+                   TextOutput &output) {
+    const bool is_complete = reading.command != nullptr;
+    const tree_node_t &node = is_complete ? *reading.command : *reading.node;
+    print_field(output, "command", command_of(reading));
+    print_field(output, "line", typed_line(reading, typed));
+    print_field(output, "complete", is_complete ? "yes" : "no");
+    print_field(output, "node",
+                std::string{node.name} + " (" + std::to_string(grammar.index_of(node)) + ")");
+    print_field(output, "help", node.help);
+    print_field(output, "function", node.func_id);
+    print_field(output, "mode", node.mode_id);
+    if (reading.is_submode != 0)
+        print_field(output, "submode", node.submode_help[0] == '\0' ? "yes" : node.submode_help);
+}
+
+void print_following(std::string_view heading, const tsh_context_t &context,
+                     const std::string &line, const tree_node_t *read, tsh_answer_t &answer,
+                     TextOutput &output) {
+    checked(tsh_complete(&context, line.data(), line.size(), line.size(), 0, &answer));
+    print_candidates(heading, answer, read, output);
+}
+
+} // namespace
+
 std::string command_of(const tsh_reading_t &reading) {
     std::string line;
     for (uint32_t i = 0; i < reading.path_count; ++i) {
@@ -71,7 +95,6 @@ std::string command_of(const tsh_reading_t &reading) {
     return line;
 }
 
-// As it was typed, keywords in full.
 std::string typed_line(const tsh_reading_t &reading, std::string_view typed) {
     std::string line;
     uint32_t level = 0;
@@ -93,29 +116,12 @@ std::string typed_line(const tsh_reading_t &reading, std::string_view typed) {
     return line;
 }
 
-// A field without a value is left out.
 void print_field(TextOutput &output, std::string_view name, std::string_view value) {
     if (value.empty())
         return;
     output << name << ':';
     output.blanks(kNameWidth - name.size());
     output << escaped(value) << '\n';
-}
-
-void print_reading(const FileGrammar &grammar, const tsh_reading_t &reading, std::string_view typed,
-                   TextOutput &output) {
-    const bool is_complete = reading.command != nullptr;
-    const tree_node_t &node = is_complete ? *reading.command : *reading.node;
-    print_field(output, "command", command_of(reading));
-    print_field(output, "line", typed_line(reading, typed));
-    print_field(output, "complete", is_complete ? "yes" : "no");
-    print_field(output, "node",
-                std::string{node.name} + " (" + std::to_string(grammar.index_of(node)) + ")");
-    print_field(output, "help", node.help);
-    print_field(output, "function", node.func_id);
-    print_field(output, "mode", node.mode_id);
-    if (reading.is_submode != 0)
-        print_field(output, "submode", node.submode_help[0] == '\0' ? "yes" : node.submode_help);
 }
 
 void print_candidates(std::string_view heading, const tsh_answer_t &answer, const tree_node_t *read,
@@ -125,14 +131,6 @@ void print_candidates(std::string_view heading, const tsh_answer_t &answer, cons
         output << heading << ":\n" << candidates;
 }
 
-void print_following(std::string_view heading, const tsh_context_t &context,
-                     const std::string &line, const tree_node_t *read, tsh_answer_t &answer,
-                     TextOutput &output) {
-    checked(tsh_complete(&context, line.data(), line.size(), line.size(), 0, &answer));
-    print_candidates(heading, answer, read, output);
-}
-
-// Columns of a terminal that a text takes up.
 size_t width_of(const std::string &text) {
     if (!tool::is_utf8(text))
         return tool::count_characters(text);
@@ -144,8 +142,6 @@ size_t width_of(const std::string &text) {
     }
     return width;
 }
-
-} // namespace
 
 tsh_verdict_t checked(tsh_verdict_t verdict) {
     return verdict != TSH_NO_MEMORY ? verdict : throw std::bad_alloc{};

@@ -4,6 +4,7 @@
 #include "tools/ocmd_find/file_grammar.h"
 #include "tools/support/text_output.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -15,6 +16,23 @@ tsh_verdict_t checked(tsh_verdict_t verdict);
 /// Enters the submode of an answer. @return whether it enters one. Without memory throws
 /// std::bad_alloc.
 bool enter(tsh_context_t &context, const tsh_answer_t &answer);
+
+/// The command of a reading as ocmd_show --commands spells it, words left out included.
+std::string command_of(const tsh_reading_t &reading);
+
+/// The line of a reading as it was typed, keywords in full.
+std::string typed_line(const tsh_reading_t &reading, std::string_view typed);
+
+/// Writes a line with a name and a value, control characters escaped; nothing for an empty value.
+void print_field(tool::TextOutput &output, std::string_view name, std::string_view value);
+
+/// Writes the candidates of an answer with their help, each once, below a heading, but for those
+/// of the node read.
+void print_candidates(std::string_view heading, const tsh_answer_t &answer, const tree_node_t *read,
+                      tool::TextOutput &output);
+
+/// Columns of a terminal that a text takes up.
+size_t width_of(const std::string &text);
 
 /// Resolves a typed line outside all submodes. Writes the properties of the command and what may
 /// follow to the output; of a line that is no command, an error message with the line, a caret

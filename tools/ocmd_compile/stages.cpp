@@ -1,0 +1,94 @@
+// Documents of a file are in the order in which they stand there.
+#include "tools/ocmd_compile/stages.h"
+
+#include "base/owners.h"
+#include "parse_tree/tree_writer.h"
+#include "tools/ocmd_compile/lay_out.h"
+#include "tools/ocmd_compile/understand.h"
+#include "tools/ocmd_compile/yaml_tree.h"
+#include "tools/support/file_bytes.h"
+#include "tools/support/file_format.h"
+#include "tools/support/program.h"
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+#include <zlib.h>
+
+namespace compiler {
+
+namespace {
+
+// Whether the bytes cannot be a grammar: gzip data, or a NUL byte where names of nodes end. UTF-16
+// has NUL bytes, too, after its byte order mark.
+bool is_binary(std::string_view bytes) {
+    const bool is_utf16 = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
+    return bytes.starts_with("\x1F\x8B") ||
+           (!is_utf16 && bytes.substr(0, TREE_NAME_SIZE).find('\0') != std::string_view::npos);
+}
+
+bool write_record(const Document &document, gzFile stream) {
+    std::vector<tree_node_t> records = lay_out(document);
+    subtree_path_t path{document.path_kind, {}};
+    std::ranges::copy(document.attach_path, path.path);
+    return write_array_tree_to_file(records.data(), static_cast<uint32_t>(records.size()),
+                                    document.version, &path, stream, 1, 1, 0) == 0;
+}
+
+using GzipStream = std::unique_ptr<gzFile_s, base::Releaser<gzclose>>;
+
+} // namespace
+
+SourceFile read_grammar(const std::string &path) {
+    SourceFile file = SourceFile::read(path);
+    if (!is_binary(file.bytes()))
+        return file;
+    const bool is_tree =
+        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
+    tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
+}
+
+void add_documents(const SourceFile &file, size_t most_words, Grammar &grammar,
+                   Messages &messages) {
+    const size_t documents = grammar.documents.size();
+    const size_t faults = messages.faults();
+    YamlReader reader{file, grammar.texts, messages};
+    for (YamlDocument yaml; reader.next(yaml);)
+        grammar.documents.push_back(understand(yaml, most_words, grammar.texts, messages));
+    if (grammar.documents.size() == documents && messages.faults() == faults)
+        messages.fault(file, {}, "file contains no YAML document");
+}
+
+bool write_main(const Document &document, FILE *stream) {
+    constexpr size_t kMostAtOnce = 256; // records, which stay in the cache
+    std::vector<tree_node_t> records(std::min(kMostAtOnce, document.words.size()));
+    for (size_t first = 0; first < document.words.size(); first += records.size()) {
+        records.resize(std::min(records.size(), document.words.size() - first));
+        lay_out(document, first, records);
+        if (write_array_tree_to_file(records.data(), static_cast<uint32_t>(records.size()), 0,
+                                     nullptr, stream, 0, 0, 1) != 0)
+            return false;
+    }
+    return true;
+}
+
+bool write_records(std::span<const Document> documents, FILE *stream) {
+    const int descriptor = dup(fileno(stream));
+    GzipStream packed{descriptor < 0 ? nullptr : gzdopen(descriptor, "wb")};
+    if (packed == nullptr)
+        return false;
+    const bool stored = std::ranges::all_of(
+        documents, [&](const Document &document) { return write_record(document, packed.get()); });
+    return gzclose(packed.release()) == Z_OK && stored;
+}
+
+size_t documents_of_first_file(std::span<const Document> documents) {
+    const SourceFile *file = documents.front().file;
+    const auto other = std::ranges::find_if(
+        documents, [&](const Document &document) { return document.file != file; });
+    return static_cast<size_t>(other - documents.begin());
+}
+
+} // namespace compiler
