@@ -37,6 +37,6 @@ example. libtsh loads, navigates, resolves, writes and links the parse
 trees of a device shell.")
 tsh_debian_package(TOOLS ocmd-gen utils "tools for the command grammars of a device shell"
 "These programs compile grammars from YAML, link them into one tree,
-list and show its commands, compare two trees, and check command lines
-and saved configurations.")
+list and show its commands, compare two trees, check command lines and
+saved configurations, and try a grammar in a shell.")
 include(CPack)

@@ -1,6 +1,6 @@
 # Python of the tests, as Python3_EXECUTABLE: one with the required modules, preferably Debian's.
 function(tsh_python_has_modules result python)
-  execute_process(COMMAND ${python} -c "import jsonschema, yaml" RESULT_VARIABLE status
+  execute_process(COMMAND ${python} -c "import jsonschema, pexpect, yaml" RESULT_VARIABLE status
                   OUTPUT_QUIET ERROR_QUIET)
   string(COMPARE EQUAL "${status}" 0 found)
   set(${result} ${found} PARENT_SCOPE)
@@ -15,7 +15,8 @@ endif()
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 tsh_python_has_modules(found ${Python3_EXECUTABLE})
 if(NOT found)
-  message(FATAL_ERROR "The tests need a Python with the modules jsonschema and yaml, which "
+  message(FATAL_ERROR "The tests need a Python with the modules jsonschema, pexpect and yaml, which "
                       "${Python3_EXECUTABLE} lacks. Install them (Debian: python3-jsonschema "
-                      "python3-yaml) or name another one with -DPython3_EXECUTABLE=FILE.")
+                      "python3-pexpect python3-yaml) or name another one with "
+                      "-DPython3_EXECUTABLE=FILE.")
 endif()

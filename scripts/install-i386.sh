@@ -22,7 +22,8 @@ if ! dpkg --print-foreign-architectures | grep -qx i386; then
     ./as-root.sh dpkg --add-architecture i386
     added=yes
 fi
-./install-packages.sh zlib1g-dev:i386 libglib2.0-dev:i386 libyaml-dev:i386 || {
+./install-packages.sh zlib1g-dev:i386 libglib2.0-dev:i386 libyaml-dev:i386 \
+    libedit-dev:i386 || {
     if [ -n "$added" ]; then
         ./as-root.sh dpkg --remove-architecture i386
         ./as-root.sh apt-get update -qq

@@ -9,7 +9,7 @@ cpack --config "$1/CPackConfig.cmake" -B "$scratch" >"$scratch/log" || { cat "$s
 depends() { dpkg-deb -f "$scratch/$1"_*.deb Depends; }
 depends libtsh1 | grep -E '^libc6 .*libglib2.* zlib1g'
 depends libtsh-dev | grep -E '^libtsh1 \(= '
-depends ocmd-gen | grep -E '^libtsh1 \(= .*libc6.*libyaml'
+depends ocmd-gen | grep -E '^libtsh1 \(= .*libc6.*libedit2.*libyaml'
 
 root=$scratch/root
 for package in libtsh1 ocmd-gen; do

@@ -1,0 +1,239 @@
+#!/usr/bin/env python3
+"""ocmd_try at a pseudo-terminal and in scripts: ocmd_try_test.py PROGRAMS SOURCE"""
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import pexpect
+
+PROGRAMS, SOURCE = sys.argv.pop(1), sys.argv.pop(1)
+GRAMMAR = """
+words:
+  show:
+    help: Look at the state of the device
+    words:
+      lamps:
+        help: Lamps and who lit them
+        command: show_lamps
+        permissions: [1, 64]
+        interfaces: [2]
+        words: {<INTEGER>: {min: 1, max: 12, optional: yes, command: show_lamp}}
+      last: show_last
+  lamp:
+    words:
+      <INTEGER>:
+        submode: {help: Lamp, mode: lamp}
+        words:
+          bright: {words: {<INTEGER>: {min: 0, max: 100, command: lamp_bright}}}
+          label: {words: {<LINE>: lamp_label}}
+  shelf: {words: {<STRING>: {submode: yes, words: {dust: dust_shelf}}}}
+  odd: {help: "\\e]0;title\\a", command: odd}
+"""
+HISTORY = "_HiStOrY_V2_\n"
+
+
+class TryTest(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.folder = scratch.name
+        self.env = dict(os.environ, TERM="dumb", XDG_STATE_HOME=self.folder, LC_ALL="C",
+                        PATH=PROGRAMS + ":" + os.environ["PATH"])
+        self.write(GRAMMAR)
+
+    def write(self, text, name="porch.yaml"):
+        with open(os.path.join(self.folder, name), "w", encoding="utf-8") as file:
+            file.write(text)
+
+    @staticmethod
+    def read_source(name):
+        with open(os.path.join(SOURCE, name), encoding="utf-8") as file:
+            return file.read()
+
+    def run_program(self, *command, lines=""):
+        return subprocess.run(command, input=lines, cwd=self.folder, env=self.env, text=True,
+                              capture_output=True, check=False)
+
+    def open(self, *options, rows=24):
+        shell = pexpect.spawn("ocmd_try", [*options, "porch.yaml"], cwd=self.folder, env=self.env,
+                              encoding="utf-8", timeout=30, dimensions=(rows, 80))
+        self.addCleanup(shell.close)
+        shell.expect_exact("porch# ")
+        return shell
+
+    def told(self, shell, keys, prompt="porch# "):
+        """What the shell shows between the keys and the next prompt."""
+        shell.send(keys)
+        shell.expect(r"\n\r?" + re.escape(prompt)) # not where the line is drawn again
+        return shell.before.replace("\r\n", "\n")
+
+    def history(self):
+        with open(os.path.join(self.folder, "ocmd/try_history"), encoding="utf-8") as file:
+            return file.read()
+
+    # ---- At a terminal ----
+
+    def test_tab_completes_as_far_as_a_word_is_unique_and_lists_the_rest(self):
+        shell = self.open()
+        self.assertIn("\n  show   Look at the state of the device\n  shelf\n",
+                      self.told(shell, "SH\t"))
+        self.assertIn("\n  lamps  Lamps and who lit them\n  last\n",
+                      self.told(shell, "o\tl\t\t"))
+        self.assertIn("line:        show last", self.told(shell, "s\t\r"))
+
+    def test_question_mark_lists_candidates_without_enter(self):
+        shell = self.open()
+        self.assertIn("  <INTEGER>[o] (1 to 12)\n  <cr>\n", self.told(shell, "show lamps ?"))
+        self.assertIn("INTEGER=7", self.told(shell, "7\r"))
+        self.assertIn("LINE=why?", self.told(shell, "lamp 1 / label why\x16?\r"))
+        self.assertIn("unknown word 'dim'", self.told(shell, "dim ?"))
+
+    def test_control_characters_of_a_grammar_do_not_reach_the_terminal(self):
+        listed = self.told(self.open(), "?")
+        self.assertIn(r"odd    \x1b]0;title\x07", listed)
+        self.assertNotIn("\x07", listed)
+
+    def test_submodes_show_in_the_prompt_and_end_with_control_d(self):
+        shell = self.open("--no-history")
+        self.told(shell, "shelf 'é'\r", "porch(shelf 'é')# ")
+        self.told(shell, "lamp 3\r", "porch(lamp)# ")
+        self.assertIn("lamp_bright(INTEGER=3, INTEGER=80)",
+                      self.told(shell, "b\t80\r", "porch(lamp)# "))
+        self.told(shell, "bri\x03", "porch(lamp)# ")
+        self.told(shell, "\x04")
+        shell.send("\x04")
+        shell.expect(pexpect.EOF)
+        shell.close()
+        self.assertEqual(0, shell.exitstatus)
+        self.assertFalse(os.path.exists(os.path.join(self.folder, "ocmd")))
+
+    def test_history_is_private_and_keeps_a_thousand_lines(self):
+        os.mkdir(os.path.join(self.folder, "ocmd"))
+        self.write(HISTORY + "".join(f"lamp\\040{n}\n" for n in range(1100)), "ocmd/try_history")
+        shell = self.open()
+        self.assertIn("INTEGER=1099", self.told(shell, "\x1b[A / bright 1\r"))
+        shell.sendline(":quit")
+        shell.expect(pexpect.EOF)
+        lines = self.history().splitlines()
+        self.assertEqual([1001, "lamp\\0401099\\040/\\040bright\\0401", ":quit"],
+                         [len(lines), *lines[-2:]])
+        mode = os.stat(os.path.join(self.folder, "ocmd/try_history")).st_mode
+        self.assertEqual(0o600, mode & 0o777)
+
+    def test_changed_grammar_is_compiled_at_the_next_prompt_and_a_broken_one_is_not_used(self):
+        shell = self.open()
+        self.told(shell, "lamp 3\r", "porch(lamp)# ")
+        self.write(GRAMMAR.replace("bright:", "glow:"))
+        self.assertIn("loaded again", self.told(shell, "\r", "porch(lamp)# "))
+        self.write(GRAMMAR.replace("command: odd", "comand: odd"))
+        self.assertIn("porch.yaml:21:31: error: unknown key 'comand'",
+                      self.told(shell, "\r", "porch(lamp)# "))
+        self.assertIn("lamp_bright(INTEGER=3, INTEGER=1)",
+                      self.told(shell, "glow 1\r", "porch(lamp)# "))
+        self.write(GRAMMAR.replace("  lamp:\n", "  light:\n"))
+        self.assertIn("left 'lamp 3', which enters no submode any more", self.told(shell, "\r"))
+
+    def test_long_lists_go_through_the_pager(self):
+        self.env["PAGER"] = "sed 's/^/| /'"
+        shell = self.open(rows=3)
+        self.assertIn("\n| show lamps\n| show lamps <INTEGER>[o]\n", self.told(shell, ":list\r"))
+        self.assertIn("\nshow last", self.told(shell, ":list last\r"))
+
+    def test_the_documented_run_shows_what_the_shell_shows(self):
+        self.write(re.search("^```yaml porch.yaml\n(.*?)^```", self.read_source("README.md"),
+                             re.M | re.S)[1])
+        shell = self.open("--no-history")
+        blocks = re.findall("^```(sh|console)\n(.*?)^```", self.read_source("doc/try.md"),
+                            re.M | re.S)
+        self.assertEqual(5, len(blocks))
+        for kind, block in blocks:
+            if kind == "sh":
+                self.run_program("sh", "-c", block)
+                continue
+            typed = ""  # what stands in the line already
+            for line, answer in re.findall(r"^porch\S*# (.*)\n((?:(?!porch\S*# ).*\n)*)", block,
+                                           re.M):
+                is_list = line.endswith("?")
+                shell.send(line[len(typed):] + ("" if is_list else "\r"))
+                typed = line[:-1] if is_list else ""
+                shell.expect([r"\n\r?porch\S*# ", pexpect.EOF])
+                shown = shell.before.replace("\r", "\n").partition("\n")[2]
+                self.assertEqual(answer.split("\n")[:-1], [row for row in shown.split("\n") if row])
+
+    # ---- In scripts ----
+
+    def test_answers_are_those_of_ocmd_find(self):
+        lines = ["sh lamps 12", "lamp 3 / bright 120", "sho", "la 3", "show lamps 1 2", "nothing",
+                 "show la", "lamp 3 / label a  b", 'shelf "a b"  / dust', "odd"]
+        for line in lines:
+            ours = self.run_program("ocmd_try", "porch.yaml", lines=line + "\n")
+            self.run_program("ocmd_compile", "--main", "porch.yaml")
+            theirs = self.run_program("ocmd_find", "porch.par", line)
+            fields = "^(command|line|help|mode|submode): +(.*)"
+            with self.subTest(line):
+                self.assertEqual((theirs.returncode, theirs.stderr.replace("_find", "_try")),
+                                 (ours.returncode, ours.stderr))
+                self.assertEqual(re.findall(fields, theirs.stdout, re.M),
+                                 re.findall(fields, ours.stdout, re.M))
+
+    def test_answer_has_values_permissions_and_interface_kinds(self):
+        lines = 'shelf "a b"\nlamp 3\n:where\ndust\nend\nshow lamps\n'
+        self.assertEqual(("""\
+command:     shelf <STRING>
+line:        shelf "a b"
+submode:     yes
+command:     lamp <INTEGER>
+line:        lamp 3
+mode:        lamp
+submode:     Lamp
+lamp 3 /
+command:     show lamps
+line:        show lamps
+help:        Lamps and who lit them
+function:    show_lamps()
+permissions: 1, 64
+interfaces:  2
+""", 1), (lambda run: (run.stdout, run.returncode))(
+            self.run_program("ocmd_try", "porch.yaml", lines=lines)))
+
+    def test_single_mode_enters_no_submode(self):
+        run = self.run_program("ocmd_try", "--single", "porch.yaml", lines="lamp 3\nlabel x\n")
+        self.assertEqual((1, True), (run.returncode, "unknown word 'label'" in run.stderr))
+
+    def test_grammars_are_linked_as_ocmd_link_does(self):
+        switch = os.path.join(SOURCE, "examples/switch")
+        self.run_program(os.path.join(switch, "make.sh"), "switch")
+        grammars = [os.path.join(switch, name) for name in sorted(os.listdir(switch))
+                    if name.endswith(".yaml")]
+        run = self.run_program("ocmd_try", "-p", "switch", *grammars,
+                               lines=":find take_bay_plain\n:save saved.par\n")
+        self.assertEqual((0, "arrange / bay <INTERFACEINTERFACE RANGE> / lanes / take-back plain"
+                             "  take_bay_plain_lane_back()\n"), (run.returncode, run.stdout))
+        with open(os.path.join(self.folder, "saved.par"), "rb") as saved, \
+                open(os.path.join(self.folder, "switch/main.par"), "rb") as linked:
+            self.assertEqual(linked.read(), saved.read())
+        run = self.run_program("ocmd_try", *grammars)
+        self.assertEqual((1, True), (run.returncode, "attic" in run.stderr))
+
+    def test_wrong_use_and_wrong_commands_are_told(self):
+        for operands, message in (([], "missing operand"), (["-"], "must be a file"),
+                                  (["a.yaml", "b.par"], "b.par: several files"),
+                                  (["none.par"], "none.par: cannot be")):
+            run = self.run_program("ocmd_try", *operands)
+            self.assertIn(message, run.stderr)
+            self.assertEqual((0, 2 if operands != ["none.par"] else 1), (len(run.stdout), run.returncode))
+        for closed in ("<&-", ">&-"):
+            run = self.run_program("sh", "-c", f"ocmd_try porch.yaml {closed}", lines="odd\n")
+            self.assertEqual((2, ""), (run.returncode, run.stdout), closed)
+        for line, message in ((":list (", "invalid regular expression"), (":x", "unknown command"),
+                              (":save /", "/: cannot be written"), (":top up", "takes no operand")):
+            run = self.run_program("ocmd_try", "porch.yaml", lines=line + "\nodd\n")
+            self.assertIn(message, run.stderr)
+            self.assertEqual((1, True), (run.returncode, "odd()" in run.stdout))
+
+
+if __name__ == "__main__":
+    unittest.main()

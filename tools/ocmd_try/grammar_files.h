@@ -1,0 +1,49 @@
+// The files of a grammar, and the tree that they make.
+#pragma once
+
+#include "base/descriptor.h"
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace shell {
+
+class GrammarFiles {
+public:
+    /// Takes one tree, or grammars in YAML; anything else is a usage error.
+    /// @param prebuilt the directory of the prebuilt trees that the linker borrows from; may be
+    ///        null.
+    GrammarFiles(std::span<char *const> paths, const char *prebuilt);
+
+    /// The name of the first file without directory and suffix.
+    [[nodiscard]] std::string name() const;
+
+    /// Whether a file is another one than when it was loaded last, or was changed since.
+    [[nodiscard]] bool have_changed() const;
+
+    /// Makes the tree: checks a tree, compiles a grammar, links several. All of it happens in a
+    /// process of its own, because the linker has process-wide state and errors end a run.
+    /// @return an unnamed file with a valid tree of any format; none after error messages.
+    base::Descriptor load();
+
+private:
+    struct State {
+        dev_t device;
+        ino_t file;
+        off_t size;
+        timespec modified;
+
+        bool operator==(const State &other) const;
+    };
+    [[nodiscard]] std::vector<std::optional<State>> states() const;
+
+    std::vector<std::string> paths_;
+    std::string prebuilt_;                     // empty if there is none
+    std::vector<std::optional<State>> loaded_; // as the files were then
+};
+
+} // namespace shell

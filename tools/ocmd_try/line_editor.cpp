@@ -1,0 +1,220 @@
+// The only file that uses libedit, with characters in UTF-8 whatever the locale.
+#include "tools/ocmd_try/line_editor.h"
+
+#include "tools/ocmd_try/own_commands.h"
+#include "tools/support/program.h"
+#include "tools/support/utf8.h"
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <langinfo.h>
+#include <new>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace shell {
+
+namespace {
+
+constexpr int kHistoryLines = 1000;
+constexpr mode_t kPrivateFile = 0600;
+constexpr mode_t kPrivateDirectory = 0700;
+constexpr size_t kUsualHeight = 24;
+
+volatile sig_atomic_t is_interrupted = 0;
+
+void note_interrupt(int /*unused*/) {
+    is_interrupted = 1;
+}
+
+// Ctrl-C ends the line, not the program.
+void catch_interrupt() {
+    struct sigaction action {};
+    action.sa_handler = note_interrupt;
+    sigaction(SIGINT, &action, nullptr);
+}
+
+void use_utf8() {
+    setlocale(LC_CTYPE, "");
+    if (strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
+        setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+// $XDG_STATE_HOME or ~/.local/state, with the directory for this program's files. Empty without a
+// home.
+std::string state_directory() {
+    const char *state = getenv("XDG_STATE_HOME");
+    const char *home = getenv("HOME");
+    if (state != nullptr && *state == '/') // a relative one does not count
+        return std::string{state} + "/ocmd";
+    return home != nullptr && *home != '\0' ? std::string{home} + "/.local/state/ocmd" : "";
+}
+
+// The file for the history, made if there is none; empty after a message if it cannot be.
+std::string history_file() {
+    const std::string directory = state_directory();
+    if (directory.empty())
+        return "";
+    std::string path = directory + "/try_history";
+    const base::Descriptor file{
+        g_mkdir_with_parents(directory.c_str(), kPrivateDirectory) != 0
+            ? -1
+            : open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, kPrivateFile)};
+    struct stat kind {};
+    if (!file || fstat(file.number(), &kind) != 0 || fchmod(file.number(), kPrivateFile) != 0) {
+        tool::report("%s: history is not kept: %s", path.c_str(), strerror(errno));
+        return "";
+    }
+    if (!S_ISREG(kind.st_mode)) {
+        tool::report("%s: history is not kept: not a regular file", path.c_str());
+        return "";
+    }
+    return path;
+}
+
+void set_up_history(History *history, const std::string &file) {
+    HistEvent event;
+    ::history(history, &event, H_SETSIZE, kHistoryLines);
+    ::history(history, &event, H_SETUNIQUE, 1);
+    if (!file.empty())
+        ::history(history, &event, H_LOAD, file.c_str()); // an empty file is none, no error
+}
+
+} // namespace
+
+LineEditor::LineEditor(Session &session, bool keeps_history)
+    : session_(session), history_file_(keeps_history ? history_file() : ""),
+      history_(history_init()) {
+    use_utf8();
+    catch_interrupt();
+    setvbuf(stdout, nullptr, _IOFBF, BUFSIZ); // lists leave in few writes; libedit flushes it
+    editor_.reset(el_init(tool::name_in_messages(), stdin, stdout, stderr));
+    if (history_ == nullptr || editor_ == nullptr)
+        throw std::bad_alloc{};
+    set_up_history(history_.get(), history_file_);
+    EditLine *editor = editor_.get();
+    el_set(editor, EL_CLIENTDATA, this);
+    el_set(editor, EL_PROMPT, prompt);
+    el_set(editor, EL_EDITOR, "emacs");
+    el_set(editor, EL_HIST, ::history, history_.get());
+    // Wide texts are kept where they are; of narrow ones libedit makes copies that it never frees.
+    el_wset(editor, EL_ADDFN, L"ocmd-complete", L"Complete the word", complete_word);
+    el_wset(editor, EL_ADDFN, L"ocmd-list", L"List what may stand here", list_candidates);
+    el_set(editor, EL_BIND, "^I", "ocmd-complete", nullptr);
+    el_set(editor, EL_BIND, "?", "ocmd-list", nullptr);
+    el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+}
+
+LineEditor::~LineEditor() {
+    HistEvent event;
+    if (!history_file_.empty() &&
+        ::history(history_.get(), &event, H_SAVE, history_file_.c_str()) < 0)
+        tool::report("%s: history is not kept: %s", history_file_.c_str(), strerror(errno));
+}
+
+std::optional<std::string> LineEditor::next() {
+    prompt_ = session_.prompt();
+    is_interrupted = 0;
+    el_resize(editor_.get());
+    int length = 0;
+    const char *typed = el_gets(editor_.get(), &length);
+    if (is_interrupted != 0) {
+        el_reset(editor_.get());
+        fputc('\n', stdout);
+        return "";
+    }
+    if (typed == nullptr || length <= 0)
+        return std::nullopt;
+    std::string line{typed, static_cast<size_t>(length)};
+    if (line.ends_with('\n'))
+        line.pop_back();
+    HistEvent event;
+    if (line.find_first_not_of(" \t") != std::string::npos)
+        ::history(history_.get(), &event, H_ENTER, line.c_str());
+    return line;
+}
+
+size_t LineEditor::height() {
+    struct winsize size {};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 ? size.ws_row
+                                                                           : kUsualHeight;
+}
+
+// ---- What libedit calls ----
+
+namespace {
+
+LineEditor *owner_of(EditLine *editor) {
+    void *owner = nullptr;
+    el_get(editor, EL_CLIENTDATA, &owner);
+    return static_cast<LineEditor *>(owner);
+}
+
+} // namespace
+
+char *LineEditor::prompt(EditLine *editor) {
+    return owner_of(editor)->prompt_.data();
+}
+
+unsigned char LineEditor::complete_word(EditLine *editor, wint_t /*key*/) {
+    return owner_of(editor)->complete();
+}
+
+unsigned char LineEditor::list_candidates(EditLine *editor, wint_t /*key*/) {
+    return owner_of(editor)->list();
+}
+
+std::string_view LineEditor::text_to_cursor() const {
+    const LineInfo *line = el_line(editor_.get());
+    return {line->buffer, static_cast<size_t>(line->cursor - line->buffer)};
+}
+
+unsigned char LineEditor::complete() {
+    const std::string text{text_to_cursor()};
+    if (is_own_command(text))
+        return complete_own_command(text);
+    const Completion found = session_.complete(text, text.size());
+    const size_t typed = found.range.end - found.range.begin;
+    if (found.is_unique && !found.common.empty())
+        return replace(found.range.begin, found.range.end, found.common + ' ');
+    if (found.common.size() > typed)
+        return replace(found.range.begin, found.range.end, found.common);
+    printf("\n%s", found.candidates.c_str());
+    return CC_REDISPLAY;
+}
+
+unsigned char LineEditor::complete_own_command(std::string_view word) {
+    const std::vector<std::string_view> names = own_commands(word);
+    if (names.empty())
+        return CC_REFRESH_BEEP;
+    if (names.size() == 1)
+        return replace(0, word.size(), std::string{names.front()} + ' ');
+    fputc('\n', stdout);
+    for (const std::string_view name : names)
+        printf("  %s\n", std::string{name}.c_str());
+    return CC_REDISPLAY;
+}
+
+unsigned char LineEditor::list() {
+    const std::string text{text_to_cursor()};
+    if (is_own_command(text)) // a regular expression may have it
+        return el_insertstr(editor_.get(), "?") == 0 ? CC_REFRESH : CC_ERROR;
+    printf("?\n%s", session_.complete(text, text.size()).candidates.c_str());
+    return CC_REDISPLAY;
+}
+
+// Bytes begin to end - 1 of the text that ends at the cursor.
+unsigned char LineEditor::replace(size_t begin, size_t end, const std::string &text) {
+    const std::string old{text_to_cursor().substr(begin, end - begin)};
+    el_deletestr(editor_.get(), static_cast<int>(tool::count_characters(old)));
+    return el_insertstr(editor_.get(), text.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+}
+
+} // namespace shell

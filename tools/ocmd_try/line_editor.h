@@ -1,0 +1,53 @@
+// Lines typed at a terminal: editing, history, completion.
+#pragma once
+
+#include "tools/ocmd_try/session.h"
+
+#include <cstddef>
+#include <cwchar>
+#include <histedit.h>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace shell {
+
+class LineEditor {
+public:
+    /// Edits lines on the terminal of standard input and output.
+    /// @param keeps_history whether lines of earlier runs are known, and these to later ones.
+    LineEditor(Session &session, bool keeps_history);
+    /// Stores the history.
+    ~LineEditor();
+    LineEditor(const LineEditor &) = delete;
+    LineEditor &operator=(const LineEditor &) = delete;
+
+    /// Returns the next line without its newline; empty after Ctrl-C. Nothing at the end of input.
+    std::optional<std::string> next();
+
+    /// Lines of the screen.
+    [[nodiscard]] static size_t height();
+
+private:
+    struct Closer {
+        void operator()(EditLine *editor) const { el_end(editor); }
+        void operator()(History *history) const { history_end(history); }
+    };
+
+    static char *prompt(EditLine *editor);
+    static unsigned char complete_word(EditLine *editor, wint_t key);
+    static unsigned char list_candidates(EditLine *editor, wint_t key);
+    unsigned char complete();
+    unsigned char list();
+    unsigned char complete_own_command(std::string_view word);
+    unsigned char replace(size_t begin, size_t end, const std::string &text);
+    [[nodiscard]] std::string_view text_to_cursor() const;
+
+    Session &session_;
+    std::string prompt_;
+    std::string history_file_; // empty if there is none
+    std::unique_ptr<History, Closer> history_;
+    std::unique_ptr<EditLine, Closer> editor_;
+};
+
+} // namespace shell
