@@ -19,6 +19,7 @@ for style in "one line per word" "one line per key"; do
     grammar 40 "$([[ $style == *word ]] && echo 1 || echo 0)" >grammar.yaml
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
+        rm -f made.par # its memory would be released within the time of the next one
         clock compile "$compile --main -o made.par grammar.yaml"
         clock load "$build/bench/yaml_load grammar.yaml"
     done

@@ -52,7 +52,7 @@ constexpr uint32_t kNoWord = UINT32_MAX;
 struct Word {
     WordKey key;
     Place place; ///< Of its key where it stands first; a root's is its document's.
-    std::string name;
+    std::string_view name;
     Place name_place; ///< Of its name where that is given, else of its key.
     bool name_given = false;
     bool exact_token = false; ///< The key was tagged "!bytes".

@@ -2,6 +2,7 @@
 // other words are still checked.
 #include "tools/ocmd_compile/grammar_checks.h"
 
+#include "base/huge_pages.h"
 #include "param_reg/values.h"
 #include "tools/support/tree_input.h"
 #include "tools/support/types.h"
@@ -10,8 +11,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <compare>
 #include <functional>
-#include <glib.h>
 #include <map>
 #include <string>
 #include <string_view>
@@ -59,6 +61,11 @@ template <typename Call> void for_each_word(const Run &run, const Call &call) {
                 call(document, word);
 }
 
+const Word *sound_word(const Document &document, const Link &link) {
+    const Word *word = link.child == kNoWord ? nullptr : &document.words[link.child];
+    return word != nullptr && word->sound ? word : nullptr;
+}
+
 // Calls the function once for every list of words, shared or not.
 template <typename Call> void for_each_list(const Run &run, const Call &call) {
     for (const Document &document : run.grammar.documents) {
@@ -67,12 +74,6 @@ template <typename Call> void for_each_list(const Run &run, const Call &call) {
             if (document.complete && word.link_count > 1 && seen.insert(word.first_link).second)
                 call(document, document.links_of(word));
     }
-}
-
-std::string lower_case(std::string_view text) {
-    std::string lower{text};
-    std::ranges::transform(lower, lower.begin(), g_ascii_tolower);
-    return lower;
 }
 
 std::string spelled(const Word &word) {
@@ -100,26 +101,116 @@ uint32_t flags_of(const Document &document, const Word &word) {
     return static_cast<uint32_t>(flags);
 }
 
+// Words by their names: a table of hashes with open addressing, so that the words themselves are
+// seldom looked at.
+class NameTable {
+public:
+    using Item = std::pair<const Document *, const Word *>;
+
+    // For so many words at most, which fill no more than half of the slots.
+    explicit NameTable(size_t most_words) : slots_(std::bit_ceil(2 * most_words + 1)) {
+        items_.reserve(most_words);
+    }
+
+    // Returns the first word with the name of this one, which is added if there is none.
+    Item first_with_name_of(const Document &document, const Word &word) {
+        const auto hash = static_cast<uint32_t>(std::hash<std::string_view>{}(word.name));
+        for (size_t i = hash;; ++i) {
+            Slot &slot = slots_[i & (slots_.size() - 1)];
+            if (slot.number == 0) {
+                items_.emplace_back(&document, &word);
+                slot = {hash, static_cast<uint32_t>(items_.size())};
+                return items_.back();
+            }
+            const Item &item = items_[slot.number - 1];
+            if (slot.hash == hash && item.second->name == word.name)
+                return item;
+        }
+    }
+
+private:
+    struct Slot {
+        uint32_t hash;
+        uint32_t number; // of the item, from 1; 0 for none
+    };
+
+    base::HugeVector<Slot> slots_;
+    base::HugeVector<Item> items_;
+};
+
+// A keyword in lower case, and where its link stands among those of its list.
+struct Keyword {
+    uint64_t head; // the first eight bytes as a number, which is compared faster
+    std::string_view token;
+    size_t position;
+
+    auto operator<=>(const Keyword &) const = default;
+};
+
+// The keywords of the valid words of a list, sorted.
+class SortedKeywords {
+public:
+    SortedKeywords(const Document &document, std::span<const Link> links) {
+        keywords_.reserve(links.size());
+        size_t size = 0;
+        for_each_keyword(document, links,
+                         [&](std::string_view token, size_t) { size += token.size(); });
+        text_.reserve(size); // so that no token moves
+        for_each_keyword(document, links, [&](std::string_view token, size_t position) {
+            const size_t begin = text_.size();
+            for (const char c : token)
+                text_ += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+            const std::string_view lower = std::string_view{text_}.substr(begin);
+            keywords_.push_back({head_of(lower), lower, position});
+        });
+        std::ranges::sort(keywords_);
+    }
+
+    [[nodiscard]] auto begin() const { return keywords_.begin(); }
+    [[nodiscard]] auto end() const { return keywords_.end(); }
+
+private:
+    template <typename Call>
+    static void for_each_keyword(const Document &document, std::span<const Link> links,
+                                 const Call &call) {
+        for (size_t i = 0; i < links.size(); ++i) {
+            const Word *word = sound_word(document, links[i]);
+            if (word != nullptr && !word->key.token.empty())
+                call(word->key.token, i);
+        }
+    }
+
+    static uint64_t head_of(std::string_view token) {
+        uint64_t head = 0;
+        for (size_t i = 0; i < sizeof head; ++i)
+            head = head << 8U | (i < token.size() ? static_cast<unsigned char>(token[i]) : 0U);
+        return head;
+    }
+
+    std::string text_;
+    std::vector<Keyword> keywords_;
+};
+
+// Links by their position in a list, each with the sibling that it is in conflict with.
+using Conflicts = std::map<size_t, size_t>;
+
 // ---- The checks ----
 
 void duplicate_name(const Run &run) {
     // Several roots are several trees.
     const bool one_tree = std::ranges::count_if(run.grammar.documents, &Document::is_root) <= 1;
-    std::unordered_map<std::string_view, std::pair<const Document *, const Word *>> known;
-    size_t most_words = 0;
+    size_t words = 0;
     for (const Document &document : run.grammar.documents)
-        most_words = one_tree ? most_words + document.words.size()
-                              : std::max(most_words, document.words.size());
-    known.reserve(most_words);
+        words += document.words.size();
+    NameTable known{one_tree ? words : 0};
     const Document *last = nullptr;
     for_each_word(run, [&](const Document &document, const Word &word) {
         if (!one_tree && last != &document)
-            known.clear();
+            known = NameTable{document.words.size()};
         last = &document;
-        const auto [first, is_new] = known.emplace(word.name, std::pair{&document, &word});
-        if (is_new)
+        const auto [other, named] = known.first_with_name_of(document, word);
+        if (named == &word)
             return;
-        const auto [other, named] = first->second;
         run.tell(document, word.name_place,
                  "duplicate node name " + quoted(word.name) +
                      (word.name_given ? "" : " (generated from the path of words)"),
@@ -131,25 +222,30 @@ void duplicate_name(const Run &run) {
 // nodes compares parameters by their first type, of which some may repeat.
 void same_word(const Run &run) {
     for_each_list(run, [&](const Document &document, std::span<const Link> links) {
-        std::unordered_map<std::string, const Link *> keywords;
-        std::unordered_map<uint32_t, const Link *> parameters;
-        for (const Link &link : links) {
-            const Word *word = link.child == kNoWord ? nullptr : &document.words[link.child];
-            if (word == nullptr || !word->sound)
+        Conflicts conflicts;
+        const SortedKeywords keywords{document, links};
+        const Keyword *first = nullptr;
+        for (const Keyword &keyword : keywords) {
+            if (first != nullptr && first->token == keyword.token)
+                conflicts.emplace(keyword.position, first->position);
+            else
+                first = &keyword;
+        }
+        std::unordered_map<uint32_t, size_t> parameters;
+        for (size_t i = 0; i < links.size(); ++i) {
+            const Word *word = sound_word(document, links[i]);
+            if (word == nullptr || !word->key.token.empty() || word->key.parameter_count == 0)
                 continue;
             const uint32_t mask = word->key.types[0];
-            const bool may_repeat = tsh_mask_may_repeat(nullptr, mask) != 0;
-            const Link *other = nullptr;
-            if (!word->key.token.empty())
-                other = keywords.emplace(lower_case(word->key.token), &link).first->second;
-            else if (word->key.parameter_count > 0 && !may_repeat)
-                other = parameters.emplace(mask, &link).first->second;
-            if (other != nullptr && other != &link && other->child != link.child)
-                run.tell(document, link.place,
-                         spelled(*word) + " and its sibling " +
-                             spelled(document.words[other->child]) + " match the same word",
-                         {{document.file, other->place, "sibling defined here"}});
+            if (tsh_mask_may_repeat(nullptr, mask) == 0)
+                conflicts.emplace(i, parameters.emplace(mask, i).first->second);
         }
+        for (const auto &[position, other] : conflicts)
+            if (links[position].child != links[other].child)
+                run.tell(document, links[position].place,
+                         spelled(document.words[links[position].child]) + " and its sibling " +
+                             spelled(document.words[links[other].child]) + " match the same word",
+                         {{document.file, links[other].place, "sibling defined here"}});
     });
 }
 
@@ -157,20 +253,24 @@ void same_word(const Run &run) {
 // later. A keyword that equals its sibling is same_word's.
 void shadowed(const Run &run) {
     for_each_list(run, [&](const Document &document, std::span<const Link> links) {
-        std::map<std::string, const Link *> before;
-        for (const Link &link : links) {
-            const Word *word = link.child == kNoWord ? nullptr : &document.words[link.child];
-            if (word == nullptr || !word->sound || word->key.token.empty())
-                continue;
-            const std::string token = lower_case(word->key.token);
-            const auto longer = before.upper_bound(token);
-            if (longer != before.end() && longer->first.starts_with(token))
-                run.tell(document, link.place,
-                         spelled(*word) + " is shadowed by its sibling " +
-                             spelled(document.words[longer->second->child]) +
-                             " in the shell's first-match lookup; put " + spelled(*word) + " first",
-                         {{document.file, longer->second->place, "sibling defined here"}});
-            before.emplace(token, &link);
+        Conflicts conflicts;
+        const SortedKeywords keywords{document, links};
+        for (auto keyword = keywords.begin(); keyword != keywords.end(); ++keyword) {
+            // What begins with a keyword stands right behind it.
+            auto longer = keyword + 1;
+            while (longer != keywords.end() && longer->token.starts_with(keyword->token) &&
+                   (longer->token == keyword->token || longer->position > keyword->position))
+                ++longer;
+            if (longer != keywords.end() && longer->token.starts_with(keyword->token))
+                conflicts.emplace(keyword->position, longer->position);
+        }
+        for (const auto &[position, other] : conflicts) {
+            const std::string word = spelled(document.words[links[position].child]);
+            run.tell(document, links[position].place,
+                     word + " is shadowed by its sibling " +
+                         spelled(document.words[links[other].child]) +
+                         " in the shell's first-match lookup; put " + word + " first",
+                     {{document.file, links[other].place, "sibling defined here"}});
         }
     });
 }

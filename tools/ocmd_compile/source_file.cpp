@@ -26,7 +26,7 @@ constexpr std::string_view kByteOrderMark{"\xEF\xBB\xBF"};
 
 // Returns UTF-16 after its byte order mark as UTF-8. A surrogate without its partner, and a last
 // odd byte, becomes a byte that UTF-8 does not have.
-std::string utf8_of_utf16(std::string_view bytes, bool big_endian) {
+FileText utf8_of_utf16(std::string_view bytes, bool big_endian) {
     const auto unit_at = [&](size_t i) {
         const auto first = static_cast<unsigned char>(bytes[i]);
         const auto second = static_cast<unsigned char>(bytes[i + 1]);
@@ -34,7 +34,7 @@ std::string utf8_of_utf16(std::string_view bytes, bool big_endian) {
     };
     const auto is_half = [](gunichar unit, gunichar first) { return unit >> 10U == first >> 10U; };
     constexpr const char *kNoCharacter = "\xFF";
-    std::string text;
+    FileText text;
     size_t i = 2;
     for (; i + 1 < bytes.size(); i += 2) {
         gunichar code = unit_at(i);
@@ -53,7 +53,7 @@ std::string utf8_of_utf16(std::string_view bytes, bool big_endian) {
 }
 
 // Returns the text of a file as UTF-8 without a byte order mark.
-std::string text_of(std::string bytes) {
+FileText text_of(FileText bytes) {
     if (bytes.starts_with("\xFE\xFF"))
         return utf8_of_utf16(bytes, true);
     if (bytes.starts_with("\xFF\xFE"))
@@ -81,8 +81,8 @@ size_t first_room(const base::Descriptor &file) {
     return std::min(static_cast<size_t>(status->st_size), kMostBytes) + 1;
 }
 
-std::string read_whole(const base::Descriptor &file, const std::string &name) {
-    std::string bytes(first_room(file), '\0');
+FileText read_whole(const base::Descriptor &file, const std::string &name) {
+    FileText bytes(first_room(file), '\0');
     for (size_t known = 0;; bytes.resize(2 * known)) { // so that copies stay few
         const ssize_t count = base::read_fully(file, bytes.data() + known, bytes.size() - known);
         if (count < 0)
@@ -99,13 +99,17 @@ std::string read_whole(const base::Descriptor &file, const std::string &name) {
 
 } // namespace
 
-SourceFile::SourceFile(std::string name, std::string bytes)
-    : name_(std::move(name)), bytes_(text_of(std::move(bytes))), starts_{0} {
-    constexpr size_t kUsualLine = 32;
-    starts_.reserve(bytes_.size() / kUsualLine);
+SourceFile::SourceFile(std::string name, FileText bytes)
+    : name_(std::move(name)), bytes_(text_of(std::move(bytes))) {}
+
+const std::vector<uint32_t> &SourceFile::starts() const {
+    if (!starts_.empty())
+        return starts_;
+    starts_.push_back(0);
     for (size_t i = 0; i < bytes_.size(); ++i)
         if (bytes_[i] <= '\r' && ends_line(bytes_, i))
             starts_.push_back(static_cast<uint32_t>(i + 1));
+    return starts_;
 }
 
 SourceFile SourceFile::read(const std::string &path) {
@@ -117,14 +121,14 @@ SourceFile SourceFile::read(const std::string &path) {
 }
 
 Position SourceFile::position(uint32_t offset) const {
-    const auto after = std::ranges::upper_bound(starts_, offset);
-    const auto line = static_cast<size_t>(after - starts_.begin());
-    const uint32_t start = starts_[line - 1];
+    const auto after = std::ranges::upper_bound(starts(), offset);
+    const auto line = static_cast<size_t>(after - starts().begin());
+    const uint32_t start = starts()[line - 1];
     return {line, tool::count_characters(bytes().substr(start, offset - start)) + 1};
 }
 
 uint32_t SourceFile::start_of_line(size_t line) const {
-    return line <= starts_.size() ? starts_[line - 1] : static_cast<uint32_t>(bytes_.size());
+    return line <= starts().size() ? starts()[line - 1] : static_cast<uint32_t>(bytes_.size());
 }
 
 std::string_view SourceFile::line(size_t line) const {

@@ -1,6 +1,8 @@
 // A file of grammars in memory, places in it, and the texts that grammars keep from it.
 #pragma once
 
+#include "base/huge_pages.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory_resource>
@@ -22,10 +24,13 @@ struct Position {
     size_t column;
 };
 
+/// The bytes of a file, of which a large one has huge pages.
+using FileText = std::basic_string<char, std::char_traits<char>, base::HugePages<char>>;
+
 class SourceFile {
 public:
     /// Takes UTF-8, or UTF-16 with a byte order mark, which becomes UTF-8.
-    SourceFile(std::string name, std::string bytes);
+    SourceFile(std::string name, FileText bytes);
     /// Reads a complete file, "-" for standard input. Reports a file that cannot be read or is too
     /// large for a grammar, and exits.
     static SourceFile read(const std::string &path);
@@ -40,9 +45,12 @@ public:
     [[nodiscard]] std::string_view line(size_t line) const;
 
 private:
+    // Offsets of lines. Few files have messages, so they are found when one is first asked for.
+    [[nodiscard]] const std::vector<uint32_t> &starts() const;
+
     std::string name_;
-    std::string bytes_;
-    std::vector<uint32_t> starts_; // of lines
+    FileText bytes_;
+    mutable std::vector<uint32_t> starts_;
 };
 
 /// Keeps texts at one place for as long as it lives.

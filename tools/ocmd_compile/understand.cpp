@@ -46,7 +46,7 @@ private:
     // A list of words that is being gone through.
     struct OpenList {
         uint32_t parent; // kNoWord at the top of a subtree
-        std::string parent_name;
+        std::string_view parent_name;
         std::vector<Pair> pairs;
         size_t next;
         uint32_t first_link;
@@ -66,12 +66,12 @@ private:
 
     // Words
     uint32_t add_word(const WordKey &key, Place place);
-    void add_links(uint32_t parent, const Pair &words, const std::string &parent_name);
+    void add_links(uint32_t parent, const Pair &words, std::string_view parent_name);
     std::vector<Pair> words_in(const Pair &list);
     void go_through_words();
     uint32_t word_below(const OpenList &list, const Pair &pair);
     uint32_t shared_word(const OpenList &list, const Pair &pair, const WordKey &key, uint32_t word);
-    void read_word(uint32_t word, const Pair &pair, const std::string &parent_name);
+    void read_word(uint32_t word, const Pair &pair, std::string_view parent_name);
 
     // Marked links
     using Positions = std::map<std::string, uint32_t, std::less<>>;
@@ -102,9 +102,10 @@ private:
 Document Understanding::whole() {
     // Nodes of YAML for a word and for what is said of it, key and value each.
     constexpr size_t kNodesOfWord = 4;
+    constexpr size_t kNodesOfSetting = 2;
     out_.words.reserve(std::min(most_words_, yaml_.nodes.size() / kNodesOfWord + 2));
     out_.links.reserve(yaml_.nodes.size() / kNodesOfWord);
-    out_.settings.reserve(yaml_.nodes.size() / kNodesOfWord);
+    out_.settings.reserve(yaml_.nodes.size() / kNodesOfSetting);
     out_.file = yaml_.file;
     out_.place = yaml_[0].place;
     if (yaml_[0].kind != YamlKind::kMapping) {
@@ -249,7 +250,8 @@ void Understanding::begin_root(size_t faults_before) {
 void Understanding::begin_subtree(const std::optional<Pair> &words) {
     const size_t faults_before = values_.faults();
     if (words)
-        add_links(kNoWord, *words, out_.attach_path.substr(0, out_.attach_path.find(',')));
+        add_links(kNoWord, *words,
+                  values_.texts().keep(out_.attach_path.substr(0, out_.attach_path.find(','))));
     const size_t count = open_.empty() ? 0 : open_.back().pairs.size();
     const bool none_sound = count == 0 && values_.faults() > faults_before;
     if (count == 1 || none_sound)
@@ -275,7 +277,7 @@ void Understanding::add_redirect_root() {
     const uint32_t redirect = add_word({}, out_.place);
     const uint32_t inner = add_word({}, out_.place);
     out_.words[redirect].name = tool::kRedirectRoot;
-    out_.words[inner].name = inner_name;
+    out_.words[inner].name = values_.texts().keep(inner_name);
     out_.words[redirect].first_link = static_cast<uint32_t>(out_.links.size());
     out_.words[redirect].link_count = 1;
     out_.links.push_back({inner, out_.place});
@@ -297,7 +299,7 @@ uint32_t Understanding::add_word(const WordKey &key, Place place) {
 
 // Gives a word the links to the words of a list: those it has where it is known, else new ones, to
 // be found by going through the list.
-void Understanding::add_links(uint32_t parent, const Pair &words, const std::string &parent_name) {
+void Understanding::add_links(uint32_t parent, const Pair &words, std::string_view parent_name) {
     const uint32_t list = values_.index_of(words);
     std::pair<uint32_t, uint32_t> links{out_.links.size(), 0};
     if (const auto known = links_of_.find(list); known != links_of_.end()) {
@@ -406,13 +408,14 @@ uint32_t Understanding::shared_word(const OpenList &list, const Pair &pair, cons
     return word;
 }
 
-void Understanding::read_word(uint32_t index, const Pair &pair, const std::string &parent_name) {
+void Understanding::read_word(uint32_t index, const Pair &pair, std::string_view parent_name) {
     const size_t faults_before = values_.faults();
     const WordReader::Rest rest = reader_.read(pair);
     Word &word = out_.words[index];
     word.sound = word.sound && values_.faults() == faults_before;
     if (!word.name_given)
-        word.name = tool::made_name(parent_name, word.key.token, word.key.masks());
+        word.name =
+            values_.texts().keep(tool::made_name(parent_name, word.key.token, word.key.masks()));
     if (rest.marked)
         marked_.emplace_back(index, *rest.marked);
     if (rest.words)

@@ -76,7 +76,7 @@ bool same_thing(const GrammarField &a, const GrammarField &b) {
 
 // Whether two settings are a maximum length and a maximum number.
 bool are_two_maxima(const GrammarField &a, const GrammarField &b) {
-    const GrammarField &max = parameter_field("max");
+    static const GrammarField &max = parameter_field("max");
     return (&a == &kLength && &b == &max) || (&a == &max && &b == &kLength);
 }
 
@@ -171,7 +171,10 @@ WordReader::Rest WordReader::end() {
 }
 
 bool WordReader::take_by(const Rules &rules, const Pair &pair) {
-    const auto rule = std::ranges::find(rules, values_.key(pair).text, &Rule::key);
+    const std::string_view key = values_.key(pair).text;
+    const auto rule = std::ranges::find_if(rules, [key](const Rule &known) {
+        return known.key.size() == key.size() && known.key[0] == key[0] && known.key == key;
+    });
     if (rule == rules.end())
         return false;
     if (rule->field != nullptr)
@@ -192,8 +195,8 @@ void WordReader::take_all(const Rules &rules, const Pair &mapping, const char *w
 
 // A lowest value alone means that there is no highest.
 void WordReader::add_missing_bounds() {
-    const GrammarField &min = parameter_field("min");
-    const GrammarField &max = parameter_field("max");
+    static const GrammarField &min = parameter_field("min");
+    static const GrammarField &max = parameter_field("max");
     for (uint8_t i = 1; i <= word().key.parameter_count; ++i) {
         const auto settings = std::span{document_.settings}.subspan(word().first_setting);
         const auto find = [&](const GrammarField &field) {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <glib.h>
 #include <new>
 #include <string>
@@ -47,19 +48,32 @@ bool is_plain_ascii(char c) {
     return (c >= ' ' && c <= '~') || c == '\n';
 }
 
-// Returns how many bytes at the beginning are plain ASCII, as far as whole blocks of them; blocks
-// are compared without branches.
+// Eight bytes with the same value.
+constexpr uint64_t eight(uint8_t byte) {
+    return 0x0101010101010101U * byte;
+}
+
+// Returns how many bytes at the beginning are plain ASCII, as far as whole words of eight bytes. In
+// a byte below 0x80, the upper bit is free for carries, so no byte changes another.
 uint32_t plain_ascii_size(std::string_view text) {
-    constexpr size_t kBlock = 64;
+    constexpr uint64_t kUpper = eight(0x80);
     size_t size = 0;
-    for (; size + kBlock <= text.size(); size += kBlock) {
-        bool all = true;
-        for (const char c : text.substr(size, kBlock))
-            all &= is_plain_ascii(c);
-        if (!all)
+    for (uint64_t bytes = 0; size + sizeof bytes <= text.size(); size += sizeof bytes) {
+        std::memcpy(&bytes, text.data() + size, sizeof bytes);
+        const uint64_t from_blank = (bytes | kUpper) - eight(' ');
+        const uint64_t from_delete = bytes + eight(1);
+        const uint64_t not_line_feed = ((bytes ^ eight('\n')) & ~kUpper) + eight(0x7F);
+        if (((bytes | from_delete | (~from_blank & not_line_feed)) & kUpper) != 0)
             break;
     }
     return static_cast<uint32_t>(size);
+}
+
+bool is_ascii(std::string_view text) {
+    unsigned char all = 0;
+    for (const char c : text)
+        all |= static_cast<unsigned char>(c);
+    return all < 0x80;
 }
 
 // The bytes of a file, with '?' in the place of each byte that YAML does not allow. libyaml would
@@ -89,7 +103,7 @@ std::string_view readable(const SourceFile &file, TextStore &texts, Messages &me
 class CharacterOffsets {
 public:
     explicit CharacterOffsets(std::string_view text) : text_(text) {
-        if (tool::count_characters(text) == text.size())
+        if (is_ascii(text))
             return;
         size_t count = 0;
         for (uint32_t i = 0; i < text.size(); ++i)
@@ -402,7 +416,8 @@ struct YamlReader::Parser {
     void add(YamlDocument &document, YamlNode node, const yaml_char_t *tag,
              const yaml_char_t *anchor) {
         const auto index = static_cast<uint32_t>(document.nodes.size());
-        learn_tag(node, text_of(tag));
+        if (tag != nullptr)
+            learn_tag(node, text_of(tag));
         learn_anchor(node, index, anchor);
         if (node.kind == YamlKind::kMapping || node.kind == YamlKind::kSequence)
             open.push_back(index);
@@ -503,7 +518,9 @@ YamlReader::YamlReader(const SourceFile &file, TextStore &texts, Messages &messa
 YamlReader::~YamlReader() = default;
 
 bool YamlReader::next(YamlDocument &document) {
+    constexpr size_t kBytesOfNode = 8; // in a usual grammar
     document.nodes.clear();
+    document.nodes.reserve(parser_->bytes.size() / kBytesOfNode);
     document.file = &parser_->file;
     parser_->anchors.clear();
     while (!parser_->stopped) {

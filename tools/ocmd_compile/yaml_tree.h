@@ -27,8 +27,8 @@ struct YamlNode {
     bool of_bytes = false;   ///< A scalar tagged "!bytes".
     bool anchored = false;   ///< Aliases may lead here.
     Place place;             ///< Of a mapping or sequence, where it begins.
-    std::string_view text{}; ///< Of a scalar.
     uint32_t end = 0;        ///< Index of the node after this one and all inside it.
+    std::string_view text{}; ///< Of a scalar.
     uint32_t target = 0;     ///< Of an alias: the node it names, which is no alias.
 };
 

@@ -4,6 +4,7 @@
 #include "tools/support/wording.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -112,10 +113,10 @@ std::vector<Pair> YamlValues::pairs(uint32_t mapping) {
         else if (key(pair).kind != YamlKind::kBroken)
             fault_at_key(pair, "key must be a string");
     }
-    return has_repeats(pairs) ? without_repeats(pairs) : pairs;
+    return may_have_repeats(pairs) ? without_repeats(pairs) : pairs;
 }
 
-bool YamlValues::has_repeats(const std::vector<Pair> &pairs) const {
+bool YamlValues::may_have_repeats(const std::vector<Pair> &pairs) const {
     constexpr size_t kFew = 8; // compared one by one sooner than sorted
     const auto text = [&](const Pair &pair) { return tagged_text(pair); };
     if (pairs.size() <= kFew) {
@@ -124,9 +125,12 @@ bool YamlValues::has_repeats(const std::vector<Pair> &pairs) const {
                 return true;
         return false;
     }
-    std::vector<Pair> sorted = pairs;
-    std::ranges::sort(sorted, {}, text);
-    return std::ranges::adjacent_find(sorted, {}, text) != sorted.end();
+    std::vector<size_t> hashes(pairs.size());
+    std::ranges::transform(pairs, hashes.begin(), [&](const Pair &pair) {
+        return std::hash<std::string_view>{}(key(pair).text);
+    });
+    std::ranges::sort(hashes);
+    return std::ranges::adjacent_find(hashes) != hashes.end();
 }
 
 std::vector<Pair> YamlValues::without_repeats(const std::vector<Pair> &pairs) {

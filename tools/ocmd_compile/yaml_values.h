@@ -100,7 +100,8 @@ private:
     [[nodiscard]] std::pair<std::string_view, bool> tagged_text(const Pair &pair) const {
         return {key(pair).text, key(pair).of_bytes};
     }
-    [[nodiscard]] bool has_repeats(const std::vector<Pair> &pairs) const;
+    // False only if all keys differ.
+    [[nodiscard]] bool may_have_repeats(const std::vector<Pair> &pairs) const;
     std::vector<Pair> without_repeats(const std::vector<Pair> &pairs);
 
     const YamlDocument &yaml_;

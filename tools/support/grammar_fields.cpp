@@ -106,8 +106,7 @@ bool needs_escape(char c) {
     return is_control(c) || strchr(" .,%<", c) != nullptr;
 }
 
-std::string escaped(std::string_view keyword) {
-    std::string text;
+void append_escaped(std::string &text, std::string_view keyword) {
     for (const char c : keyword) {
         if (!needs_escape(c)) {
             text += c;
@@ -117,7 +116,6 @@ std::string escaped(std::string_view keyword) {
         snprintf(code, sizeof code, "%%%02x", static_cast<unsigned char>(c));
         text += code;
     }
-    return text;
 }
 
 std::string parameter_keys(std::span<const uint32_t> type_masks, const char *between) {
@@ -138,7 +136,7 @@ uint64_t hash_of(std::string_view text) {
 }
 
 // A name within its field. Cuts fall between characters of UTF-8.
-std::string fitting(const std::string &name) {
+std::string fitting(std::string name) {
     constexpr size_t kMostBytes = TREE_NAME_SIZE - 1;
     constexpr size_t kHead = 34;
     constexpr size_t kTail = 15;
@@ -233,12 +231,17 @@ std::string word_key(std::string_view token, std::span<const uint32_t> type_mask
 
 std::string made_name(std::string_view parent_name, std::string_view token,
                       std::span<const uint32_t> type_masks) {
-    std::string name{parent_name};
+    std::string name;
+    name.reserve(parent_name.size() + token.size() + 1);
+    name = parent_name;
     if (!name.empty())
         name += '.';
     if (token.empty() && type_masks.empty())
         name += "<>";
-    return fitting(name + escaped(token) + parameter_keys(type_masks, ""));
+    append_escaped(name, token);
+    if (!type_masks.empty())
+        name += parameter_keys(type_masks, "");
+    return fitting(std::move(name));
 }
 
 } // namespace tool
