@@ -12,11 +12,11 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <compare>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -143,8 +143,6 @@ struct Keyword {
     uint64_t head; // the first eight bytes as a number, which is compared faster
     std::string_view token;
     size_t position;
-
-    auto operator<=>(const Keyword &) const = default;
 };
 
 // The keywords of the valid words of a list, sorted.
@@ -163,7 +161,9 @@ public:
             const std::string_view lower = std::string_view{text_}.substr(begin);
             keywords_.push_back({head_of(lower), lower, position});
         });
-        std::ranges::sort(keywords_);
+        std::ranges::sort(keywords_, {}, [](const Keyword &keyword) {
+            return std::tie(keyword.head, keyword.token, keyword.position);
+        });
     }
 
     [[nodiscard]] auto begin() const { return keywords_.begin(); }
@@ -265,11 +265,11 @@ void shadowed(const Run &run) {
                 conflicts.emplace(keyword->position, longer->position);
         }
         for (const auto &[position, other] : conflicts) {
-            const std::string word = spelled(document.words[links[position].child]);
+            const Word &word = document.words[links[position].child];
             run.tell(document, links[position].place,
-                     word + " is shadowed by its sibling " +
+                     spelled(word) + " is shadowed by its sibling " +
                          spelled(document.words[links[other].child]) +
-                         " in the shell's first-match lookup; put " + word + " first",
+                         " in the shell's first-match lookup; put " + spelled(word) + " first",
                      {{document.file, links[other].place, "sibling defined here"}});
         }
     });
