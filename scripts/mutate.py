@@ -44,6 +44,7 @@ RELATED = {
     "tools/ocmd_show": ["ocmd_show_test"],
     "tools/ocmd_diff": ["ocmd_diff_test"],
     "tools/ocmd_find": ["ocmd_find_test"],
+    "tools/ocmd_sample": ["ocmd_sample_test"],
 }
 COUNTED = ("noticed", "unnoticed")  # the verdicts that count
 BOUND = 90  # percent

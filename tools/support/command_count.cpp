@@ -6,6 +6,19 @@
 
 namespace tool {
 
+std::optional<Count> Count::parse(std::string_view digits) {
+    Count number;
+    for (const char digit : digits) {
+        if (digit < '0' || digit > '9')
+            return std::nullopt;
+        Count tenfold;
+        for (int i = 0; i < 10; ++i)
+            tenfold += number;
+        number = tenfold += static_cast<uint64_t>(digit - '0');
+    }
+    return digits.empty() || number.is_beyond() ? std::nullopt : std::optional{number};
+}
+
 std::string Count::text() const {
     // The maximum means more than the value before it. Divides by ten over digits of base 2^32.
     const uint64_t low = is_beyond() ? low_ - 1 : low_;

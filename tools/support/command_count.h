@@ -5,9 +5,12 @@
 #include "base/huge_pages.h"
 #include "tools/support/tree_shape.h"
 
+#include <compare>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace tool {
 
@@ -16,6 +19,10 @@ namespace tool {
 class Count {
 public:
     constexpr Count(uint64_t number = 0) : low_(number) {}
+    constexpr Count(uint64_t high, uint64_t low) : high_(high), low_(low) {}
+
+    /// Reads decimal digits; nothing if there are others, none, or the number is too great.
+    static std::optional<Count> parse(std::string_view digits);
 
     Count &operator+=(const Count &other) {
         low_ += other.low_;
@@ -27,6 +34,16 @@ public:
         return *this;
     }
 
+    /// Subtracts a number that is not greater.
+    Count &operator-=(const Count &other) {
+        high_ -= other.high_ + (low_ < other.low_ ? 1 : 0);
+        low_ -= other.low_;
+        return *this;
+    }
+
+    [[nodiscard]] uint64_t high() const { return high_; }
+    [[nodiscard]] uint64_t low() const { return low_; }
+
     /// Returns whether the count exceeds the range.
     [[nodiscard]] bool is_beyond() const { return (high_ & low_) == UINT64_MAX; }
     [[nodiscard]] bool is_zero() const { return high_ == 0 && low_ == 0; }
@@ -34,7 +51,7 @@ public:
     /// Returns the decimal text; "more than" and the maximum if the count exceeds the range.
     [[nodiscard]] std::string text() const;
 
-    bool operator==(const Count &) const = default;
+    auto operator<=>(const Count &) const = default;
 
 private:
     uint64_t high_ = 0;
