@@ -8,7 +8,7 @@ build=$(realpath "$1")
 scratch=$(mktemp -d "${2:-/dev/shm}/tools-XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-for tool in compile show diff find; do
+for tool in compile show diff find sample; do
     declare "$tool=$build/bin/ocmd_$tool"
 done
 utility=$build/bin/ocmd_gen
@@ -55,6 +55,23 @@ for ((round = 0; round < rounds; round++)); do
 done
 echo "| wide and deep | $differences | $(milliseconds diff) | $listed | $(milliseconds list) |" \
     "$(ratio diff list "$differences" "$listed") |"
+
+echo
+echo "| Tree | Million random lines, bytes | ms | --commands, bytes | ms | Ratio per byte |"
+echo "|---|---|---|---|---|---|"
+for shape in wide deep shared; do
+    "$build/bench/make_tree" "$shape" tree.par
+    sampled="$sample --flat --values types --random 1000000 tree.par"
+    bytes=$($sampled | wc -c)
+    listed=$("$show" --commands tree.par | wc -c)
+    rm -f ./*.times
+    for ((round = 0; round < rounds; round++)); do
+        clock sample "$sampled >/dev/null"
+        clock list "$show --commands tree.par >/dev/null"
+    done
+    echo "| $shape | $bytes | $(milliseconds sample) | $listed | $(milliseconds list) |" \
+        "$(ratio sample list "$bytes" "$listed") |"
+done
 
 echo
 echo "| Configuration | Bytes | Check of a million lines, ms | wc -w, ms | Ratio |"

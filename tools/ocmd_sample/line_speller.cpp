@@ -134,6 +134,33 @@ std::string LineSpeller::text_of(const tree_node_t &node, ValueStyle values,
     return text;
 }
 
+// Whether the parameter that a word of a line begins with has a sibling that could be meant by the
+// same value. Random values could mean any.
+bool LineSpeller::collides(const Line &line, size_t index, ValueStyle values) {
+    if (values == ValueStyle::kRandom || values == ValueStyle::kTypes)
+        return values == ValueStyle::kRandom;
+    const uint16_t parent = index == 0 ? 0 : line.nodes[index - 1];
+    const uint64_t key =
+        static_cast<uint64_t>(line.record) << 32U | uint32_t{parent} << 16U | line.nodes[index];
+    const auto [place, is_new] = collisions_.try_emplace(key, false);
+    if (!is_new)
+        return place->second;
+    const auto nodes = file_.records()[line.record].nodes;
+    const parameter_info_t &own = node(line, index).params[0];
+    const std::string value = in_lower_case(example_of(own, example_for(values)).value_or(""));
+    place->second =
+        std::ranges::any_of(numbers_.links(line.record).below(parent), [&](uint16_t sibling) {
+            const tree_node_t &other = nodes[sibling];
+            const std::string keyword = in_lower_case(tool::text_of(other.token));
+            if (!keyword.empty())
+                return keyword.starts_with(value) || value.starts_with(keyword);
+            return other.params[0].type_mask != own.type_mask &&
+                   tsh_value_check(nullptr, &other.params[0], value.data(), value.size(), nullptr,
+                                   nullptr) == TSH_CHECK_ACCEPTED;
+        });
+    return place->second;
+}
+
 void LineSpeller::spell(const Line &line, OptionalWords optional, Spelling &spelling,
                         bool with_other_values) {
     const ValueStyle values = with_other_values ? ValueStyle::kRandom : values_;
@@ -158,7 +185,8 @@ bool LineSpeller::try_to_spell(const Line &line, OptionalWords optional, ValueSt
         const unsigned facts = word.facts;
         const bool is_last = i + 1 == line.nodes.size();
         is_doubtful |= (above & kDoubtBelow) != 0 || (facts & kDoubtful) != 0 ||
-                       ((above & kManyBelow) != 0 && (facts & kValueFirst) != 0);
+                       ((above & kManyBelow) != 0 && (facts & kValueFirst) != 0 && !is_doubtful &&
+                        collides(line, i, values));
         above = facts;
         const bool is_left_out = optional != OptionalWords::kWith && (facts & kOptional) != 0 &&
                                  ((facts & kSubmode) == 0 || is_last) &&

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace sample {
@@ -69,6 +70,7 @@ private:
         uint8_t facts = 0;
     };
 
+    [[nodiscard]] bool collides(const Line &line, size_t index, ValueStyle values);
     [[nodiscard]] uint8_t facts_of(size_t record, uint16_t node) const;
     [[nodiscard]] std::optional<std::vector<std::string>> words_of(const tree_node_t &node,
                                                                    ValueStyle values) const;
@@ -81,7 +83,8 @@ private:
     const LineNumbers &numbers_;
     ValueStyle values_;
     Random &random_;
-    std::vector<std::vector<Word>> words_; // by record and node
+    std::vector<std::vector<Word>> words_;          // by record and node
+    std::unordered_map<uint64_t, bool> collisions_; // by record, parent and child
 };
 
 /// Resolves spelled lines that are doubtful.
