@@ -147,13 +147,14 @@ bool LineSpeller::collides(const Line &line, size_t index, ValueStyle values) {
         return place->second;
     const auto nodes = file_.records()[line.record].nodes;
     const parameter_info_t &own = node(line, index).params[0];
-    const std::string value = in_lower_case(example_of(own, example_for(values)).value_or(""));
+    const std::string value = example_of(own, example_for(values)).value_or("");
+    const std::string folded = in_lower_case(value);
     place->second =
         std::ranges::any_of(numbers_.links(line.record).below(parent), [&](uint16_t sibling) {
             const tree_node_t &other = nodes[sibling];
             const std::string keyword = in_lower_case(tool::text_of(other.token));
             if (!keyword.empty())
-                return keyword.starts_with(value) || value.starts_with(keyword);
+                return keyword.starts_with(folded) || folded.starts_with(keyword);
             return other.params[0].type_mask != own.type_mask &&
                    tsh_value_check(nullptr, &other.params[0], value.data(), value.size(), nullptr,
                                    nullptr) == TSH_CHECK_ACCEPTED;

@@ -125,7 +125,7 @@ public:
         else
             write_range();
         output_.flush();
-        return is_complete_ ? tool::kDone : tool::kFaults;
+        return is_complete_ ? tool::kDone : tool::kNegative;
     }
 
 private:
@@ -221,7 +221,7 @@ Status sample_lines(const CommandLine &line) {
     if (line.has("wrong") && chosen(line, "values", kValueStyles) == ValueStyle::kTypes)
         refuse("--wrong needs values, not types");
     tool::register_types();
-    const tool::TreeFile file = tool::open_sound(line.operands()[0]);
+    const tool::TreeFile file = tool::open_valid(line.operands()[0]);
     return Sampler{file, line}.run();
 }
 
