@@ -21,9 +21,9 @@ template <auto release> struct Release {
 };
 
 // A grammar over nodes, a user and an answer.
-class Session {
+class User {
 public:
-    explicit Session(std::vector<tree_node_t> nodes) : nodes_(std::move(nodes)) {
+    explicit User(std::vector<tree_node_t> nodes) : nodes_(std::move(nodes)) {
         tsh_error_t error;
         tree_.reset(tsh_tree_over(nodes_.data(), static_cast<uint32_t>(nodes_.size()), &error));
         EXPECT_NE(tree_, nullptr) << error.text;
@@ -51,8 +51,8 @@ private:
 
 // ---- Against the plain definition ----
 
-model::Meaning meaning_of(Session &session, tsh_verdict_t verdict, const std::string &line) {
-    const tsh_answer_t *answer = session.answer();
+model::Meaning meaning_of(User &user, tsh_verdict_t verdict, const std::string &line) {
+    const tsh_answer_t *answer = user.answer();
     const auto word = [&] {
         const std::string before = line.substr(0, tsh_answer_range(answer).begin);
         return std::to_string(std::count(before.begin(), before.end(), ' '));
@@ -72,7 +72,7 @@ model::Meaning meaning_of(Session &session, tsh_verdict_t verdict, const std::st
     model::Meaning meaning{"accepted", {}};
     for (uint32_t n = 0; n < tsh_answer_reading_count(answer); ++n)
         meaning.nodes.insert(
-            static_cast<int>(tsh_answer_reading(answer, n)->command - session.nodes().data()));
+            static_cast<int>(tsh_answer_reading(answer, n)->command - user.nodes().data()));
     return meaning;
 }
 
@@ -99,7 +99,7 @@ TEST(Resolver, AgreesWithThePlainDefinition) {
             if (node.optional != 0 && random() % 3 == 0)
                 node.optional = TREE_OPTIONAL_SUBMODE_ENTERED;
         }
-        Session session{tree};
+        User user{tree};
         std::vector<std::set<int>> levels{{0}};
         const uint32_t saved = round % 2 == 0 ? 0 : TSH_SAVED_LINE;
         for (int count = 0; count < 10; ++count) {
@@ -110,16 +110,16 @@ TEST(Resolver, AgreesWithThePlainDefinition) {
                 line += (line.empty() ? "" : " ") + word;
             }
             const tsh_verdict_t verdict =
-                session.resolve(line, saved | TSH_OUTWARD | (random() % 2 == 0 ? TSH_BRIEF : 0));
+                user.resolve(line, saved | TSH_OUTWARD | (random() % 2 == 0 ? TSH_BRIEF : 0));
             const model::Meaning meaning = model::Resolver{tree, saved != 0}.resolve(levels, words);
-            ASSERT_EQ(meaning_of(session, verdict, line), meaning)
+            ASSERT_EQ(meaning_of(user, verdict, line), meaning)
                 << "round " << round << ": " << line << " at depth " << levels.size() - 1;
             ++lines;
             accepted += verdict == TSH_ACCEPTED ? 1 : 0;
             const bool has_slash = line.find('/') != std::string::npos;
             if (verdict == TSH_ACCEPTED && !has_slash) {
-                const uint32_t left = tsh_answer_levels_left(session.answer());
-                if (tsh_context_enter(session.context(), session.answer()) == 0) {
+                const uint32_t left = tsh_answer_levels_left(user.answer());
+                if (tsh_context_enter(user.context(), user.answer()) == 0) {
                     levels.erase(levels.begin(), levels.begin() + left);
                     std::set<int> entered;
                     for (const int node : meaning.nodes)
@@ -159,9 +159,9 @@ std::vector<tree_node_t> lamp_shop() {
         grammar::main_root({keyword("lamp").child(number), pace, secret, show}));
 }
 
-class LampShop : public testing::Test, protected Session {
+class LampShop : public testing::Test, protected User {
 protected:
-    LampShop() : Session(lamp_shop()) {}
+    LampShop() : User(lamp_shop()) {}
 
     std::string text() { return tsh_answer_text(answer()); }
     const tsh_reading_t &reading(uint32_t n = 0) { return *tsh_answer_reading(answer(), n); }

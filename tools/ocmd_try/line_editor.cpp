@@ -89,8 +89,8 @@ void set_up_history(History *history, const std::string &file) {
 
 } // namespace
 
-LineEditor::LineEditor(Session &session, bool keeps_history)
-    : session_(session), history_file_(keeps_history ? history_file() : ""),
+LineEditor::LineEditor(CommandShell &command_shell, bool keeps_history)
+    : shell_(command_shell), history_file_(keeps_history ? history_file() : ""),
       history_(history_init()) {
     use_utf8();
     catch_interrupt();
@@ -120,7 +120,7 @@ LineEditor::~LineEditor() {
 }
 
 std::optional<std::string> LineEditor::next() {
-    prompt_ = session_.prompt();
+    prompt_ = shell_.prompt();
     is_interrupted = 0;
     el_resize(editor_.get());
     int length = 0;
@@ -180,7 +180,7 @@ unsigned char LineEditor::complete() {
     const std::string text{text_to_cursor()};
     if (is_own_command(text))
         return complete_own_command(text);
-    const Completion found = session_.complete(text, text.size());
+    const Completion found = shell_.complete(text, text.size());
     const size_t typed = found.range.end - found.range.begin;
     if (found.is_unique && !found.common.empty())
         return replace(found.range.begin, found.range.end, found.common + ' ');
@@ -206,7 +206,7 @@ unsigned char LineEditor::list() {
     const std::string text{text_to_cursor()};
     if (is_own_command(text)) // a regular expression may have it
         return el_insertstr(editor_.get(), "?") == 0 ? CC_REFRESH : CC_ERROR;
-    printf("?\n%s", session_.complete(text, text.size()).candidates.c_str());
+    printf("?\n%s", shell_.complete(text, text.size()).candidates.c_str());
     return CC_REDISPLAY;
 }
 

@@ -1,7 +1,7 @@
 // Lines typed at a terminal: editing, history, completion.
 #pragma once
 
-#include "tools/ocmd_try/session.h"
+#include "tools/ocmd_try/command_shell.h"
 
 #include <cstddef>
 #include <cwchar>
@@ -16,7 +16,7 @@ class LineEditor {
 public:
     /// Edits lines on the terminal of standard input and output.
     /// @param keeps_history whether lines of earlier runs are known, and these to later ones.
-    LineEditor(Session &session, bool keeps_history);
+    LineEditor(CommandShell &command_shell, bool keeps_history);
     /// Stores the history.
     ~LineEditor();
     LineEditor(const LineEditor &) = delete;
@@ -43,7 +43,7 @@ private:
     unsigned char replace(size_t begin, size_t end, const std::string &text);
     [[nodiscard]] std::string_view text_to_cursor() const;
 
-    Session &session_;
+    CommandShell &shell_;
     std::string prompt_;
     std::string history_file_; // empty if there is none
     std::unique_ptr<History, Closer> history_;

@@ -1,8 +1,8 @@
 // ocmd_try: a shell over a grammar.
+#include "tools/ocmd_try/command_shell.h"
 #include "tools/ocmd_try/grammar_files.h"
 #include "tools/ocmd_try/line_editor.h"
 #include "tools/ocmd_try/own_commands.h"
-#include "tools/ocmd_try/session.h"
 #include "tools/support/program.h"
 #include "tools/support/types.h"
 
@@ -15,9 +15,9 @@
 
 namespace {
 
+using shell::CommandShell;
 using shell::LineEditor;
 using shell::Outcome;
-using shell::Session;
 
 constexpr std::array kOptions{
     tool::Option{'p', "prebuilt", "DIRECTORY",
@@ -33,44 +33,44 @@ constexpr tool::Program kProgram{
     "Without a terminal, answers standard input line by line.",
     kOptions};
 
-Outcome handle(const std::string &line, Session &session, size_t height) {
+Outcome handle(const std::string &line, CommandShell &command_shell, size_t height) {
     if (shell::is_own_command(line))
-        return shell::run_own_command(line, session, height);
-    return session.answer(line) ? Outcome::kDone : Outcome::kRefused;
+        return shell::run_own_command(line, command_shell, height);
+    return command_shell.answer(line) ? Outcome::kDone : Outcome::kRefused;
 }
 
 // Ctrl-D leaves a submode, outside all of them the shell.
-bool goes_on_at_end(Session &session) {
+bool goes_on_at_end(CommandShell &command_shell) {
     fputc('\n', stdout);
-    if (session.depth() == 0)
+    if (command_shell.depth() == 0)
         return false;
-    session.leave(1);
+    command_shell.leave(1);
     return true;
 }
 
-tool::Status talk(Session &session, bool keeps_history) {
-    LineEditor editor{session, keeps_history};
+tool::Status talk(CommandShell &command_shell, bool keeps_history) {
+    LineEditor editor{command_shell, keeps_history};
     for (;;) {
         fflush(stdout);
-        session.reload(false);
+        command_shell.reload(false);
         const std::optional<std::string> line = editor.next();
         if (!line) {
-            if (!goes_on_at_end(session))
+            if (!goes_on_at_end(command_shell))
                 return tool::kDone;
             continue;
         }
         fflush(stdout);
-        if (handle(*line, session, LineEditor::height()) == Outcome::kQuit)
+        if (handle(*line, command_shell, LineEditor::height()) == Outcome::kQuit)
             return tool::kDone;
     }
 }
 
-tool::Status answer_lines(Session &session) {
+tool::Status answer_lines(CommandShell &command_shell) {
     tool::Status status = tool::kDone;
     for (std::string line; std::getline(std::cin, line);) {
         if (line.ends_with('\r'))
             line.pop_back();
-        const Outcome outcome = handle(line, session, 0);
+        const Outcome outcome = handle(line, command_shell, 0);
         fflush(stdout);
         if (outcome == Outcome::kQuit)
             break;
@@ -85,10 +85,10 @@ tool::Status answer_lines(Session &session) {
 tool::Status run_shell(const tool::CommandLine &line) {
     shell::GrammarFiles files{line.operands(), line.value("prebuilt")};
     tool::register_types();
-    Session session{files, line.has("single")};
+    CommandShell command_shell{files, line.has("single")};
     return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0
-               ? talk(session, !line.has("no-history"))
-               : answer_lines(session);
+               ? talk(command_shell, !line.has("no-history"))
+               : answer_lines(command_shell);
 }
 
 } // namespace

@@ -37,7 +37,7 @@ using RegexPtr = std::unique_ptr<GRegex, base::Releaser<g_regex_unref>>;
 
 // Runs of one command.
 struct Call {
-    Session &session;
+    CommandShell &command_shell;
     const std::string &argument;
     size_t height;
 };
@@ -73,9 +73,9 @@ std::pair<const tool::TreeRecord *, uint16_t> place_of(const tool::TreeFile &fil
     return {nullptr, 0};
 }
 
-void list_below(const Session &session, tool::TextOutput &output) {
-    const tool::TreeFile &file = session.loaded().file;
-    const std::vector<const tree_node_t *> nodes = session.path();
+void list_below(const CommandShell &command_shell, tool::TextOutput &output) {
+    const tool::TreeFile &file = command_shell.loaded().file;
+    const std::vector<const tree_node_t *> nodes = command_shell.path();
     if (nodes.empty()) {
         for (const tool::TreeRecord &record : file.records())
             tool::list_lines(file, record, output);
@@ -91,14 +91,14 @@ void list_below(const Session &session, tool::TextOutput &output) {
 // A process that lists to a pipe until it is closed.
 class Lister {
 public:
-    explicit Lister(const Session &session) {
+    explicit Lister(const CommandShell &command_shell) {
         std::array<int, 2> ends{};
         if (pipe2(ends.data(), O_CLOEXEC) != 0)
             tool::fail("no list can be made: %s", strerror(errno));
         fflush(nullptr);
         process_ = fork();
         if (process_ == 0)
-            list(session, ends[1]);
+            list(command_shell, ends[1]);
         close(ends[1]);
         lines_ = fdopen(ends[0], "r");
         if (process_ < 0 || lines_ == nullptr)
@@ -123,14 +123,14 @@ public:
     }
 
 private:
-    [[noreturn]] static void list(const Session &session, int to) {
+    [[noreturn]] static void list(const CommandShell &command_shell, int to) {
         signal(SIGPIPE, SIG_DFL);
         signal(SIGINT, SIG_DFL);
         int status = tool::kError;
         try {
             if (dup2(to, STDOUT_FILENO) >= 0) {
                 tool::TextOutput output;
-                list_below(session, output);
+                list_below(command_shell, output);
                 output.flush();
                 status = tool::kDone;
             }
@@ -152,7 +152,7 @@ Outcome list(const Call &call) {
     const RegexPtr wanted = expression(call.argument);
     if (wanted == nullptr)
         return Outcome::kRefused;
-    Lister lister{call.session};
+    Lister lister{call.command_shell};
     PagedLines lines{call.height};
     for (std::string_view line; lister.next(line);)
         if (matches(wanted, line) && !lines.add(line))
@@ -223,7 +223,7 @@ Outcome find_words(const Call &call) {
     const RegexPtr wanted = expression(call.argument);
     if (wanted == nullptr)
         return Outcome::kRefused;
-    const tool::TreeFile &file = call.session.loaded().file;
+    const tool::TreeFile &file = call.command_shell.loaded().file;
     PagedLines lines{call.height};
     for (const tool::TreeRecord &record : file.records()) {
         const bool begins_with_root = tool::begins_with_root(file, record);
@@ -244,23 +244,23 @@ Outcome find_words(const Call &call) {
 // ---- Other commands ----
 
 Outcome where(const Call &call) {
-    for (const std::string &line : call.session.places())
+    for (const std::string &line : call.command_shell.places())
         printf("%s /\n", escaped(line).c_str());
     return Outcome::kDone;
 }
 
 Outcome leave(const Call &call) {
-    call.session.leave(1);
+    call.command_shell.leave(1);
     return Outcome::kDone;
 }
 
 Outcome leave_all(const Call &call) {
-    call.session.leave(call.session.depth());
+    call.command_shell.leave(call.command_shell.depth());
     return Outcome::kDone;
 }
 
 Outcome reload(const Call &call) {
-    return call.session.reload(true) ? Outcome::kDone : Outcome::kRefused;
+    return call.command_shell.reload(true) ? Outcome::kDone : Outcome::kRefused;
 }
 
 Outcome save(const Call &call) {
@@ -270,7 +270,7 @@ Outcome save(const Call &call) {
     }
     compiler::OutputFile output{call.argument};
     std::array<char, 65536> block{};
-    const base::Descriptor &tree = call.session.loaded().stored;
+    const base::Descriptor &tree = call.command_shell.loaded().stored;
     off_t place = 0;
     for (ssize_t size = 0; (size = pread(tree.number(), block.data(), block.size(), place)) > 0;
          place += size)
@@ -337,7 +337,7 @@ bool is_own_command(std::string_view line) {
     return without_blanks(line).starts_with(':');
 }
 
-Outcome run_own_command(std::string_view line, Session &session, size_t height) {
+Outcome run_own_command(std::string_view line, CommandShell &command_shell, size_t height) {
     line = without_blanks(line);
     const std::string_view name = line.substr(0, line.find_first_of(" \t"));
     const std::string argument{without_blanks(line.substr(name.size()))};
@@ -351,8 +351,8 @@ Outcome run_own_command(std::string_view line, Session &session, size_t height) 
         return Outcome::kRefused;
     }
     try {
-        return command->run({session, argument, height});
-    } catch (const tool::Stop &) { // after a message; the session goes on
+        return command->run({command_shell, argument, height});
+    } catch (const tool::Stop &) { // after a message; the command_shell goes on
         return Outcome::kRefused;
     }
 }

@@ -1,7 +1,7 @@
 // Commands of the shell itself, which begin with ":".
 #pragma once
 
-#include "tools/ocmd_try/session.h"
+#include "tools/ocmd_try/command_shell.h"
 
 #include <cstddef>
 #include <string_view>
@@ -15,7 +15,7 @@ enum class Outcome : uint8_t { kDone, kRefused, kQuit };
 bool is_own_command(std::string_view line);
 
 /// Runs such a line. @param height of the screen in lines; 0 without a terminal.
-Outcome run_own_command(std::string_view line, Session &session, size_t height);
+Outcome run_own_command(std::string_view line, CommandShell &command_shell, size_t height);
 
 /// Names of the commands that begin with a text, with the colon.
 std::vector<std::string_view> own_commands(std::string_view beginning);

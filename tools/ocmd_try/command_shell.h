@@ -31,10 +31,10 @@ struct Completion {
     std::string candidates; ///< For the terminal: one line each.
 };
 
-class Session {
+class CommandShell {
 public:
     /// Loads the grammar; if that fails, the run ends with kNegative after messages.
-    Session(GrammarFiles &files, bool is_single);
+    CommandShell(GrammarFiles &files, bool is_single);
 
     /// "porch(lamp 3)# ", the submode by the name of its mode if it has one.
     [[nodiscard]] std::string prompt() const;

@@ -1,5 +1,5 @@
 // Lines are resolved as ocmd_find does it; submodes open and close as in its saved configurations.
-#include "tools/ocmd_try/session.h"
+#include "tools/ocmd_try/command_shell.h"
 
 #include "base/escape.h"
 #include "tools/ocmd_find/answer.h"
@@ -111,7 +111,7 @@ LoadedGrammar::LoadedGrammar(base::Descriptor made)
 
 // ---- The grammar ----
 
-Session::Session(GrammarFiles &files, bool is_single)
+CommandShell::CommandShell(GrammarFiles &files, bool is_single)
     : files_(files), name_(escaped(files.name())), is_single_(is_single) {
     base::Descriptor made = files_.load();
     if (!made)
@@ -119,7 +119,7 @@ Session::Session(GrammarFiles &files, bool is_single)
     adopt(std::make_unique<LoadedGrammar>(std::move(made)));
 }
 
-void Session::adopt(std::unique_ptr<LoadedGrammar> loaded) {
+void CommandShell::adopt(std::unique_ptr<LoadedGrammar> loaded) {
     find::ContextPtr context = loaded->grammar.new_context();
     if (is_single_ && tsh_context_admit(context.get(), nullptr, nullptr, 1) < 0)
         throw std::bad_alloc{};
@@ -129,7 +129,7 @@ void Session::adopt(std::unique_ptr<LoadedGrammar> loaded) {
     loaded_ = std::move(loaded);
 }
 
-bool Session::reload(bool must) {
+bool CommandShell::reload(bool must) {
     if (!must && !files_.have_changed())
         return true;
     base::Descriptor made = files_.load();
@@ -144,7 +144,7 @@ bool Session::reload(bool must) {
     return true;
 }
 
-void Session::enter_again(const std::vector<std::string> &places) {
+void CommandShell::enter_again(const std::vector<std::string> &places) {
     for (const std::string &line : places) {
         const tsh_verdict_t verdict =
             find::checked(tsh_resolve(context_.get(), line.data(), line.size(), 0, answer_.get()));
@@ -157,14 +157,14 @@ void Session::enter_again(const std::vector<std::string> &places) {
 
 // ---- Places ----
 
-std::vector<std::string> Session::places() const {
+std::vector<std::string> CommandShell::places() const {
     std::vector<std::string> lines;
     for (uint32_t level = 1; level <= depth(); ++level)
         lines.push_back(line_of(*tsh_context_place(context_.get(), level)));
     return lines;
 }
 
-std::vector<const tree_node_t *> Session::path() const {
+std::vector<const tree_node_t *> CommandShell::path() const {
     std::vector<const tree_node_t *> path;
     for (uint32_t level = 1; level <= depth(); ++level) {
         const tsh_reading_t *place = tsh_context_place(context_.get(), level);
@@ -173,7 +173,7 @@ std::vector<const tree_node_t *> Session::path() const {
     return path;
 }
 
-std::string Session::prompt() const {
+std::string CommandShell::prompt() const {
     if (depth() == 0)
         return name_ + "# ";
     const tsh_reading_t *place = tsh_context_place(context_.get(), depth());
@@ -183,7 +183,7 @@ std::string Session::prompt() const {
 
 // ---- Lines ----
 
-bool Session::answer(std::string_view line) {
+bool CommandShell::answer(std::string_view line) {
     if (find::is_comment(line) || leave_by_word(line))
         return true;
     const auto resolve = [&](uint32_t options) {
@@ -219,7 +219,7 @@ bool Session::answer(std::string_view line) {
     return enter();
 }
 
-bool Session::leave_by_word(std::string_view line) {
+bool CommandShell::leave_by_word(std::string_view line) {
     static const find::LeavingWords kLeaving;
     const std::string_view word = trimmed(line);
     const bool leaves_all = is_one_of(word, kLeaving.all);
@@ -231,7 +231,7 @@ bool Session::leave_by_word(std::string_view line) {
 }
 
 // Leaves the submodes that the line was not found in. @return false if there are too many.
-bool Session::enter() {
+bool CommandShell::enter() {
     const uint32_t left = tsh_answer_levels_left(answer_.get());
     if (depth() - left >= kMostSubmodes && tsh_answer_reading(answer_.get(), 0)->is_submode != 0) {
         tool::report("more than %u submodes inside one another", kMostSubmodes);
@@ -243,8 +243,8 @@ bool Session::enter() {
 }
 
 // Below the words of so many submodes.
-void Session::print_reading(const tsh_reading_t &reading, std::string_view line, uint32_t around,
-                            tool::TextOutput &output) const {
+void CommandShell::print_reading(const tsh_reading_t &reading, std::string_view line,
+                                 uint32_t around, tool::TextOutput &output) const {
     std::string command;
     std::string typed;
     std::string values;
@@ -274,7 +274,7 @@ void Session::print_reading(const tsh_reading_t &reading, std::string_view line,
 
 // ---- Completion ----
 
-Completion Session::complete(std::string_view line, size_t offset) {
+Completion CommandShell::complete(std::string_view line, size_t offset) {
     const auto look = [&](uint32_t options) {
         return find::checked(
             tsh_complete(context_.get(), line.data(), line.size(), offset, options, answer_.get()));
@@ -295,7 +295,7 @@ Completion Session::complete(std::string_view line, size_t offset) {
 
 // Word, bounds and help, each candidate once; "<cr>" where the line may end. If nothing may stand
 // there, the reason.
-std::string Session::candidate_list(tsh_verdict_t verdict) const {
+std::string CommandShell::candidate_list(tsh_verdict_t verdict) const {
     std::string reason = std::string{"  "} + tsh_answer_text(answer_.get()) + '\n';
     if (verdict == TSH_REFUSED)
         return reason;
