@@ -14,7 +14,7 @@ check_format() {
 # tidy FILE...: a configuration that builds everything except the fuzzers, without unity builds.
 tidy() {
     local folders
-    folders=$(scripts/components.sh | cut -d ' ' -f 1 | tr '\n' '|')tools|examples
+    folders="$(scripts/components.sh | cut -d ' ' -f 1 | tr '\n' '|')tools|examples"
     cmake --preset default -B build/lint -DTSH_BUILD_BENCH=ON >/dev/null
     printf '%s\0' "$@" | xargs -0 -P "$(nproc)" -n 2 \
         clang-tidy --quiet -p build/lint --header-filter="/($folders)/.*\.h$" 2>/dev/null
