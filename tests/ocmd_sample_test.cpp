@@ -148,7 +148,7 @@ TEST_F(Sample, IsUniform) {
 // 200 levels of two words each: more lines than can be counted.
 TEST_F(Sample, OfATreeBeyondAllNumbersChoosesByRatio) {
     std::vector<tree_node_t> nodes(401);
-    for (uint16_t i = 0; i < nodes.size(); ++i) {
+    for (int i = 0; i < 401; ++i) {
         snprintf(nodes[i].token, sizeof nodes[i].token, i % 2 == 0 ? "even" : "odd");
         snprintf(nodes[i].name, sizeof nodes[i].name, "n%d", i);
         const int next = (i + 1) / 2 * 2 + 1;

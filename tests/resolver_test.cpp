@@ -39,7 +39,7 @@ public:
     tsh_context_t *context() { return context_.get(); }
     tsh_answer_t *answer() { return answer_.get(); }
     const tsh_grammar_t *grammar() { return grammar_.get(); }
-    const std::vector<tree_node_t> &nodes() const { return nodes_; }
+    [[nodiscard]] const std::vector<tree_node_t> &nodes() const { return nodes_; }
 
 private:
     std::vector<tree_node_t> nodes_;
@@ -298,6 +298,7 @@ TEST_F(LampShop, MemoryThatRunsOutIsAVerdict) {
 // The build with the thread sanitizer has this test to look at.
 TEST_F(LampShop, ThreadsShareAGrammar) {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     std::atomic<int> accepted = 0;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([this, i, &accepted] {

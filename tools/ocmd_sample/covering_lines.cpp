@@ -25,7 +25,9 @@ public:
     void visit(const std::function<void(const Line &line)> &visit) {
         Line line;
         line.record = record_;
-        for (const uint16_t node : std::ranges::reverse_view(numbers_.children_first(record_))) {
+        const auto &order = numbers_.children_first(record_);
+        for (size_t i = order.size(); i-- > 0;) { // parents first
+            const uint16_t node = order[i];
             if (is_covered_[node] || !numbers_.has_lines(record_, node))
                 continue;
             trace_back(node, line);

@@ -88,7 +88,7 @@ std::optional<std::string> random_value_of(const parameter_info_t &parameter, Ra
     if (!masks.empty())
         only.type_mask = masks[random.below(masks.size())];
     const tsh_type_t *type = tsh_type_by_mask(nullptr, only.type_mask);
-    const std::optional<std::string> example = example_of(only, TSH_EXAMPLE_TYPICAL);
+    std::optional<std::string> example = example_of(only, TSH_EXAMPLE_TYPICAL);
     if (!example || type == nullptr)
         return example_of(parameter, TSH_EXAMPLE_TYPICAL);
     for (int attempt = 0; attempt < kMostAttempts; ++attempt) {

@@ -33,7 +33,7 @@ private:
     [[nodiscard]] bool gather(const Line &line);
     [[nodiscard]] bool begins_part(const Line &line, size_t word) const;
     [[nodiscard]] size_t end_of_part(const Line &line, size_t word) const;
-    Spelling join(const Line &line, size_t count) const;
+    [[nodiscard]] Spelling join(const Line &line, size_t count) const;
     void make_wrong(const Line &line, size_t word);
     bool replace(const Line &line, size_t word, const std::string &text);
     bool refuses(const Line &line, const Spelling &spelling, size_t place, tsh_verdict_t verdict);

@@ -51,7 +51,8 @@ public:
     /// Returns the decimal text; "more than" and the maximum if the count exceeds the range.
     [[nodiscard]] std::string text() const;
 
-    auto operator<=>(const Count &) const = default;
+    // The comparison that this makes has a literal 0.
+    auto operator<=>(const Count &) const = default; // NOLINT(modernize-use-nullptr)
 
 private:
     uint64_t high_ = 0;
