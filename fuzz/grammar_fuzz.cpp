@@ -58,7 +58,7 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
     const MemoryCount memory;
     compiler::Grammar grammar;
     compiler::Messages messages;
-    grammar.files.emplace_back("grammar", std::move(bytes));
+    grammar.files.emplace_back("grammar", compiler::FileText{bytes.begin(), bytes.end()});
     compiler::YamlReader reader{grammar.files.front(), grammar.texts, messages};
     for (compiler::YamlDocument yaml; reader.next(yaml);)
         grammar.documents.push_back(
