@@ -1,9 +1,9 @@
 // Fuzzer of the linker: the input is a root file, a subtree file and two prebuilt trees. The linked
 // tree is valid, and the same if the driver links again, writes the tree and it is read back.
 //
-// Reaches: read_parser_file, read_par_tree, mark_resolvable_subtrees, node_pickup_from_main_tree,
-// add_subtree_in_main_tree, check_conflicting_children, tsh::AttachGraph::search_path,
-// update_child_list, get_linked_parse_tree, tsh_main_tree_write, tsh_file_replacement_commit
+// Reaches: read_parser_file, read_par_tree, node_pickup_from_main_tree, add_subtree_in_main_tree,
+// check_conflicting_children, tsh::AttachGraph::search_path, update_child_list,
+// get_linked_parse_tree, tsh_main_tree_write, tsh_file_replacement_commit
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "parse_tree/tree_check.h"
