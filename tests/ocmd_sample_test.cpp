@@ -148,11 +148,11 @@ TEST_F(Sample, IsUniform) {
 // 200 levels of two words each: more lines than can be counted.
 TEST_F(Sample, OfATreeBeyondAllNumbersChoosesByRatio) {
     std::vector<tree_node_t> nodes(401);
-    for (int i = 0; i < 401; ++i) {
+    for (size_t i = 0; i < nodes.size(); ++i) {
         snprintf(nodes[i].token, sizeof nodes[i].token, i % 2 == 0 ? "even" : "odd");
-        snprintf(nodes[i].name, sizeof nodes[i].name, "n%d", i);
-        const int next = (i + 1) / 2 * 2 + 1;
-        if (next + 1 < 401) {
+        snprintf(nodes[i].name, sizeof nodes[i].name, "n%zu", i);
+        const size_t next = (i + 1) / 2 * 2 + 1;
+        if (next + 1 < nodes.size()) {
             nodes[i].child_count = 2;
             nodes[i].children[0] = static_cast<uint16_t>(next);
             nodes[i].children[1] = static_cast<uint16_t>(next + 1);

@@ -94,9 +94,9 @@ private:
 
     // The children of a node may come next; left_out: words were omitted since the last one.
     void go_below(int parent, const Read &read, size_t word, bool left_out) {
-        for (int i = 0; i < tree_[parent].child_count; ++i) {
-            const int child = tree_[parent].children[i];
-            const tree_node_t &node = tree_[child];
+        for (int i = 0; i < node_at(parent).child_count; ++i) {
+            const int child = node_at(parent).children[i];
+            const tree_node_t &node = node_at(child);
             const bool has_word = node.token[0] != '\0' || node.param_count > 0;
             if (has_word && word < words_.size())
                 take(child, read, word);
@@ -112,7 +112,7 @@ private:
     }
 
     void take(int child, const Read &read, size_t word) {
-        const tree_node_t &node = tree_[child];
+        const tree_node_t &node = node_at(child);
         const std::string token = lower(node.token);
         const std::string typed = lower(words_[word]);
         if (token.empty()) {
@@ -127,7 +127,7 @@ private:
 
     void take_value(int index, int parameter, const std::string &value, const Read &read,
                     size_t word, Kind kind, const std::string &token) {
-        const uint32_t type = tree_[index].params[parameter].type_mask;
+        const uint32_t type = node_at(index).params[parameter].type_mask;
         const std::string spelling = token + std::to_string(type);
         const int shortness = kind == kJoined ? -static_cast<int>(token.size()) : 0;
         const bool is_line = type == 2;
@@ -145,7 +145,7 @@ private:
 
     // The position after a node's keyword and some of its values.
     void go_on(int index, int values, const Read &read, size_t word) {
-        const tree_node_t &node = tree_[index];
+        const tree_node_t &node = node_at(index);
         furthest_ = std::max(furthest_, word);
         if (word == words_.size())
             read_.push_back({read, index, false});
@@ -162,7 +162,8 @@ private:
     }
 
     void enter(int index, const Read &read, size_t word) {
-        if (is_saved_ || !is_submode(tree_[index]) || word == words_.size() || words_[word] != "/")
+        if (is_saved_ || !is_submode(node_at(index)) || word == words_.size() ||
+            words_[word] != "/")
             return;
         furthest_ = std::max(furthest_, word + 1);
         const Read next = with(read, kSlash, "/");
@@ -171,6 +172,9 @@ private:
         go_below(index, next, word + 1, false);
     }
 
+    [[nodiscard]] const tree_node_t &node_at(int index) const {
+        return tree_[static_cast<size_t>(index)];
+    }
     static bool is_submode(const tree_node_t &node) {
         return (node.flags & TREE_FLAG_SUBMODE) != 0;
     }
