@@ -62,7 +62,8 @@ void add_documents(const SourceFile &file, size_t most_words, Grammar &grammar,
 }
 
 bool write_main(const Document &document, FILE *stream) {
-    constexpr size_t kMostAtOnce = 256; // records, which stay in the cache
+    constexpr size_t kMostAtOnce = 512;  // records: whole pages, which stay in the cache
+    setvbuf(stream, nullptr, _IONBF, 0); // else each block leaves in three pieces
     std::vector<tree_node_t> records(std::min(kMostAtOnce, document.words.size()));
     for (size_t first = 0; first < document.words.size(); first += records.size()) {
         records.resize(std::min(records.size(), document.words.size() - first));
