@@ -9,7 +9,7 @@
 namespace base {
 
 /// Returns the first control character at or after a position: C0 or DEL, or C1 in UTF-8 (two
-/// bytes) or as a byte of its own that belongs to no character of UTF-8. Returns an empty view at
+/// bytes) or as a single byte that belongs to no character of UTF-8. Returns an empty view at
 /// the end of the text if there is none.
 std::string_view find_control(std::string_view text, size_t from = 0);
 

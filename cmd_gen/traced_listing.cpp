@@ -66,7 +66,7 @@ private:
     }
 
     bool had_error_ = ferror(stdout) != 0; // before the first write
-    bool has_output_ = true;               // every write of its own has succeeded
+    bool has_output_ = true;               // all writes of this listing have succeeded
 };
 
 } // namespace

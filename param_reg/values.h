@@ -192,7 +192,7 @@ typedef enum tsh_example_t {
 
 /** Writes a value that tsh_value_check accepts for the parameter, of its first type that has one.
  * Truncates to capacity; text may be null if capacity is 0.
- * Of a type with a check of its own only the type's example is tried.
+ * For a type with its own check, only the type's example is tried.
  * @return the length of the complete text without its NUL; -1 if no value is known. */
 TSH_API int32_t tsh_value_example(const tsh_types_t *types, const parameter_info_t *parameter,
                                   tsh_example_t which, char *text, size_t capacity);

@@ -65,7 +65,7 @@ void ConfigWriter::write(const Line &line, const Spelling &spelling, bool may_en
         entered_.clear();
 }
 
-// A line needs nodes of its own in the submodes that it shares with the last line.
+// A line must have its own nodes in the submodes that it shares with the last line.
 void ConfigWriter::leave_others(const Line &line) {
     if (line.record != last_.record)
         entered_.clear();

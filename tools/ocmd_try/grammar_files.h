@@ -26,7 +26,7 @@ public:
     [[nodiscard]] bool have_changed() const;
 
     /// Makes the tree: checks a tree, compiles a grammar, links several. All of it happens in a
-    /// process of its own, because the linker has process-wide state and errors end a run.
+    /// child process, because the linker has process-wide state and errors end a run.
     /// @return an unnamed file with a valid tree of any format; none after error messages.
     base::Descriptor load();
 
