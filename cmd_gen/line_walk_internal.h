@@ -57,19 +57,14 @@ template <typename Nodes, typename Sink, typename First>
 [[nodiscard]] bool walk_lines(const MetNode &node, First first, Nodes &nodes, Sink &sink,
                               WalkLevels<Nodes, Sink> &levels) {
     size_t depth = 0;
-    const auto push = [&](const auto &cursor, const auto &frame) {
-        levels[depth++] = {cursor, frame};
-    };
-    const auto leave = [&] { sink.leave(levels[--depth].frame); };
-
     if (!levels.grow(1))
         return false;
     const auto outermost = sink.enter(node);
-    push(first(), outermost);
+    levels[depth++] = {first(), outermost};
     while (depth > 0) {
         auto &cursor = levels[depth - 1].cursor;
         if (nodes.at_end(cursor) || sink.failed()) {
-            leave();
+            sink.leave(levels[--depth].frame);
             if (depth > 0 && !sink.failed())
                 nodes.advance(levels[depth - 1].cursor);
             continue;
@@ -90,11 +85,11 @@ template <typename Nodes, typename Sink, typename First>
         if (!sink.has_room(met) || !levels.grow(depth + 1))
             break;
         const auto frame = sink.enter(met);
-        push(nodes.enter(child, sink.finds_siblings()), frame);
+        levels[depth++] = {nodes.enter(child, sink.finds_siblings()), frame};
     }
     const bool has_memory = depth == 0;
     while (depth > 0)
-        leave();
+        sink.leave(levels[--depth].frame);
     return has_memory;
 }
 
