@@ -153,13 +153,13 @@ public:
         size_t size = 0;
         for_each_keyword(document, links,
                          [&](std::string_view token, size_t) { size += token.size(); });
-        text_.reserve(size); // so that no token moves
+        text_.resize(size); // once, so that no token moves
+        char *next = text_.data();
         for_each_keyword(document, links, [&](std::string_view token, size_t position) {
-            const size_t begin = text_.size();
-            for (const char c : token)
-                text_ += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-            const std::string_view lower = std::string_view{text_}.substr(begin);
+            std::ranges::transform(token, next, to_lower);
+            const std::string_view lower{next, token.size()};
             keywords_.push_back({head_of(lower), lower, position});
+            next += token.size();
         });
         std::ranges::sort(keywords_, {}, [](const Keyword &keyword) {
             return std::tie(keyword.head, keyword.token, keyword.position);
@@ -178,6 +178,10 @@ private:
             if (word != nullptr && !word->key.token.empty())
                 call(word->key.token, i);
         }
+    }
+
+    static char to_lower(char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }
 
     static uint64_t head_of(std::string_view token) {

@@ -257,8 +257,14 @@ public:
     Event(const Event &) = delete;
     Event &operator=(const Event &) = delete;
 
-    yaml_event_t *operator->() { return &event_; }
-    yaml_event_t *get() { return &event_; }
+    // Replaces it by the next one. False at a syntax error.
+    bool read(yaml_parser_t &parser) {
+        yaml_event_delete(&event_);
+        return yaml_parser_parse(&parser, &event_) != 0;
+    }
+
+    const yaml_event_t *operator->() const { return &event_; }
+    const yaml_event_t &operator*() const { return event_; }
 
 private:
     yaml_event_t event_{};
@@ -523,15 +529,15 @@ bool YamlReader::next(YamlDocument &document) {
     document.nodes.reserve(parser_->bytes.size() / kBytesOfNode);
     document.file = &parser_->file;
     parser_->anchors.clear();
+    Event event;
     while (!parser_->stopped) {
-        Event event;
-        if (yaml_parser_parse(&parser_->parser, event.get()) == 0) {
+        if (!event.read(parser_->parser)) {
             parser_->tell_syntax_error();
             parser_->stopped = true;
         } else if (event->type == YAML_DOCUMENT_END_EVENT) {
             return true;
         } else {
-            parser_->take(document, *event.get());
+            parser_->take(document, *event);
             parser_->stopped = parser_->stopped || event->type == YAML_STREAM_END_EVENT;
         }
     }

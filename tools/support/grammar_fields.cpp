@@ -103,18 +103,20 @@ bool is_bit_array(const GrammarField &field) {
 // Returns whether the character is escaped in names: it would make names ambiguous, or break attach
 // paths or output lines.
 bool needs_escape(char c) {
-    return is_control(c) || strchr(" .,%<", c) != nullptr;
+    return is_control(c) || c == ' ' || c == '.' || c == ',' || c == '%' || c == '<';
 }
 
 void append_escaped(std::string &text, std::string_view keyword) {
-    for (const char c : keyword) {
-        if (!needs_escape(c)) {
-            text += c;
-            continue;
-        }
+    while (!keyword.empty()) {
+        const auto *const end = std::ranges::find_if(keyword, needs_escape);
+        const auto size = static_cast<size_t>(end - keyword.begin());
+        text += keyword.substr(0, size);
+        if (size == keyword.size())
+            return;
         char code[4];
-        snprintf(code, sizeof code, "%%%02x", static_cast<unsigned char>(c));
+        snprintf(code, sizeof code, "%%%02x", static_cast<unsigned char>(*end));
         text += code;
+        keyword.remove_prefix(size + 1);
     }
 }
 
