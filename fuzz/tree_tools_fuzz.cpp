@@ -2,8 +2,8 @@
 // for ocmd_diff.
 //
 // Reaches: tool::open_valid, show::show_summary, show::show_nodes, show::show_yaml,
-// show::show_json, show::show_dot, show::show_commands, diff::DifferenceCount::count,
-// diff::DifferenceList::list
+// show::show_json, show::show_dot, show::show_commands, show::show_functions,
+// diff::DifferenceCount::count, diff::DifferenceList::list
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "tools/ocmd_diff/difference_count.h"
@@ -47,6 +47,8 @@ void show_all(const tool::TreeFile &file) {
     show::show_json(file, all, output);
     show::show_dot(file, all, output);
     show::show_dot(file, part, output);
+    show::show_functions(file, {.as_c_header = true}, output);
+    show::show_functions(file, part, output);
     if (std::ranges::all_of(file.records(), can_be_listed))
         show::show_commands(file, all, output);
 }

@@ -60,6 +60,7 @@ const Scenario kScenarios[] = {
     {"Yaml", "ocmd_show --yaml main.par", kTool},
     {"Json", "ocmd_show --json - <one.par", kTool},
     {"Dot", "ocmd_show --dot --below lamp main.par", kTool},
+    {"Functions", "ocmd_show --functions=c main.par", kTool},
     {"Check", "ocmd_show --check main.par", kTool},
     {"Diff", "ocmd_diff main.par one.par", kTool},
     {"DiffFields", "ocmd_diff --fields main.par one.par", kTool},

@@ -29,6 +29,8 @@ completed() {
 tools=$(dirname "$1")
 cd "$source/examples" # whose only directory is "switch"
 same "kinds of files" $'main\nsubtrees' "$(completed "$tools/ocmd_show" = --kind)"
+same "forms of functions" c "$(completed "$tools/ocmd_show" = --functions)"
+same "files to show the functions of" switch/ "$(completed "$tools/ocmd_show" sw --functions)"
 same "byte orders" "little" "$(COMP_WORDS=(ocmd_show --byte-order = l) COMP_CWORD=3 &&
     completed "$tools/ocmd_show" l =)"
 same "saved configurations" "resolve.c" "$(completed "$tools/ocmd_find" re --config)"

@@ -168,6 +168,17 @@ TEST_F(Show, ListsAndCountsTheLinesOfTheListing) {
         EXPECT_EQ(shell("ocmd_show --commands main.par"), lines);
         EXPECT_EQ(last_line("ocmd_show main.par"),
                   std::to_string(std::ranges::count(lines, '\n')) + "\n");
+        for (size_t i = 0; i < nodes.size(); ++i)
+            snprintf(nodes[i].func_id, sizeof nodes[i].func_id, "f%zu", i % 7);
+        store(nodes);
+        const std::string first_word = lines.substr(0, lines.find(' '));
+        for (const std::string &below : {std::string(), " --below '" + first_word + "'"}) {
+            const std::string by_function =
+                shell("ocmd_show --functions main.par" + below + " | sed -n 's/^  //p' | sort");
+            if (by_function.find("\n... and ") == std::string::npos) { // at most 100 lines a node
+                EXPECT_EQ(by_function, shell("ocmd_show --commands main.par" + below + " | sort"));
+            }
+        }
     }
 }
 
@@ -202,6 +213,68 @@ TEST_F(Show, CountsMoreLinesThanCanBeListed) {
     store(ladder(128, TREE_FLAG_TERMINAL));
     EXPECT_EQ(shell("ocmd_show main.par | tail -n 1 | cut -c 28-"),
               "more than 340282366920938463463374607431768211454\n");
+}
+
+TEST_F(Show, ListsFunctionsWithModesAndParameters) {
+    const Word port = parameter(0x40100001).func_id("port").terminal();
+    const Nodes nodes = grammar::lay_out(
+        main_root({keyword("bay").child(parameter(0x40100003)
+                                            .mode_id("bay")
+                                            .func_id("bay")
+                                            .submode()
+                                            .child(keyword("up").child(port))),
+                   keyword("up").func_id("up").mode_id("top").terminal().child(port),
+                   keyword("on").func_id("up").mode_id("bay").terminal()}));
+    store(nodes);
+    EXPECT_EQ(shell("ocmd_show --functions main.par"),
+              "bay(INTEGER | INTEGER RANGE), mode bay\n"
+              "  bay <INTEGERINTEGER RANGE>\n"
+              "port(...), mode bay\n"
+              "  bay <INTEGERINTEGER RANGE> / up <INTEGER>\n"
+              "  up <INTEGER>\n"
+              "up(), modes top and bay\n"
+              "  up\n"
+              "  on\n");
+    EXPECT_EQ(shell("ocmd_show --functions --below 'bay <INTEGERINTEGER RANGE> up' main.par"),
+              "port(INTEGER | INTEGER RANGE, INTEGER), mode bay\n"
+              "  bay <INTEGERINTEGER RANGE> / up <INTEGER>\n");
+    EXPECT_EQ(shell("ocmd_show --functions=c main.par | grep '^int'"),
+              "int bay(const char *integer_integer_range_1);\n"
+              "int port(int count, const char *const values[]);\n"
+              "int up(void);\n");
+    EXPECT_EQ(shell("ocmd_show --functions=c main.par main.par"),
+              "ocmd_show: --functions=c requires exactly one file\n"
+              "Try 'ocmd_show --help'.\nstatus 2");
+    Nodes many = ladder(100, TREE_FLAG_TERMINAL);
+    for (tree_node_t &node : many)
+        if (node.child_count == 0)
+            strcpy(node.func_id, node.token);
+    store(many);
+    std::string line;
+    for (int i = 0; i < 99; ++i)
+        line += "a ";
+    EXPECT_EQ(shell("ocmd_show --functions main.par | head -n 3 | sed 's/node [0-9]*$/node N/'"),
+              "a()\n  " + line +
+                  "a\n  ... and 633825300114114700748351602687 more lines that end at node N\n");
+}
+
+TEST_F(Show, WritesFunctionsAsAHeaderThatCompiles) {
+    std::vector<Word> words;
+    for (const char *name :
+         {"lamp-on", "lamp/on", "cmd_lamp_on", "int", "exit", "sinf", "_x", "7", "", "lamp"})
+        words.push_back(
+            keyword("w").help("*/ int x; /* ?\?/ \xE2\x80\xAE").func_id(name).terminal());
+    store(grammar::lay_out(main_root(words)));
+    EXPECT_EQ(shell("ocmd_show --functions=c main.par | sed -n 's/^int \\(.*\\)(void);/\\1/p'"),
+              "cmd_7\ncmd__x\ncmd_lamp_on\ncmd_exit\ncmd_int\nlamp\ncmd_lamp_on_2\n"
+              "cmd_lamp_on_3\ncmd_sinf\n");
+    const std::string compile =
+        "ocmd_show --functions=c main.par >f.h && cc -std=c11 -Wall -Werror -fsyntax-only f.h";
+    EXPECT_EQ(shell(compile), "");
+    for (uint32_t seed = 1; seed <= 10; ++seed) {
+        store(Scrambled(seed, 60, true).nodes());
+        EXPECT_EQ(shell(compile), "") << "seed " << seed;
+    }
 }
 
 TEST_F(Show, ShowsTreesInEveryForm) {
@@ -461,7 +534,7 @@ TEST_F(Show, ShowsAPartOfATree) {
         "below: show.wear\nwords:\n  <INTERFACE>: {name: port, terminal: yes, optional: yes}\n");
     EXPECT_EQ(shell("ocmd_show --json --below 'show wear' main.par | grep -o '^{\"index[^t]*'"),
               "{\"index\":3,\"name\":\"por\n{\"index\":4,\"name\":\"show.wear\",\"\n");
-    for (const char *mode : {"dot", "commands", "yaml", "json"})
+    for (const char *mode : {"dot", "commands", "yaml", "json", "functions"})
         EXPECT_EQ(shell(std::string("ocmd_show --below 'show bay' main.par --") + mode),
                   "ocmd_show: main.par: no command line starts with \"show bay\"\nstatus 1");
 }

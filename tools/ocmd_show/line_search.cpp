@@ -121,6 +121,16 @@ std::vector<uint16_t> LineSearch::parents_of(uint16_t found) const {
     return {parents.begin(), parents.end()};
 }
 
+// States are in breadth-first order, so the first one before a state is nearest to the start.
+std::vector<uint16_t> LineSearch::path_to(uint16_t found) const {
+    std::vector<uint16_t> path;
+    for (uint32_t state = index_.at({found, line_.size()}); state != 0;
+         state = states_[state].previous.front())
+        path.push_back(states_[state].node);
+    std::ranges::reverse(path);
+    return path;
+}
+
 std::vector<uint16_t> LineSearch::reached_from(uint16_t found) const {
     std::vector<bool> met(links_.node_count());
     std::vector<uint16_t> order;

@@ -39,6 +39,9 @@ public:
     /// word of a record with an attach path.
     [[nodiscard]] std::vector<uint16_t> parents_of(uint16_t found) const;
 
+    /// Returns the shortest path to a found node, from its first word on.
+    [[nodiscard]] std::vector<uint16_t> path_to(uint16_t found) const;
+
     /// A found node and all that it reaches, each before its children, in the order of the first
     /// link to it.
     [[nodiscard]] std::vector<uint16_t> reached_from(uint16_t found) const;

@@ -59,6 +59,12 @@ constexpr std::array kModes{
          kBelow | kLevels | kRedirectRoot,
          "// ",
          "\n"},
+    Mode{{0, "functions", "FORM", "List the functions with their commands, or as C prototypes (c).",
+          true},
+         show_functions,
+         kBelow,
+         "",
+         ":\n"},
     Mode{{0, "check", nullptr, "Only validate the files and report all errors."},
          show_faults,
          kNothing,
@@ -136,6 +142,17 @@ uint32_t level_count(const char *text) {
     return errno != 0 || levels > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(levels);
 }
 
+bool is_c_header(const CommandLine &line) {
+    const char *form = line.value("functions");
+    if (form == nullptr)
+        return false;
+    if (strcmp(form, "c") != 0)
+        refuse("invalid argument '%s' for --functions; expected c", form);
+    if (line.operands().size() > 1)
+        refuse("--functions=c requires exactly one file");
+    return true;
+}
+
 Request request_of(const CommandLine &line, const Mode &mode) {
     for (size_t i = 0; i < kUses.size(); ++i)
         if (line.has(kOtherOptions[i].name) && (mode.uses & kUses[i]) == 0)
@@ -147,6 +164,7 @@ Request request_of(const CommandLine &line, const Mode &mode) {
     if (line.has("levels"))
         request.levels = level_count(line.value("levels"));
     request.redirect_root = line.has("redirect-root");
+    request.as_c_header = is_c_header(line);
     return request;
 }
 

@@ -19,6 +19,7 @@ struct Request {
     std::optional<std::string> below; ///< Only the nodes below this line, normalized.
     uint32_t levels = UINT32_MAX;     ///< Only this many levels below the top node.
     bool redirect_root = false;       ///< Draw the redirect root.
+    bool as_c_header = false;         ///< Functions as prototypes.
     size_t records_before = 0;        ///< Number of records in the files shown so far.
 };
 
@@ -33,6 +34,7 @@ Show show_nodes;
 Show show_yaml;
 Show show_json;
 Show show_dot;
+Show show_functions;
 Show show_faults;
 
 } // namespace show

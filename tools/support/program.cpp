@@ -43,6 +43,12 @@ int code_of(std::span<const Option> options, size_t i) {
     fputc('\n', stderr);
 }
 
+int argument_kind(const Option &option) {
+    if (option.argument == nullptr)
+        return no_argument;
+    return option.argument_may_be_omitted ? optional_argument : required_argument;
+}
+
 void print_help(const Program &program, std::span<const Option> options) {
     printf("Usage: %s [OPTION...] %s\n\n%s\n\n", program.name, program.operands, program.purpose);
     size_t widest = 0;
@@ -51,7 +57,8 @@ void print_help(const Program &program, std::span<const Option> options) {
         std::string form = option.letter != 0 ? std::string{'-', option.letter} + ", " : "    ";
         form += std::string{"--"} + option.name;
         if (option.argument != nullptr)
-            form += std::string{"="} + option.argument;
+            form += (option.argument_may_be_omitted ? "[=" : "=") + std::string{option.argument} +
+                    (option.argument_may_be_omitted ? "]" : "");
         widest = std::max(widest, form.size());
         forms.push_back(std::move(form));
     }
@@ -91,7 +98,7 @@ CommandLine parse(const Program &program, int argc, char **argv) {
     std::string letters;
     std::vector<option> names;
     for (size_t i = 0; i < options.size(); ++i) {
-        const int takes = options[i].argument != nullptr ? required_argument : no_argument;
+        const int takes = argument_kind(options[i]);
         names.push_back({options[i].name, takes, nullptr, code_of(options, i)});
         if (options[i].letter != 0)
             (letters += options[i].letter) += takes == required_argument ? ":" : "";

@@ -21,6 +21,7 @@ struct Option {
     const char *name;     ///< Long form.
     const char *argument; ///< Name of its argument; null if it has none.
     const char *help;     ///< Effect, in one line.
+    bool argument_may_be_omitted = false;
 };
 
 /// Description of a tool.
