@@ -6,7 +6,7 @@ unset CDPATH
 fuzz=$(cd "$(dirname "$0")" && pwd)
 cd "$1"
 rm -rf ./*_seeds
-mkdir {find,grammar,main_tree,subtree_file,tree_tools}_fuzz_seeds
+mkdir {find,grammar,main_tree,sample,subtree_file,tree_tools}_fuzz_seeds
 cp -r "$fuzz"/{grammars,../examples/switch,../tests/grammars/*.yaml} grammar_fuzz_seeds
 made=$(mktemp -d)
 trap 'rm -rf "$made"' EXIT
@@ -52,3 +52,6 @@ seed tree_tools_fuzz "" both.gz everything.main
 # Enough bytes for a small tree, and what is typed behind them.
 seed find_fuzz "$(printf 'a ab D / e %.0s' {1..30})"
 seed find_fuzz "$(printf 'ab%.0s' {1..90})"
+# Enough bytes for small trees of short and of long lines.
+seed sample_fuzz "$(printf 'a ab D / e %.0s' {1..30})"
+seed sample_fuzz "$(printf '\x01\x02\x04\x07%.0s' {1..60})"

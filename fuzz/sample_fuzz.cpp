@@ -1,10 +1,13 @@
 // Any bytes as a small tree, all of whose lines are sampled. The lines are those of the listing, in
-// its order, and those that are printed without being resolved are accepted.
+// its order, a cursor has the same ones, and those that are printed without being resolved are
+// accepted.
 //
-// Reaches: sample::LineNumbers::find, sample::LineSpeller::spell, sample::WrongLines::write
+// Reaches: sample::LineNumbers::find, sample::LineSpeller::spell, sample::LineCursor::move_to,
+// sample::WrongLines::write
 #include "fuzz/memory_file.h"
 #include "fuzz/small_tree.h"
 #include "tools/ocmd_sample/covering_lines.h"
+#include "tools/ocmd_sample/line_cursor.h"
 #include "tools/ocmd_sample/line_numbers.h"
 #include "tools/ocmd_sample/line_speller.h"
 #include "tools/ocmd_sample/line_writer.h"
@@ -36,6 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Random random{input()};
     LineSpeller types{file, numbers, ValueStyle::kTypes, random};
     LineSpeller values{file, numbers, ValueStyle::kRandom, random};
+    LineSpeller typical{file, numbers, ValueStyle::kTypical, random};
+    LineCursor type_cursor{numbers, &types};
+    LineCursor cursor{numbers, &typical};
     LineChecker checker{file};
     Line line;
     Spelling spelling;
@@ -45,6 +51,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         numbers.find(number, line);
         types.spell(line, OptionalWords::kWith, spelling);
         spelled += spelling.text + '\n';
+        type_cursor.move_to(number);
+        want(type_cursor.text() == spelling.text + '\n' && type_cursor.line().nodes == line.nodes,
+             spelling.text.c_str());
+        cursor.move_to((number ^ 1U) % count);
+        const std::string text{cursor.text()};
+        want(!cursor.is_certain() ||
+                 checker.resolve(std::string_view{text}.substr(0, text.size() - 1)) == TSH_ACCEPTED,
+             text.c_str());
         values.spell(line, OptionalWords::kRandom, spelling);
         want(
             spelling.is_doubtful || !spelling.has_value ||

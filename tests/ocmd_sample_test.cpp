@@ -107,6 +107,15 @@ TEST_F(Sample, OfWrongLinesIsRefusedWhereItSays) {
                   announced(wrong))
             << tree;
     }
+    std::mt19937 random(12);
+    for (int round = 0; round < 20; ++round) {
+        store("tree.par", grammar::random_tree(random, kWords, kTypes));
+        const std::string wrong = out("ocmd_sample --wrong tree.par | tee wrong");
+        EXPECT_EQ(std::regex_replace(out("ocmd_find --config=wrong tree.par"),
+                                     std::regex{", did you mean[^\n]*"}, ""),
+                  announced(wrong))
+            << wrong;
+    }
     const std::string wrong = out("ocmd_sample --wrong --flat lamps.par");
     for (const char *line :
          {"# 6: invalid <INTEGER> '0': expected 1 to 12\nlamp 0\n",
@@ -118,9 +127,10 @@ TEST_F(Sample, OfWrongLinesIsRefusedWhereItSays) {
 }
 
 TEST_F(Sample, OfAllWordsHasOptionalOnesBothWays) {
-    store("o.yaml", "words: {show: {words: {x: {optional: yes, words: {lamp: f}}}}, go: f}");
+    store("o.yaml", "words: {show: {words: {x: {optional: yes, words: {lamp: f}}}}, go: f, "
+                    "bay: {words: {near: {optional: yes, submode: yes, words: {dark: f}}}}}");
     EXPECT_EQ(shell("ocmd_compile --main o.yaml && ocmd_sample --cover o.par").out,
-              "go\nshow x lamp\nshow lamp\n");
+              "bay near\n  dark\nbay\ngo\nshow x lamp\nshow lamp\n");
 }
 
 // Pearson's test: with 36 lines and 35 degrees of freedom, more than 66.6 is expected once in a
@@ -166,6 +176,9 @@ TEST_F(Sample, OfATreeBeyondAllNumbersChoosesByRatio) {
     EXPECT_NEAR(std::stoi(lines), 200, 50);
     EXPECT_EQ(out("ocmd_sample --lines 2-2 --values types huge.par | tr ' ' '\\n' | grep -c even"),
               "1\n");
+    EXPECT_EQ(out("n=170141183460469231731687303715884105729; ocmd_sample --lines $n-$n --flat "
+                  "--values types huge.par | tr ' ' '\\n' | grep -n even"),
+              "73:even\n");
 }
 
 TEST_F(Sample, IsDividedByNumberAmongWorkers) {

@@ -53,18 +53,6 @@ double approximation_of(const Count &number) {
     return static_cast<double>(number.high()) * 0x1p64 + static_cast<double>(number.low());
 }
 
-// The same by interpolation: siblings often have about as many lines as one another.
-size_t interpolate(std::span<const Count> starts, const Count &number, const Count &end) {
-    const auto count = static_cast<double>(starts.size());
-    const double guess = count * approximation_of(number) / approximation_of(end);
-    size_t at = std::min(static_cast<size_t>(guess), starts.size() - 1);
-    while (starts[at] > number)
-        --at;
-    while (at + 1 < starts.size() && starts[at + 1] <= number)
-        ++at;
-    return at;
-}
-
 size_t first_link(const tool::LinkTable &links, uint16_t node) {
     return static_cast<size_t>(links.below(node).data() - links.below(0).data());
 }
@@ -76,18 +64,41 @@ LineNumbers::Record::Record(const tool::TreeRecord &record, bool has_root)
       below(tool::count_lines_below(links, order)), begins_with_root(has_root), count(below[0]) {
     if (begins_with_root && links.has_line(0))
         count += 1;
-    starts.resize(first_link(links, static_cast<uint16_t>(links.node_count() - 1)) +
-                  links.below(static_cast<uint32_t>(links.node_count() - 1)).size());
-    for (const uint16_t node : order) {
-        size_t link = first_link(links, node);
-        Count before;
-        for (const uint16_t child : links.below(node)) {
-            starts[link++] = before;
-            before += below[child];
-            before += links.has_line(child) ? 1 : 0;
-        }
-    }
+    divisions.resize(links.node_count());
+    for (const uint16_t node : order)
+        divide(node);
     measure(*this);
+}
+
+// The lines that end at a node or below it.
+Count LineNumbers::Record::lines_of(uint16_t node) const {
+    Count lines = below[node];
+    return lines += links.has_line(node) ? 1 : 0;
+}
+
+// Leaves of one parent, and children that are one shared node's parents, have equally many lines.
+void LineNumbers::Record::divide(uint16_t node) {
+    const auto children = links.below(node);
+    Division &division = divisions[node];
+    division.first_link = static_cast<uint32_t>(first_link(links, node));
+    division.children = static_cast<uint16_t>(children.size());
+    division.has_line = links.has_line(node);
+    division.leads_on = !below[node].is_zero();
+    if (children.empty() || below[node] > Count{UINT64_MAX})
+        return;
+    const uint64_t each = lines_of(children.front()).low();
+    if (std::ranges::all_of(children,
+                            [&](uint16_t child) { return lines_of(child).low() == each; })) {
+        division.each = each;
+        return;
+    }
+    division.first_start = static_cast<uint32_t>(starts.size());
+    uint64_t before = 0;
+    for (const uint16_t child : children) {
+        starts.push_back(before);
+        before += lines_of(child).low();
+    }
+    starts.push_back(before);
 }
 
 // Ratios are needed only where numbers do not suffice.
@@ -98,7 +109,8 @@ void LineNumbers::measure(Record &record) {
         record.exponent = all.exponent;
         return;
     }
-    record.ratios.resize(record.starts.size());
+    const auto last = static_cast<uint16_t>(record.links.node_count() - 1);
+    record.ratios.resize(first_link(record.links, last) + record.links.below(last).size());
     std::vector<Magnitude> below(record.links.node_count());
     for (const uint16_t node : record.order) {
         const size_t first = first_link(record.links, node);
@@ -161,12 +173,16 @@ void LineNumbers::find_in(const Record &record, Count rest, Line &line) {
 void LineNumbers::descend(const Record &record, uint16_t node, Count rest, Line &line) {
     for (;;) {
         const auto children = record.links.below(node);
-        const size_t first = first_link(record.links, node);
-        const std::span<const Count> starts{record.starts};
-        const size_t child =
-            interpolate(starts.subspan(first, children.size()), rest, record.below[node]);
-        rest -= record.starts[first + child];
-        node = children[child];
+        if (record.below[node] <= Count{UINT64_MAX}) {
+            const Share share = record.table().share(record.divisions[node], rest.low());
+            rest -= share.begin;
+            node = share.child;
+        } else {
+            auto child = children.begin();
+            for (Count lines; (lines = record.lines_of(*child)) <= rest; ++child)
+                rest -= lines;
+            node = *child;
+        }
         line.nodes.push_back(node);
         if (!record.links.has_line(node))
             continue;

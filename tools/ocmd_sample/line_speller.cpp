@@ -1,6 +1,8 @@
-// Few lines need the resolver: a line whose words each exclude their siblings has one reading.
+// Few lines need the resolver. Readings that are equally good spell a word differently only where a
+// value is typed, because keywords in full are preferred to everything else.
 #include "tools/ocmd_sample/line_speller.h"
 
+#include "base/chunk_copy.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/config_lines.h"
 #include "tools/ocmd_sample/parameter_values.h"
@@ -14,17 +16,6 @@
 namespace sample {
 
 namespace {
-
-enum Fact : uint8_t {
-    kSubmode = 1,
-    kOptional = 2,
-    kValueFirst = 4,  // begins with a parameter
-    kManyBelow = 8,   // has several children
-    kDoubtBelow = 16, // a child may be skipped, or has the keyword of another
-    kDoubtful = 32,   // its word is not what one types
-    kHasValue = 64,
-    kWithoutValue = 128 // no value is known, or it cannot be printed
-};
 
 bool is_usual(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_' || c == '.' ||
@@ -62,46 +53,77 @@ tsh_example_t example_for(ValueStyle style) {
 LineSpeller::LineSpeller(const tool::TreeFile &file, const LineNumbers &numbers, ValueStyle values,
                          Random &random)
     : file_(file), numbers_(numbers), values_(values), random_(random),
-      words_(file.records().size()) {
-    for (size_t record = 0; record < words_.size(); ++record) {
-        const auto nodes = file.records()[record].nodes;
-        words_[record].resize(nodes.size());
-        for (const uint16_t index : numbers.children_first(record)) {
-            Word &word = words_[record][index];
-            word.facts = facts_of(record, index);
-            bool has_value = true;
-            word.text = text_of(nodes[index], values, has_value);
-            if (!has_value)
-                word.facts |= kWithoutValue;
-        }
-    }
+      words_(file.records().size()), texts_(base::kCopyChunk, '\0') {
+    for (size_t record = 0; record < words_.size(); ++record)
+        words_[record].resize(file.records()[record].nodes.size());
 }
 
-uint8_t LineSpeller::facts_of(size_t record, uint16_t index) const {
-    const auto nodes = file_.records()[record].nodes;
-    const tree_node_t &node = nodes[index];
-    const std::string_view token = tool::text_of(node.token);
-    unsigned facts = (tool::is_submode(node) ? kSubmode : 0) | (node.optional != 0 ? kOptional : 0);
+void LineSpeller::learn(size_t record, uint16_t index, Word &word) {
+    const tree_node_t &node = file_.records()[record].nodes[index];
+    unsigned facts = facts_of(node);
+    std::string text;
+    if (has_fixed_words() || node.param_count == 0) {
+        bool has_value = true;
+        text = text_of(node, values_, has_value);
+        facts |= has_value ? 0U : Word::kWithoutValue;
+    }
+    const size_t begin = texts_.size() - base::kCopyChunk;
+    texts_.replace(begin, std::string::npos, kSlash);
+    texts_ += text;
+    texts_.append(base::kCopyChunk, '\0');
+    word = {static_cast<uint32_t>(begin), static_cast<uint32_t>(text.size()),
+            static_cast<uint16_t>(facts | Word::kKnown)};
+}
+
+unsigned LineSpeller::facts_of(const tree_node_t &node) const {
+    const unsigned facts = (tool::is_submode(node) ? Word::kSubmode : 0U) |
+                           (node.optional != 0 ? Word::kOptional : 0U);
     if (values_ == ValueStyle::kTypes)
-        return static_cast<uint8_t>(facts);
-    if (token.empty() && node.param_count > 0)
-        facts |= kValueFirst;
-    if (!has_word(node) || !std::ranges::all_of(token, is_usual))
-        facts |= kDoubtful;
-    if (node.param_count > 0)
-        facts |= kHasValue;
-    const auto children = numbers_.links(record).below(index);
-    if (children.size() > 1)
-        facts |= kManyBelow;
+        return facts;
+    const std::string_view token = tool::text_of(node.token);
+    const bool has_value = node.param_count > 0;
+    const bool is_unusual = !has_word(node) || !std::ranges::all_of(token, is_usual);
+    return facts | (has_value ? Word::kHasValue : 0U) |
+           (has_value && token.empty() ? Word::kValueFirst : 0U) |
+           (takes_rest(node) ? Word::kTakesRest : 0U) | (is_unusual ? Word::kUnusual : 0U);
+}
+
+// Only where a value is typed: words before it that may have been understood in several ways, and
+// siblings that could be meant by the same value.
+bool LineSpeller::adds_doubt(size_t record, std::span<const uint16_t> nodes, ValueStyle values) {
+    const Word &last = word(record, nodes.back());
+    if (values_ == ValueStyle::kTypes)
+        return false;
+    const auto above = nodes.first(nodes.size() - 1);
+    if (last.has(Word::kUnusual) ||
+        (!above.empty() && word(record, above.back()).has(Word::kTakesRest)))
+        return true;
+    if (!last.has(Word::kHasValue))
+        return false;
+    const bool has_root = numbers_.begins_with_root(record);
+    if ((!has_root && has_doubt_below(record, 0)) ||
+        std::ranges::any_of(above, [&](uint16_t node) { return has_doubt_below(record, node); }))
+        return true;
+    if (!last.has(Word::kValueFirst) || (has_root && above.empty()))
+        return false;
+    return collides(record, above.empty() ? 0 : above.back(), nodes.back(), values);
+}
+
+bool LineSpeller::has_doubt_below(size_t record, uint16_t node) {
+    Word &word = words_[record][node];
+    if (!word.has(Word::kSiblingsKnown))
+        word.add(Word::kSiblingsKnown | (finds_doubt_below(record, node) ? Word::kDoubtBelow : 0U));
+    return word.has(Word::kDoubtBelow);
+}
+
+bool LineSpeller::finds_doubt_below(size_t record, uint16_t node) const {
     std::set<std::string> keywords;
-    const bool is_doubtful = std::ranges::any_of(children, [&](uint16_t child) {
+    const auto nodes = file_.records()[record].nodes;
+    return std::ranges::any_of(numbers_.links(record).below(node), [&](uint16_t child) {
         const std::string_view keyword = tool::text_of(nodes[child].token);
         return nodes[child].optional != 0 || !has_word(nodes[child]) ||
                (!keyword.empty() && !keywords.insert(in_lower_case(keyword)).second);
     });
-    if (is_doubtful || takes_rest(node))
-        facts |= kDoubtBelow;
-    return static_cast<uint8_t>(facts);
 }
 
 std::optional<std::vector<std::string>> LineSpeller::words_of(const tree_node_t &node,
@@ -136,29 +158,27 @@ std::string LineSpeller::text_of(const tree_node_t &node, ValueStyle values,
 
 // Whether the parameter that a word of a line begins with has a sibling that could be meant by the
 // same value. Random values could mean any.
-bool LineSpeller::collides(const Line &line, size_t index, ValueStyle values) {
-    if (values == ValueStyle::kRandom || values == ValueStyle::kTypes)
-        return values == ValueStyle::kRandom;
-    const uint16_t parent = index == 0 ? 0 : line.nodes[index - 1];
-    const uint64_t key =
-        static_cast<uint64_t>(line.record) << 32U | uint32_t{parent} << 16U | line.nodes[index];
+bool LineSpeller::collides(size_t record, uint16_t parent, uint16_t node, ValueStyle values) {
+    const auto siblings = numbers_.links(record).below(parent);
+    if (siblings.size() == 1 || values == ValueStyle::kRandom)
+        return siblings.size() > 1;
+    const uint64_t key = static_cast<uint64_t>(record) << 32U | uint32_t{parent} << 16U | node;
     const auto [place, is_new] = collisions_.try_emplace(key, false);
     if (!is_new)
         return place->second;
-    const auto nodes = file_.records()[line.record].nodes;
-    const parameter_info_t &own = node(line, index).params[0];
+    const auto nodes = file_.records()[record].nodes;
+    const parameter_info_t &own = nodes[node].params[0];
     const std::string value = example_of(own, example_for(values)).value_or("");
     const std::string folded = in_lower_case(value);
-    place->second =
-        std::ranges::any_of(numbers_.links(line.record).below(parent), [&](uint16_t sibling) {
-            const tree_node_t &other = nodes[sibling];
-            const std::string keyword = in_lower_case(tool::text_of(other.token));
-            if (!keyword.empty())
-                return keyword.starts_with(folded) || folded.starts_with(keyword);
-            return other.params[0].type_mask != own.type_mask &&
-                   tsh_value_check(nullptr, &other.params[0], value.data(), value.size(), nullptr,
-                                   nullptr) == TSH_CHECK_ACCEPTED;
-        });
+    place->second = std::ranges::any_of(siblings, [&](uint16_t sibling) {
+        const tree_node_t &other = nodes[sibling];
+        const std::string keyword = in_lower_case(tool::text_of(other.token));
+        if (!keyword.empty())
+            return keyword.starts_with(folded) || folded.starts_with(keyword);
+        return other.params[0].type_mask != own.type_mask &&
+               tsh_value_check(nullptr, &other.params[0], value.data(), value.size(), nullptr,
+                               nullptr) == TSH_CHECK_ACCEPTED;
+    });
     return place->second;
 }
 
@@ -172,45 +192,40 @@ void LineSpeller::spell(const Line &line, OptionalWords optional, Spelling &spel
 // @return false if a part is empty because words were left out.
 bool LineSpeller::try_to_spell(const Line &line, OptionalWords optional, ValueStyle values,
                                Spelling &spelling) {
-    const std::vector<Word> &words = words_[line.record];
     std::string &text = spelling.text;
     text.clear();
     spelling.parts.clear();
     spelling.leaves_out = false;
     spelling.has_value = true;
     bool is_doubtful = numbers_.record_count() > 1;
-    unsigned above = numbers_.begins_with_root(line.record) ? 0 : words[0].facts;
     size_t begin = 0;
     for (size_t i = 0; i < line.nodes.size(); ++i) {
-        const Word &word = words[line.nodes[i]];
-        const unsigned facts = word.facts;
+        const Word word = this->word(line.record, line.nodes[i]);
         const bool is_last = i + 1 == line.nodes.size();
-        is_doubtful |= (above & kDoubtBelow) != 0 || (facts & kDoubtful) != 0 ||
-                       ((above & kManyBelow) != 0 && (facts & kValueFirst) != 0 && !is_doubtful &&
-                        collides(line, i, values));
-        above = facts;
-        const bool is_left_out = optional != OptionalWords::kWith && (facts & kOptional) != 0 &&
-                                 ((facts & kSubmode) == 0 || is_last) &&
+        is_doubtful =
+            is_doubtful || adds_doubt(line.record, std::span{line.nodes}.first(i + 1), values);
+        const bool is_left_out = optional != OptionalWords::kWith && word.has(Word::kOptional) &&
+                                 (!word.has(Word::kSubmode) || is_last) &&
                                  (optional == OptionalWords::kWithout || random_.coin());
         spelling.leaves_out |= is_left_out;
         if (!is_left_out) {
             const size_t place = text.size();
             if (place > begin)
                 text += ' ';
-            if (values == ValueStyle::kRandom && (facts & kHasValue) != 0)
+            if (values == ValueStyle::kRandom && word.has(Word::kHasValue))
                 text += text_of(node(line, i), values, spelling.has_value);
             else
-                text += word.text;
+                text += separated(word).substr(kSlash.size());
             if (place > begin && text.size() == place + 1)
                 text.resize(place);
-            spelling.has_value = spelling.has_value && (facts & kWithoutValue) == 0;
+            spelling.has_value = spelling.has_value && !word.has(Word::kWithoutValue);
         }
-        if (is_last || (facts & kSubmode) != 0) {
+        if (is_last || word.has(Word::kSubmode)) {
             if (spelling.leaves_out && text.size() == begin)
                 return false;
             spelling.parts.push_back({begin, text.size(), i + 1});
             if (!is_last)
-                text += " / ";
+                text += kSlash;
             begin = text.size();
         }
     }
@@ -220,23 +235,30 @@ bool LineSpeller::try_to_spell(const Line &line, OptionalWords optional, ValueSt
 
 // ---- Checks ----
 
+LineChecker::Resolver &LineChecker::top_resolver() {
+    if (!resolver_)
+        resolver_.emplace(file_);
+    tsh_context_t *context = resolver_->context.get();
+    tsh_context_leave(context, tsh_context_depth(context));
+    return *resolver_;
+}
+
 tsh_verdict_t LineChecker::resolve(std::string_view typed, uint32_t options) {
-    tsh_context_leave(context_.get(), tsh_context_depth(context_.get()));
-    return find::checked(
-        tsh_resolve(context_.get(), typed.data(), typed.size(), options, answer_.get()));
+    const Resolver &resolver = top_resolver();
+    return find::checked(tsh_resolve(resolver.context.get(), typed.data(), typed.size(), options,
+                                     resolver.answer.get()));
 }
 
 tsh_verdict_t LineChecker::resolve_saved(const Spelling &spelling, uint32_t options) {
-    tsh_context_leave(context_.get(), tsh_context_depth(context_.get()));
+    const Resolver &resolver = top_resolver();
     for (size_t i = 0;; ++i) {
         const std::string_view part = spelling.part(i);
-        const tsh_verdict_t verdict = find::checked(tsh_resolve(
-            context_.get(), part.data(), part.size(), TSH_SAVED_LINE | options, answer_.get()));
-        if (i + 1 == spelling.parts.size())
+        const tsh_verdict_t verdict =
+            find::checked(tsh_resolve(resolver.context.get(), part.data(), part.size(),
+                                      TSH_SAVED_LINE | options, resolver.answer.get()));
+        if (i + 1 == spelling.parts.size() || verdict != TSH_ACCEPTED)
             return verdict;
-        if (verdict != TSH_ACCEPTED)
-            return verdict;
-        if (!find::enter(*context_, *answer_))
+        if (!find::enter(*resolver.context, *resolver.answer))
             return TSH_REFUSED;
     }
 }

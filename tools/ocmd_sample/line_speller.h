@@ -42,8 +42,42 @@ struct Spelling {
     }
 };
 
+/// A word of a line, which is spelled when it is first needed.
+class Word {
+public:
+    Word() = default;
+    Word(uint32_t begin, uint32_t size, uint16_t facts)
+        : begin_(begin), size_(size), facts_(facts) {}
+
+    static constexpr unsigned kKnown = 1; ///< The word was spelled.
+    static constexpr unsigned kSubmode = 2;
+    static constexpr unsigned kOptional = 4;
+    static constexpr unsigned kHasValue = 8;
+    static constexpr unsigned kValueFirst = 16;    ///< Begins with a parameter.
+    static constexpr unsigned kTakesRest = 32;     ///< Nothing can follow its value.
+    static constexpr unsigned kUnusual = 64;       ///< Its keyword may not be what one types.
+    static constexpr unsigned kWithoutValue = 128; ///< No value is known, or it cannot be printed.
+    static constexpr unsigned kSiblingsKnown = 256;
+    static constexpr unsigned kDoubtBelow = 512; ///< A child may be skipped, or has the keyword of
+                                                 ///< another.
+
+    [[nodiscard]] bool has(unsigned facts) const { return (facts_ & facts) != 0; }
+    void add(unsigned facts) { facts_ = static_cast<uint16_t>(facts_ | facts); }
+    [[nodiscard]] size_t begin() const { return begin_; }
+    [[nodiscard]] size_t size() const { return size_; }
+
+private:
+    uint32_t begin_ = 0; // in the texts of the speller
+    uint32_t size_ = 0;
+    uint16_t facts_ = 0;
+};
+
 class LineSpeller {
 public:
+    /// The separator before the first word of a submode. Its last byte, a space, separates other
+    /// words.
+    static constexpr std::string_view kSlash = " / ";
+
     LineSpeller(const tool::TreeFile &file, const LineNumbers &numbers, ValueStyle values,
                 Random &random);
 
@@ -59,19 +93,44 @@ public:
         return words_of(node, values_);
     }
 
+    /// Returns whether the spelling of every line with optional words is made of the words of its
+    /// nodes.
+    [[nodiscard]] bool has_fixed_words() const { return values_ != ValueStyle::kRandom; }
+
+    /// Returns whether lines may be doubtful.
+    [[nodiscard]] bool has_doubts() const { return values_ != ValueStyle::kTypes; }
+
+    /// Returns the word of a node.
+    const Word &word(size_t record, uint16_t node) {
+        Word &word = words_[record][node];
+        if (!word.has(Word::kKnown))
+            learn(record, node, word);
+        return word;
+    }
+
+    /// Returns the text of a word after kSlash; base::kCopyChunk bytes can be read after it. Valid
+    /// until the next call of word.
+    [[nodiscard]] std::string_view separated(const Word &word) const {
+        return {texts_.data() + word.begin(), kSlash.size() + word.size()};
+    }
+
+    /// Returns whether the last of these nodes, a line up to there, makes it doubtful.
+    bool adds_doubt(size_t record, std::span<const uint16_t> nodes) {
+        return adds_doubt(record, nodes, values_);
+    }
+
     /// The node of a line at an index.
     [[nodiscard]] const tree_node_t &node(const Line &line, size_t index) const {
         return file_.records()[line.record].nodes[line.nodes[index]];
     }
 
 private:
-    struct Word {
-        std::string text;
-        uint8_t facts = 0;
-    };
-
-    [[nodiscard]] bool collides(const Line &line, size_t index, ValueStyle values);
-    [[nodiscard]] uint8_t facts_of(size_t record, uint16_t node) const;
+    void learn(size_t record, uint16_t node, Word &word);
+    [[nodiscard]] unsigned facts_of(const tree_node_t &node) const;
+    bool adds_doubt(size_t record, std::span<const uint16_t> nodes, ValueStyle values);
+    bool has_doubt_below(size_t record, uint16_t node);
+    [[nodiscard]] bool finds_doubt_below(size_t record, uint16_t node) const;
+    bool collides(size_t record, uint16_t parent, uint16_t node, ValueStyle values);
     [[nodiscard]] std::optional<std::vector<std::string>> words_of(const tree_node_t &node,
                                                                    ValueStyle values) const;
     [[nodiscard]] std::string text_of(const tree_node_t &node, ValueStyle values,
@@ -84,14 +143,14 @@ private:
     ValueStyle values_;
     Random &random_;
     std::vector<std::vector<Word>> words_;          // by record and node
+    std::string texts_;                             // of words, each after kSlash
     std::unordered_map<uint64_t, bool> collisions_; // by record, parent and child
 };
 
 /// Resolves spelled lines that are doubtful.
 class LineChecker {
 public:
-    explicit LineChecker(const tool::TreeFile &file)
-        : grammar_(file), context_(grammar_.new_context()), answer_(grammar_.new_answer()) {}
+    explicit LineChecker(const tool::TreeFile &file) : file_(file) {}
 
     /// Whether ocmd_find accepts the line.
     bool accepts_typed(const Spelling &spelling);
@@ -103,12 +162,22 @@ public:
     /// accepted. The answer is valid until the next call.
     tsh_verdict_t resolve(std::string_view typed, uint32_t options = 0);
     tsh_verdict_t resolve_saved(const Spelling &spelling, uint32_t options = 0);
-    [[nodiscard]] const tsh_answer_t *answer() const { return answer_.get(); }
+    [[nodiscard]] const tsh_answer_t *answer() const { return resolver_->answer.get(); }
 
 private:
-    find::FileGrammar grammar_;
-    find::ContextPtr context_;
-    find::AnswerPtr answer_;
+    struct Resolver {
+        explicit Resolver(const tool::TreeFile &file)
+            : grammar(file), context(grammar.new_context()), answer(grammar.new_answer()) {}
+
+        find::FileGrammar grammar;
+        find::ContextPtr context;
+        find::AnswerPtr answer;
+    };
+
+    Resolver &top_resolver();
+
+    const tool::TreeFile &file_;
+    std::optional<Resolver> resolver_; // made when a line is doubtful
 };
 
 } // namespace sample

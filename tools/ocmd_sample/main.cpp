@@ -1,8 +1,11 @@
 // ocmd_sample: command lines to test a device with.
+#include "base/chunk_copy.h"
 #include "tools/ocmd_sample/covering_lines.h"
+#include "tools/ocmd_sample/line_cursor.h"
 #include "tools/ocmd_sample/line_numbers.h"
 #include "tools/ocmd_sample/line_speller.h"
 #include "tools/ocmd_sample/line_writer.h"
+#include "tools/ocmd_sample/random_numbers.h"
 #include "tools/ocmd_sample/wrong_lines.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/program.h"
@@ -14,6 +17,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -47,7 +51,8 @@ constexpr tool::Program kProgram{
     "if successful, 1 if the tree is not valid or a line cannot be typed, 2 on error.",
     kOptions};
 
-constexpr int kMostAttempts = 4; // to find values that make a line unambiguous
+constexpr uint64_t kMostAtOnce = 1U << 20U; // random lines, which are printed in their order
+constexpr int kMostAttempts = 4;            // to find values that make a line unambiguous
 
 constexpr std::array<std::pair<std::string_view, ValueStyle>, 5> kValueStyles{
     {{"typical", ValueStyle::kTypical},
@@ -109,6 +114,10 @@ public:
           optional_(chosen(line, "optional", kOptionalWords)),
           values_(chosen(line, "values", kValueStyles)), numbers_(file),
           speller_(file, numbers_, values_, random_), checker_(file) {
+        has_texts_ =
+            line.has("flat") && optional_ == OptionalWords::kWith && speller_.has_fixed_words();
+        if (numbers_.fits_cursor())
+            cursor_.emplace(numbers_, has_texts_ ? &speller_ : nullptr);
         if (line.has("flat"))
             writer_ = std::make_unique<FlatWriter>(output_);
         else
@@ -135,19 +144,48 @@ private:
     }
 
     void write_cover() {
+        std::set<std::pair<size_t, uint16_t>> left_out; // optional submodes
         for_each_covering_line(numbers_, [&](const Line &line) {
             write(line, OptionalWords::kWith);
-            speller_.spell(line, OptionalWords::kWithout, spelling_);
-            if (spelling_.leaves_out)
-                write(line, OptionalWords::kWithout);
+            write_without(line);
+            // The line of a submode may lack the word that lines below it need.
+            for (Line above = line; above.nodes.size() > 1;) {
+                above.nodes.pop_back();
+                const uint16_t node = above.nodes.back();
+                const Word &word = speller_.word(above.record, node);
+                if (word.has(Word::kSubmode) && word.has(Word::kOptional) &&
+                    left_out.insert({above.record, node}).second)
+                    write_without(above);
+            }
         });
     }
 
+    // Writes the line without its optional words, if it has some.
+    void write_without(const Line &line) {
+        speller_.spell(line, OptionalWords::kWithout, spelling_);
+        if (spelling_.leaves_out)
+            write(line, OptionalWords::kWithout);
+    }
+
     void write_random(Count rest) {
+        if (cursor_) {
+            write_random_numbers(rest);
+            return;
+        }
         Line line;
         for (; !rest.is_zero() && !numbers_.count().is_zero(); rest -= 1) {
             numbers_.pick(random_, line);
             write(line, optional_);
+        }
+    }
+
+    void write_random_numbers(Count rest) {
+        const uint64_t count = numbers_.count().low();
+        while (!rest.is_zero() && count > 0) {
+            const uint64_t drawn = std::min(rest, Count{kMostAtOnce}).low();
+            for (const uint64_t number : random_numbers_.draw(drawn, count, random_))
+                write_numbered(number);
+            rest -= drawn;
         }
     }
 
@@ -162,9 +200,28 @@ private:
         }
         Line line;
         for (Count number = range.begin; number < range.end; number += 1) {
+            if (cursor_) {
+                write_numbered(number.low());
+                continue;
+            }
             numbers_.find(number, line);
             write(line, optional_);
         }
+    }
+
+    void write_numbered(uint64_t number) {
+        cursor_->move_to(number);
+        if (has_texts_ && cursor_->is_certain())
+            write_complete(cursor_->text());
+        else
+            write(cursor_->line(), optional_);
+    }
+
+    void write_complete(std::string_view text) {
+        if (text.size() <= tool::TextOutput::kMostRoom)
+            output_.take_until(base::copy_in_chunks(output_.room(), text));
+        else
+            output_ << text;
     }
 
     bool is_accepted() {
@@ -203,6 +260,9 @@ private:
     ValueStyle values_;
     LineNumbers numbers_;
     LineSpeller speller_;
+    bool has_texts_ = false; // of the cursor are what is printed
+    std::optional<LineCursor> cursor_;
+    RandomNumbers random_numbers_;
     LineChecker checker_;
     std::unique_ptr<LineWriter> writer_;
     Spelling spelling_;
