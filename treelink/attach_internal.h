@@ -1,8 +1,8 @@
 // Common parts of resolving and attaching subtrees.
 #pragma once
 
-#include "treelink/attach.h"
 #include "treelink/link_report_internal.h"
+#include "treelink/subtree_read.h"
 
 #include <algorithm>
 #include <span>

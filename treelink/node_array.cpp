@@ -1,5 +1,5 @@
 // Growable node array, and adjustment of child indices.
-#include "treelink/attach.h"
+#include "treelink/node_array.h"
 
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree_library.h"

@@ -1,4 +1,6 @@
 // Prebuilt trees, and the tables of their nodes and parents.
+#include "treelink/prebuilt_tree.h"
+
 #include "base/escape.h"
 #include "parse_tree/par_file_internal.h"
 #include "parse_tree/tree_check_internal.h"

@@ -1,5 +1,5 @@
 // Resolution of attach points, and borrowing of missing ones.
-#include "treelink/attach.h"
+#include "treelink/attach_points.h"
 
 #include "parse_tree/tree_library.h"
 #include "treelink/attach_internal.h"
