@@ -10,6 +10,7 @@
 #include "parse_tree/tree_file.h"
 #include "parse_tree/tree_library.h"
 #include "platform/robust_string.h"
+#include "treelink/ignored_data_internal.h"
 #include "treelink/link_memory_internal.h"
 #include "treelink/link_report_internal.h"
 #include "treelink/link_table_internal.h"
@@ -182,17 +183,38 @@ bool exceeds_link(const char *file_name, uint32_t node_count) {
     return !fits;
 }
 
+// Reports data after the subtrees of a file whose reader has stopped without a message. The number
+// is that of the next subtree.
+void report_ignored_data(const char *file_name, gzFile file, uint32_t number) {
+    const bool ended = gzgetc(file) < 0;
+    if (!ended)
+        tsh::warn(
+            Loss::kPart,
+            "*** Treelink Warning ***: File %s: record %u has no nodes and ends the file, the "
+            "rest of it is ignored\n",
+            file_name, number);
+    else if (gzdirect(file) == 0 &&
+             tsh::data_follows_members(file_name, static_cast<uint32_t>(gztell(file))))
+        tsh::warn(Loss::kPart,
+                  "*** Treelink Warning ***: File %s: data after the compressed data is ignored\n",
+                  file_name);
+}
+
 // Stops at the first subtree that cannot be read: the rest of the file cannot be interpreted.
 void file_all_subtrees(const char *file_name, gzFile file, subtree_entry_t **head) {
     const bool debug = debug_flag == 1;
-    while (true) {
+    const uint32_t losses = tsh_link_losses;
+    for (uint32_t number = 1;; ++number) {
         tree_node_t *nodes = nullptr;
         uint32_t node_count = 0;
         subtree_path_t path;
         if (debug)
             show_link_table();
-        if (read_par_tree(file_name, file, &nodes, &node_count, &path, 1, 1) < 0)
+        if (read_par_tree(file_name, file, &nodes, &node_count, &path, 1, 1) < 0) {
+            if (number > 1 && tsh_link_losses == losses)
+                report_ignored_data(file_name, file, number);
             return;
+        }
         if (exceeds_link(file_name, node_count)) {
             free(nodes);
             return;

@@ -73,7 +73,8 @@ TSH_API int32_t treelink_init(void);
  * else unresolved_subtree_table. The first file that can be opened starts the link. Stops reading
  * the file at a subtree that read_par_tree rejects, and at a subtree that exceeds
  * TREELINK_MAX_NODES or TREELINK_MAX_SUBTREES, which is reported on standard error; the subtrees
- * before it stay in the list.
+ * before it stay in the list. Data that is ignored because it follows a subtree without nodes or
+ * the compressed data of a regular file, is also reported there.
  * @return 0 if the file was opened; -1 with errno set and a message on standard error if it cannot
  *         be opened or is a directory; nothing else is changed then. */
 TSH_API int32_t read_parser_file(const char *file_name, uint8_t kind);

@@ -2,7 +2,6 @@
 // the steps.
 #include "base/escape.h"
 #include "base/owners.h"
-#include "tools/ocmd_link/unread.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
 #include "tools/support/tree_shape.h"
@@ -151,24 +150,26 @@ void count_loss() {
     ++tsh_link_losses;
 }
 
+// The subtrees of one file, in reverse order of reading.
+struct Records {
+    const subtree_entry_t *first;
+    const subtree_entry_t *end;
+
+    [[nodiscard]] bool empty() const { return first == end; }
+};
+
 const subtree_entry_t *records_of(uint8_t kind) {
     return kind == SUBTREE_FILE_ROOT ? tsh_root_tree_table : unresolved_subtree_table;
 }
 
 // Returns nothing, with errno set, if the file cannot be opened; the library reports this.
-std::optional<tool::Records> read_file(const Input &input, uint8_t kind) {
+std::optional<Records> read_file(const Input &input, uint8_t kind) {
     if (verbose != 0)
         base::print_escaped(stdout, "Merging file %s\n", input.name.c_str());
     const subtree_entry_t *before = records_of(kind);
-    const uint32_t losses = tsh_link_losses;
     if (read_parser_file(input.path.c_str(), kind) != 0)
         return std::nullopt;
-    const tool::Records records{records_of(kind), before};
-    if (tsh_link_losses == losses &&
-        !records.empty()) // otherwise missing input was already reported
-        for (uint32_t left = tool::report_unread(input.path, input.name, records); left > 0; --left)
-            count_loss();
-    return records;
+    return Records{records_of(kind), before};
 }
 
 void read_root(const Input &input) {
