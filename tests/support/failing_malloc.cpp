@@ -27,10 +27,10 @@ failing_malloc::Tally failing_malloc::disarm() {
     return tally;
 }
 
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define UNDER_SANITIZER
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define UNDER_SANITIZER
 #endif
 #endif
