@@ -10,7 +10,7 @@ namespace sample {
 namespace {
 
 constexpr size_t kOnlyRecord = 0; // of the file
-constexpr uint16_t kRoot = 0;
+constexpr uint16_t kRootNode = 0;
 constexpr uint8_t kOmitsSlash = LineSpeller::kSlash.size() - 1; // between words is its space
 constexpr uint8_t kOmitsAll = LineSpeller::kSlash.size();
 
@@ -27,10 +27,10 @@ void LineCursor::begin() {
     const LineNumbers::Division &root = *divisions_.of;
     depth_ = numbers_.begins_with_root(kOnlyRecord) ? 1 : 0;
     root_levels_ = 1 - depth_;
-    nodes_[0] = kRoot;
+    nodes_[0] = kRootNode;
     end_ = {};
     if (depth_ > 0)
-        end_ = add(kRoot, {});
+        end_ = add(kRootNode, {});
     levels_.assign(1, {depth_ > 0 && root.has_line ? 1U : 0U, numbers_.count().low(), &root, end_});
 }
 

@@ -68,9 +68,8 @@ void LineSpeller::learn(size_t record, uint16_t index, Word &word) {
         facts |= has_value ? 0U : Word::kWithoutValue;
     }
     const size_t begin = texts_.size() - base::kCopyChunk;
-    texts_.replace(begin, std::string::npos, kSlash);
-    texts_ += text;
-    texts_.append(base::kCopyChunk, '\0');
+    texts_.resize(begin);
+    texts_.append(kSlash).append(text).append(base::kCopyChunk, '\0');
     word = {static_cast<uint32_t>(begin), static_cast<uint32_t>(text.size()),
             static_cast<uint16_t>(facts | Word::kKnown)};
 }
