@@ -2,8 +2,8 @@
 // grammar (ocmd_show --yaml) compiles to the same records. The compiler uses at most the memory of
 // its man page.
 //
-// Reaches: compiler::YamlReader::next, compiler::understand, compiler::check, compiler::lay_out,
-// show::show_yaml
+// Reaches: compiler::YamlReader::next, compiler::understand, compiler::check, compiler::check_links,
+// compiler::lay_out, show::show_yaml
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "parse_tree/tree_check.h"
@@ -63,8 +63,11 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
     for (compiler::YamlDocument yaml; reader.next(yaml);)
         grammar.documents.push_back(
             compiler::understand(yaml, TREE_MAX_NODES, grammar.texts, messages));
-    if (with_checks)
+    if (with_checks) {
+        compiler::Messages of_links;
+        compiler::check(grammar, true, *usual_levels, of_links);
         compiler::check(grammar, false, *usual_levels, messages);
+    }
     messages.tell();
     want(memory.most() <= 200 * size + (size_t{64} << 20U), "memory");
     std::vector<Records> all;

@@ -18,6 +18,7 @@ ocmd_gen -gs switch/main.par >dump
 for view in commands nodes json dot; do
     ocmd_show --"$view" switch/main.par >"$view"
 done
+ocmd_compile -o switch/bays.par "$clone/examples/switch/bays.yaml"
 ocmd_show --yaml switch/bays.par >yaml
 
 scratch=$(mktemp -d)

@@ -162,23 +162,27 @@ TEST_F(Compile, NamesNodesByThePathOfWords) {
     EXPECT_STREQ(nodes[4].name, "desk.show%2eall.<STRING><LINE>");
 }
 
-TEST_F(Compile, MakesAMainTreeThatListsLikeTheLinkedOne) {
-    const std::string root = "words: {arrange: {submode: yes}, show: {words: {clock: f}}}\n";
-    const std::string ward = "{help: x, words: {<INTEGER>: {min: 1, max: 9, submode: yes, "
-                             "words: {label: {words: {<LINE>: {optional: yes, command: g}}}}}}}";
-    store("root.yaml", root);
-    store("ward.yaml", "below: arrange\nwords:\n  ward: " + ward + "\n");
-    store("all.yaml", "words:\n  arrange: {submode: yes, words: {ward: " + ward +
-                          "}}\n  show: {words: {clock: f}}\n");
-    const Outcome linked = shell("ocmd_compile root.yaml ward.yaml && ocmd_link -o linked.par "
-                                 "root.par ward.par && ocmd_gen -s linked.par");
-    const Outcome whole =
-        shell("ocmd_compile --main -o - all.yaml >main.par && ocmd_gen -s main.par");
-    EXPECT_EQ(whole.err, "");
-    EXPECT_EQ(whole.out, "\n[     1].  arrange\n[     2].    ward  <INTEGER>\n"
-                         "[     3].      label  <LINE>[o]\n[     4].  show  clock\n\n");
-    EXPECT_EQ(linked.out, whole.out) << linked.err;
-    EXPECT_EQ(std::filesystem::file_size(path("main.par")), 10000U);
+TEST_F(Compile, LinksAsTheLinkerDoes) {
+    const std::string folder = TEST_FILES "/../examples/switch";
+    const Outcome linked =
+        shell("'" + folder + "/make.sh' . && mkdir parts && cp '" + folder +
+              "'/*.yaml parts && ocmd_compile parts/*.yaml && "
+              "ocmd_link --strict -p . -o linked.par parts/root.par parts/*.par");
+    EXPECT_EQ(linked.err, "");
+    EXPECT_EQ(read_file(path("main.par")), read_file(path("linked.par")));
+    // Attached in another order than it is read, and to a word that is attached itself.
+    store("root.yaml", "words: {arrange: {submode: yes}, show: {name: show, words: {clock: f}}}\n");
+    store("parts.yaml",
+          "below: ward\nwords: {label: {words: {<LINE>: {optional: yes, command: g}}}}\n"
+          "---\nbelow: [arrange, show, arrange]\nwords: {ward: {name: ward}}\n");
+    const Outcome both = shell("ocmd_compile --main -o - parts.yaml root.yaml >main.par && "
+                               "ocmd_compile root.yaml parts.yaml && "
+                               "ocmd_link -o linked.par root.par parts.par 2>/dev/null");
+    EXPECT_EQ(both, (Outcome{0, "", ""}));
+    EXPECT_EQ(read_file(path("main.par")), read_file(path("linked.par")));
+    EXPECT_EQ(shell("ocmd_gen -s main.par").out,
+              "\n[     1].  arrange\n[     2].    ward  label  <LINE>[o]\n[     3].  show  clock\n"
+              "[     4].  show  ward  label  <LINE>[o]\n\n");
 }
 
 // ---- Errors ----
@@ -367,8 +371,11 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
         {"ocmd_compile none.yaml", 2, "none.yaml: cannot read: No such file or directory\n"},
         {"ocmd_compile -o /dev/full a.yaml", 2, "/dev/full: cannot be written: No space left"},
         {"ocmd_compile -o none/a.par a.yaml", 2, "none/a.par: cannot be written: No such file"},
-        {"ocmd_compile --main -o m.par a.yaml a.yml", 1,
-         "a.yml:1:1: error: more than one document"},
+        {"ocmd_compile --main a.yaml a.yml", 2, "missing option: -o OUT\n"},
+        {"ocmd_compile -p . a.yaml", 2, "-p requires --main\n"},
+        {"ocmd_compile -M a.par a.yaml", 2, "a.par: the dependencies would overwrite"},
+        {"ocmd_compile -o - -M a.d a.yaml", 2, "-M requires an output file; use -o OUT\n"},
+        {"ocmd_compile --check -o b.par - -M b.d <a.yaml && ! ls b.par b.d 2>&1", 0, ""},
         {"cat a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
         {"tr '\\n' '\\r' <a.yaml | ocmd_compile -o - - | cmp - a.par", 0, ""},
         {"(printf '\\357\\273\\277'; cat a.yaml) | ocmd_compile -o - - | cmp - a.par", 0, ""},
@@ -378,7 +385,7 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
         {R"(printf 'b:\r\nc: \r' | ocmd_compile -o b.par -)", 1,
          "standard input:2:1: error: unknown key 'c'"},
         {"echo 'below: x' | cat - a.yaml | ocmd_compile --main -o m.par -", 1,
-         "'below' is not allowed with --main"},
+         "standard input:1:8: error: no root among the input files"},
         {"head -c 268435457 /dev/zero | ocmd_compile -o z.par -", 2,
          "file too large (limit: 268435456 bytes)"},
     };

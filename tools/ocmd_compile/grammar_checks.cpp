@@ -4,6 +4,8 @@
 
 #include "base/huge_pages.h"
 #include "param_reg/values.h"
+#include "tools/ocmd_compile/attachments.h"
+#include "tools/ocmd_compile/link_checks.h"
 #include "tools/support/tree_input.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
@@ -35,6 +37,8 @@ constexpr const char *kSoundTree = "the document is valid";
 // Input and output of one check.
 struct Run {
     const Grammar &grammar;
+    const Attachments &attachments;                      // empty unless main
+    const std::vector<const Document *> &children_first; // likewise
     bool main;
     const char *name;
     Severity severity;
@@ -66,14 +70,54 @@ const Word *sound_word(const Document &document, const Link &link) {
     return word != nullptr && word->sound ? word : nullptr;
 }
 
+// Siblings: the words of a list, followed by the first words of the documents attached there.
+class Siblings {
+public:
+    Siblings(const Document &document, const Word &parent,
+             std::span<const Document *const> attached = {})
+        : document_(document), links_(document.links_of(parent)), attached_(attached) {}
+
+    [[nodiscard]] size_t size() const { return links_.size() + attached_.size(); }
+    [[nodiscard]] size_t first_attached() const { return links_.size(); }
+
+    // Returns null for an invalid word.
+    [[nodiscard]] const Word *word(size_t i) const {
+        if (i < links_.size())
+            return sound_word(document_, links_[i]);
+        const Document &attached = document(i);
+        return attached.words.empty() || !attached.words[0].sound ? nullptr : attached.words.data();
+    }
+    [[nodiscard]] const Document &document(size_t i) const {
+        return i < links_.size() ? document_ : *attached_[i - links_.size()];
+    }
+    [[nodiscard]] Place place(size_t i) const {
+        return i < links_.size() ? links_[i].place : document(i).words[0].place;
+    }
+
+private:
+    const Document &document_;
+    std::span<const Link> links_;
+    std::span<const Document *const> attached_;
+};
+
 // Calls the function once for every list of words, shared or not.
 template <typename Call> void for_each_list(const Run &run, const Call &call) {
     for (const Document &document : run.grammar.documents) {
         std::unordered_set<uint32_t> seen;
         for (const Word &word : document.words)
             if (document.complete && word.link_count > 1 && seen.insert(word.first_link).second)
-                call(document, document.links_of(word));
+                call(Siblings{document, word});
     }
+}
+
+// Calls the function for every word to which documents are attached.
+template <typename Call> void for_each_attached_list(const Run &run, const Call &call) {
+    std::unordered_set<std::string_view> seen;
+    for (const Attachment &attachment : run.attachments.all())
+        if (attachment.word != nullptr && attachment.parent->complete &&
+            seen.insert(attachment.point).second)
+            call(Siblings{*attachment.parent, *attachment.word,
+                          run.attachments.below(attachment.point)});
 }
 
 std::string spelled(const Word &word) {
@@ -145,17 +189,16 @@ struct Keyword {
     size_t position;
 };
 
-// The keywords of the valid words of a list, sorted.
+// The keywords of the valid words among siblings, sorted.
 class SortedKeywords {
 public:
-    SortedKeywords(const Document &document, std::span<const Link> links) {
-        keywords_.reserve(links.size());
+    explicit SortedKeywords(const Siblings &siblings) {
+        keywords_.reserve(siblings.size());
         size_t size = 0;
-        for_each_keyword(document, links,
-                         [&](std::string_view token, size_t) { size += token.size(); });
+        for_each_keyword(siblings, [&](std::string_view token, size_t) { size += token.size(); });
         text_.resize(size); // once, so that no token moves
         char *next = text_.data();
-        for_each_keyword(document, links, [&](std::string_view token, size_t position) {
+        for_each_keyword(siblings, [&](std::string_view token, size_t position) {
             std::ranges::transform(token, next, to_lower);
             const std::string_view lower{next, token.size()};
             keywords_.push_back({head_of(lower), lower, position});
@@ -171,10 +214,9 @@ public:
 
 private:
     template <typename Call>
-    static void for_each_keyword(const Document &document, std::span<const Link> links,
-                                 const Call &call) {
-        for (size_t i = 0; i < links.size(); ++i) {
-            const Word *word = sound_word(document, links[i]);
+    static void for_each_keyword(const Siblings &siblings, const Call &call) {
+        for (size_t i = 0; i < siblings.size(); ++i) {
+            const Word *word = siblings.word(i);
             if (word != nullptr && !word->key.token.empty())
                 call(word->key.token, i);
         }
@@ -223,42 +265,51 @@ void duplicate_name(const Run &run) {
 }
 
 // Lookups compare keywords by their keyword alone, ignoring case; the linker's rule for conflicting
-// nodes compares parameters by their first type, of which some may repeat.
+// nodes compares parameters by their first type, of which some may repeat. Reports conflicts of the
+// siblings from the first one on.
+void report_same_words(const Run &run, const Siblings &siblings, size_t first_reported) {
+    Conflicts conflicts;
+    const SortedKeywords keywords{siblings};
+    const Keyword *first = nullptr;
+    for (const Keyword &keyword : keywords) {
+        if (first != nullptr && first->token == keyword.token)
+            conflicts.emplace(keyword.position, first->position);
+        else
+            first = &keyword;
+    }
+    std::unordered_map<uint32_t, size_t> parameters;
+    for (size_t i = 0; i < siblings.size(); ++i) {
+        const Word *word = siblings.word(i);
+        if (word == nullptr || !word->key.token.empty() || word->key.parameter_count == 0)
+            continue;
+        const uint32_t mask = word->key.types[0];
+        if (tsh_mask_may_repeat(nullptr, mask) == 0)
+            conflicts.emplace(i, parameters.emplace(mask, i).first->second);
+    }
+    for (const auto &[position, other] : conflicts) {
+        const Word *word = siblings.word(position);
+        if (position >= first_reported && word != siblings.word(other))
+            run.tell(
+                siblings.document(position), siblings.place(position),
+                spelled(*word) + " and its sibling " + spelled(*siblings.word(other)) +
+                    " match the same word",
+                {{siblings.document(other).file, siblings.place(other), "sibling defined here"}});
+    }
+}
+
 void same_word(const Run &run) {
-    for_each_list(run, [&](const Document &document, std::span<const Link> links) {
-        Conflicts conflicts;
-        const SortedKeywords keywords{document, links};
-        const Keyword *first = nullptr;
-        for (const Keyword &keyword : keywords) {
-            if (first != nullptr && first->token == keyword.token)
-                conflicts.emplace(keyword.position, first->position);
-            else
-                first = &keyword;
-        }
-        std::unordered_map<uint32_t, size_t> parameters;
-        for (size_t i = 0; i < links.size(); ++i) {
-            const Word *word = sound_word(document, links[i]);
-            if (word == nullptr || !word->key.token.empty() || word->key.parameter_count == 0)
-                continue;
-            const uint32_t mask = word->key.types[0];
-            if (tsh_mask_may_repeat(nullptr, mask) == 0)
-                conflicts.emplace(i, parameters.emplace(mask, i).first->second);
-        }
-        for (const auto &[position, other] : conflicts)
-            if (links[position].child != links[other].child)
-                run.tell(document, links[position].place,
-                         spelled(document.words[links[position].child]) + " and its sibling " +
-                             spelled(document.words[links[other].child]) + " match the same word",
-                         {{document.file, links[other].place, "sibling defined here"}});
+    for_each_list(run, [&](const Siblings &siblings) { report_same_words(run, siblings, 0); });
+    for_each_attached_list(run, [&](const Siblings &siblings) {
+        report_same_words(run, siblings, siblings.first_attached());
     });
 }
 
 // The first-match lookup takes the first keyword that begins with the typed word, whatever comes
 // later. A keyword that equals its sibling is same_word's.
 void shadowed(const Run &run) {
-    for_each_list(run, [&](const Document &document, std::span<const Link> links) {
+    for_each_list(run, [&](const Siblings &siblings) {
         Conflicts conflicts;
-        const SortedKeywords keywords{document, links};
+        const SortedKeywords keywords{siblings};
         for (auto keyword = keywords.begin(); keyword != keywords.end(); ++keyword) {
             // What begins with a keyword stands right behind it.
             auto longer = keyword + 1;
@@ -269,12 +320,12 @@ void shadowed(const Run &run) {
                 conflicts.emplace(keyword->position, longer->position);
         }
         for (const auto &[position, other] : conflicts) {
-            const Word &word = document.words[links[position].child];
-            run.tell(document, links[position].place,
-                     spelled(word) + " is shadowed by its sibling " +
-                         spelled(document.words[links[other].child]) +
-                         " in the shell's first-match lookup; put " + spelled(word) + " first",
-                     {{document.file, links[other].place, "sibling defined here"}});
+            const Word &word = *siblings.word(position);
+            run.tell(
+                siblings.document(position), siblings.place(position),
+                spelled(word) + " is shadowed by its sibling " + spelled(*siblings.word(other)) +
+                    " in the shell's first-match lookup; put " + spelled(word) + " first",
+                {{siblings.document(other).file, siblings.place(other), "sibling defined here"}});
         }
     });
 }
@@ -291,6 +342,7 @@ void dead_end(const Run &run) {
             const Word &word = document.words[i];
             const bool may_be_attach_point = word.name_given && !run.main;
             if (document.complete && word.sound && word.link_count == 0 && !may_be_attach_point &&
+                run.attachments.below(word.name).empty() &&
                 (flags_of(document, word) & kEnds) == 0 && word.name != kRedirectRoot &&
                 !redirect_roots.contains(i))
                 run.tell(document, word.place,
@@ -398,7 +450,8 @@ void message_type(const Run &run) {
 // redirect root, or the root itself if it has none.
 void redirect_root(const Run &run) {
     for (const Document &document : run.grammar.documents) {
-        const bool to_be_loaded = run.main || (document.is_root && document.wants_redirect_root);
+        const bool to_be_loaded = run.main ? run.attachments.of(document).empty()
+                                           : document.is_root && document.wants_redirect_root;
         if (!to_be_loaded || !document.complete || document.words.empty() ||
             !document.words[0].sound)
             continue;
@@ -416,24 +469,80 @@ void redirect_root(const Run &run) {
     }
 }
 
-// Heights are computed bottom-up, in the order in which the words were finished.
-void depth(const Run &run) {
-    for (const Document &document : run.grammar.documents) {
-        if (!is_whole(document))
-            continue;
-        std::vector<uint32_t> levels(document.words.size(), 1);
+// Words with their levels, including all words below them: bottom-up in each document, in the order
+// in which its words were finished, and after the documents that are attached to it.
+class Heights {
+public:
+    Heights(const Run &run, const std::vector<const Document *> &documents) : run_(run) {
+        for (const Document *document : documents)
+            measure(*document);
+    }
+
+    [[nodiscard]] uint32_t of(const Document &document, uint32_t word = 0) const {
+        return levels_.at(&document)[word];
+    }
+
+    // A word in its document.
+    struct Step {
+        const Document *document;
+        uint32_t word;
+    };
+
+    // Returns the highest child.
+    [[nodiscard]] Step below(const Step &step) const {
+        const Word &word = step.document->words[step.word];
+        Step highest = step;
+        uint32_t height = 0;
+        for_each_child(*step.document, word, [&](const Step &child) {
+            if (const uint32_t other = of(*child.document, child.word); other > height)
+                highest = child, height = other;
+        });
+        return highest;
+    }
+
+private:
+    template <typename Call>
+    void for_each_child(const Document &document, const Word &word, const Call &call) const {
+        for (const Link &link : document.links_of(word))
+            call(Step{&document, link.child});
+        for (const Document *attached : run_.attachments.below(word.name))
+            call(Step{attached, 0});
+    }
+
+    void measure(const Document &document) {
+        std::vector<uint32_t> &levels = levels_[&document];
+        levels.assign(document.words.size(), 1);
         for (const uint32_t i : document.finished)
-            for (const Link &link : document.links_of(document.words[i]))
-                levels[i] = std::max(levels[i], levels[link.child] + 1);
-        if (levels.empty() || levels[0] <= TREE_MAX_LEVELS)
+            for_each_child(document, document.words[i], [&](const Step &child) {
+                levels[i] =
+                    std::max(levels[i], child.document == &document ? levels[child.word] + 1
+                                                                    : of(*child.document) + 1);
+            });
+    }
+
+    const Run &run_;
+    std::unordered_map<const Document *, std::vector<uint32_t>> levels_;
+};
+
+void depth(const Run &run) {
+    const std::vector<Document> &documents = run.grammar.documents;
+    if (run.main && !std::ranges::all_of(documents, is_whole))
+        return;
+    std::vector<const Document *> order = run.children_first;
+    if (!run.main)
+        for (const Document &document : documents)
+            if (is_whole(document))
+                order.push_back(&document);
+    const Heights heights{run, order};
+    for (const Document *document : order) {
+        if (document->words.empty() || !run.attachments.of(*document).empty() ||
+            heights.of(*document) <= TREE_MAX_LEVELS)
             continue;
-        uint32_t i = 0;
+        Heights::Step step{document, 0};
         for (int level = 1; level <= TREE_MAX_LEVELS; ++level)
-            i = std::ranges::max(document.links_of(document.words[i]), {}, [&](const Link &link) {
-                    return levels[link.child];
-                }).child;
-        run.tell(document, document.words[i].place,
-                 "tree has " + std::to_string(levels[0]) + " levels, the limit is " +
+            step = heights.below(step);
+        run.tell(*step.document, step.document->words[step.word].place,
+                 "tree has " + std::to_string(heights.of(*document)) + " levels, the limit is " +
                      std::to_string(TREE_MAX_LEVELS) + "; the limit is exceeded here");
     }
 }
@@ -447,6 +556,8 @@ void missing_help(const Run &run) {
 }
 
 void unknown_attach_point(const Run &run) {
+    if (run.main) // always an error
+        return;
     std::unordered_set<std::string_view> names;
     for (const Document &document : run.grammar.documents)
         for (const Word &word : document.words)
@@ -539,12 +650,13 @@ constexpr std::array kTable{
          "space."},
         suspect_name},
     Row{{"second-root", Level::kWarning, "",
-         "Several input documents are roots; a subtree has 'below'. Not checked with --main."},
+         "Several input documents are roots; a subtree has 'below'. Always an error with --main."},
         second_root},
     Row{{"message-type", Level::kWarning, kSoundWord, "A message type is greater than 255."},
         message_type},
     Row{{"missing-help", Level::kOff, kSoundWord, "A word has no help text."}, missing_help},
-    Row{{"unknown-attach-point", Level::kOff, "", "No input file defines the attach point."},
+    Row{{"unknown-attach-point", Level::kOff, "",
+         "No input file defines the attach point. Always an error with --main."},
         unknown_attach_point},
     Row{{"always", Level::kOff, "", "Reports every document; for testing these options."}, always},
 };
@@ -561,12 +673,19 @@ std::span<const Check> grammar_checks() {
 }
 
 void check(const Grammar &grammar, bool main, const CheckLevels &levels, Messages &messages) {
+    const Attachments attachments{main ? std::span{grammar.documents} : std::span<Document>{}};
+    std::vector<const Document *> order;
+    if (main) {
+        check_links(grammar, attachments, messages);
+        order = children_first(grammar, attachments, messages);
+    }
     for (size_t i = 0; i < kTable.size(); ++i) {
         if (levels.of(i) == Level::kOff)
             continue;
         const Severity severity =
             levels.of(i) == Level::kError ? Severity::kError : Severity::kWarning;
-        kTable[i].run({grammar, main, kTable[i].check.name, severity, messages});
+        kTable[i].run(
+            {grammar, attachments, order, main, kTable[i].check.name, severity, messages});
     }
 }
 

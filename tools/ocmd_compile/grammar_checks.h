@@ -13,7 +13,8 @@ namespace compiler {
 std::span<const Check> grammar_checks();
 
 /// Runs all enabled checks and reports their findings.
-/// @param main whether the output is a main tree, to which nothing will be attached.
+/// @param main whether all documents become one main tree, to which nothing will be attached. Then
+///        what keeps them from being linked is always an error.
 void check(const Grammar &grammar, bool main, const CheckLevels &levels, Messages &messages);
 
 } // namespace compiler

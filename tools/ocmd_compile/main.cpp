@@ -1,12 +1,12 @@
 // ocmd_compile: compiles grammars into subtree files, or into a main par file.
 //
-// Stages: read, understand, check, lay out, write. The first three run for every file, so that one
-// run reports all errors; the last two run only if there are none.
+// Stages: read, understand, check, link, lay out, write. The first three run for every file, so
+// that one run reports all errors; the others run only if there are none.
 #include "param_reg/values.h"
-#include "parse_tree/tree_writer.h"
+#include "tools/ocmd_compile/dependencies.h"
 #include "tools/ocmd_compile/grammar.h"
 #include "tools/ocmd_compile/grammar_checks.h"
-#include "tools/ocmd_compile/messages.h"
+#include "tools/ocmd_compile/main_tree.h"
 #include "tools/ocmd_compile/output_file.h"
 #include "tools/ocmd_compile/stages.h"
 #include "tools/ocmd_compile/understand.h"
@@ -30,14 +30,20 @@ namespace {
 
 using compiler::Document;
 using compiler::Grammar;
-using compiler::Messages;
-using compiler::SourceFile;
+using compiler::MainTree;
 using tool::CommandLine;
 
 constexpr std::array kOptions{
     tool::Option{'o', "output", "OUT",
                  "Write to OUT (- for standard output). Default: FILE.par for each FILE.yaml."},
-    tool::Option{0, "main", nullptr, "Compile one document into a main par file."},
+    tool::Option{0, "main", nullptr, "Compile and link all documents into one main par file."},
+    tool::Option{'p', "prebuilt", "DIRECTORY",
+                 "With --main: borrow missing nodes from main_tree.pars and main_tree2.pars in "
+                 "DIRECTORY."},
+    tool::Option{0, "check", nullptr, "Report all errors, but write no file."},
+    tool::Option{'M', "dependencies", "FILE",
+                 "Write the files that the output depends on to FILE, as a rule for make or "
+                 "Ninja."},
     compiler::kStrictOption,
     compiler::kWarnOption,
     compiler::kErrorOption,
@@ -48,8 +54,8 @@ constexpr std::array kOptions{
 
 constexpr tool::Program kProgram{
     "ocmd_compile", "GRAMMAR.yaml...",
-    "Compiles YAML grammars into subtree files (one record per document), or one document into a\n"
-    "main par file. All errors are reported; on error, no file is written.",
+    "Compiles YAML grammars into subtree files (one record per document), or compiles and links\n"
+    "them into one main par file. All errors are reported; on error, no file is written.",
     kOptions};
 
 void list_keys() {
@@ -67,20 +73,6 @@ void list_types() {
     }
 }
 
-// ---- Documents ----
-
-// Reports documents that cannot become a main tree: a second one, or one with attach points.
-void want_one_root(const Grammar &grammar, Messages &messages) {
-    for (const Document &document : grammar.documents) {
-        if (&document != grammar.documents.data())
-            messages.fault(*document.file, document.place,
-                           "more than one document; --main accepts exactly one");
-        if (!document.attach_path.empty())
-            messages.fault(*document.file, document.attach_place,
-                           "'below' is not allowed with --main");
-    }
-}
-
 // ---- Writing ----
 
 std::string output_for(const std::string &input) {
@@ -93,20 +85,23 @@ std::string output_for(const std::string &input) {
     return std::string{stem} + ".par";
 }
 
-void write(std::span<const Document> documents, const std::string &path, bool main) {
+template <typename Write> void write(const std::string &path, const Write &write_to) {
     compiler::OutputFile output{path};
     errno = 0;
-    if (main ? !compiler::write_main(documents.front(), output.stream())
-             : !compiler::write_records(documents, output.stream()))
+    if (!write_to(output.stream()))
         output.fail();
     output.commit();
 }
 
+void write_subtrees(std::span<const Document> documents, const std::string &path) {
+    write(path, [&](FILE *stream) { return compiler::write_records(documents, stream); });
+}
+
 // Documents are in the order of their files; every file has at least one.
-void write_each_file(std::span<const Document> documents, bool main) {
+void write_each_file(std::span<const Document> documents) {
     while (!documents.empty()) {
         const size_t count = compiler::documents_of_first_file(documents);
-        write(documents.first(count), output_for(documents.front().file->name()), main);
+        write_subtrees(documents.first(count), output_for(documents.front().file->name()));
         documents = documents.subspan(count);
     }
 }
@@ -142,27 +137,85 @@ private:
     std::set<Identity> files_;
 };
 
-// Refuses outputs that would overwrite an input or each other.
-void check_outputs(const CommandLine &line, const char *given) {
-    const Inputs inputs{line.operands()};
-    if (given != nullptr) {
-        if (*given == '\0')
-            tool::refuse("empty argument for -o; expected a file name");
-        if (inputs.have(given))
-            tool::refuse("%s: output would overwrite an input file", given);
-        return;
+// What the command line requests.
+struct Request {
+    explicit Request(const CommandLine &line)
+        : inputs(line.operands().begin(), line.operands().end()), main(line.has("main")),
+          only_check(line.has("check")), dependencies(line.value("dependencies")) {
+        if (inputs.empty())
+            tool::refuse("missing operand: GRAMMAR.yaml");
+        if (const char *given = line.value("output"))
+            output = given;
+        else if (main && inputs.size() == 1 && inputs.front() != "-")
+            output = output_for(inputs.front());
+        else if (main && !only_check)
+            tool::refuse("missing option: -o OUT");
+        if (line.has("prebuilt") && !main)
+            tool::refuse("-p requires --main");
     }
+
+    std::vector<std::string> inputs;
+    bool main;
+    bool only_check;
+    const char *dependencies;          // null if not requested
+    std::optional<std::string> output; // for all inputs; nothing: one for each
+};
+
+// Refuses outputs that would overwrite an input or each other.
+void check_outputs(const CommandLine &line, const Request &request) {
+    const Inputs inputs{line.operands()};
     std::unordered_set<std::string> outputs;
-    for (const char *input : line.operands()) {
-        if (std::string_view{input} == "-")
+    if (request.output) {
+        if (request.output->empty())
+            tool::refuse("empty argument for -o; expected a file name");
+        if (inputs.have(*request.output))
+            tool::refuse("%s: output would overwrite an input file", request.output->c_str());
+        outputs.insert(*request.output);
+    }
+    for (const std::string &input : request.output ? std::vector<std::string>{} : request.inputs) {
+        if (input == "-" && request.only_check)
+            continue;
+        if (input == "-")
             tool::refuse("cannot derive an output name from standard input; use -o");
         const std::string output = output_for(input);
         if (inputs.have(output))
             tool::refuse("%s: output of %s would overwrite an input file; use -o", output.c_str(),
-                         input);
+                         input.c_str());
         if (!outputs.insert(output).second)
-            tool::refuse("%s: another input also produces %s; use -o", input, output.c_str());
+            tool::refuse("%s: another input also produces %s; use -o", input.c_str(),
+                         output.c_str());
     }
+    if (request.dependencies == nullptr)
+        return;
+    if (*request.dependencies == '\0')
+        tool::refuse("empty argument for -M; expected a file name");
+    if (outputs.contains(request.dependencies) || inputs.have(request.dependencies))
+        tool::refuse("%s: the dependencies would overwrite an input or output file",
+                     request.dependencies);
+    if (outputs.contains("-"))
+        tool::refuse("-M requires an output file; use -o OUT");
+    outputs.insert(request.inputs.begin(), request.inputs.end());
+    for (const std::string &name : outputs)
+        if (name.find('\n') != std::string::npos)
+            tool::refuse("%s: a rule of dependencies cannot contain a newline", name.c_str());
+}
+
+// Writes one rule for each output. Standard input is no dependency.
+void write_dependencies(const Request &request) {
+    const std::vector<std::string> prebuilt = compiler::prebuilt_files();
+    std::string rules;
+    if (request.output) {
+        std::vector<std::string> files = request.inputs;
+        std::erase(files, "-");
+        files.insert(files.end(), prebuilt.begin(), prebuilt.end());
+        rules = compiler::dependency_rule(*request.output, files);
+    } else {
+        for (const std::string &input : request.inputs)
+            rules += compiler::dependency_rule(output_for(input), {&input, 1});
+    }
+    write(request.dependencies, [&](FILE *stream) {
+        return fwrite(rules.data(), 1, rules.size(), stream) == rules.size();
+    });
 }
 
 tool::Status compile(const CommandLine &line) {
@@ -175,31 +228,28 @@ tool::Status compile(const CommandLine &line) {
         list_types();
         return tool::kDone;
     }
-    const char *output = line.value("output");
-    const bool main = line.has("main");
-    if (line.operands().empty())
-        tool::refuse("missing operand: GRAMMAR.yaml");
-    check_outputs(line, output);
+    const Request request{line};
+    check_outputs(line, request);
+    compiler::use_prebuilt_trees(line.value("prebuilt"));
 
     tool::register_types();
     Grammar grammar;
-    Messages messages;
-    for (const char *path : line.operands())
-        grammar.files.push_back(compiler::read_grammar(path));
-    for (const SourceFile &file : grammar.files)
-        compiler::add_documents(file, main ? TREE_MAX_NODES : TREE_WRITER_MAX_NODES, grammar,
-                                messages);
-    if (main)
-        want_one_root(grammar, messages);
-    compiler::check(grammar, main, levels, messages);
-    messages.tell();
-    if (messages.faults() > 0)
-        return tool::kNegative;
-
-    if (output != nullptr)
-        write(grammar.documents, output, main);
+    compiler::read_grammars(
+        request.inputs, request.main ? compiler::Target::kMainTree : compiler::Target::kSubtrees,
+        levels, grammar);
+    std::optional<MainTree> tree;
+    if (request.main)
+        tree.emplace(grammar.documents);
+    if (request.only_check)
+        return tool::kDone;
+    if (tree)
+        write(*request.output, [&](FILE *stream) { return tree->write(stream); });
+    else if (request.output)
+        write_subtrees(grammar.documents, *request.output);
     else
-        write_each_file(grammar.documents, main);
+        write_each_file(grammar.documents);
+    if (request.dependencies != nullptr)
+        write_dependencies(request);
     return tool::kDone;
 }
 

@@ -3,7 +3,10 @@
 
 #include "base/owners.h"
 #include "parse_tree/tree_writer.h"
+#include "tools/ocmd_compile/attachments.h"
+#include "tools/ocmd_compile/grammar_checks.h"
 #include "tools/ocmd_compile/lay_out.h"
+#include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/understand.h"
 #include "tools/ocmd_compile/yaml_tree.h"
 #include "tools/support/file_bytes.h"
@@ -29,6 +32,28 @@ bool is_binary(std::string_view bytes) {
            (!is_utf16 && bytes.substr(0, TREE_NAME_SIZE).find('\0') != std::string_view::npos);
 }
 
+// Reads a file that has the bytes of a text, or exits with kError.
+SourceFile read_grammar(const std::string &path) {
+    SourceFile file = SourceFile::read(path);
+    if (!is_binary(file.bytes()))
+        return file;
+    const bool is_tree =
+        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
+    tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
+}
+
+// Adds all documents of a file. most_words: of one document.
+void add_documents(const SourceFile &file, size_t most_words, Grammar &grammar,
+                   Messages &messages) {
+    const size_t documents = grammar.documents.size();
+    const size_t faults = messages.faults();
+    YamlReader reader{file, grammar.texts, messages};
+    for (YamlDocument yaml; reader.next(yaml);)
+        grammar.documents.push_back(understand(yaml, most_words, grammar.texts, messages));
+    if (grammar.documents.size() == documents && messages.faults() == faults)
+        messages.fault(file, {}, "file contains no YAML document");
+}
+
 bool write_record(const Document &document, gzFile stream) {
     std::vector<tree_node_t> records = lay_out(document);
     subtree_path_t path{document.path_kind, {}};
@@ -41,38 +66,22 @@ using GzipStream = std::unique_ptr<gzFile_s, base::Releaser<gzclose>>;
 
 } // namespace
 
-SourceFile read_grammar(const std::string &path) {
-    SourceFile file = SourceFile::read(path);
-    if (!is_binary(file.bytes()))
-        return file;
-    const bool is_tree =
-        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
-    tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
-}
-
-void add_documents(const SourceFile &file, size_t most_words, Grammar &grammar,
-                   Messages &messages) {
-    const size_t documents = grammar.documents.size();
-    const size_t faults = messages.faults();
-    YamlReader reader{file, grammar.texts, messages};
-    for (YamlDocument yaml; reader.next(yaml);)
-        grammar.documents.push_back(understand(yaml, most_words, grammar.texts, messages));
-    if (grammar.documents.size() == documents && messages.faults() == faults)
-        messages.fault(file, {}, "file contains no YAML document");
-}
-
-bool write_main(const Document &document, FILE *stream) {
-    constexpr size_t kMostAtOnce = 512;  // records: whole pages, which stay in the cache
-    setvbuf(stream, nullptr, _IONBF, 0); // else each block leaves in three pieces
-    std::vector<tree_node_t> records(std::min(kMostAtOnce, document.words.size()));
-    for (size_t first = 0; first < document.words.size(); first += records.size()) {
-        records.resize(std::min(records.size(), document.words.size() - first));
-        lay_out(document, first, records);
-        if (write_array_tree_to_file(records.data(), static_cast<uint32_t>(records.size()), 0,
-                                     nullptr, stream, 0, 0, 1) != 0)
-            return false;
-    }
-    return true;
+bool read_grammars(std::span<const std::string> paths, Target target, const CheckLevels &levels,
+                   Grammar &grammar) {
+    Messages messages;
+    for (const std::string &path : paths)
+        grammar.files.push_back(read_grammar(path));
+    const size_t most_words = target == Target::kSubtrees ? TREE_WRITER_MAX_NODES : TREE_MAX_NODES;
+    for (const SourceFile &file : grammar.files)
+        add_documents(file, most_words, grammar, messages);
+    const bool main = target == Target::kMainTree ||
+                      (target == Target::kDetected &&
+                       (paths.size() > 1 || std::ranges::any_of(grammar.documents, is_detached)));
+    check(grammar, main, levels, messages);
+    messages.tell();
+    if (messages.faults() > 0)
+        throw tool::Stop{tool::kNegative};
+    return main;
 }
 
 bool write_records(std::span<const Document> documents, FILE *stream) {

@@ -1,27 +1,27 @@
 // The stages of a compilation that read and write files, for every program that compiles.
 #pragma once
 
+#include "tools/ocmd_compile/checks.h"
 #include "tools/ocmd_compile/grammar.h"
-#include "tools/ocmd_compile/messages.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <span>
 #include <string>
 
 namespace compiler {
 
-/// Reads a file. One that cannot be read or that holds no text ends the run with kError.
-SourceFile read_grammar(const std::string &path);
+/// What documents become. kDetected: a main tree if there are several files or there is a root.
+enum class Target : uint8_t { kSubtrees, kMainTree, kDetected };
 
-/// Adds all documents of a file to the grammar. Needs the registry's types.
-/// @param most_words of one document.
-void add_documents(const SourceFile &file, size_t most_words, Grammar &grammar, Messages &messages);
+/// Reads files into an empty grammar, runs all checks, and prints the messages. After an error,
+/// exits with kNegative, or with kError if a file cannot be read. Needs the registry's types.
+/// @return whether all documents become one main tree.
+bool read_grammars(std::span<const std::string> paths, Target target, const CheckLevels &levels,
+                   Grammar &grammar);
 
-/// Writes a document as a main par file. @return false, with errno set, if it cannot be written.
-bool write_main(const Document &document, FILE *stream);
-
-/// Writes documents as a subtree file, likewise.
+/// Writes documents as a subtree file. @return false, with errno set, if it cannot be written.
 bool write_records(std::span<const Document> documents, FILE *stream);
 
 /// Returns how many documents at the beginning are of the first one's file.
