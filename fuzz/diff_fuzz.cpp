@@ -146,7 +146,7 @@ void compare(const Tree &before, const Tree &after, diff::FieldLabels *labels,
     const diff::Extent extent = diff::DifferenceCount{product}.count(start);
     {
         tool::TextOutput text;
-        diff::DifferenceList{product, text}.list(start);
+        diff::DifferenceList{product, diff::Form::kText, text}.list(start);
         text.flush();
     }
     const std::string listing = output.take();

@@ -1,10 +1,12 @@
 // Fuzzer of ocmd_find: the input is a small tree and typed text, used as a saved configuration and
 // as a line with slashes.
 //
-// Reaches: find::ConfigCheck::check, find::print_answer, find::print_refusal
+// Reaches: find::ConfigCheck::check, find::print_answer, find::print_refusal,
+// find::write_json_answer
 #include "fuzz/memory_file.h"
 #include "fuzz/small_tree.h"
 #include "tools/ocmd_find/answer.h"
+#include "tools/ocmd_find/json_answer.h"
 #include "tools/ocmd_find/saved_config.h"
 #include "tools/support/program.h"
 #include "tools/support/types.h"
@@ -24,10 +26,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
     FILE *saved = fmemopen(const_cast<char *>(typed.data()), typed.size(), "r");
     if (saved != nullptr) {
-        find::ConfigCheck{grammar, {}, "", text}.check(saved, "saved");
+        find::ConfigCheck{grammar, {}, "", false, text}.check(saved, "saved");
         fclose(saved);
     }
     try {
+        find::write_json_answer(grammar, typed, text);
         find::print_answer(grammar, typed, text);
     } catch (const tool::Stop &) { // too many words, or a NUL
     }

@@ -65,7 +65,7 @@ void compare(const tool::TreeFile &before, const tool::TreeFile &after) {
     tool::TextOutput output;
     if (std::ranges::all_of(before.records(), can_be_listed) &&
         std::ranges::all_of(after.records(), can_be_listed))
-        diff::DifferenceList{product, output}.list(start);
+        diff::DifferenceList{product, diff::Form::kText, output}.list(start);
 }
 
 } // namespace

@@ -112,19 +112,21 @@ ValueSet AcceptedValues::set_of(Values sequence) {
     return sets_.number_of(std::array{sequence});
 }
 
-std::vector<std::string> AcceptedValues::changes(ValueSet before, ValueSet after,
-                                                 std::string_view last_symbol) const {
-    std::vector<std::string> all;
+std::vector<Change> AcceptedValues::changes(ValueSet before, ValueSet after,
+                                            std::string_view last_symbol) const {
+    std::vector<Change> all;
     const size_t length = sequences_[sets_[before].front()].size();
     if (have_length(before, length) && have_length(after, length))
         for (size_t i = 0; i < length; ++i) {
-            const auto texts =
+            const auto changes =
                 changes_of_word(i, before, after, length == 1 ? last_symbol : std::string_view{});
-            std::ranges::copy_if(texts, std::back_inserter(all), [&](const std::string &text) {
-                return std::ranges::find(all, text) == all.end(); // words may have one spelling
+            std::ranges::copy_if(changes, std::back_inserter(all), [&](const Change &change) {
+                return std::ranges::find(all, change) == all.end(); // words may have one spelling
             });
         }
-    return all.empty() ? std::vector<std::string>{"the same values in other combinations"} : all;
+    if (all.empty())
+        all.push_back({{}, {}, {}, {}, "the same values in other combinations"});
+    return all;
 }
 
 bool AcceptedValues::have_length(ValueSet set, size_t length) const {
@@ -132,9 +134,8 @@ bool AcceptedValues::have_length(ValueSet set, size_t length) const {
         sets_[set], [&](Values sequence) { return sequences_[sequence].size() == length; });
 }
 
-std::vector<std::string> AcceptedValues::changes_of_word(size_t index, ValueSet before,
-                                                         ValueSet after,
-                                                         std::string_view last_symbol) const {
+std::vector<Change> AcceptedValues::changes_of_word(size_t index, ValueSet before, ValueSet after,
+                                                    std::string_view last_symbol) const {
     const auto words_before = words_at(index, before);
     const auto words_after = words_at(index, after);
     ValueChanges changes;
@@ -143,7 +144,7 @@ std::vector<std::string> AcceptedValues::changes_of_word(size_t index, ValueSet 
     for (const uint32_t word : words_after)
         changes.add_after(words_[word].values);
     const std::string &symbol = words_[words_before.front()].symbol;
-    return changes.texts(symbol == last_symbol ? "" : symbol + ' ');
+    return changes.changes(symbol == last_symbol ? "" : symbol);
 }
 
 std::vector<uint32_t> AcceptedValues::words_at(size_t index, ValueSet set) const {

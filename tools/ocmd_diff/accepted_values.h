@@ -38,10 +38,10 @@ public:
     ValueSet set_of(std::vector<Values> &sequences);
     ValueSet set_of(Values sequence);
 
-    /// How two different sets of one line differ: a text for each field, "max 24 -> 12". Words are
-    /// named unless the only one ends with the last symbol of the line.
-    [[nodiscard]] std::vector<std::string> changes(ValueSet before, ValueSet after,
-                                                   std::string_view last_symbol) const;
+    /// How two different sets of one line differ: a change for each field. Words are named unless
+    /// the only one ends with the last symbol of the line.
+    [[nodiscard]] std::vector<Change> changes(ValueSet before, ValueSet after,
+                                              std::string_view last_symbol) const;
 
 private:
     struct Word {
@@ -50,9 +50,8 @@ private:
     };
 
     [[nodiscard]] bool have_length(ValueSet set, size_t length) const;
-    [[nodiscard]] std::vector<std::string> changes_of_word(size_t index, ValueSet before,
-                                                           ValueSet after,
-                                                           std::string_view last_symbol) const;
+    [[nodiscard]] std::vector<Change> changes_of_word(size_t index, ValueSet before, ValueSet after,
+                                                      std::string_view last_symbol) const;
     [[nodiscard]] std::vector<uint32_t> words_at(size_t index, ValueSet set) const;
 
     SequenceTable<uint64_t> keys_;      // last symbol, and what the word accepts

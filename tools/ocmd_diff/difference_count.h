@@ -1,9 +1,9 @@
 // The number of lines that a listing of the differences has.
 #pragma once
 
-#include "tools/ocmd_diff/change_texts.h"
 #include "tools/ocmd_diff/pair_map.h"
 #include "tools/ocmd_diff/product_automaton.h"
+#include "tools/ocmd_diff/transition_changes.h"
 #include "tools/support/command_count.h"
 
 #include <cstdint>
@@ -65,7 +65,7 @@ private:
     ProductAutomaton &product_;
     LineDfa &dfa_;
     LineCount lines_;
-    ChangeTexts changes_;
+    TransitionChanges changes_;
     PairMap<Extent> known_;
     std::vector<Frame> stack_;
     Extent total_;

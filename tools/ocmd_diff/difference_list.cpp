@@ -13,10 +13,7 @@ using base::copy_in_chunks;
 using tool::TextOutput;
 
 // With a newline, and every byte escaped as \xNN.
-constexpr size_t kLongestSymbol = 4 * TSH_WORD_SIZE;
-constexpr char kOldMark = '-';
-constexpr char kNewMark = '+';
-constexpr char kChangedMark = '~';
+constexpr size_t kLongestSymbol = size_t{4} * TSH_WORD_SIZE;
 
 } // namespace
 
@@ -108,7 +105,7 @@ void DifferenceList::take(const PairTransition &transition) {
 // @return the index of the first edge that is not printed.
 size_t DifferenceList::print_leaves(std::span<const Edge> edges, size_t next) {
     const std::string_view prefix = prefix_.text();
-    if (prefix.size() > TextOutput::kMostRoom - kLongestSymbol)
+    if (form_ == Form::kJson || prefix.size() > TextOutput::kMostRoom - kLongestSymbol)
         return next;
     char *place = output_.room();
     const char *full = output_.full();
@@ -126,18 +123,53 @@ size_t DifferenceList::print_leaves(std::span<const Edge> edges, size_t next) {
 }
 
 void DifferenceList::print(Symbol symbol) {
-    output_ << prefix_.text() << symbols_.text(symbol) << '\n';
+    if (form_ == Form::kJson)
+        begin_json(symbol).end_object().end_line();
+    else
+        output_ << prefix_.text() << symbols_.text(symbol) << '\n';
 }
 
 void DifferenceList::print_changes(const PairTransition &transition) {
-    const std::vector<std::string> &changes = changes_.of(transition);
+    const std::vector<Change> &changes = changes_.of(transition);
     if (changes.empty())
         return;
     prefix_.mark(kChangedMark);
     const bool is_line = dfa_.is_final(transition.to.before) && dfa_.is_final(transition.to.after);
-    for (const std::string &change : changes)
-        output_ << prefix_.text() << symbols_.text(transition.symbol) << (is_line ? ": " : " ...: ")
-                << change << '\n';
+    for (const Change &change : changes)
+        if (form_ == Form::kJson) {
+            write_change(change, is_line, begin_json(transition.symbol));
+            json_.end_object().end_line();
+        } else {
+            output_ << prefix_.text() << symbols_.text(transition.symbol)
+                    << (is_line ? ": " : " ...: ") << change.text() << '\n';
+        }
+}
+
+tool::JsonOutput &DifferenceList::begin_json(Symbol symbol) {
+    begin_difference(prefix_.mark(), json_);
+    return json_.member("line", std::string{prefix_.line()}.append(symbols_.text(symbol)));
+}
+
+void begin_difference(char mark, tool::JsonOutput &json) {
+    const char *name = mark == kOldMark ? "removed" : mark == kNewMark ? "added" : "changed";
+    json.begin_object().member("difference", name);
+}
+
+void write_change(const Change &change, bool is_line, tool::JsonOutput &json) {
+    const auto write_values = [&](const char *name, const std::vector<std::string> &values) {
+        json.member(name).begin_list();
+        for (const std::string &value : values)
+            json.text(value);
+        json.end_list();
+    };
+    json.member("is_line").boolean(is_line).member("text", change.text());
+    if (change.field.empty())
+        return;
+    if (!change.word.empty())
+        json.member("word", change.word);
+    json.member("field", change.field);
+    write_values("before", change.before);
+    write_values("after", change.after);
 }
 
 } // namespace diff

@@ -154,15 +154,16 @@ uint32_t FieldLabels::set_of(std::vector<uint32_t> &labels) {
     return sets_.number_of(labels);
 }
 
-std::vector<std::string> FieldLabels::changes(uint32_t before, uint32_t after) const {
+std::vector<Change> FieldLabels::changes(uint32_t before, uint32_t after) const {
     ValueChanges changes;
     for (const uint32_t label : sets_[before])
         changes.add_before(values_of(*first_with_[label]));
     for (const uint32_t label : sets_[after])
         changes.add_after(values_of(*first_with_[label]));
-    const auto texts = changes.texts();
-    return texts.empty() ? std::vector<std::string>{"the same fields in other combinations"}
-                         : texts;
+    auto all = changes.changes();
+    if (all.empty())
+        all.push_back({{}, {}, {}, {}, "the same fields in other combinations"});
+    return all;
 }
 
 } // namespace diff

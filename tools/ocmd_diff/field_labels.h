@@ -4,6 +4,7 @@
 
 #include "parse_tree/tree_node.h"
 #include "tools/ocmd_diff/sequence_table.h"
+#include "tools/ocmd_diff/value_changes.h"
 
 #include <cstdint>
 #include <string>
@@ -21,8 +22,8 @@ public:
     /// The number of a set, which is reordered; equal sets have equal numbers.
     uint32_t set_of(std::vector<uint32_t> &labels);
 
-    /// How two different label sets differ: a text for each field, "help "a" -> "b"".
-    [[nodiscard]] std::vector<std::string> changes(uint32_t before, uint32_t after) const;
+    /// How two different label sets differ: a change for each field.
+    [[nodiscard]] std::vector<Change> changes(uint32_t before, uint32_t after) const;
 
 private:
     SequenceTable<char> values_; // the bytes of all compared fields

@@ -27,6 +27,7 @@ constexpr std::array kOptions{
     Option{0, "fields", nullptr,
            "Also report words that exist in both trees but differ in a field."},
     Option{0, "stat", nullptr, "Print only the numbers of differences."},
+    Option{0, "json", nullptr, "Print one JSON object per difference, for scripts."},
     Option{'q', "quiet", nullptr, "Print no differences; report only through the exit status."},
 };
 
@@ -51,7 +52,17 @@ TreeFile open_file(const char *path) {
     }
 }
 
-void print(const Extent &extent, TextOutput &output) {
+void print(const Extent &extent, Form form, TextOutput &output) {
+    if (form == Form::kJson) {
+        tool::JsonOutput{output}
+            .begin_object()
+            .member("removed", extent.only_before.text())
+            .member("added", extent.only_after.text())
+            .member("changed", extent.changed.text())
+            .end_object()
+            .end_line();
+        return;
+    }
     output << "- " << extent.only_before.text() << "\n+ " << extent.only_after.text() << "\n~ "
            << extent.changed.text() << '\n';
 }
@@ -74,13 +85,14 @@ Status compare(const CommandLine &line) {
     const StatePair start = product.start();
     if (!product.differs(start))
         return kSame;
+    const Form form = line.has("json") ? Form::kJson : Form::kText;
     TextOutput output;
     if (line.has("quiet"))
         return kDiffer;
     if (line.has("stat"))
-        print(DifferenceCount{product}.count(start), output);
+        print(DifferenceCount{product}.count(start), form, output);
     else
-        DifferenceList{product, output}.list(start);
+        DifferenceList{product, form, output}.list(start);
     output.flush();
     return kDiffer;
 }

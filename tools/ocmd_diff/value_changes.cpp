@@ -28,15 +28,18 @@ void ValueChanges::add(const NamedValues &values, size_t side) {
     }
 }
 
-std::vector<std::string> ValueChanges::texts(std::string_view before_name) const {
-    std::vector<std::string> texts;
-    for (const Entry &entry : entries_) {
-        std::string text{before_name};
-        text += entry.name + ' ' + joined(entry.sides[0]) + " -> " + joined(entry.sides[1]);
+std::vector<Change> ValueChanges::changes(const std::string &word) const {
+    std::vector<Change> changes;
+    for (const Entry &entry : entries_)
         if (entry.sides[0] != entry.sides[1])
-            texts.push_back(std::move(text));
-    }
-    return texts;
+            changes.push_back({word, entry.name, entry.sides[0], entry.sides[1]});
+    return changes;
+}
+
+std::string Change::text() const {
+    if (field.empty())
+        return note;
+    return (word.empty() ? "" : word + ' ') + field + ' ' + joined(before) + " -> " + joined(after);
 }
 
 } // namespace diff

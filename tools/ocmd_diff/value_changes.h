@@ -1,4 +1,4 @@
-// Named values of two sides, and the texts of those that differ.
+// Named values of two sides, and those that differ.
 #pragma once
 
 #include <cstddef>
@@ -14,15 +14,30 @@ namespace diff {
 /// Names of values with the values in text.
 using NamedValues = std::vector<std::pair<std::string, std::string>>;
 
+/// A difference between two sides in one field.
+struct Change {
+    std::string word;                ///< The symbol that the field belongs to; empty for the last.
+    std::string field;               ///< Empty if the sides differ only in combinations.
+    std::vector<std::string> before; ///< Sorted, each value once; empty for none.
+    std::vector<std::string> after;
+    std::string note = {}; ///< What differs, without a field.
+
+    /// "WORD FIELD BEFORE -> AFTER". Several values are separated by "|"; "none" stands for no
+    /// value.
+    [[nodiscard]] std::string text() const;
+
+    bool operator==(const Change &) const = default;
+    auto operator<=>(const Change &) const = default;
+};
+
 /// The values of several things of each side, such as nodes or words.
 class ValueChanges {
 public:
     void add_before(const NamedValues &values) { add(values, 0); }
     void add_after(const NamedValues &values) { add(values, 1); }
 
-    /// "NAME BEFORE -> AFTER" for each name whose values differ, in the order of the names. Several
-    /// values are separated by "|"; "none" stands for no value.
-    [[nodiscard]] std::vector<std::string> texts(std::string_view before_name = "") const;
+    /// A change for each name whose values differ, in the order of the names.
+    [[nodiscard]] std::vector<Change> changes(const std::string &word = "") const;
 
 private:
     struct Entry {

@@ -152,14 +152,18 @@ bool enter(tsh_context_t &context, const tsh_answer_t &answer) {
     return result != -2 ? result == 0 : throw std::bad_alloc{};
 }
 
+void refuse_unreadable(const tsh_answer_t &answer) {
+    const tsh_reason_t reason = tsh_answer_reason(&answer);
+    if (reason == TSH_REASON_TOO_MANY_WORDS || reason == TSH_REASON_ZERO_BYTE)
+        tool::fail("%s", tsh_answer_text(&answer));
+}
+
 tsh_verdict_t print_answer(const FileGrammar &grammar, std::string_view line, TextOutput &output) {
     const ContextPtr context = grammar.new_context();
     const AnswerPtr answer = grammar.new_answer();
     const tsh_verdict_t verdict =
         checked(tsh_resolve(context.get(), line.data(), line.size(), 0, answer.get()));
-    const tsh_reason_t reason = tsh_answer_reason(answer.get());
-    if (reason == TSH_REASON_TOO_MANY_WORDS || reason == TSH_REASON_ZERO_BYTE)
-        tool::fail("%s", tsh_answer_text(answer.get()));
+    refuse_unreadable(*answer);
     if (verdict == TSH_REFUSED || verdict == TSH_AMBIGUOUS) {
         print_refusal(*answer, line);
         return verdict;

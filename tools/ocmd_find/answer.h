@@ -13,6 +13,9 @@ namespace find {
 /// Returns a verdict; throws std::bad_alloc for TSH_NO_MEMORY.
 tsh_verdict_t checked(tsh_verdict_t verdict);
 
+/// Exits with kError, after a message, if the line has too many words or a NUL.
+void refuse_unreadable(const tsh_answer_t &answer);
+
 /// Enters the submode of an answer. @return whether it enters one. Without memory throws
 /// std::bad_alloc.
 bool enter(tsh_context_t &context, const tsh_answer_t &answer);

@@ -2,6 +2,7 @@
 #include "base/owners.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/file_grammar.h"
+#include "tools/ocmd_find/json_answer.h"
 #include "tools/ocmd_find/saved_config.h"
 #include "tools/support/program.h"
 #include "tools/support/text_output.h"
@@ -41,6 +42,7 @@ constexpr std::array kOptions{
     Option{0, "in", "LINE", "Begin configurations in the submode that this typed line enters."},
     Option{0, "leave", "WORD,...", "Treat these words, too, as leaving one submode."},
     Option{0, "leave-all", "WORD,...", "Treat these words, too, as leaving all submodes."},
+    Option{0, "json", nullptr, "Print JSON for scripts: an object per answer or message."},
     Option{0, "any-value", nullptr, "Accept any word as a value without numeric bounds."},
 };
 
@@ -67,10 +69,11 @@ std::string joined(std::span<char *const> words) {
     return text;
 }
 
-Status answer(const FileGrammar &grammar, std::span<char *const> words) {
+Status answer(const FileGrammar &grammar, std::span<char *const> words, bool as_json) {
     TextOutput output;
     const std::string line = joined(words);
-    const tsh_verdict_t verdict = print_answer(grammar, line, output);
+    const tsh_verdict_t verdict =
+        as_json ? write_json_answer(grammar, line, output) : print_answer(grammar, line, output);
     if (verdict == TSH_EMPTY)
         refuse("no words to look up");
     output.flush();
@@ -128,7 +131,7 @@ Status check_configs(const FileGrammar &grammar, const CommandLine &line) {
     TextOutput output;
     const LeavingWords leaving = leaving_words(line);
     const char *within = line.value("in");
-    ConfigCheck config{grammar, leaving, within == nullptr ? "" : within, output};
+    ConfigCheck config{grammar, leaving, within == nullptr ? "" : within, line.has("json"), output};
     Status status = kKnown;
     for (const CommandLine::Given &given : line.given())
         if (given.name == "config")
@@ -165,7 +168,8 @@ Status find_lines(const CommandLine &line) {
     const TreeFile file = tool::open_valid(operands[0]);
     tool::register_types();
     const FileGrammar grammar{file, !line.has("any-value")};
-    return line.has("config") ? check_configs(grammar, line) : answer(grammar, operands.subspan(1));
+    return line.has("config") ? check_configs(grammar, line)
+                              : answer(grammar, operands.subspan(1), line.has("json"));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "resolve/resolver.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/config_lines.h"
+#include "tools/support/json_output.h"
 #include "tools/support/program.h"
 
 #include <algorithm>
@@ -41,8 +42,8 @@ std::string_view trimmed(std::string_view line) {
 } // namespace
 
 ConfigCheck::ConfigCheck(const FileGrammar &grammar, const LeavingWords &leaving,
-                         std::string_view within, tool::TextOutput &output)
-    : leaving_(leaving), output_(output), context_(grammar.new_context()),
+                         std::string_view within, bool as_json, tool::TextOutput &output)
+    : leaving_(leaving), as_json_(as_json), output_(output), context_(grammar.new_context()),
       answer_(grammar.new_answer()), within_(within) {}
 
 bool ConfigCheck::check(FILE *stream, const std::string &name) {
@@ -101,9 +102,8 @@ void ConfigCheck::check_indented(std::string_view line) {
         parents_.pop_back();
     const uint32_t depth = parents_.empty() ? base_depth_ : parents_.back().depth;
     if (!parents_.empty() && !parents_.back().has_submode) {
-        report(std::to_string(line.find_first_not_of(kIndentation) + 1) +
-                   ": unexpected indentation: the line above enters no submode",
-               true);
+        report(line.find_first_not_of(kIndentation) + 1,
+               "unexpected indentation: the line above enters no submode", true);
         return;
     }
     if (leave_by_word(line, depth)) {
@@ -150,11 +150,12 @@ ConfigCheck::Outcome ConfigCheck::check_command(std::string_view line, uint32_t 
     if (verdict == TSH_EMPTY)
         return Outcome::kAccepted;
     if (verdict != TSH_ACCEPTED) {
+        const size_t column = tsh_answer_range(answer_.get()).begin + 1;
         const std::string message = message_of_answer(line);
         // A line with wrong values enters its submode all the same.
         if (tsh_answer_reason(answer_.get()) == TSH_REASON_VALUE)
             verdict = resolve(TSH_BRIEF | TSH_ANY_VALUE);
-        report(message, verdict != TSH_ACCEPTED);
+        report(column, message, verdict != TSH_ACCEPTED);
         if (verdict != TSH_ACCEPTED)
             return Outcome::kNotUnderstood;
     }
@@ -162,8 +163,7 @@ ConfigCheck::Outcome ConfigCheck::check_command(std::string_view line, uint32_t 
 }
 
 std::string ConfigCheck::message_of_answer(std::string_view line) {
-    std::string message = std::to_string(tsh_answer_range(answer_.get()).begin + 1) + ": " +
-                          tsh_answer_text(answer_.get());
+    std::string message = tsh_answer_text(answer_.get());
     if (suggestions_left_ == 0)
         return message;
     const std::string suggestion = suggestion_for(*answer_, line);
@@ -179,7 +179,7 @@ bool ConfigCheck::enter() {
         if (find::enter(*context_, *answer_))
             return true;
     } else if (tsh_answer_reading(answer_.get(), 0)->is_submode != 0) {
-        report("1: more than " + std::to_string(kMostSubmodes) + " submodes inside one another");
+        report(1, "more than " + std::to_string(kMostSubmodes) + " submodes inside one another");
     }
     tsh_context_leave(context_.get(), left);
     return false;
@@ -188,10 +188,10 @@ bool ConfigCheck::enter() {
 // ---- Messages ----
 
 // One that waits is written when no deeper line follows.
-void ConfigCheck::report(const std::string &message, bool waits) {
+void ConfigCheck::report(size_t column, const std::string &message, bool waits) {
     are_all_accepted_ = false;
     write_waiting();
-    waiting_ = {name_ + ':' + std::to_string(line_number_) + ':' + message, indentation_};
+    waiting_ = {line_number_, column, message, indentation_};
     if (!waits)
         write_waiting();
 }
@@ -199,12 +199,29 @@ void ConfigCheck::report(const std::string &message, bool waits) {
 void ConfigCheck::write_waiting() {
     if (!waiting_)
         return;
-    output_ << waiting_->message;
-    if (const uint64_t skipped = waiting_->skipped; skipped > 0)
-        output_ << "; " << skipped << (skipped == 1 ? " line" : " lines")
+    if (as_json_)
+        write_json(*waiting_);
+    else
+        write_text(*waiting_);
+    waiting_.reset();
+}
+
+void ConfigCheck::write_text(const Waiting &waiting) {
+    output_ << name_ << ':' << waiting.line << ':' << uint64_t{waiting.column} << ": "
+            << waiting.message;
+    if (waiting.skipped > 0)
+        output_ << "; " << waiting.skipped << (waiting.skipped == 1 ? " line" : " lines")
                 << " below it not checked";
     output_ << '\n';
-    waiting_.reset();
+}
+
+void ConfigCheck::write_json(const Waiting &waiting) {
+    tool::JsonOutput json{output_};
+    json.begin_object().member("file", name_);
+    json.member("line").number(waiting.line);
+    json.member("column").number(uint64_t{waiting.column});
+    json.member("message", waiting.message);
+    json.member("skipped").number(waiting.skipped).end_object().end_line();
 }
 
 // Messages on lines come first.

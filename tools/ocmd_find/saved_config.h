@@ -23,9 +23,9 @@ class ConfigCheck {
 public:
     /// Lines of a configuration begin in the submodes of the line, if it is not empty; a line that
     /// enters none ends the run after a message. Errors go to the output, one line each:
-    /// FILE:LINE:COLUMN: MESSAGE; columns are bytes from 1.
+    /// FILE:LINE:COLUMN: MESSAGE, or an object; columns are bytes from 1.
     ConfigCheck(const FileGrammar &grammar, const LeavingWords &leaving, std::string_view within,
-                tool::TextOutput &output);
+                bool as_json, tool::TextOutput &output);
 
     /// Checks a configuration. @return whether every line is a command. Ends the run with kError,
     /// after a message, if the stream cannot be read.
@@ -40,6 +40,8 @@ private:
     };
     /// A message that waits for the number of lines that are skipped because of it.
     struct Waiting {
+        uint64_t line;
+        size_t column;
         std::string message;
         size_t indentation;
         uint64_t skipped = 0;
@@ -52,12 +54,15 @@ private:
     void leave_to(uint32_t depth);
     Outcome check_command(std::string_view line, uint32_t options);
     [[nodiscard]] bool enter();
-    void report(const std::string &message, bool waits = false);
+    void report(size_t column, const std::string &message, bool waits = false);
     void write_waiting();
+    void write_text(const Waiting &waiting);
+    void write_json(const Waiting &waiting);
     [[noreturn]] void fail(const std::string &message);
     [[nodiscard]] std::string message_of_answer(std::string_view line);
 
     const LeavingWords &leaving_;
+    bool as_json_;
     tool::TextOutput &output_;
     ContextPtr context_;
     AnswerPtr answer_;

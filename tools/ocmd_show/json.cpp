@@ -2,10 +2,10 @@
 // represent numbers of up to 53 bits exactly, so 64-bit numbers are hexadecimal strings.
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/record_bytes.h"
+#include "tools/support/json_output.h"
 #include "tools/support/record_tables.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
-#include "tools/support/utf8.h"
 
 #include <bit>
 #include <cstring>
@@ -57,44 +57,43 @@ std::vector<RecordPart> parts_below(const TreeFile &file, const std::string &lin
     return parts;
 }
 
-class JsonWriter {
+class RecordWriter {
 public:
-    explicit JsonWriter(TextOutput &output) : output_(output) {}
+    explicit RecordWriter(TextOutput &output) : json_(output) {}
 
     void write(const TreeFile &file, std::span<const RecordPart> records) {
-        begin();
-        text("file", file.name());
-        text("container", file.container() == Container::kMain ? "main" : "subtrees");
-        text("byte_order", file.order() == tool::ByteOrder::kLittle ? "little" : "big");
-        key("compressed") << (file.compressed() ? "true" : "false");
+        json_.begin_object();
+        json_.member("file", file.name());
+        json_.member("container", file.container() == Container::kMain ? "main" : "subtrees");
+        json_.member("byte_order", file.order() == tool::ByteOrder::kLittle ? "little" : "big");
+        json_.member("compressed").boolean(file.compressed());
         list("records", records);
-        output_ << "}\n";
+        json_.end_object().end_line();
     }
 
 private:
     void write(const RecordPart &part) {
-        begin();
-        number("version", part.record->version);
-        number("path_kind", part.record->path_kind);
-        text("attach_path", part.record->attach_path);
+        json_.begin_object();
+        json_.member("version").number(uint64_t{part.record->version});
+        json_.member("path_kind").number(uint64_t{part.record->path_kind});
+        json_.member("attach_path", part.record->attach_path);
         nodes_ = part.record->nodes;
         list("nodes", part.nodes);
-        output_ << '}';
+        json_.end_object();
     }
 
     void write(NodeIndex node) {
-        output_ << '\n'; // a line for each node
-        begin();
         const auto index = static_cast<uint32_t>(node);
-        number("index", index);
+        json_.next_on_new_line().begin_object();
+        json_.member("index").number(uint64_t{index});
         write_fields(tool::node_record_fields(), &nodes_[index]);
-        output_ << '}';
+        json_.end_object();
     }
 
     void write(const parameter_info_t &parameter) {
-        begin();
+        json_.begin_object();
         write_fields(tool::parameter_record_fields(), &parameter);
-        output_ << '}';
+        json_.end_object();
     }
 
     void write_fields(std::span<const tsh_field_t> fields, const void *record) {
@@ -108,14 +107,14 @@ private:
         case TSH_FIELD_TEXT:
             return string_field(field.name, bytes);
         case TSH_FIELD_BYTES:
-            key(field.name);
-            return digits(without_zeros_at_end(bytes));
+            json_.member(field.name).digits(without_zeros_at_end(bytes));
+            return;
         case TSH_FIELD_LINKS:
             return elements<uint16_t>(field, record);
         case TSH_FIELD_PARAMETERS:
             return elements<parameter_info_t>(field, record);
         case TSH_FIELD_SIGNED:
-            key(field.name) << static_cast<int64_t>(tsh_field_number(&field, record));
+            json_.member(field.name).number(static_cast<int64_t>(tsh_field_number(&field, record)));
             return;
         default:
             if (field.width == 1)
@@ -125,12 +124,12 @@ private:
     }
 
     void write_number(const tsh_field_t &field, uint64_t value) {
+        json_.member(field.name);
         if (field.width > sizeof(uint32_t)) {
-            key(field.name) << "\"0x";
-            output_.hexadecimal(value) << '"';
+            json_.mask(value);
             return;
         }
-        key(field.name) << value;
+        json_.number(value);
         if (field.kind == TSH_FIELD_FLAGS)
             list("flag_names", tool::flag_names(static_cast<uint32_t>(value)));
         else if (field.kind == TSH_FIELD_TYPES)
@@ -162,42 +161,14 @@ private:
         return {reinterpret_cast<const uint8_t *>(elements.data()), elements.size_bytes()};
     }
 
-    void write(uint32_t number) { output_ << number; }
-    void write(std::string_view value) { string(value); }
-
-    void begin() {
-        output_ << '{';
-        first_ = true;
-    }
-
-    TextOutput &key(std::string_view name) {
-        if (!first_)
-            output_ << ',';
-        first_ = false;
-        return output_ << '"' << name << "\":";
-    }
+    void write(uint32_t number) { json_.number(uint64_t{number}); }
+    void write(std::string_view value) { json_.text(value); }
 
     template <typename Values> void list(std::string_view name, const Values &values) {
-        key(name) << '[';
-        bool first = true;
-        for (const auto &value : values) {
-            if (!first)
-                output_ << ',';
-            first = false;
+        json_.member(name).begin_list();
+        for (const auto &value : values)
             write(value);
-        }
-        output_ << ']';
-        first_ = false;
-    }
-
-    void number(std::string_view name, uint32_t value) { key(name) << value; }
-
-    void text(std::string_view name, std::string_view value) {
-        key(name);
-        if (tool::is_utf8(value))
-            string(value);
-        else
-            hex({reinterpret_cast<const uint8_t *>(value.data()), value.size()});
+        json_.end_list();
     }
 
     // A field that is more than one UTF-8 string padded with zeros is written as its bytes.
@@ -205,50 +176,14 @@ private:
         const auto *first = reinterpret_cast<const char *>(bytes.data());
         const std::string_view value{first, strnlen(first, bytes.size())};
         const auto all = without_zeros_at_end(bytes);
+        json_.member(name);
         if (all.size() <= value.size())
-            return text(name, value);
-        key(name);
-        hex(all);
+            json_.text(value);
+        else
+            json_.bytes(all);
     }
 
-    void string(std::string_view value) {
-        output_ << '"';
-        for (size_t i = 0; i < value.size(); ++i)
-            if (!tool::is_control_at(value, i))
-                character(value[i]);
-            else if (!is_utf8_of_c1(value[i])) // its second byte is its code
-                code(value[i]);
-        output_ << '"';
-    }
-
-    void hex(std::span<const uint8_t> value) {
-        output_ << "{\"hex\":";
-        digits(value);
-        output_ << '}';
-    }
-
-    void digits(std::span<const uint8_t> value) {
-        output_ << '"';
-        for (const uint8_t byte : value)
-            output_.hexadecimal(byte, 2);
-        output_ << '"';
-    }
-
-    static bool is_utf8_of_c1(char first) { return first == '\xC2'; }
-
-    void code(char c) {
-        output_ << "\\u";
-        output_.hexadecimal(static_cast<unsigned char>(c), 4);
-    }
-
-    void character(char c) {
-        if (c == '"' || c == '\\')
-            output_ << '\\';
-        output_ << c;
-    }
-
-    TextOutput &output_;
-    bool first_ = true; // the current object has no key yet
+    tool::JsonOutput json_;
     tool::Nodes nodes_; // of the current record
 };
 
@@ -258,7 +193,7 @@ tool::Status show_json(const TreeFile &file, const Request &request, TextOutput 
     const auto parts = request.below ? parts_below(file, *request.below) : whole_records(file);
     if (request.below && parts.empty())
         return tool::kNegative;
-    JsonWriter{output}.write(file, parts);
+    RecordWriter{output}.write(file, parts);
     return tool::kDone;
 }
 

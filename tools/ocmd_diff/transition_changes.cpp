@@ -1,22 +1,22 @@
-// Differences that come up again are put into words once.
-#include "tools/ocmd_diff/change_texts.h"
+// Changes are found once for transitions with the same values, labels and symbol.
+#include "tools/ocmd_diff/transition_changes.h"
 
 namespace diff {
 
-const std::vector<std::string> &ChangeTexts::of(const PairTransition &transition) {
+const std::vector<Change> &TransitionChanges::of(const PairTransition &transition) {
     if (!transition.to.is_of_both())
         return none_;
     const Key key = key_of(transition);
     if (key[0] == key[1] && key[2] == key[3])
         return none_;
-    const auto [place, is_new] = texts_.try_emplace(key);
+    const auto [place, is_new] = changes_.try_emplace(key);
     if (is_new)
-        place->second = texts_of(key);
+        place->second = changes_of(key);
     return place->second;
 }
 
 // Values differ either where they are output, or where a line ends while they are pending.
-ChangeTexts::Key ChangeTexts::key_of(const PairTransition &transition) {
+TransitionChanges::Key TransitionChanges::key_of(const PairTransition &transition) {
     const auto &[before, after] = transition.to;
     Key key{kOnlyNoValues, kOnlyNoValues, dfa_.labels_of(before.state()),
             dfa_.labels_of(after.state()), transition.symbol};
@@ -30,15 +30,15 @@ ChangeTexts::Key ChangeTexts::key_of(const PairTransition &transition) {
     return key;
 }
 
-std::vector<std::string> ChangeTexts::texts_of(const Key &key) const {
-    std::vector<std::string> texts;
+std::vector<Change> TransitionChanges::changes_of(const Key &key) const {
+    std::vector<Change> changes;
     if (key[0] != key[1])
-        texts = dfa_.nfa().values().changes(key[0], key[1], dfa_.nfa().symbols().text(key[4]));
+        changes = dfa_.nfa().values().changes(key[0], key[1], dfa_.nfa().symbols().text(key[4]));
     if (key[2] == key[3])
-        return texts;
+        return changes;
     const auto fields = dfa_.labels()->changes(key[2], key[3]);
-    texts.insert(texts.end(), fields.begin(), fields.end());
-    return texts;
+    changes.insert(changes.end(), fields.begin(), fields.end());
+    return changes;
 }
 
 } // namespace diff

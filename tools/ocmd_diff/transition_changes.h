@@ -5,28 +5,27 @@
 
 #include <array>
 #include <map>
-#include <string>
 #include <vector>
 
 namespace diff {
 
-class ChangeTexts {
+class TransitionChanges {
 public:
-    explicit ChangeTexts(LineDfa &dfa) : dfa_(dfa) {}
+    explicit TransitionChanges(LineDfa &dfa) : dfa_(dfa) {}
 
-    /// A text for each difference, such as "max 24 -> 12"; none for a transition of one tree.
-    const std::vector<std::string> &of(const PairTransition &transition);
+    /// A change for each field; none for a transition of one tree.
+    const std::vector<Change> &of(const PairTransition &transition);
 
 private:
     // Value sets of both sides, label sets of both sides, symbol.
     using Key = std::array<uint32_t, 5>;
 
     Key key_of(const PairTransition &transition);
-    [[nodiscard]] std::vector<std::string> texts_of(const Key &key) const;
+    [[nodiscard]] std::vector<Change> changes_of(const Key &key) const;
 
     LineDfa &dfa_;
-    const std::vector<std::string> none_;
-    std::map<Key, std::vector<std::string>> texts_;
+    const std::vector<Change> none_;
+    std::map<Key, std::vector<Change>> changes_;
 };
 
 } // namespace diff

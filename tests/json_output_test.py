@@ -1,0 +1,128 @@
+#!/usr/bin/env python3
+"""JSON output says what the plain output says: json_output_test.py SOURCE PROGRAMS
+
+Every object of ocmd_find --json and ocmd_diff --json must match its schema and have no members that
+the schema or the documentation lacks. The plain output must follow from the objects.
+"""
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+import jsonschema
+
+source, programs = map(os.path.abspath, sys.argv[1:])
+schema = json.load(open(source + "/share/ocmd/json.schema.json"))
+jsonschema.Draft201909Validator.check_schema(schema)
+failures = 0
+
+
+def expect(what, ok, detail=""):
+    global failures
+    if not ok:
+        failures += 1
+        print("FAILED:", what, detail, sep="\n")
+
+
+def closed(part):
+    """The schema with no members beyond those that it names."""
+    if isinstance(part, list):
+        return [closed(element) for element in part]
+    if not isinstance(part, dict):
+        return part
+    part = {key: closed(value) for key, value in part.items()}
+    return part | ({"additionalProperties": False} if part.get("type") == "object" else {})
+
+
+def run(command, **arguments):
+    return subprocess.run(command, shell=True, capture_output=True, **arguments)
+
+
+def objects(kind, command):
+    validator = jsonschema.Draft201909Validator(closed(schema) | {"anyOf": [{"$ref": "#/$defs/" + kind}]})
+    found = []
+    for line in run(command).stdout.decode().splitlines():
+        found.append(json.loads(line))
+        errors = [error.message[:300] for error in validator.iter_errors(found[-1])]
+        expect(f"{command}: {line}", not errors, errors)
+    return found
+
+
+def text(value):
+    return value.encode() if isinstance(value, str) else bytes.fromhex(value["hex"])
+
+
+sections = re.split(r"\n## ", open(source + "/doc/json.md").read())
+for program, kinds in (("ocmd_find", ["answer", "reading", "message"]), ("ocmd_diff", ["difference", "totals"])):
+    section, = [s for s in sections if s.startswith(program)]
+    described = set(re.findall(r"\w+", " ".join(re.findall(r"^\| ([a-z_, ]+) \|", section, re.M))))
+    known = set().union(*(schema["$defs"][kind]["properties"] for kind in kinds))
+    expect("members of " + program, described == known, described ^ known)
+
+os.environ["PATH"] = programs + ":" + os.environ["PATH"]
+os.chdir(tempfile.mkdtemp())
+GRAMMAR = r"""words:
+  lamp: {words: {<INTEGER>: {min: 1, max: 12, submode: {help: "a \"lamp\"", mode: lamp}, words: {
+    bright: {words: {<INTEGER>: {max: 100, command: lamp_bright}}}, LABEL}}}}
+  show: {words: {lamps: {help: !bytes 'Gr\xfc\xdfe \x1b', command: show_lamps},
+                 lanes: show_lanes, ODD: show_odd}}
+"""
+for name, label, odd in (("old", "label: {words: {<LINE>: lamp_label}}", r"!bytes '\xfc\\'"),
+                         ("new", "dark: lamp_dark", r"!bytes '\xc3\xbc\xc2\x85'")):
+    with open(name + ".yaml", "w") as file:
+        file.write(GRAMMAR.replace("LABEL", label).replace("ODD", odd).replace("100", str(len(label))))
+    expect("compile " + name, not run(f"ocmd_compile --main {name}.yaml").returncode)
+for grammar in ("before", "after"):
+    expect("compile", not run(f"ocmd_compile --main -Wno-same-word -Wno-dead-end -Wno-bounds -o {grammar}.par "
+                              f"'{source}/tests/grammars/fields_{grammar}.yaml'").returncode)
+
+marks = {"removed": b"- ", "added": b"+ ", "changed": b"~ "}
+listed = 0
+for options in ("old.par new.par", "new.par old.par", "--fields old.par new.par", "--fields before.par after.par"):
+    lines = b""
+    for found in objects("difference", "ocmd_diff --json " + options):
+        lines += marks[found["difference"]] + text(found["line"])
+        if found["difference"] == "changed":
+            values = [b" | ".join(map(text, found.get(side, []))) or b"none" for side in ("before", "after")]
+            if "field" in found:
+                named = [text(found[key]) for key in ("word", "field") if key in found]
+                expect("text of " + str(found), text(found["text"]) == b" ".join(named + [b" -> ".join(values)]))
+            lines += (b": " if found["is_line"] else b" ...: ") + text(found["text"])
+        lines += b"\n"
+        listed += 1
+    expect("ocmd_diff " + options, lines == run("ocmd_diff " + options).stdout, lines)
+    totals, = objects("totals", "ocmd_diff --json --stat " + options)
+    expect("totals " + options, run("ocmd_diff --stat " + options).stdout.decode().split() ==
+           ["-", totals["removed"], "+", totals["added"], "~", totals["changed"]])
+expect("differences", listed > 30, listed)
+
+with open("saved", "wb") as file:
+    file.write(b"lamp 3\n  bright 101\n  \xfc\n    x\nlamp 13\nshow\n")
+messages = b"".join(b"%s:%d:%d: %s%s\n" % (
+    text(m["file"]), m["line"], m["column"], text(m["message"]),
+    b"; %d line below it not checked" % m["skipped"] if m["skipped"] else b"")
+    for m in objects("message", "ocmd_find --json --config=saved new.par"))
+expect("messages", messages == run("ocmd_find --config=saved new.par").stdout, messages)
+
+for line in ("show lamps", "lamp 3", "lam 3 / br 7", "show", "show l", "show bays", "lamp 13", "lamp 3 bright",
+             "show lanes 2", "lamp 3 / ", r"show $'\xfc'"):
+    answer, = objects("answer", f"bash -c \"ocmd_find --json -- new.par {line}\"")
+    plain = run(f"bash -c \"ocmd_find -- new.par {line}\"")
+    fields = dict(re.findall(rb"^([a-z]+): +(.*)", plain.stdout, re.M))
+    expect("status of " + line, (plain.returncode == 0) == (answer["verdict"] == "accepted"))
+    for reading in answer["readings"][-1:] if answer["verdict"] != "ambiguous" else []:
+        for key in ("command", "line", "function", "mode"):
+            expect(f"{key} of {line}", text(reading[key]) == fields.get(key.encode(), b""), reading)
+    for list_name, before in (("follows", b"follows:"), ("commands", b"commands of the submode:")):
+        words = re.search(before + rb"\n((  .*\n)*)", plain.stdout)
+        here = answer.get(list_name, answer["candidates"] if list_name == "follows" and plain.stderr else [])
+        if words:
+            expect(f"{list_name} of {line}", [w.split()[0] for w in words[1].splitlines()] ==
+                   [text(candidate["word"]) for candidate in here], here)
+    if "message" in answer:
+        expect("message of " + line, text(answer["message"]) in plain.stderr, answer)
+        caret = re.search(rb"\n  ( *)\^+\n", plain.stderr)
+        expect("place of " + line, not caret or len(caret[1]) == answer["begin"], answer)
+sys.exit(failures > 0)
