@@ -3,20 +3,25 @@
 //
 // Reaches: tool::open_valid, show::show_summary, show::show_nodes, show::show_yaml,
 // show::show_json, show::show_dot, show::show_commands, show::show_functions,
+// show::show_html, show::visible, show::as_json, show::as_html,
 // diff::DifferenceCount::count, diff::DifferenceList::list
+#include "base/escape.h"
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "tools/ocmd_diff/difference_count.h"
 #include "tools/ocmd_diff/difference_list.h"
 #include "tools/ocmd_show/modes.h"
+#include "tools/ocmd_show/page_text.h"
 #include "tools/support/command_count.h"
 #include "tools/support/types.h"
+#include "tools/support/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <fcntl.h>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -47,10 +52,28 @@ void show_all(const tool::TreeFile &file) {
     show::show_json(file, all, output);
     show::show_dot(file, all, output);
     show::show_dot(file, part, output);
+    show::show_html(file, all, output);
+    show::show_html(file, part, output);
     show::show_functions(file, {.as_c_header = true}, output);
     show::show_functions(file, part, output);
     if (std::ranges::all_of(file.records(), can_be_listed))
         show::show_commands(file, all, output);
+}
+
+// No text of a page has a character that a browser obeys, or a mark of HTML.
+void check_page_texts(const tool::TreeFile &file) {
+    for (const tool::TreeRecord &record : file.records())
+        for (const tree_node_t &node : record.nodes)
+            for (const std::string_view text : {tool::text_of(node.name), tool::text_of(node.help),
+                                                tool::text_of(node.func_id)}) {
+                const std::string shown = show::visible(text);
+                want(tool::is_utf8(shown), "a text is UTF-8");
+                want(base::escaped(shown) == shown, "control characters are escaped");
+                want(shown.find("\u202e") == std::string::npos, "directions are escaped");
+                want(show::as_json(shown).find('<') == std::string::npos, "JSON has no tag");
+                want(show::as_html(shown).find_first_of("<>\"") == std::string::npos,
+                     "nor has HTML");
+            }
 }
 
 void compare(const tool::TreeFile &before, const tool::TreeFile &after) {
@@ -79,10 +102,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Input input{data, size};
     const auto one = sound_file(store(100, input.file()));
     const auto other = sound_file(store(101, input.file()));
-    if (one)
-        show_all(*one);
-    if (other)
-        show_all(*other);
+    for (const auto &file : {&one, &other})
+        if (*file) {
+            show_all(**file);
+            check_page_texts(**file);
+        }
     if (one && other)
         compare(*one, *other);
     return 0;

@@ -7,6 +7,7 @@ cd "$(dirname "$0")"
 declare -A group=(
     [build]="g++ cmake ninja-build pkg-config zlib1g-dev libglib2.0-dev libyaml-dev libedit-dev"
     [tests]="git googletest python3-jsonschema python3-yaml python3-pexpect dpkg-dev file parallel"
+    [browser]="chromium chromium-driver python3-selenium"
     [lint]="libbenchmark-dev clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"
     [i386]="gcc-multilib g++-multilib"

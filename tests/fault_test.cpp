@@ -64,6 +64,7 @@ const Scenario kScenarios[] = {
     {"Json", "ocmd_show --json - <one.par", kTool},
     {"Dot", "ocmd_show --dot --below lamp main.par", kTool},
     {"Functions", "ocmd_show --functions=c main.par", kTool},
+    {"Html", "ocmd_show --html main.par", kTool},
     {"Check", "ocmd_show --check main.par", kTool},
     {"Diff", "ocmd_diff main.par one.par", kTool},
     {"DiffFields", "ocmd_diff --fields main.par one.par", kTool},

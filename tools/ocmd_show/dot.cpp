@@ -2,7 +2,6 @@
 // graph.
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/command_lines.h"
-#include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/utf8.h"
 
@@ -141,22 +140,11 @@ private:
     std::vector<uint32_t> parents_; // how many each node has
 };
 
-// All nodes but the one by which a main tree is loaded, unless it is requested.
-std::vector<bool> wanted_nodes(const TreeFile &file, Nodes nodes, const Request &request) {
-    std::vector<bool> wanted(nodes.size(), true);
-    if (request.redirect_root || file.container() != tool::Container::kMain)
-        return wanted;
-    for (const uint16_t child : tool::links_of(nodes[0]))
-        if (tool::text_of(nodes[child].name) == tool::kRedirectRoot)
-            wanted[child] = false;
-    return wanted;
-}
-
 } // namespace
 
 tool::Status show_dot(const TreeFile &file, const Request &request, TextOutput &output) {
     const auto draw = [&](Nodes nodes, const LinkTable &links, std::vector<uint16_t> top) {
-        const std::vector<bool> wanted = wanted_nodes(file, nodes, request);
+        const std::vector<bool> wanted = nodes_to_show(file, nodes, request);
         Graph{nodes, links, wanted, output}.draw(file.name(), std::move(top), request.levels);
     };
     if (!request.below) {

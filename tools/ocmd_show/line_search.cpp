@@ -5,7 +5,6 @@
 #include "tools/support/command_lines.h"
 
 #include <algorithm>
-#include <set>
 
 namespace show {
 
@@ -146,6 +145,15 @@ std::vector<uint16_t> LineSearch::reached_from(uint16_t found) const {
         open.insert(open.end(), children.rbegin(), children.rend());
     }
     return order;
+}
+
+std::set<std::pair<uint16_t, uint16_t>> LineSearch::links_on_line() const {
+    std::set<std::pair<uint16_t, uint16_t>> links;
+    for (const State &state : states_)
+        for (const uint32_t next : state.next)
+            if (states_[next].leads_to_end)
+                links.emplace(state.node, states_[next].node);
+    return links;
 }
 
 // States of one node are visited together, so that each path is visited once.

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -45,6 +46,9 @@ public:
     /// A found node and all that it reaches, each before its children, in the order of the first
     /// link to it.
     [[nodiscard]] std::vector<uint16_t> reached_from(uint16_t found) const;
+
+    /// The links on paths to found nodes, from parent to child.
+    [[nodiscard]] std::set<std::pair<uint16_t, uint16_t>> links_on_line() const;
 
     /// Calls visit with each path to a found node, from its first word on, in the order of the
     /// listing.

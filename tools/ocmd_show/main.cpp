@@ -39,6 +39,7 @@ struct Mode {
     unsigned uses;
     const char *heading; // before the name of each of several files; null for none
     const char *heading_end;
+    bool only_one_file = false;
 };
 
 constexpr std::array kModes{
@@ -65,6 +66,12 @@ constexpr std::array kModes{
          kBelow,
          "",
          ":\n"},
+    Mode{{0, "html", nullptr, "Write the reference of all commands as one HTML page."},
+         show_html,
+         kBelow,
+         nullptr,
+         nullptr,
+         true},
     Mode{{0, "check", nullptr, "Only validate the files and report all errors."},
          show_faults,
          kNothing,
@@ -183,6 +190,8 @@ public:
           has_headings_(line.operands().size() > 1 && mode_.heading != nullptr) {
         if (line.operands().empty())
             refuse("no file");
+        if (mode_.only_one_file && line.operands().size() > 1)
+            refuse("--%s requires a single file", mode_.option.name);
     }
 
     // A file that cannot be opened does not keep the others from being shown.

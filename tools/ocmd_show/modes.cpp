@@ -1,6 +1,8 @@
 // What several modes share, and the check, which shows nothing else.
 #include "tools/ocmd_show/modes.h"
 
+#include "tools/support/grammar_fields.h"
+
 namespace show {
 
 std::vector<LineSearch> search(const tool::TreeFile &file, const std::string &line) {
@@ -13,6 +15,17 @@ std::vector<LineSearch> search(const tool::TreeFile &file, const std::string &li
     if (matches.empty())
         tool::report("%s: no command line starts with \"%s\"", file.name().c_str(), line.c_str());
     return matches;
+}
+
+std::vector<bool> nodes_to_show(const tool::TreeFile &file, tool::Nodes nodes,
+                                const Request &request) {
+    std::vector<bool> shown(nodes.size(), true);
+    if (request.redirect_root || file.container() != tool::Container::kMain)
+        return shown;
+    for (const uint16_t child : tool::links_of(nodes[0]))
+        if (tool::text_of(nodes[child].name) == tool::kRedirectRoot)
+            shown[child] = false;
+    return shown;
 }
 
 tool::Status show_faults(const tool::TreeFile &file, const Request & /*request*/,

@@ -26,6 +26,10 @@ struct Request {
 /// Searches every record for the line. Reports if no record has it.
 std::vector<LineSearch> search(const tool::TreeFile &file, const std::string &line);
 
+/// Returns a flag per node: all but the redirect root of a main tree, unless it is requested.
+std::vector<bool> nodes_to_show(const tool::TreeFile &file, tool::Nodes nodes,
+                                const Request &request);
+
 using Show = tool::Status(const tool::TreeFile &file, const Request &request,
                           tool::TextOutput &output);
 Show show_summary;
@@ -35,6 +39,7 @@ Show show_yaml;
 Show show_json;
 Show show_dot;
 Show show_functions;
+Show show_html;
 Show show_faults;
 
 } // namespace show

@@ -30,14 +30,7 @@ LinkTable::LinkTable(Nodes nodes) {
 void LinkTable::keep_links_to(const std::vector<bool> &wanted) {
     if (std::ranges::find(wanted, false) == wanted.end())
         return;
-    uint32_t kept = 0;
-    for (size_t node = 0; node < node_count(); ++node) {
-        const uint32_t begin = std::exchange(first_[node], kept);
-        for (uint32_t link = begin; link < first_[node + 1]; ++link)
-            if (wanted[links_[link]])
-                links_[kept++] = links_[link];
-    }
-    first_.back() = kept;
+    keep_links([&](uint32_t /*from*/, uint16_t to) { return wanted[to]; });
 }
 
 std::vector<uint16_t> children_first(const LinkTable &links) {

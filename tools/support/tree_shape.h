@@ -9,6 +9,7 @@
 #include <cstring>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tool {
@@ -55,6 +56,18 @@ public:
     }
 
     [[nodiscard]] bool has_line(uint32_t node) const { return lines_[node] != 0; }
+
+    /// Removes all links for which a predicate of parent and child is false.
+    template <typename Predicate> void keep_links(Predicate is_kept) {
+        uint32_t kept = 0;
+        for (uint32_t node = 0; node < node_count(); ++node) {
+            const uint32_t begin = std::exchange(first_[node], kept);
+            for (uint32_t link = begin; link < first_[node + 1]; ++link)
+                if (is_kept(node, links_[link]))
+                    links_[kept++] = links_[link];
+        }
+        first_.back() = kept;
+    }
 
     /// Removes all links to nodes that are not wanted, by a flag per node.
     void keep_links_to(const std::vector<bool> &wanted);

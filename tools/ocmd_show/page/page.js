@@ -1,0 +1,534 @@
+
+'use strict';
+(() => {
+const data = JSON.parse(document.getElementById('data').textContent);
+const {nodes} = data;
+const MOST_IN_LINE = 40; // words of a line that are shown
+const MOST_IN_LINK = 100; // words of a link; a longer one has the number of the node
+const MOST_IN_TREE = 500; // levels that the tree opens to show a node
+const REST = 200; // milliseconds without a key
+const BATCH = 50; // elements of a long list that are shown at once
+
+const NAMES = ['function', 'mode', 'name']; // properties that grammars spell
+
+const byId = (id) => document.getElementById(id);
+const [tree, results, search, status, more, detail] =
+  ['tree', 'results', 'search', 'status', 'more', 'detail'].map(byId);
+
+// Creates an element. Every text of the grammar becomes a text node.
+function make(tag, attributes = {}, ...content) {
+  const element = document.createElement(tag);
+  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
+  element.append(...content);
+  return element;
+}
+
+// ---- The tree: nodes with shared children ----
+
+const childrenOf = (number) => (number < 0 ? data.first : nodes[number].next ?? []);
+
+// The nodes are numbered depth first, so a child was met first below the last of its parents that
+// has a lower number.
+const parentOf = new Int32Array(nodes.length).fill(-1);
+const depthOf = new Uint32Array(nodes.length);
+nodes.forEach((node, number) => {
+  depthOf[number] = parentOf[number] < 0 ? 1 : depthOf[parentOf[number]] + 1;
+  for (const child of childrenOf(number)) if (child > number) parentOf[child] = number;
+});
+
+function firstPathTo(number) {
+  const path = [];
+  for (; number >= 0; number = parentOf[number]) path.push(number);
+  return path.reverse();
+}
+
+let parents = null; // of each node, -1 before first words; made when first needed
+function parentsOf(number) {
+  if (parents === null) {
+    parents = nodes.map(() => []);
+    for (const child of data.first) parents[child].push(-1);
+    nodes.forEach((node, parent) => childrenOf(parent).forEach((child) => parents[child].push(parent)));
+  }
+  return parents[number];
+}
+
+// ---- Links: #show/bays. A word that an earlier sibling has, too, and a missing word are counted ----
+
+function linkTo(path) {
+  if (path.length > MOST_IN_LINK) return `#:${path.at(-1)}`;
+  return '#' + path.map((number, i) => {
+    const {word} = nodes[number];
+    const same = childrenOf(i === 0 ? -1 : path[i - 1]).filter((other) => nodes[other].word === word);
+    const count = same.indexOf(number) + 1;
+    const text = encodeURIComponent(word).replaceAll('~', '%7E');
+    return word !== '' && count === 1 ? text : `${text}~${count}`;
+  }).join('/');
+}
+
+// Returns the path of a link without its #; null if there is none.
+function pathOf(link) {
+  const numbered = /^:(\d+)$/.exec(link);
+  if (numbered) return Number(numbered[1]) in nodes ? firstPathTo(Number(numbered[1])) : null;
+  const path = [];
+  for (const segment of link.split('/')) {
+    const parts = /^([^~]*)(?:~(\d+))?$/.exec(segment);
+    if (!parts) return null;
+    let word;
+    try {
+      word = decodeURIComponent(parts[1]);
+    } catch {
+      return null;
+    }
+    const same = childrenOf(path.at(-1) ?? -1).filter((number) => nodes[number].word === word);
+    const number = same[(parts[2] ?? 1) - 1];
+    if (number === undefined) return null;
+    path.push(number);
+  }
+  return path;
+}
+
+// ---- Words and lines ----
+
+const isCommand = (node) => Boolean(node.ends || node.submode);
+
+function wordOf(number, tag = 'span', attributes = {}) {
+  const node = nodes[number];
+  const kind = node.word === '' ? ' unnamed' : node.values && node.word[0] === '<' ? ' value' : '';
+  const text = node.word === '' ? node.name ?? '' : node.word;
+  return make(tag, {...attributes, dir: 'ltr', class: `word${kind}${isCommand(node) ? ' ends' : ''}`},
+    text + (node.optional ? '[o]' : ''));
+}
+
+const helpOf = (node, tag = 'span') => make(tag, {class: 'help', dir: 'auto'}, node.help ?? '');
+const afterWord = (number) => (nodes[number].submode ? ' / ' : ' ');
+
+// The line of a path as lines are listed, each word made by a function.
+function lineOf(path, word) {
+  const first = Math.max(0, path.length - MOST_IN_LINE);
+  const content = first > 0 ? ['… '] : [];
+  for (let i = first; i < path.length; ++i) {
+    if (i > first) content.push(afterWord(path[i - 1]));
+    content.push(word(path[i], i));
+  }
+  return content;
+}
+
+// A list that shows its first elements and, on demand, more.
+function longList(list, values, item) {
+  const fill = (from) => {
+    list.append(...values.slice(from, from + BATCH).map(item));
+    if (values.length <= from + BATCH) return;
+    const button = make('button', {type: 'button'}, `${values.length - from - BATCH} more`);
+    const last = make('li', {}, button);
+    button.addEventListener('click', () => {
+      last.remove();
+      fill(from + BATCH);
+    });
+    list.append(last);
+  };
+  fill(0);
+  return list;
+}
+
+// ---- One command ----
+
+function valuesOf(node) {
+  return (node.values ?? []).map(({is, example}) => is + (example ? `, such as ${example}` : ''));
+}
+
+function commandState(node) {
+  if (node.ends && node.submode) return 'complete, enters a submode';
+  if (node.submode) return 'enters a submode';
+  return node.ends ? 'complete' : 'needs more words';
+}
+
+function propertiesOf(node, attachPath) {
+  const rows = [];
+  const add = (label, value, kind = '') =>
+    rows.push(make('dt', {}, label), make('dd', {dir: 'auto', class: kind}, value));
+  add('Command', commandState(node));
+  for (const value of valuesOf(node)) add('Value', value);
+  if (node.optional) add('Optional', 'may be left out');
+  for (const [key, label] of Object.entries(data.labels))
+    if (node[key]) add(label, node[key], NAMES.includes(key) ? 'word' : '');
+  if (attachPath) add('Attached below', attachPath, 'word');
+  return make('dl', {}, ...rows);
+}
+
+function itemOf(number, word) {
+  const node = nodes[number];
+  const notes = [...valuesOf(node), ...(node.optional ? ['optional'] : [])].join('; ');
+  const text = make('span', {}, helpOf(node));
+  if (notes) text.append(node.help ? ' – ' : '', notes);
+  return make('li', {}, word, ' ', text);
+}
+
+const wordsOf = (path) => make('ul', {class: 'columns'},
+  ...path.slice(-MOST_IN_LINE).map((number) => itemOf(number, wordOf(number))));
+
+const childList = (path) => longList(make('ul', {class: 'columns'}), childrenOf(path.at(-1) ?? -1),
+  (child) => itemOf(child, wordOf(child, 'a', {href: linkTo([...path, child])})));
+
+// Paths to a node through its other parents, one for each.
+function otherPlaces(path) {
+  const number = path.at(-1);
+  return parentsOf(number).filter((parent) => parent !== (path.at(-2) ?? -1))
+    .map((parent) => [...(parent < 0 ? [] : firstPathTo(parent)), number]);
+}
+
+const lineLink = (path) =>
+  make('a', {href: linkTo(path)}, ...lineOf(path, (number) => wordOf(number)));
+
+function showCommand(path) {
+  const number = path.at(-1);
+  const node = nodes[number];
+  const line = lineOf(path, (part, i) =>
+    i === path.length - 1 ? wordOf(part) : wordOf(part, 'a', {href: linkTo(path.slice(0, i + 1))}));
+  const attachPath = path.length === 1 && data.attach[data.first.indexOf(number)];
+  const content = [make('h1', {}, ...line), helpOf(node, 'p'), propertiesOf(node, attachPath)];
+  const section = (title, element) => content.push(make('h2', {}, title), element);
+  if (path.length > 1) section('Words', wordsOf(path));
+  if (node.next) section(node.submode ? 'Commands of this submode' : 'Next words', childList(path));
+  const places = otherPlaces(path);
+  if (places.length > 0)
+    section('Also here', longList(make('ul'), places, (place) => make('li', {}, lineLink(place))));
+  detail.replaceChildren(...content);
+}
+
+function showStart(missing) {
+  const ends = nodes.filter(isCommand).length;
+  const print = make('button', {type: 'button'}, 'Print the reference of all commands');
+  print.addEventListener('click', () => window.print());
+  const content = [make('h1', {}, data.title)];
+  if (missing) content.push(make('p', {role: 'alert'}, 'No command has the link ', make('code', {class: 'word'}, missing), '.'));
+  content.push(make('p', {class: 'help'},
+    `${nodes.length.toLocaleString('en')} words, ${ends.toLocaleString('en')} of which complete a command` +
+    (data.mode ? `, mode ${data.mode}` : '') + '.'));
+  content.push(make('p', {class: 'quiet'}, make('kbd', {}, '/'), ' searches, arrow keys move in the tree, ',
+    make('kbd', {}, 'Enter'), ' opens. ', make('span', {class: 'word'}, '[o]'), ' marks an optional word, ',
+    make('span', {class: 'word'}, '/'), ' follows the words that enter a submode.'));
+  content.push(print, make('h2', {}, 'First words'), childList([]));
+  detail.replaceChildren(...content);
+}
+
+let shown = null; // link of the command that is shown
+
+function show() {
+  const link = location.hash.slice(1);
+  if (link !== shown) showPath(link, link === '' ? [] : pathOf(link));
+}
+
+// Without a path, no command has the link.
+function showPath(link, path) {
+  shown = link;
+  if (path?.length) {
+    showCommand(path);
+    reveal(path);
+  } else {
+    showStart(path ? '' : link);
+    select(null);
+  }
+  document.title = path?.length
+    ? `${path.slice(-MOST_IN_LINE).map((number) => nodes[number].word).join(' ')} – ${data.title}` : data.title;
+  detail.scrollTop = 0;
+  if (document.activeElement !== search && !tree.contains(document.activeElement)) detail.focus();
+}
+
+// ---- The view of the tree: a row for each opened path ----
+
+const rowOf = new WeakMap(); // of an element: {element, number, parent, level, children (if open)}
+let topRows = [];
+let selected = null;
+
+function makeRows(parent) {
+  const numbers = childrenOf(parent?.number ?? -1);
+  const level = (parent?.level ?? 0) + 1;
+  return numbers.map((number, i) => {
+    const element = make('li', {role: 'treeitem', 'aria-level': level, 'aria-setsize': numbers.length,
+      'aria-posinset': i + 1, 'aria-selected': false, tabindex: -1}, wordOf(number), helpOf(nodes[number]));
+    if (nodes[number].next) element.setAttribute('aria-expanded', false);
+    element.style.setProperty('--level', level - 1);
+    const row = {element, number, parent, level, children: null};
+    rowOf.set(element, row);
+    return row;
+  });
+}
+
+function open(row) {
+  if (row.children !== null || !nodes[row.number].next) return;
+  row.children = makeRows(row);
+  row.element.after(...row.children.map(({element}) => element));
+  row.element.setAttribute('aria-expanded', true);
+}
+
+function close(row) {
+  if (row.children === null) return;
+  const next = row.element;
+  while (next.nextElementSibling && rowOf.get(next.nextElementSibling).level > row.level)
+    next.nextElementSibling.remove();
+  row.children = null;
+  row.element.setAttribute('aria-expanded', false);
+}
+
+function select(row) {
+  for (const [element, isNew] of [[selected?.element, false], [row?.element, true]])
+    element?.setAttribute('aria-selected', isNew);
+  tree.querySelector('[tabindex="0"]')?.setAttribute('tabindex', -1);
+  (row ?? topRows[0])?.element.setAttribute('tabindex', 0);
+  selected = row;
+}
+
+// Selects the row of a path after opening the rows above it.
+function reveal(path) {
+  if (path.length > MOST_IN_TREE) return select(null);
+  let row = null;
+  for (const number of path) {
+    if (row) open(row);
+    row = (row?.children ?? topRows).find((child) => child.number === number);
+  }
+  if (row !== selected || !row.element.isConnected) select(row);
+  row.element.scrollIntoView({block: 'nearest'});
+}
+
+function pathOfRow(row) {
+  const path = [];
+  for (; row; row = row.parent) path.push(row.number);
+  return path.reverse();
+}
+
+// Moving with keys shows each command without an entry in the history. Browsers limit the number of
+// changes of the address, so it follows when the keys rest.
+let rest = 0;
+function go(row, isStep) {
+  row.element.focus();
+  clearTimeout(rest);
+  const path = pathOfRow(row);
+  const link = linkTo(path);
+  if (!isStep) {
+    location.hash = link;
+    return;
+  }
+  showPath(link.slice(1), path);
+  rest = setTimeout(() => location.replace(link), REST);
+}
+
+function rowWithPrefix(row, key) {
+  const rows = [...tree.children];
+  const at = rows.indexOf(row.element);
+  return [...rows.slice(at + 1), ...rows.slice(0, at)]
+    .find((element) => nodes[rowOf.get(element).number].word.toLowerCase().startsWith(key.toLowerCase()));
+}
+
+function rowAfterKey(row, key) {
+  const {element} = row;
+  switch (key) {
+  case 'ArrowDown': return element.nextElementSibling;
+  case 'ArrowUp': return element.previousElementSibling;
+  case 'Home': return tree.firstElementChild;
+  case 'End': return tree.lastElementChild;
+  case 'ArrowRight': return row.children?.[0].element;
+  case 'ArrowLeft': return row.parent?.element;
+  default: return key.length === 1 && key !== ' ' ? rowWithPrefix(row, key) : undefined;
+  }
+}
+
+tree.addEventListener('keydown', (event) => {
+  const row = rowOf.get(event.target);
+  if (!row || event.ctrlKey || event.altKey || event.metaKey || event.key === '/') return;
+  const {key} = event;
+  if (key === 'ArrowRight' && row.children === null && nodes[row.number].next) open(row);
+  else if (key === 'ArrowLeft' && row.children !== null) close(row);
+  else if (key === 'Enter' || key === ' ') {
+    if (row.children === null) open(row); else close(row);
+    go(row);
+  } else if (key === '*') (row.parent?.children ?? topRows).forEach(open);
+  else {
+    const target = rowAfterKey(row, key);
+    if (target === undefined) return;
+    if (target) go(rowOf.get(target), true);
+  }
+  event.preventDefault();
+});
+
+tree.addEventListener('click', (event) => {
+  const row = rowOf.get(event.target.closest('li'));
+  if (!row) return;
+  if (row.children === null) open(row);
+  else if (row === selected) close(row);
+  go(row);
+});
+
+// ---- Search: every term is in the node or in a word before it, one at least in the node ----
+
+const RANKS = {word: 1, start: 2, part: 3, function: 4, help: 5, before: 2};
+const DEPTHS = 64; // deeper nodes rank as this depth
+const MOST_TERMS = 20;
+let index = null; // the texts of all nodes in one string
+
+function indexed() {
+  if (index !== null) return index;
+  const texts = [];
+  const starts = new Uint32Array(nodes.length + 1); // of the word,
+  const functions = new Uint32Array(nodes.length); // the function
+  const helps = new Uint32Array(nodes.length); // and the help of each node
+  let length = 0;
+  const add = (text = '') => {
+    const lower = `${text.toLowerCase()}\n`;
+    texts.push(lower);
+    length += lower.length;
+  };
+  nodes.forEach((node, number) => {
+    starts[number] = length;
+    add(node.word);
+    functions[number] = length;
+    add(node.function);
+    helps[number] = length;
+    add(node.help);
+  });
+  starts[nodes.length] = length;
+  index = {text: texts.join(''), starts, functions, helps};
+  return index;
+}
+
+// The rank of a term in each node, 0 where it is not.
+function ranksOf(term) {
+  const {text, starts, functions, helps} = indexed();
+  const ranks = new Uint8Array(nodes.length);
+  let number = 0;
+  for (let at = text.indexOf(term); at >= 0; at = text.indexOf(term, starts[number + 1])) {
+    while (starts[number + 1] <= at) ++number;
+    if (at >= helps[number]) ranks[number] = RANKS.help;
+    else if (at >= functions[number]) ranks[number] = RANKS.function;
+    else if (at > starts[number]) ranks[number] = RANKS.part;
+    else ranks[number] = '\n<'.includes(text[at + term.length]) ? RANKS.word : RANKS.start;
+  }
+  return ranks;
+}
+
+// The numbers of the nodes that match, best first: by rank, then by depth. Sorted by counting, because
+// the first letter may match all nodes.
+function find(terms) {
+  const total = new Uint16Array(nodes.length); // ranks of all terms together
+  const isMissing = new Uint8Array(nodes.length); // a term is neither in the node nor before it
+  const isOwn = new Uint8Array(nodes.length); // a term is in the node
+  for (const term of terms) {
+    const ranks = ranksOf(term);
+    for (let number = 0; number < ranks.length; ++number) {
+      if (ranks[number] > 0) isOwn[number] = 1;
+      else if (parentOf[number] >= 0 && ranks[parentOf[number]] > 0) ranks[number] = RANKS.before;
+      else isMissing[number] = 1;
+      total[number] += ranks[number];
+    }
+  }
+  const places = new Uint32Array((RANKS.help * terms.length + 1) * DEPTHS + 1);
+  const keyOf = (number) => total[number] * DEPTHS + Math.min(depthOf[number], DEPTHS - 1);
+  const isFound = (number) => isOwn[number] === 1 && isMissing[number] === 0;
+  for (let number = 0; number < nodes.length; ++number) if (isFound(number)) ++places[keyOf(number) + 1];
+  for (let key = 1; key < places.length; ++key) places[key] += places[key - 1];
+  const numbers = new Uint32Array(places.at(-1));
+  for (let number = 0; number < nodes.length; ++number) if (isFound(number)) numbers[places[keyOf(number)]++] = number;
+  return numbers;
+}
+
+// The text with the terms marked. Lower case may have another length; nothing is marked then.
+function marked(text, terms) {
+  const lower = text.toLowerCase();
+  const content = [];
+  let from = 0;
+  while (lower.length === text.length) {
+    let next = null;
+    for (const term of terms) {
+      const at = lower.indexOf(term, from);
+      if (at >= 0 && (next === null || at < next.at)) next = {at, end: at + term.length};
+    }
+    if (next === null) break;
+    content.push(text.slice(from, next.at), make('mark', {}, text.slice(next.at, next.end)));
+    from = next.end;
+  }
+  return [...content, text.slice(from)];
+}
+
+function resultOf(number, terms) {
+  const node = nodes[number];
+  const path = firstPathTo(number);
+  const mark = (element) => {
+    element.replaceChildren(...marked(element.textContent, terms));
+    return element;
+  };
+  const link = make('a', {href: linkTo(path)}, ...lineOf(path, (part) => mark(wordOf(part))));
+  const about = [node.help, node.function].filter(Boolean).join(' – ');
+  if (about) link.append(mark(make('span', {class: 'help', dir: 'auto'}, about)));
+  return make('li', {}, link);
+}
+
+let found = [];
+let terms = [];
+
+function showMore() {
+  const from = results.children.length;
+  results.append(...Array.from(found.subarray(from, from + BATCH), (number) => resultOf(number, terms)));
+  more.hidden = results.children.length === found.length;
+}
+
+function runSearch() {
+  terms = search.value.toLowerCase().split(/\s+/).filter(Boolean).slice(0, MOST_TERMS);
+  const isSearching = terms.length > 0;
+  tree.hidden = isSearching;
+  results.hidden = !isSearching;
+  results.replaceChildren();
+  results.scrollTop = 0;
+  more.hidden = true;
+  status.textContent = '';
+  if (!isSearching) return selected?.element.scrollIntoView({block: 'nearest'});
+  found = find(terms);
+  showMore();
+  status.textContent = found.length === 1 ? '1 result' : `${found.length.toLocaleString('en')} results`;
+}
+
+search.addEventListener('input', runSearch);
+more.addEventListener('click', showMore);
+search.addEventListener('keydown', (event) => {
+  if (event.key === 'Escape') {
+    search.value = '';
+    runSearch();
+  } else if (event.key === 'ArrowDown') {
+    (results.hidden ? tree.querySelector('[tabindex="0"]') : results.querySelector('a'))?.focus();
+  } else if (event.key === 'Enter') {
+    search.blur(); // so that the command takes the focus
+    results.querySelector('a')?.click();
+  } else return;
+  event.preventDefault();
+});
+
+results.addEventListener('keydown', (event) => {
+  const item = event.target.closest('li');
+  if (event.key === 'Escape') search.focus();
+  else if (event.key === 'ArrowDown') item?.nextElementSibling?.firstElementChild.focus();
+  else if (event.key === 'ArrowUp') (item?.previousElementSibling?.firstElementChild ?? search).focus();
+  else return;
+  event.preventDefault();
+});
+
+document.addEventListener('keydown', (event) => {
+  if (event.key !== '/' || event.target === search || event.ctrlKey || event.altKey || event.metaKey) return;
+  event.preventDefault();
+  search.focus();
+  search.select();
+});
+
+// ---- Print: the reference, which is a part of the page for readers without scripts ----
+
+window.addEventListener('beforeprint', () => {
+  const reference = new DOMParser().parseFromString(document.querySelector('noscript').textContent, 'text/html');
+  byId('printed').replaceChildren(...reference.body.children);
+});
+window.addEventListener('afterprint', () => byId('printed').replaceChildren());
+
+topRows = makeRows(null);
+tree.append(...topRows.map(({element}) => element));
+byId('wait').remove();
+byId('app').hidden = false;
+window.addEventListener('hashchange', show);
+show();
+setTimeout(indexed);
+})();
