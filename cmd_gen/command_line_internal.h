@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/chunk_copy.h"
+#include "base/output_block.h"
 #include "cmd_gen/enumeration.h"
-#include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/store_internal.h"
 
 #include <algorithm>

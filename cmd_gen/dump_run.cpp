@@ -21,7 +21,7 @@ class RecordLines {
 public:
     struct Frame {};
 
-    [[nodiscard]] bool reserve() { return block_.reserve(tsh::OutputBlock::kBytes); }
+    [[nodiscard]] bool reserve() { return block_.reserve(base::OutputBlock::kBytes); }
     void begin() { output_.emplace(log_, block_.data()); }
 
     static bool has_room(const tsh::MetNode & /*node*/) { return true; }
@@ -30,7 +30,7 @@ public:
     static bool finds_siblings() { return true; }
 
     template <typename Records> Records print(const Records &records) {
-        return tsh::gather_each(*output_, records, base::copy_in_chunks);
+        return base::gather_each(*output_, records, base::copy_in_chunks);
     }
 
     [[nodiscard]] bool failed() const { return output_->failed(); }
@@ -38,8 +38,8 @@ public:
 
 private:
     tsh::Store<char> block_{resize_silently};
-    tsh::StreamDestination log_{tsh_logfp};
-    std::optional<tsh::OutputBlock> output_;
+    base::StreamDestination log_{tsh_logfp};
+    std::optional<base::OutputBlock> output_;
 };
 
 class DumpRun {

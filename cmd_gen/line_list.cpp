@@ -25,7 +25,7 @@ constexpr size_t kLongestSlash = 3; // " / "
 constexpr std::string_view kNewline = "\n";
 constexpr size_t kLongestSpelled = 4 * TSH_WORD_SIZE; // every byte as \xNN
 
-class Callback final : public tsh::Destination {
+class Callback final : public base::Destination {
 public:
     Callback(tsh_write_fn function, void *user) : write_(function), user_(user) {}
     bool write_block(std::string_view text) override { return write(text); }
@@ -47,10 +47,10 @@ public:
         bool spaced;
     };
 
-    explicit PlainLines(tsh::Destination &destination) : destination_(destination) {}
+    explicit PlainLines(base::Destination &destination) : destination_(destination) {}
 
     [[nodiscard]] bool begin() {
-        if (!block_.reserve(tsh::OutputBlock::kBytes) || !line_.grow(base::kCopyChunk))
+        if (!block_.reserve(base::OutputBlock::kBytes) || !line_.grow(base::kCopyChunk))
             return false;
         output_.emplace(destination_, block_.data());
         return true;
@@ -83,9 +83,9 @@ public:
     static bool finds_siblings() { return true; }
 
     template <typename Words> Words print(const Words &words) {
-        if (length_ > tsh::kLongestGathered - kLongestSpelled - base::kCopyChunk)
+        if (length_ > base::kLongestGathered - kLongestSpelled - base::kCopyChunk)
             return print_long(words);
-        return tsh::gather_each(*output_, words, [this](char *place, std::string_view word) {
+        return base::gather_each(*output_, words, [this](char *place, std::string_view word) {
             return base::copy_in_chunks(base::copy_in_chunks(place, before_word(word)), word);
         });
     }
@@ -109,9 +109,9 @@ private:
         return words;
     }
 
-    tsh::Destination &destination_;
+    base::Destination &destination_;
     tsh::Store<char> block_{resize_silently};
-    std::optional<tsh::OutputBlock> output_;
+    std::optional<base::OutputBlock> output_;
     tsh::Store<char> line_{resize_silently}; // text before the next word
     size_t length_ = 0;
     bool spaced_ = false; // line_ ends with a space after a word

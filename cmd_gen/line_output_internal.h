@@ -1,8 +1,8 @@
 // Output of numbered lines, formatted directly in the output block of standard output.
 #pragma once
 
+#include "base/output_block.h"
 #include "cmd_gen/enumeration.h"
-#include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/word_internal.h"
 
 #include <array>
@@ -61,7 +61,7 @@ private:
 
 class LineOutput {
 public:
-    /// @param bytes OutputBlock::kBytes of memory that outlive the output.
+    /// @param bytes base::OutputBlock::kBytes of memory that outlive the output.
     explicit LineOutput(char *bytes) : block_(stdout_, bytes) {}
     LineOutput(const LineOutput &) = delete;
     LineOutput &operator=(const LineOutput &) = delete;
@@ -96,7 +96,7 @@ public:
 private:
     static bool fits(std::string_view text) {
         return text.size() <=
-               kLongestGathered - LineNumbers::kSize - kLongestGappedWord - base::kCopyChunk;
+               base::kLongestGathered - LineNumbers::kSize - kLongestGappedWord - base::kCopyChunk;
     }
 
     template <typename Words> Words print_long(std::string_view text, Words words) {
@@ -108,8 +108,8 @@ private:
     void print_long_line(std::string_view text, std::string_view word);
 
     LineNumbers numbers_{cmd_count + 1}; // of the latest or the next line
-    StreamDestination stdout_{stdout};
-    OutputBlock block_;
+    base::StreamDestination stdout_{stdout};
+    base::OutputBlock block_;
 };
 
 } // namespace tsh

@@ -10,7 +10,7 @@ namespace {
 
 class NumberedLines : public tsh::ListingPath {
 public:
-    /// @param block OutputBlock::kBytes of memory that outlive the lines.
+    /// @param block base::OutputBlock::kBytes of memory that outlive the lines.
     NumberedLines(tsh::CommandLine &line, char *block) : ListingPath(line), output_(block) {}
 
     static bool has_room(const tsh::MetNode & /*node*/) { return true; }
@@ -59,7 +59,7 @@ private:
             return {word.text(), tsh::has_line(seen), tsh::is_submode(seen), tsh::is_entered(seen)};
         };
         return nodes_.gather(g_atn, node, describe) && levels_.reserve(nodes_.size()) &&
-               line_.reserve(longest + SPC_STR_SIZE) && block_.reserve(tsh::OutputBlock::kBytes);
+               line_.reserve(longest + SPC_STR_SIZE) && block_.reserve(base::OutputBlock::kBytes);
     }
 
     tsh::NodeTable nodes_{tsh_realloc};

@@ -1,8 +1,8 @@
 // ocmd_gen: lists every command line that a main tree accepts, or dumps the tree.
+#include "base/output_block.h"
 #include "base/pipe.h"
 #include "cmd_gen/dump.h"
 #include "cmd_gen/enumeration.h"
-#include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/standard_output_internal.h"
 #include "feature/tsh/src/process.h"
 #include "feature/tsh/src/trace.h"
@@ -66,7 +66,7 @@ int main(int argc, char **argv) {
     signal_set(SIGBUS, exit_on_truncated_file);
     const Job job = parse_options(argc, argv);
     init_parse_tree();
-    base::widen_output_pipe(tsh::kOutputBlockSize);
+    base::widen_output_pipe(base::kOutputBlockSize);
     if (job == Job::kDump) {
         tsh_dump_tree(atnode_root);
     } else {

@@ -3,8 +3,8 @@
 // here. Every step of the walk leads to a line, because all other nodes are omitted.
 #pragma once
 
+#include "base/output_block.h"
 #include "cmd_gen/line_walk_internal.h"
-#include "cmd_gen/output_block_internal.h"
 #include "cmd_gen/store_internal.h"
 #include "parse_tree/tree_node.h"
 

@@ -1,7 +1,6 @@
-// Block of standard output, and less frequent formats.
+// Destination of the block, and less frequent formats.
 #include "tools/support/text_output.h"
 
-#include "base/chunk_copy.h"
 #include "base/pipe.h"
 #include "tools/support/program.h"
 
@@ -27,23 +26,27 @@ size_t write_all(std::string_view text) {
     return done;
 }
 
-void write_out(std::string_view text) {
-    if (write_all(text) < text.size())
-        fail("standard output: cannot be written: %s", strerror(errno));
-}
-
 } // namespace
 
-TextOutput::TextOutput() : block_(new char[kBlockSize + kMostRoom + base::kCopyChunk]) {
+bool TextOutput::Destination::write(std::string_view text) {
+    if (write_all(text) < text.size())
+        fail("standard output: cannot be written: %s", strerror(errno));
+    return true;
+}
+
+TextOutput::TextOutput()
+    : bytes_(new char[base::OutputBlock::kBytes + base::kCopyChunk]),
+      block_(destination_, bytes_.get()) {
     fflush(stdout);
-    base::widen_output_pipe(kBlockSize);
+    base::widen_output_pipe(base::kOutputBlockSize);
 }
 
 TextOutput::~TextOutput() {
-    const size_t written = write_all({block_.get(), used_});
+    const std::string_view left = block_.buffered();
+    const size_t written = write_all(left);
     // Bytes that cannot be written stay in the stream; the check at exit reports the error.
-    if (written < used_)
-        fwrite(block_.get() + written, 1, used_ - written, stdout);
+    if (written < left.size())
+        fwrite(left.data() + written, 1, left.size() - written, stdout);
 }
 
 TextOutput &TextOutput::operator<<(int64_t number) {
@@ -77,24 +80,12 @@ TextOutput &TextOutput::blanks(size_t count) {
 }
 
 TextOutput &TextOutput::put_long(std::string_view text) {
-    flush();
-    write_out(text);
+    block_.drain(text);
     return *this;
 }
 
 void TextOutput::flush() {
-    const size_t size = used_;
-    used_ = 0; // not again after an error
-    write_out({block_.get(), size});
-}
-
-// Writes complete blocks, so that a file receives complete pages.
-void TextOutput::write_block() {
-    const size_t beyond = used_ - kBlockSize;
-    used_ = 0;
-    write_out({block_.get(), kBlockSize});
-    memcpy(block_.get(), block_.get() + kBlockSize, beyond);
-    used_ = beyond;
+    block_.drain();
 }
 
 } // namespace tool

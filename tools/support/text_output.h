@@ -1,9 +1,10 @@
 // Buffered writer for standard output.
 #pragma once
 
+#include "base/output_block.h"
+
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -14,7 +15,7 @@ namespace tool {
 class TextOutput {
 public:
     /// Maximum size of a text that is written to room().
-    static constexpr size_t kMostRoom = 16384;
+    static constexpr size_t kMostRoom = base::kLongestGathered;
 
     TextOutput();
     ~TextOutput();
@@ -24,12 +25,14 @@ public:
     TextOutput &operator<<(std::string_view text) {
         if (text.size() > kMostRoom)
             return put_long(text);
-        used_ += text.copy(room(), text.size());
+        char *start = room();
+        take_until(start + text.copy(start, text.size()));
         return *this;
     }
     TextOutput &operator<<(char c) {
-        *room() = c;
-        ++used_;
+        char *start = room();
+        *start = c;
+        take_until(start + 1);
         return *this;
     }
     TextOutput &operator<<(const char *text) { return *this << std::string_view{text}; }
@@ -45,28 +48,29 @@ public:
 
     /// Returns free space of kMostRoom bytes and one chunk. take_until sets the end of the bytes
     /// written.
-    char *room() {
-        if (used_ >= kBlockSize)
-            write_block();
-        return block_.get() + used_;
-    }
-    void take_until(const char *end) { used_ = static_cast<size_t>(end - block_.get()); }
+    char *room() { return block_.room(); }
+    void take_until(const char *end) { block_.take_until(end); }
 
     /// Returns the end of the block: from there on, call room() again.
-    [[nodiscard]] const char *full() const { return block_.get() + kBlockSize; }
+    [[nodiscard]] const char *full() const { return block_.end(); }
 
     void flush();
 
 private:
-    // Size of a write. The block fits into the second-level cache.
-    static constexpr size_t kBlockSize = 262144;
+    // Ends the program at a write error.
+    class Destination final : public base::Destination {
+    public:
+        bool write_block(std::string_view text) override { return write(text); }
+        bool write(std::string_view text) override;
+        bool flush() override { return true; }
+    };
 
     TextOutput &put_number(uint64_t number);
     TextOutput &put_long(std::string_view text);
-    void write_block();
 
-    std::unique_ptr<char[]> block_;
-    size_t used_ = 0;
+    Destination destination_;
+    std::unique_ptr<char[]> bytes_;
+    base::OutputBlock block_;
 };
 
 } // namespace tool

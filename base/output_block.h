@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <string_view>
 
-namespace tsh {
+namespace base {
 
-/// Size of a write: a multiple of the stream's own buffer, much larger than it, and small enough
-/// for the CPU cache.
+/// Size of a write: a multiple of the buffer of a stream, much larger than it, and small enough for
+/// the CPU cache.
 constexpr size_t kOutputBlockSize = 262144;
 
 /// Maximum size of a buffered text, including the bytes copied after it.
@@ -69,6 +69,8 @@ public:
     /// Writes all buffered bytes and flushes the destination. @return false after a write error.
     bool hand_over();
 
+    [[nodiscard]] std::string_view buffered() const { return {bytes_, used_}; }
+
     /// Returns whether a write has failed; later bytes are dropped.
     [[nodiscard]] bool failed() const { return failed_; }
 
@@ -98,4 +100,4 @@ Words gather_each(OutputBlock &block, Words words, const Put &put) {
     return words;
 }
 
-} // namespace tsh
+} // namespace base

@@ -1,10 +1,11 @@
 // Writing of blocks: complete blocks bypass a stream's buffer, the rest uses it.
-#include "cmd_gen/output_block_internal.h"
+#include "base/output_block.h"
 
 #include <cstring>
 #include <unistd.h>
+#include <utility>
 
-namespace tsh {
+namespace base {
 
 // Bypasses the stream, which would copy the first part of every block and need two writes for it.
 bool StreamDestination::write_block(std::string_view text) {
@@ -24,9 +25,8 @@ bool StreamDestination::flush() {
 }
 
 void OutputBlock::drain(std::string_view text) {
-    put({bytes_, used_});
+    put({bytes_, std::exchange(used_, 0)});
     put(text);
-    used_ = 0;
 }
 
 bool OutputBlock::hand_over() {
@@ -37,10 +37,11 @@ bool OutputBlock::hand_over() {
 
 void OutputBlock::pass_block_on() {
     const size_t size = kOutputBlockSize - handed_over_ % kOutputBlockSize;
+    const size_t beyond = std::exchange(used_, 0) - size; // a destination may throw
     failed_ = failed_ || !destination_.write_block({bytes_, size});
     handed_over_ += size;
-    used_ -= size;
-    memmove(bytes_, bytes_ + size, used_);
+    used_ = beyond;
+    memmove(bytes_, bytes_ + size, beyond);
 }
 
 void OutputBlock::put(std::string_view text) {
@@ -49,4 +50,4 @@ void OutputBlock::put(std::string_view text) {
     handed_over_ += text.size();
 }
 
-} // namespace tsh
+} // namespace base
