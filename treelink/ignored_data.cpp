@@ -31,7 +31,7 @@ bool is_one_member(const base::Descriptor &file, uint32_t size) {
     std::string member_end;
     for (const unsigned shift : {0U, 8U, 16U, 24U})
         member_end += static_cast<char>(size >> shift);
-    return bytes.rfind(kMemberStart) == 0 && bytes.ends_with(member_end) &&
+    return bytes.find(kMemberStart, 1) == std::string::npos && bytes.ends_with(member_end) &&
            bytes.find(member_end) + member_end.size() == bytes.size();
 }
 

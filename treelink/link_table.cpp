@@ -17,7 +17,8 @@ GHashTable *treelink_table;
 namespace {
 
 treelink_cell_t *new_cell(int32_t kind, subtree_entry_t *owner, uint32_t location) {
-    auto *cell = tsh::allocate_zeroed<treelink_cell_t>().release();
+    auto *cell = tsh::allocate<treelink_cell_t>(1).release();
+    *cell = {};
     if (kind == TREELINK_CELL_OWNER)
         cell->owner = owner;
     else
@@ -51,8 +52,11 @@ void tsh::add_name(GHashTable *table, char *name, void *value) {
 void tsh::release_name_table(GHashTable *table) {
     if (table == nullptr)
         return;
-    g_hash_table_foreach_remove(table, cleanup_link_table_entry, nullptr);
-    g_hash_table_destroy(table);
+    GHashTableIter entry;
+    g_hash_table_iter_init(&entry, table);
+    for (void *name, *value; g_hash_table_iter_next(&entry, &name, &value) != 0;)
+        cleanup_link_table_entry(name, value, nullptr);
+    g_hash_table_destroy(table); // does not look at the released names
 }
 
 char *tsh::copy_name(const tree_node_t &node) {

@@ -15,13 +15,14 @@
 #include "treelink/subtree_read.h"
 
 #include <algorithm>
-#include <cctype>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <glib.h>
 #include <map>
 #include <memory>
 #include <new>
@@ -252,17 +253,37 @@ void warn_if_not_loadable(const LinkedTree &tree, const std::string &output) {
     ++tsh_link_warnings;
 }
 
+uint64_t hash_in_lower_case(std::string_view word) {
+    constexpr uint64_t kPrime = 0x100000001B3; // of FNV-1
+    uint64_t hash = 0;
+    for (const char c : word)
+        hash = hash * kPrime ^ static_cast<unsigned char>(g_ascii_tolower(c));
+    return hash;
+}
+
+// Returns whether two children have words with equal hashes.
+bool may_repeat_words(std::span<const tree_node_t> nodes, std::span<const uint16_t> children) {
+    std::array<uint64_t, TREE_MAX_CHILDREN> space;
+    const std::span hashes{space.begin(), children.size()};
+    std::ranges::transform(children, hashes.begin(), [&](uint16_t child) {
+        return hash_in_lower_case(tool::text_of(nodes[child].token));
+    });
+    std::ranges::sort(hashes);
+    return std::ranges::adjacent_find(hashes) != hashes.end();
+}
+
 // Reports siblings whose words differ only in case: the shell ignores case and finds only the
 // first.
 void warn_of_same_words(const LinkedTree &tree, const std::string &output) {
     const std::span nodes{tree.nodes.get(), tree.node_count};
     for (const tree_node_t &parent : nodes) {
+        if (!may_repeat_words(nodes, tool::links_of(parent)))
+            continue;
         std::map<std::string, const tree_node_t *> first_of;
         for (const uint16_t link : tool::links_of(parent)) {
             const tree_node_t &child = nodes[link];
             std::string word{tool::text_of(child.token)};
-            std::ranges::transform(word, word.begin(),
-                                   [](unsigned char c) { return static_cast<char>(tolower(c)); });
+            std::ranges::transform(word, word.begin(), g_ascii_tolower);
             const auto [known, is_new] = first_of.try_emplace(std::move(word), &child);
             if (is_new || child.token[0] == '\0')
                 continue;
