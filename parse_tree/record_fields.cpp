@@ -1,6 +1,7 @@
 // Exported tables of the record's fields and flags, and the rules that they obey.
 #include "parse_tree/record_fields.h"
 
+#include "base/bit_array.h"
 #include "parse_tree/record_fields_internal.h"
 
 #include <algorithm>
@@ -175,6 +176,6 @@ int32_t tsh_field_contains(const tsh_field_t *field, const void *record, uint32_
         return 0;
     if (field->width > 1)
         return static_cast<int32_t>(tsh_field_number(field, record) >> number & 1U);
-    const unsigned char *bits = static_cast<const unsigned char *>(record) + field->offset;
-    return bits[number / kByteBits] >> number % kByteBits & 1;
+    const uint8_t *bits = static_cast<const uint8_t *>(record) + field->offset;
+    return base::is_in_set(bits, number) ? 1 : 0;
 }

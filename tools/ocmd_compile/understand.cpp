@@ -5,6 +5,7 @@
 // is where it is written out.
 #include "tools/ocmd_compile/understand.h"
 
+#include "base/bit_array.h"
 #include "tools/ocmd_compile/values.h"
 #include "tools/ocmd_compile/word_reader.h"
 #include "tools/ocmd_compile/yaml_values.h"
@@ -488,7 +489,7 @@ Marks Understanding::read_marks(uint32_t index, const Pair &list) {
         else if (found->second == kSeveral)
             values_.fault_at(item, quoted_start(*text) + " is ambiguous here; use the node name");
         else
-            marks.bits[found->second / 8] |= static_cast<uint8_t>(1U << found->second % 8);
+            base::put_in_set(marks.bits.data(), found->second);
     }
     return marks;
 }

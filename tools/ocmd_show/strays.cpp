@@ -1,6 +1,7 @@
 // Nonzero bytes in unused parts of a record, by the record's table.
 #include "tools/ocmd_show/strays.h"
 
+#include "base/bit_array.h"
 #include "tools/ocmd_show/record_bytes.h"
 #include "tools/support/record_tables.h"
 
@@ -19,7 +20,7 @@ bool holds_something(Bytes bytes) {
 
 bool has_number_from(Bytes bit_array, size_t first) {
     for (size_t number = first; number < 8 * bit_array.size(); ++number)
-        if ((bit_array[number / 8] >> number % 8 & 1U) != 0)
+        if (base::is_in_set(bit_array.data(), number))
             return true;
     return false;
 }

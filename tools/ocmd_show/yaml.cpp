@@ -1,6 +1,7 @@
 // Grammars of trees, in the form of doc/grammar.md. Words are in the order in which the compiler
 // numbers nodes; a shared one is at its first link. Nothing recurses. Below some level braces
 // replace indentation, which would grow with the square of the depth.
+#include "base/bit_array.h"
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/strays.h"
@@ -153,7 +154,7 @@ uint32_t levels_in(std::string_view value) {
 // ---- Documents ----
 
 bool is_marked(const tree_node_t &node, size_t link) {
-    return (node.child_link_bits[link / 8] >> link % 8 & 1U) != 0;
+    return base::is_in_set(node.child_link_bits, link);
 }
 
 // Nodes that are reachable from the root.

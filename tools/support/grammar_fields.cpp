@@ -1,6 +1,7 @@
 // The table of fields, and the words and names that follow from a record.
 #include "tools/support/grammar_fields.h"
 
+#include "base/bit_array.h"
 #include "tools/support/record_tables.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
@@ -94,8 +95,7 @@ void put_whole_number(void *record, const GrammarField &field, uint64_t number) 
     }
 }
 
-// Sets of more numbers than a word has bits lie as a bit array: number i at bit i % 8 of byte i
-// / 8.
+// Sets of more numbers than a word has bits are bit arrays.
 bool is_bit_array(const GrammarField &field) {
     return field.size > sizeof(uint64_t);
 }
@@ -192,7 +192,7 @@ uint64_t number_in(const void *record, const GrammarField &field) {
 
 bool set_holds(const void *record, const GrammarField &field, uint32_t number) {
     if (is_bit_array(field))
-        return (place(record, field)[number / 8] >> number % 8 & 1U) != 0;
+        return base::is_in_set(place(record, field), number);
     return (whole_number(record, field) >> number & 1U) != 0;
 }
 
@@ -211,8 +211,7 @@ void put_number(void *record, const GrammarField &field, uint64_t number) {
 
 void put_in_set(void *record, const GrammarField &field, uint32_t number) {
     if (is_bit_array(field)) {
-        uint8_t &byte = place(record, field)[number / 8];
-        byte = static_cast<uint8_t>(byte | 1U << number % 8);
+        base::put_in_set(place(record, field), number);
         return;
     }
     put_whole_number(record, field, whole_number(record, field) | uint64_t{1} << number);
