@@ -75,6 +75,7 @@ const Scenario kScenarios[] = {
     {"FindJson", "ocmd_find --json main.par la 3 / br 12", kTool},
     {"Sample", "ocmd_sample --values random main.par", kTool},
     {"SampleWrong", "ocmd_sample --wrong --flat - <one.par", kTool},
+    {"Try", "ocmd_try main.par <typed", kTool},
     {"FindSaved", "ocmd_find main.par --config=saved", kTool},
     {"FindSavedStream", "ocmd_find one.par --config=- <saved", kTool},
 };
@@ -129,7 +130,7 @@ protected:
         std::filesystem::create_directory(path("work"));
         before_ = {{"main.yaml", kMain},  {"root.yaml", kRoot},     {"one.yaml", kOne},
                    {"wide.yaml", wide()}, {"faulty.yaml", kFaulty}, {"saved", kSaved},
-                   {"old", "old"}};
+                   {"old", "old"},        {"typed", "la 3\n:where\nbr 12\nbr 120\n"}};
         restore();
         EXPECT_EQ(shell("ln -s \"$FAULTS\" faults.so; cd work; ocmd_compile root.yaml one.yaml && "
                         "ocmd_compile --main main.yaml && ocmd_compile --main wide.yaml && "

@@ -113,10 +113,10 @@ LoadedGrammar::LoadedGrammar(base::Descriptor made)
 
 CommandShell::CommandShell(GrammarFiles &files, bool is_single)
     : files_(files), name_(escaped(files.name())), is_single_(is_single) {
-    base::Descriptor made = files_.load();
-    if (!made)
-        throw tool::Stop{tool::kNegative};
-    adopt(std::make_unique<LoadedGrammar>(std::move(made)));
+    auto [tree, status] = files_.load();
+    if (!tree)
+        throw tool::Stop{status};
+    adopt(std::make_unique<LoadedGrammar>(std::move(tree)));
 }
 
 void CommandShell::adopt(std::unique_ptr<LoadedGrammar> loaded) {
@@ -132,7 +132,7 @@ void CommandShell::adopt(std::unique_ptr<LoadedGrammar> loaded) {
 bool CommandShell::reload(bool must) {
     if (!must && !files_.have_changed())
         return true;
-    base::Descriptor made = files_.load();
+    base::Descriptor made = files_.load().tree;
     if (!made) {
         tool::report("the grammar is not loaded again; the last good one stays");
         return false;

@@ -67,8 +67,12 @@ void compile(std::span<const std::string> paths, FILE *to) {
         fail_to_write();
 }
 
-Status make_tree(std::span<const std::string> paths, FILE *to) {
+// The descriptor is written through a stream.
+Status make_tree(std::span<const std::string> paths, int descriptor) {
     try {
+        FILE *to = fdopen(descriptor, "w");
+        if (to == nullptr)
+            fail_to_write();
         if (is_grammar(paths.front()))
             compile(paths, to);
         else
@@ -85,12 +89,12 @@ Status make_tree(std::span<const std::string> paths, FILE *to) {
 }
 
 // The status of the process; a signal counts as trouble.
-int wait_for(pid_t process) {
+Status wait_for(pid_t process) {
     int status = 0;
     while (waitpid(process, &status, 0) < 0)
         if (errno != EINTR)
             return tool::kError;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : tool::kError;
+    return WIFEXITED(status) ? static_cast<Status>(WEXITSTATUS(status)) : tool::kError;
 }
 
 } // namespace
@@ -118,25 +122,27 @@ bool GrammarFiles::have_changed() const {
     return states() != loaded_;
 }
 
-base::Descriptor GrammarFiles::load() {
+GrammarFiles::Made GrammarFiles::load() {
     loaded_ = states();
     const base::Descriptor first{memfd_create("grammar", MFD_CLOEXEC)};
+    if (!first)
+        fail_to_write();
     // Where a standard stream is closed, the file does not take its number.
     base::Descriptor made{fcntl(first.number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1)};
     if (!made)
-        fail("the compiled grammar cannot be stored: %s", strerror(errno));
+        fail_to_write();
     fflush(nullptr);
     const pid_t process = fork();
     if (process < 0)
         fail("no process to compile the grammar: %s", strerror(errno));
     if (process == 0) {
         compiler::use_prebuilt_trees(prebuilt_.empty() ? nullptr : prebuilt_.c_str());
-        FILE *stream = fdopen(made.number(), "w");
-        const Status status = stream == nullptr ? tool::kError : make_tree(paths_, stream);
+        const Status status = make_tree(paths_, made.number());
         fflush(stdout);
         _exit(status);
     }
-    return wait_for(process) == tool::kDone ? std::move(made) : base::Descriptor{};
+    const Status status = wait_for(process);
+    return {status == tool::kDone ? std::move(made) : base::Descriptor{}, status};
 }
 
 bool GrammarFiles::State::operator==(const State &other) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/descriptor.h"
+#include "tools/support/program.h"
 
 #include <cstdint>
 #include <ctime>
@@ -27,8 +28,12 @@ public:
 
     /// Makes the tree: checks a tree, compiles a grammar, links several. All of it happens in a
     /// child process, because the linker has process-wide state and errors end a run.
-    /// @return an unnamed file with a valid tree of any format; none after error messages.
-    base::Descriptor load();
+    struct Made {
+        base::Descriptor tree; ///< An unnamed file with a valid tree of any format; none on error.
+        tool::Status status;   ///< On error, the status of a program that ends with it.
+    };
+    /// Reports errors.
+    Made load();
 
 private:
     struct State {
