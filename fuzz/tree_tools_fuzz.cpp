@@ -3,12 +3,13 @@
 //
 // Reaches: tool::open_valid, show::show_summary, show::show_nodes, show::show_yaml,
 // show::show_json, show::show_dot, show::show_commands, show::show_functions,
-// show::show_html, show::visible, show::as_json, show::as_html,
-// diff::DifferenceCount::count, diff::DifferenceList::list
+// show::show_html, show::visible, show::as_json, show::as_html, diff::DifferenceCount::count,
+// diff::DifferenceList::list, diff::DifferenceGroups::list
 #include "base/escape.h"
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "tools/ocmd_diff/difference_count.h"
+#include "tools/ocmd_diff/difference_groups.h"
 #include "tools/ocmd_diff/difference_list.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/ocmd_show/page_text.h"
@@ -86,6 +87,7 @@ void compare(const tool::TreeFile &before, const tool::TreeFile &after) {
         return;
     diff::DifferenceCount{product}.count(start);
     tool::TextOutput output;
+    diff::DifferenceGroups{product, diff::Form::kText, output}.list(start);
     if (std::ranges::all_of(before.records(), can_be_listed) &&
         std::ranges::all_of(after.records(), can_be_listed))
         diff::DifferenceList{product, diff::Form::kText, output}.list(start);

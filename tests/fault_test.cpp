@@ -71,6 +71,7 @@ const Scenario kScenarios[] = {
     {"DiffCount", "ocmd_diff --stat main.par - <one.par", kTool},
     {"Find", "ocmd_find main.par la 3 / br 12", kTool},
     {"FindNothing", "ocmd_find main.par la 3 / br 120", kTool},
+    {"DiffGroup", "ocmd_diff --group main.par one.par", kTool},
     {"DiffJson", "ocmd_diff --json main.par one.par", kTool},
     {"FindJson", "ocmd_find --json main.par la 3 / br 12", kTool},
     {"Sample", "ocmd_sample --values random main.par", kTool},

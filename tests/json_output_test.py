@@ -6,6 +6,7 @@ the schema or the documentation lacks. The plain output must follow from the obj
 """
 import json
 import os
+import random
 import re
 import subprocess
 import sys
@@ -55,7 +56,7 @@ def text(value):
 
 
 sections = re.split(r"\n## ", open(source + "/doc/json.md").read())
-for program, kinds in (("ocmd_find", ["answer", "reading", "message"]), ("ocmd_diff", ["difference", "totals"])):
+for program, kinds in (("ocmd_find", ["answer", "reading", "message"]), ("ocmd_diff", ["difference", "group", "totals"])):
     section, = [s for s in sections if s.startswith(program)]
     described = set(re.findall(r"\w+", " ".join(re.findall(r"^\| ([a-z_, ]+) \|", section, re.M))))
     known = set().union(*(schema["$defs"][kind]["properties"] for kind in kinds))
@@ -97,6 +98,51 @@ for options in ("old.par new.par", "new.par old.par", "--fields old.par new.par"
     expect("totals " + options, run("ocmd_diff --stat " + options).stdout.decode().split() ==
            ["-", totals["removed"], "+", totals["added"], "~", totals["changed"]])
 expect("differences", listed > 30, listed)
+
+# Random trees: the groups cover every line of the plain output once, and nothing else.
+choose = random.Random(1)
+
+
+def some_words(depth):
+    count = choose.choice([1, 2, 3]) if depth else 0
+    return {choose.choice("abcdef"): {"words": some_words(depth - 1)} |
+            ({"command": "f"} if choose.random() < 0.6 else {}) for _ in range(count)}
+
+
+def edited(words):
+    return {choose.choice("abcdef") if choose.random() < 0.1 else word: {**value, "words": edited(value["words"])}
+            for word, value in choose.sample(sorted(words.items()), len(words)) if choose.random() < 0.95}
+
+
+def lines_of(place, words, count, lines):
+    """The listed lines of a group at a place: one, or all that begin with its words."""
+    begin = (place + " " + words).strip()
+    return {begin} if int(count) == 1 and begin in lines else {
+        line for line in lines if (line + " ").startswith(begin + " ")}
+
+
+grouped = 0
+for _ in range(60):
+    shared = some_words(3)
+    for name, words in (("one", shared), ("two", edited(shared))):
+        with open(name + ".yaml", "w") as file:
+            json.dump({"words": {"top": {"words": words}, "other": {"words": words}}}, file)
+        expect("compile", not run(f"ocmd_compile --main -Wno-dead-end {name}.yaml").returncode)
+    plain = run("ocmd_diff one.par two.par").stdout.decode().splitlines()
+    removed, added = ({line[2:] for line in plain if line[0] == mark} for mark in "-+")
+    seen_removed, seen_added = [], []
+    for group in objects("group", "ocmd_diff --json --group one.par two.par"):
+        kind = group["difference"]
+        expect("places", int(group["place_count"]) == len(set(group["places"])), group)
+        for place in group["places"] if kind != "added" else []:
+            seen_removed += lines_of(place, group["words"], group["lines"], removed)
+        new_places = group["places"] if kind in ("added", "renamed") else group.get("new_places", [])
+        for place in new_places:
+            seen_added += lines_of(place, group.get("new_words", group["words"]), group["lines"], added)
+        grouped += kind in ("renamed", "moved")
+    expect("grouped lines", sorted(seen_removed) == sorted(removed) and sorted(seen_added) == sorted(added),
+           [plain, run("ocmd_diff --group one.par two.par").stdout.decode()])
+expect("renamed and moved words", grouped > 10, grouped)
 
 with open("saved", "wb") as file:
     file.write(b"lamp 3\n  bright 101\n  \xfc\n    x\nlamp 13\nshow\n")

@@ -90,6 +90,43 @@ TEST_F(Diff, ComparesLinesAndNotNodes) {
     EXPECT_EQ(diff(shared, copied, "--stat"), "");
 }
 
+// ---- Groups ----
+
+TEST_F(Diff, GroupsRenamedMovedAndSharedWordsWithTheirPlaces) {
+    const auto tree = [](const char *lamp, Word rest, Word sleep, Word other_sleep) {
+        const auto place = [&](const char *word, Word &more) {
+            return keyword(word)
+                .child(keyword(lamp).terminal())
+                .child(keyword("shared").child(rest.terminal()))
+                .child(more);
+        };
+        return main_root(
+            {place("bay", sleep), place("yard", other_sleep), keyword(lamp).terminal()});
+    };
+    const auto sleep = [] {
+        return keyword("sleep").child(keyword("now").terminal()).child(keyword("later").terminal());
+    };
+    const auto none = [] {
+        return keyword("none").child(keyword("a").terminal()).child(keyword("b").terminal());
+    };
+    const Word number = parameter(kInteger);
+    number.node().params[0].int_max = 9;
+    EXPECT_EQ(diff(tree("dark", parameter(kInteger), sleep(), none()),
+                   tree("unlit", number, none(), sleep().child(keyword("x").terminal())),
+                   "--group"),
+              "~ ... dark -> unlit, in 3 places\n"
+              "    bay\n    yard\n    (first word)\n"
+              "~ ... <INTEGER>: min none -> 0, in 2 places\n"
+              "    bay shared\n    yard shared\n"
+              "~ ... <INTEGER>: max none -> 9, in 2 places\n"
+              "    bay shared\n    yard shared\n"
+              "- bay sleep ...: 2 lines\n"
+              "~ ... none ...: 2 lines moved\n"
+              "  - yard\n"
+              "  + bay\n"
+              "+ yard sleep ...: 3 lines\n");
+}
+
 // ---- Fields ----
 
 TEST_F(Diff, ReportsAcceptedValuesByDefaultAndEveryOtherFieldOnRequest) {
@@ -178,6 +215,10 @@ TEST_F(Diff, ComparesMoreLinesThanCanBeListed) {
     EXPECT_EQ(shell("ocmd_diff --stat old.par new.par").out,
               "- " + count + "\n+ " + count + "\n~ 0\n");
     EXPECT_EQ(shell("ocmd_diff old.par new.par | head -n 2 | tail -c 14").out, "l l l l l END\n");
+    EXPECT_EQ(
+        shell("ocmd_diff --group old.par new.par | sed '2,21s/^    [lr ]*$/place/' | uniq").out,
+        "~ ... end -> END, in " + count + " places\nplace\n    ... and " +
+            "1267650600228229401496703205356 more\n");
     EXPECT_EQ(shell("ocmd_diff --stat old.par longer.par").out,
               "- " + count + "\n+ more than 340282366920938463463374607431768211454\n~ 0\n");
 }
@@ -195,6 +236,8 @@ TEST_F(Diff, ComparesTreesOfMaximumDepth) {
     store("new.par", nodes);
     const Outcome outcome = shell("ulimit -s 1024; ocmd_diff --fields old.par new.par | wc -c");
     EXPECT_EQ(outcome.out + outcome.err, "260002\n");
+    EXPECT_EQ(shell("ulimit -s 1024; ocmd_diff --group old.par new.par | tail -c 13").out,
+              "w w w -> end\n");
     for (size_t i = 1; i < 32000; nodes[32000 + i].token[0] = '\0', ++i)
         nodes[i].children[nodes[i].child_count++] = 32001;
     store("rows.par", nodes);

@@ -146,13 +146,13 @@ void DifferenceList::print_changes(const PairTransition &transition) {
 }
 
 tool::JsonOutput &DifferenceList::begin_json(Symbol symbol) {
-    begin_difference(prefix_.mark(), json_);
-    return json_.member("line", std::string{prefix_.line()}.append(symbols_.text(symbol)));
+    return json_.begin_object()
+        .member("difference", difference_name(prefix_.mark()))
+        .member("line", std::string{prefix_.line()}.append(symbols_.text(symbol)));
 }
 
-void begin_difference(char mark, tool::JsonOutput &json) {
-    const char *name = mark == kOldMark ? "removed" : mark == kNewMark ? "added" : "changed";
-    json.begin_object().member("difference", name);
+const char *difference_name(char mark) {
+    return mark == kOldMark ? "removed" : mark == kNewMark ? "added" : "changed";
 }
 
 void write_change(const Change &change, bool is_line, tool::JsonOutput &json) {

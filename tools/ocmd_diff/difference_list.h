@@ -41,8 +41,8 @@ constexpr char kChangedMark = '~';
 
 enum class Form : uint8_t { kText, kJson };
 
-/// Begins an object for a difference: "removed", "added" or "changed".
-void begin_difference(char mark, tool::JsonOutput &json);
+/// Returns "removed", "added" or "changed".
+const char *difference_name(char mark);
 /// Writes the members of a change.
 void write_change(const Change &change, bool is_line, tool::JsonOutput &json);
 

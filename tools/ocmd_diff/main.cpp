@@ -1,5 +1,6 @@
 // ocmd_diff: the differences between the command lines that two trees accept.
 #include "tools/ocmd_diff/difference_count.h"
+#include "tools/ocmd_diff/difference_groups.h"
 #include "tools/ocmd_diff/difference_list.h"
 #include "tools/ocmd_diff/field_labels.h"
 #include "tools/ocmd_diff/product_automaton.h"
@@ -27,6 +28,7 @@ constexpr std::array kOptions{
     Option{0, "fields", nullptr,
            "Also report words that exist in both trees but differ in a field."},
     Option{0, "stat", nullptr, "Print only the numbers of differences."},
+    Option{0, "group", nullptr, "Print each difference once, with the places where it is."},
     Option{0, "json", nullptr, "Print one JSON object per difference, for scripts."},
     Option{'q', "quiet", nullptr, "Print no differences; report only through the exit status."},
 };
@@ -73,6 +75,8 @@ Status compare(const CommandLine &line) {
         refuse("missing operand; expected OLD and NEW");
     if (strcmp(operands[0], "-") == 0 && strcmp(operands[1], "-") == 0)
         refuse("standard input cannot be both files");
+    if (line.has("group") && line.has("stat"))
+        refuse("--group and --stat exclude each other");
     const TreeFile old_file = open_file(operands[0]);
     const TreeFile new_file = open_file(operands[1]);
     tool::register_types();
@@ -91,6 +95,8 @@ Status compare(const CommandLine &line) {
         return kDiffer;
     if (line.has("stat"))
         print(DifferenceCount{product}.count(start), form, output);
+    else if (line.has("group"))
+        DifferenceGroups{product, form, output}.list(start);
     else
         DifferenceList{product, form, output}.list(start);
     output.flush();

@@ -86,7 +86,7 @@ RecordLines::RecordLines(const LineSearch &search, ParameterLists &lists)
 RecordLines::RecordLines(tool::Nodes nodes, tool::LinkTable links, std::vector<Start> starts,
                          ParameterLists &lists)
     : nodes_(nodes), links_(std::move(links)), parents_(links_), starts_(std::move(starts)),
-      lists_(lists), prefixes_(nodes.size()) {
+      is_start_(nodes.size()), lists_(lists), prefixes_(nodes.size()) {
     measure();
     words_.reserve(nodes.size());
     for (const tree_node_t &node : nodes)
@@ -113,6 +113,7 @@ void RecordLines::Prefixes::add(const Prefixes &others) {
 
 void RecordLines::measure() {
     for (const Start &start : starts_) {
+        is_start_[start.node] = true;
         Prefixes prefixes{1, 0, ParameterLists::kEmpty};
         for (const uint16_t node : start.before)
             prefixes = extended(prefixes, node);
@@ -149,22 +150,37 @@ RecordLines::Path RecordLines::shortest_path(uint16_t node) const {
 
 std::vector<RecordLines::Path> RecordLines::paths(uint16_t node) const {
     std::vector<Path> paths;
-    std::vector<Path> open{{node}}; // from the end
-    while (!open.empty()) {
-        const Path path = std::move(open.back());
-        open.pop_back();
-        for (const Start &start : starts_)
-            if (start.node == path.back()) {
-                Path &whole = paths.emplace_back(start.before);
-                whole.insert(whole.end(), path.rbegin(), path.rend());
-            }
-        for (const uint16_t parent : parents_.of(path.back()))
-            if (!count(parent).is_zero())
-                (open.emplace_back(path)).push_back(parent);
+    Path path{node}; // from the end
+    std::vector<size_t> next_parents{0};
+    while (!path.empty()) {
+        const auto parents = parents_.of(path.back());
+        size_t &next = next_parents.back();
+        if (next == 0)
+            add_started(path, paths);
+        while (next < parents.size() && count(parents[next]).is_zero())
+            ++next;
+        if (next == parents.size()) {
+            path.pop_back();
+            next_parents.pop_back();
+            continue;
+        }
+        path.push_back(parents[next++]);
+        next_parents.push_back(0);
     }
     std::ranges::stable_sort(
         paths, [&](const Path &one, const Path &other) { return is_before(one, other); });
     return paths;
+}
+
+// Adds the paths that start at the last of these nodes, which are from the end.
+void RecordLines::add_started(const Path &path, std::vector<Path> &paths) const {
+    if (!is_start_[path.back()])
+        return;
+    for (const Start &start : starts_)
+        if (start.node == path.back()) {
+            Path &whole = paths.emplace_back(start.before);
+            whole.insert(whole.end(), path.rbegin(), path.rend());
+        }
 }
 
 // At the first difference, siblings are compared.

@@ -99,12 +99,14 @@ private:
     };
     [[nodiscard]] Prefixes extended(const Prefixes &prefixes, uint16_t node) const;
     void measure();
+    void add_started(const Path &path, std::vector<Path> &paths) const;
     [[nodiscard]] bool is_before(const Path &one, const Path &other) const;
 
     tool::Nodes nodes_;
     tool::LinkTable links_;
     tool::ParentTable parents_;
     std::vector<Start> starts_;
+    std::vector<bool> is_start_; // of each node
     ParameterLists &lists_;
     std::vector<Prefixes> prefixes_; // of each node
     std::vector<std::string> words_;
