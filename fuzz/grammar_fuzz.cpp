@@ -1,14 +1,15 @@
 // Fuzzer of the compiler: the input is a grammar file. If it compiles, the tree is valid, and its
 // grammar (ocmd_show --yaml) compiles to the same records. The compiler uses at most the memory of
-// its man page.
+// its man page. The input is also a list of command lines: the grammar made of them compiles.
 //
 // Reaches: compiler::YamlReader::next, compiler::understand, compiler::check, compiler::check_links,
-// compiler::lay_out, show::show_yaml
+// compiler::lay_out, compiler::LineGrammar::yaml, show::show_yaml
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "parse_tree/tree_check.h"
 #include "tools/ocmd_compile/grammar_checks.h"
 #include "tools/ocmd_compile/lay_out.h"
+#include "tools/ocmd_compile/line_grammar.h"
 #include "tools/ocmd_compile/understand.h"
 #include "tools/ocmd_show/modes.h"
 #include "tools/support/types.h"
@@ -77,6 +78,17 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
     return all;
 }
 
+// Returns the grammar of a list of lines; empty if there is an error.
+std::string grammar_of_lines(std::string_view lines) {
+    const compiler::SourceFile file{"lines", {lines.begin(), lines.end()}};
+    compiler::Messages messages;
+    compiler::LineGrammar grammar{messages};
+    grammar.add(file);
+    std::string yaml = grammar.yaml();
+    messages.tell();
+    return yaml;
+}
+
 // Returns the grammar of a tree, if it can express all of it.
 std::optional<std::string> shown(const Records &records) {
     const tool::TreeFile file{
@@ -111,5 +123,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             want(again.size() == 1 && bytes_of(again[0]) == bytes_of(records), "compiled again");
         }
     }
+    const std::string grammar = grammar_of_lines({reinterpret_cast<const char *>(data), size});
+    want(grammar.empty() || compile(grammar, false).size() == 1, "grammar of lines");
     return 0;
 }

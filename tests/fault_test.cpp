@@ -57,6 +57,7 @@ const Scenario kScenarios[] = {
      {2, kLinkWithoutMemory}},
     {"CompileStreams", "ocmd_compile --main -o - - <main.yaml", kTool},
     {"CompileFaulty", "ocmd_compile -o old faulty.yaml", kTool},
+    {"CompileLines", "ocmd_compile --lines -o old saved", kTool},
     {"Summary", "ocmd_show one.par", kTool},
     {"Commands", "ocmd_show --commands wide.par", kTool},
     {"Nodes", "ocmd_show --nodes one.par", kTool},

@@ -1,5 +1,6 @@
 // Tests of ocmd_compile: valid, invalid and hostile grammar files; tree files and messages.
 #include "tests/support/grammar.h"
+#include "tests/support/random_tree.h"
 #include "tests/support/scratch_test.h"
 #include "tools/support/tree_input.h"
 
@@ -7,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <random>
 #include <regex>
 #include <string>
 #include <vector>
@@ -278,6 +280,26 @@ TEST_F(Compile, AgreesWithTheTranscript) {
 
 // ---- Limits ----
 
+// What a tree lists comes back as a tree that lists the same lines, each once.
+TEST_F(Compile, MakesAGrammarOfCommandLines) {
+    constexpr const char *kWords[] = {"a", "ab", "b c", "c\x01", "D"};
+    constexpr uint32_t kTypes[] = {1, 0x40100003, 0x40100005, 0};
+    const std::string same = "ocmd_show --commands tree.par | grep . >listed || exit 0; "
+                             "ocmd_compile --lines -o g.yaml listed && "
+                             "ocmd_compile --main -W no-same-word -W no-shadowed g.yaml && "
+                             "ocmd_show --commands g.par | ";
+    std::mt19937 random(4);
+    for (int round = 0; round < 60; ++round) {
+        store("tree.par", grammar::random_tree(random, kWords, kTypes));
+        EXPECT_EQ(shell(same + "grep . | sort >again; sort -u listed | cmp - again"),
+                  (Outcome{0, "", ""}))
+            << read_file(path("listed")) << read_file(path("g.yaml"));
+    }
+    EXPECT_EQ(shell("'" TEST_FILES "/../examples/switch/make.sh' . && mv main.par tree.par; " +
+                    same + "cmp - listed"),
+              (Outcome{0, "", ""}));
+}
+
 TEST_F(Compile, AcceptsTheMaximumNumberOfNodes) {
     // Groups of 191 words of three nodes each, and a smaller last group.
     const auto groups = [](int nodes) {
@@ -367,6 +389,12 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
         {"ocmd_compile -", 2, "cannot derive an output name from standard input"},
         {"ocmd_compile a.yaml a.yml", 2, "a.yml: another input also produces a.par; use -o\n"},
         {"ocmd_compile a.yaml a.par", 2, "a.par: output of a.yaml would overwrite an input file"},
+        {"ocmd_compile --lines a.yaml --main", 2, "--lines makes a grammar, --main compiles one"},
+        {"ocmd_compile --lines -o a.yml a.yml", 2, "a.yml: output would overwrite an input file"},
+        {"ocmd_compile --lines", 2, "ocmd_compile: missing operand: LINES\n"},
+        {"seq 193 | sed 's/^/a w/' | ocmd_compile --lines -", 1,
+         "standard input:193:3: error: too many words after the same beginning: 193 (limit: 192)"},
+        {"seq -s ' ' 300 | ocmd_compile --lines -", 1, "too many words in a line (limit: 299)"},
         {"ocmd_compile -o a.yml a.yml", 2, "a.yml: output would overwrite an input file"},
         {"ocmd_compile none.yaml", 2, "none.yaml: cannot read: No such file or directory\n"},
         {"ocmd_compile -o /dev/full a.yaml", 2, "/dev/full: cannot be written: No space left"},

@@ -6,7 +6,9 @@
 #include "tools/ocmd_compile/dependencies.h"
 #include "tools/ocmd_compile/grammar.h"
 #include "tools/ocmd_compile/grammar_checks.h"
+#include "tools/ocmd_compile/line_grammar.h"
 #include "tools/ocmd_compile/main_tree.h"
+#include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/output_file.h"
 #include "tools/ocmd_compile/stages.h"
 #include "tools/ocmd_compile/understand.h"
@@ -16,6 +18,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <deque>
 #include <optional>
 #include <set>
 #include <span>
@@ -44,6 +47,8 @@ constexpr std::array kOptions{
     tool::Option{'M', "dependencies", "FILE",
                  "Write the files that the output depends on to FILE, as a rule for make or "
                  "Ninja."},
+    tool::Option{0, "lines", nullptr,
+                 "Make a grammar of command lines, by default on standard output."},
     compiler::kStrictOption,
     compiler::kWarnOption,
     compiler::kErrorOption,
@@ -140,10 +145,15 @@ private:
 // What the command line requests.
 struct Request {
     explicit Request(const CommandLine &line)
-        : inputs(line.operands().begin(), line.operands().end()), main(line.has("main")),
-          only_check(line.has("check")), dependencies(line.value("dependencies")) {
+        : inputs(line.operands().begin(), line.operands().end()), lines(line.has("lines")),
+          main(line.has("main")), only_check(line.has("check")),
+          dependencies(line.value("dependencies")) {
         if (inputs.empty())
-            tool::refuse("missing operand: GRAMMAR.yaml");
+            tool::refuse("missing operand: %s", lines ? "LINES" : "GRAMMAR.yaml");
+        if (lines && main)
+            tool::refuse("--lines makes a grammar, --main compiles one");
+        if (lines)
+            output = "-";
         if (const char *given = line.value("output"))
             output = given;
         else if (main && inputs.size() == 1 && inputs.front() != "-")
@@ -155,6 +165,7 @@ struct Request {
     }
 
     std::vector<std::string> inputs;
+    bool lines;
     bool main;
     bool only_check;
     const char *dependencies;          // null if not requested
@@ -218,6 +229,27 @@ void write_dependencies(const Request &request) {
     });
 }
 
+// Makes a grammar of command lines, one on each line of the files.
+tool::Status make_grammar(const Request &request) {
+    tool::register_types();
+    compiler::Messages messages;
+    std::deque<compiler::SourceFile> files;
+    compiler::LineGrammar grammar{messages};
+    for (const std::string &path : request.inputs)
+        grammar.add(files.emplace_back(compiler::read_grammar(path)));
+    const std::string yaml = grammar.yaml();
+    messages.tell();
+    if (messages.faults() > 0)
+        return tool::kNegative;
+    if (request.only_check)
+        return tool::kDone;
+    write(*request.output,
+          [&](FILE *stream) { return fwrite(yaml.data(), 1, yaml.size(), stream) == yaml.size(); });
+    if (request.dependencies != nullptr)
+        write_dependencies(request);
+    return tool::kDone;
+}
+
 tool::Status compile(const CommandLine &line) {
     const compiler::CheckLevels levels{compiler::grammar_checks(), line};
     if (line.has("list-keys")) {
@@ -231,6 +263,8 @@ tool::Status compile(const CommandLine &line) {
     const Request request{line};
     check_outputs(line, request);
     compiler::use_prebuilt_trees(line.value("prebuilt"));
+    if (request.lines)
+        return make_grammar(request);
 
     tool::register_types();
     Grammar grammar;

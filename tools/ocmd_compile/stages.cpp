@@ -32,16 +32,6 @@ bool is_binary(std::string_view bytes) {
            (!is_utf16 && bytes.substr(0, TREE_NAME_SIZE).find('\0') != std::string_view::npos);
 }
 
-// Reads a file that has the bytes of a text, or exits with kError.
-SourceFile read_grammar(const std::string &path) {
-    SourceFile file = SourceFile::read(path);
-    if (!is_binary(file.bytes()))
-        return file;
-    const bool is_tree =
-        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
-    tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
-}
-
 // Adds all documents of a file. most_words: of one document.
 void add_documents(const SourceFile &file, size_t most_words, Grammar &grammar,
                    Messages &messages) {
@@ -65,6 +55,15 @@ bool write_record(const Document &document, gzFile stream) {
 using GzipStream = std::unique_ptr<gzFile_s, base::Releaser<gzclose>>;
 
 } // namespace
+
+SourceFile read_grammar(const std::string &path) {
+    SourceFile file = SourceFile::read(path);
+    if (!is_binary(file.bytes()))
+        return file;
+    const bool is_tree =
+        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
+    tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
+}
 
 bool read_grammars(std::span<const std::string> paths, Target target, const CheckLevels &levels,
                    Grammar &grammar) {

@@ -12,6 +12,9 @@
 
 namespace compiler {
 
+/// Reads a file. If it cannot be read or is binary, reports this and exits with kError.
+SourceFile read_grammar(const std::string &path);
+
 /// What documents become. kDetected: a main tree if there are several files or there is a root.
 enum class Target : uint8_t { kSubtrees, kMainTree, kDetected };
 

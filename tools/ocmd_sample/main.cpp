@@ -180,10 +180,10 @@ private:
     }
 
     void write_random_numbers(Count rest) {
-        const uint64_t count = numbers_.count().low();
-        while (!rest.is_zero() && count > 0) {
+        const uint64_t limit = numbers_.count().low();
+        while (!rest.is_zero() && limit > 0) {
             const uint64_t batch = std::min(rest, Count{kMostAtOnce}).low();
-            for (const uint64_t number : random_numbers_.draw(batch, count, random_))
+            for (const uint64_t number : random_numbers_.draw(batch, limit, random_))
                 write_numbered(number);
             rest -= batch;
         }

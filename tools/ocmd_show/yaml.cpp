@@ -7,12 +7,12 @@
 #include "tools/ocmd_show/strays.h"
 #include "tools/ocmd_show/subtree_copy.h"
 #include "tools/ocmd_show/yaml_entries.h"
-#include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/record_tables.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
 #include "tools/support/utf8.h"
+#include "tools/support/yaml_text.h"
 
 #include <algorithm>
 #include <array>
@@ -39,6 +39,8 @@ using tool::Nodes;
 using tool::TextOutput;
 using tool::TreeFile;
 using tool::TreeRecord;
+using tool::yaml_value;
+using tool::yaml_word;
 
 constexpr size_t kBlockLevels = 16; // of words that are written by indentation
 constexpr uint32_t kLevelsOfDocument = 1;

@@ -2,10 +2,10 @@
 #include "tools/ocmd_show/yaml_entries.h"
 
 #include "tools/ocmd_show/record_bytes.h"
-#include "tools/ocmd_show/yaml_text.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/tree_shape.h"
 #include "tools/support/types.h"
+#include "tools/support/yaml_text.h"
 
 #include <algorithm>
 #include <array>
@@ -20,6 +20,7 @@ namespace {
 
 using tool::FieldKind;
 using tool::GrammarField;
+using tool::yaml_value;
 
 // Numbers in a list, or as a mask when the list would be long.
 std::string set_text(std::span<const uint32_t> numbers) {

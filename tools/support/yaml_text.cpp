@@ -1,5 +1,5 @@
 // Choosing among the ways in which YAML writes a text.
-#include "tools/ocmd_show/yaml_text.h"
+#include "tools/support/yaml_text.h"
 
 #include "tools/support/utf8.h"
 
@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace show {
+namespace tool {
 
 namespace {
 
@@ -67,14 +67,14 @@ unsigned code_of(std::string_view text, size_t &length) {
 }
 
 // A text of UTF-8 in double quotes.
-std::string double_quoted(std::string_view text) {
+std::string in_double_quotes(std::string_view text) {
     std::string quoted{'"'};
     while (!text.empty()) {
         const char c = text[0];
         size_t length = 1;
         if (is_unprintable(text))
             quoted += coded("\\u%04X", code_of(text, length));
-        else if (tool::is_control(c))
+        else if (is_control(c))
             quoted += coded("\\x%02X", static_cast<uint8_t>(c));
         else
             (quoted += c == '"' || c == '\\' ? "\\" : "") += c;
@@ -105,20 +105,20 @@ std::string tagged_as_bytes(const std::string &text) {
 } // namespace
 
 std::string yaml_value(std::string_view text) {
-    if (!tool::is_utf8(text))
+    if (!is_utf8(text))
         return tagged_as_bytes(with_byte_codes(text));
     return can_stand_plain(text) && !looks_like_no_text(text) ? std::string{text}
-                                                              : double_quoted(text);
+                                                              : in_double_quotes(text);
 }
 
 std::string yaml_word(std::string_view keyword, std::string_view parameters) {
-    const bool needs_codes = !tool::is_utf8(keyword) || std::ranges::any_of(keyword, [](char c) {
-        return tool::is_control(c) || c == ' ' || c == '<';
+    const bool needs_codes = !is_utf8(keyword) || std::ranges::any_of(keyword, [](char c) {
+        return is_control(c) || c == ' ' || c == '<';
     });
     if (needs_codes)
         return tagged_as_bytes(with_byte_codes(keyword).append(parameters));
     const std::string word = std::string{keyword}.append(parameters);
-    return can_stand_plain(word) ? word : double_quoted(word);
+    return can_stand_plain(word) ? word : in_double_quotes(word);
 }
 
-} // namespace show
+} // namespace tool

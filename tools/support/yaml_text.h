@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace show {
+namespace tool {
 
 /// A value: plain, in double quotes, or tagged !bytes when it is no UTF-8. On one line, and the
 /// same between braces and outside.
@@ -14,4 +14,4 @@ std::string yaml_value(std::string_view text);
 /// keyword that a reader would not take for one is tagged !bytes.
 std::string yaml_word(std::string_view keyword, std::string_view parameters);
 
-} // namespace show
+} // namespace tool
