@@ -152,10 +152,10 @@ struct Request {
             tool::refuse("missing operand: %s", lines ? "LINES" : "GRAMMAR.yaml");
         if (lines && main)
             tool::refuse("--lines makes a grammar, --main compiles one");
-        if (lines)
-            output = "-";
         if (const char *given = line.value("output"))
             output = given;
+        else if (lines)
+            output = "-";
         else if (main && inputs.size() == 1 && inputs.front() != "-")
             output = output_for(inputs.front());
         else if (main && !only_check)
