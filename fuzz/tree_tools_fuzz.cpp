@@ -3,8 +3,8 @@
 //
 // Reaches: tool::open_valid, show::show_summary, show::show_nodes, show::show_yaml,
 // show::show_json, show::show_dot, show::show_commands, show::show_functions,
-// show::show_html, show::visible, show::as_json, show::as_html, diff::DifferenceCount::count,
-// diff::DifferenceList::list, diff::DifferenceGroups::list
+// show::show_html, show::write_page_data, show::write_page_reference,
+// diff::DifferenceCount::count, diff::DifferenceList::list, diff::DifferenceGroups::list
 #include "base/escape.h"
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"

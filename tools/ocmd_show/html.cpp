@@ -34,10 +34,12 @@ public:
     }
 
 private:
+    // The help of the root, or the name of the file without its directory.
     static std::string title_of(const PageTree &tree, const TreeFile &file) {
         const tree_node_t *const root = tree.root();
-        const std::string help = root == nullptr ? "" : visible(tool::text_of(root->help));
-        return help.empty() ? visible(file.name()) : help;
+        const std::string_view help = root == nullptr ? "" : tool::text_of(root->help);
+        const std::string_view name = file.name();
+        return visible(help.empty() ? name.substr(name.rfind('/') + 1) : help);
     }
 
     void write_part(std::string_view name) {

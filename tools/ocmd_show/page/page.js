@@ -100,17 +100,15 @@ function wordOf(number, tag = 'span', attributes = {}) {
 }
 
 const helpOf = (node, tag = 'span') => make(tag, {class: 'help', dir: 'auto'}, node.help ?? '');
-const afterWord = (number) => (nodes[number].submode ? ' / ' : ' ');
 
-// The line of a path as lines are listed, each word made by a function.
+// The line of a path as lines are listed, each word made by a function. Nodes without a word add
+// nothing to a line, but the last one is shown by its name.
 function lineOf(path, word) {
   const first = Math.max(0, path.length - MOST_IN_LINE);
   const content = first > 0 ? ['… '] : [];
-  for (let i = first; i < path.length; ++i) {
-    if (i > first) content.push(afterWord(path[i - 1]));
-    content.push(word(path[i], i));
-  }
-  return content;
+  for (let i = first; i < path.length - 1; ++i)
+    if (nodes[path[i]].word !== '') content.push(word(path[i], i), nodes[path[i]].submode ? ' / ' : ' ');
+  return [...content, word(path.at(-1), path.length - 1)];
 }
 
 // A list that shows its first elements and, on demand, more.
