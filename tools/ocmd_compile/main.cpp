@@ -155,7 +155,7 @@ struct Request {
         if (const char *given = line.value("output"))
             output = given;
         else if (lines)
-            output = "-";
+            output.emplace(1, '-'); // GCC 12 warns of an assignment
         else if (main && inputs.size() == 1 && inputs.front() != "-")
             output = output_for(inputs.front());
         else if (main && !only_check)
