@@ -50,18 +50,18 @@ const tree_node_t *find_silently(const tsh_tree_t *tree, const tree_node_t &node
 // with as many remaining levels is not searched again. Throws std::bad_alloc.
 const tree_node_t *find_below(const tsh_tree_t *tree, const tree_node_t &first, uint32_t depth,
                               const char *token) {
-    struct Level {
+    struct Frame {
         const tree_node_t *node;
         uint32_t next_child;
     };
     depth = std::min(depth, tsh_tree_node_count(tree));        // no path is longer
     std::vector<uint32_t> searched(tsh_tree_node_count(tree)); // remaining levels, by node
-    std::vector<Level> path{{&first, 0}};
+    std::vector<Frame> path{{&first, 0}};
     while (!path.empty()) {
         const auto levels =
             static_cast<uint32_t>(depth + 1 - path.size()); // levels to search below a child
-        Level &level = path.back();
-        const tree_node_t *child = tsh_tree_child(tree, level.node, level.next_child++);
+        Frame &frame = path.back();
+        const tree_node_t *child = tsh_tree_child(tree, frame.node, frame.next_child++);
         if (child == nullptr || levels == 0) {
             path.pop_back();
             continue;

@@ -13,7 +13,7 @@ const std::vector<NextWord> &NextWords::after(const LineParser &parser, const Hi
                                               bool with_rest) {
     hidden_ = &hidden;
     words_.clear();
-    levels_.clear();
+    frames_.clear();
     marks_.resize(grammar_.node_count());
     for (const NodeNumber node : marked_)
         marks_[node] = 0;
@@ -59,24 +59,24 @@ void NextWords::meet(NodeNumber node) {
 }
 
 void NextWords::walk(NodeNumber first) {
-    const bool is_under_way = !levels_.empty();
+    const bool is_under_way = !frames_.empty();
     const auto enter = [this](NodeNumber node) {
         if ((marks_[node] & kWalked) != 0)
             return;
         if (marks_[node] == 0)
             marked_.push_back(node);
         marks_[node] |= kWalked;
-        levels_.push_back({node, 0});
+        frames_.push_back({node, 0});
     };
     enter(first);
     if (is_under_way)
         return; // the walk goes on there
-    while (!levels_.empty()) {
-        Level &level = levels_.back();
-        if (level.next_child == grammar_.record(level.node).child_count)
-            levels_.pop_back();
+    while (!frames_.empty()) {
+        Frame &frame = frames_.back();
+        if (frame.next_child == grammar_.record(frame.node).child_count)
+            frames_.pop_back();
         else
-            meet(grammar_.child(level.node, level.next_child++));
+            meet(grammar_.child(frame.node, frame.next_child++));
     }
 }
 

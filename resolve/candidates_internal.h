@@ -33,11 +33,11 @@ private:
     std::vector<NextWord> words_;
     std::vector<uint8_t> marks_; // by node: which words are there, whether its children are
     std::vector<NodeNumber> marked_;
-    struct Level {
+    struct Frame {
         NodeNumber node;
         uint32_t next_child;
     };
-    std::vector<Level> levels_;
+    std::vector<Frame> frames_;
 };
 
 } // namespace tsh
