@@ -13,7 +13,7 @@ function(base64_of_hash result digits)
       string(APPEND text ${letter})
     endforeach()
   endforeach()
-  string(REGEX REPLACE ".$" "=" text ${text}) # for the byte that is too much
+  string(REGEX REPLACE ".$" "=" text ${text}) # for the added byte
   set(${result} ${text} PARENT_SCOPE)
 endfunction()
 

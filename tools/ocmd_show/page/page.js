@@ -294,8 +294,8 @@ function pathOfRow(row) {
   return path.reverse();
 }
 
-// Moving with keys shows each command without an entry in the history. Browsers limit the number of
-// changes of the address, so it follows when the keys rest.
+// Moving with keys shows each command without an entry in the history. The address changes when no key
+// has been pressed for a while, because browsers limit the number of changes.
 let rest = 0;
 function go(row, isStep) {
   row.element.focus();
