@@ -413,6 +413,25 @@ TEST_F(Show, ReportsMissingPartsOfAFile) {
               "it as a main par file\nstatus 2");
 }
 
+#ifdef __SANITIZE_ADDRESS__ // reserves more than any limit
+const std::string kMemoryBound;
+#else
+const std::string kMemoryBound = "ulimit -v 110000; ";
+#endif
+
+TEST_F(Show, KeepsOnlyInMemoryWhatATreeCanUse) {
+    shell("head -c 100000000 /dev/zero | gzip -1 >main.gz");
+    EXPECT_EQ(shell(kMemoryBound + "ocmd_show main.gz | head -n 2"),
+              "ocmd_show: main.gz: only the first 65536 of 100000 nodes can be addressed; the "
+              "others are ignored\n"
+              "main.gz: main par file, gzip-compressed, little-endian\n  nodes: "
+              "                  65536\n");
+    EXPECT_EQ(shell(kMemoryBound + "gzip -dc main.gz | ocmd_show --kind=subtrees -"),
+              "ocmd_show: standard input: record 1 has no nodes and ends the file; the following "
+              "99999976 bytes are ignored\n"
+              "standard input: subtree file, big-endian, records: 0\nstatus 1");
+}
+
 TEST_F(Show, WritesEveryByteAsJson) {
     Nodes nodes = Scrambled(3, 80, true).nodes();
     nodes[5].help[63] = 0, nodes[5].help[62] = 'x';             // behind the text's end

@@ -61,7 +61,8 @@ SourceFile read_grammar(const std::string &path) {
     if (!is_binary(file.bytes()))
         return file;
     const bool is_tree =
-        path != "-" && tool::detect_format(tool::FileBytes{path, path}.all(), {}).has_value();
+        path != "-" &&
+        tool::detect_format(tool::FileBytes{path, path}.read(tool::kMaxTreeSize), {}).has_value();
     tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
 }
 

@@ -13,9 +13,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <zlib.h>
 
 namespace tool {
@@ -34,7 +36,8 @@ bool begins_compressed(std::span<const unsigned char> bytes) {
 // Input from a descriptor, block by block.
 class Input {
 public:
-    Input(const base::Descriptor &file, const std::string &name) : file_(file), name_(name) {}
+    Input(base::Descriptor file, std::string name)
+        : file_(std::move(file)), name_(std::move(name)) {}
 
     // Returns the next block; a full one except at the end; empty at the end.
     std::span<unsigned char> next() {
@@ -45,8 +48,8 @@ public:
     }
 
 private:
-    const base::Descriptor &file_;
-    const std::string &name_;
+    base::Descriptor file_;
+    std::string name_;
     std::array<unsigned char, 1 << 16> piece_;
 };
 
@@ -185,6 +188,38 @@ private:
 
 FileBytes::Mapping *FileBytes::Mapping::first;
 
+// The contents of a file that is not mapped.
+class FileBytes::Source {
+public:
+    Source(base::Descriptor file, const std::string &name)
+        : input_(std::move(file), name), block_(input_.next()) {
+        if (begins_compressed(block_))
+            inflater_.emplace(input_, block_);
+    }
+
+    [[nodiscard]] bool compressed() const { return inflater_.has_value(); }
+
+    // Returns the number of bytes written, at least one; 0 at the end.
+    size_t read(std::span<unsigned char> free_space) {
+        if (inflater_)
+            return inflater_->fill(free_space);
+        if (block_.empty())
+            block_ = input_.next();
+        const size_t count = std::min(block_.size(), free_space.size());
+        std::copy_n(block_.begin(), count, free_space.begin());
+        block_ = block_.subspan(count);
+        return count;
+    }
+
+    // Returns the error of the compressed data, or empty.
+    [[nodiscard]] std::string fault() const { return inflater_ ? inflater_->fault() : ""; }
+
+private:
+    Input input_;
+    std::span<unsigned char> block_; // read from the input, not yet from here
+    std::optional<Inflater> inflater_;
+};
+
 // Growing buffer of bytes.
 class FileBytes::Buffer {
 public:
@@ -195,30 +230,25 @@ public:
 
     [[nodiscard]] std::span<unsigned char> bytes() const { return {start_, size_}; }
 
-    // Returns free space after the bytes, at least of this size.
-    std::span<unsigned char> room(size_t least) {
-        if (size_ + least > capacity_) {
-            const size_t wanted = std::max(2 * capacity_, size_ + least);
-            auto *grown = static_cast<unsigned char *>(realloc(start_, wanted));
+    // Returns free space after the bytes, at most as much as the wanted size leaves.
+    std::span<unsigned char> free_space(size_t wanted) {
+        if (size_ == capacity_) {
+            const size_t capacity = std::min(std::max(2 * capacity_, kFirstCapacity), wanted);
+            auto *grown = static_cast<unsigned char *>(realloc(start_, capacity));
             if (grown == nullptr)
                 throw std::bad_alloc{};
             start_ = grown;
-            capacity_ = wanted;
+            capacity_ = capacity;
         }
-        return {start_ + size_, capacity_ - size_};
+        return {start_ + size_, std::min(capacity_, wanted) - size_};
     }
 
-    // Adds bytes that were written there. Returns false if there are too many, and drops the
-    // excess.
-    bool take(size_t count) {
-        size_ += count;
-        if (size_ <= kMaxBufferedBytes)
-            return true;
-        size_ = kMaxBufferedBytes;
-        return false;
-    }
+    // Adds bytes that were written there.
+    void take(size_t count) { size_ += count; }
 
 private:
+    static constexpr size_t kFirstCapacity = 1 << 16;
+
     unsigned char *start_ = nullptr;
     size_t size_ = 0;
     size_t capacity_ = 0;
@@ -237,47 +267,60 @@ bool can_be_mapped(int descriptor, const struct stat &status) {
 } // namespace
 
 FileBytes::FileBytes(const std::string &path, const std::string &name) {
-    const base::Descriptor file = base::open_input(path);
+    base::Descriptor file = base::open_input(path);
     const auto status = file.status();
     if (!status)
         fail("%s: cannot be opened: %s", name.c_str(), strerror(errno));
     if (can_be_mapped(file.number(), *status))
         map(file.number(), static_cast<uintmax_t>(status->st_size), name);
     else
-        read_all(file, name);
+        open(std::move(file), name);
 }
 
 FileBytes::~FileBytes() = default;
 
+void FileBytes::open(base::Descriptor file, const std::string &name) {
+    source_ = std::make_unique<Source>(std::move(file), name);
+    buffer_ = std::make_unique<Buffer>();
+    compressed_ = source_->compressed();
+}
+
 void FileBytes::map(int descriptor, uintmax_t size, const std::string &name) {
     if (size > SIZE_MAX)
         fail("%s: cannot be mapped: %s", name.c_str(), strerror(EFBIG));
+    size_ = static_cast<size_t>(size);
     if (size > 0)
-        mapping_ = std::make_unique<Mapping>(descriptor, static_cast<size_t>(size), name);
+        mapping_ = std::make_unique<Mapping>(descriptor, size_, name);
 }
 
-void FileBytes::read_all(const base::Descriptor &file, const std::string &name) {
-    buffer_ = std::make_unique<Buffer>();
-    Input input{file, name};
-    std::span<unsigned char> piece = input.next();
-    compressed_ = begins_compressed(piece);
-    bool has_room = true;
-    if (compressed_) {
-        Inflater inflater{input, piece};
-        size_t count = 0;
-        while (has_room && (count = inflater.fill(buffer_->room(1 << 16))) > 0)
-            has_room = buffer_->take(count);
-        incomplete_reason_ = inflater.fault();
-    }
-    for (; !compressed_ && has_room && !piece.empty(); piece = input.next()) {
-        memcpy(buffer_->room(piece.size()).data(), piece.data(), piece.size());
-        has_room = buffer_->take(piece.size());
-    }
-    if (!has_room)
+std::span<const unsigned char> FileBytes::read(size_t size) {
+    while (source_ != nullptr && size_ < size)
+        buffer_->take(read_into(buffer_->free_space(size)));
+    return bytes();
+}
+
+size_t FileBytes::skip_rest() {
+    std::array<unsigned char, 1 << 16> skipped;
+    while (source_ != nullptr)
+        read_into(skipped);
+    return size_;
+}
+
+// Reads at least one byte, if there is one within the limit. @return the number of bytes.
+size_t FileBytes::read_into(std::span<unsigned char> free_space) {
+    const size_t count = source_->read(free_space);
+    const size_t accepted = std::min(count, kMaxBufferedBytes - size_);
+    size_ += accepted;
+    if (accepted < count)
         incomplete_reason_ = "input exceeds " + std::to_string(kMaxBufferedBytes) + " bytes";
+    else if (count == 0)
+        incomplete_reason_ = source_->fault();
+    if (accepted < count || count == 0)
+        source_.reset();
+    return accepted;
 }
 
-std::span<const unsigned char> FileBytes::all() const {
+std::span<const unsigned char> FileBytes::bytes() const {
     if (mapping_ != nullptr)
         return mapping_->bytes();
     return buffer_ == nullptr ? std::span<unsigned char>{} : buffer_->bytes();

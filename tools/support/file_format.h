@@ -3,10 +3,14 @@
 
 #include "tools/support/tree_input.h"
 
+#include <cstddef>
 #include <optional>
 #include <span>
 
 namespace tool {
+
+/// Bytes of the nodes of the largest tree.
+constexpr size_t kMaxTreeSize = size_t{TREE_MAX_NODES} * TREE_NODE_SIZE;
 
 struct FileFormat {
     Container container;
@@ -28,6 +32,7 @@ struct DecodedHeader {
 /// Detects container and byte order, honouring overrides; nothing if the bytes are not trees. If
 /// the byte order cannot be detected (one record without links and parameters), it is the usual
 /// one: the host's in a main par file, network order in a subtree file.
+/// Later bytes than kMaxTreeSize make no difference.
 std::optional<FileFormat> detect_format(std::span<const unsigned char> bytes,
                                         const FormatOverride &format_override);
 

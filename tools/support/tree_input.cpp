@@ -40,10 +40,13 @@ std::vector<std::string_view> attach_names(std::string_view attach_path) {
 
 struct TreeFile::Content {
     Content(const std::string &path, const FormatOverride &format_override)
-        : name(path == "-" ? "standard input" : path), bytes(path, name),
+        : name(path == "-" ? "standard input" : path), contents(path, name),
           file_format(detect(format_override)) {
-        if (!bytes.incomplete_reason().empty())
-            miss("%s", bytes.incomplete_reason().c_str());
+        if (file_format.container == Container::kSubtrees)
+            read_useful_records();
+        size = contents.skip_rest();
+        if (!contents.incomplete_reason().empty())
+            miss("%s", contents.incomplete_reason().c_str());
         if (file_format.container == Container::kMain)
             read_main_tree();
         else
@@ -51,20 +54,38 @@ struct TreeFile::Content {
     }
 
     std::string name;
-    FileBytes bytes;
+    FileBytes contents;
+    size_t size = 0; // of the contents, of which only a part may be in memory
     FileFormat file_format;
     std::vector<TreeRecord> records;
     bool complete = true;
 
 private:
-    [[nodiscard]] FileFormat detect(const FormatOverride &format_override) const {
-        const auto found = detect_format(bytes.all(), format_override);
-        if (!found)
-            fail("%s: neither a main par file nor a subtree file%s", name.c_str(),
-                 bytes.all().size() > 0 && bytes.all().size() % TREE_NODE_SIZE == 0
-                     ? "; --kind=main reads it as a main par file"
-                     : "");
-        return *found;
+    [[nodiscard]] FileFormat detect(const FormatOverride &format_override) {
+        const auto found = detect_format(contents.read(kMaxTreeSize), format_override);
+        if (found)
+            return *found;
+        const size_t all = contents.skip_rest();
+        fail("%s: neither a main par file nor a subtree file%s", name.c_str(),
+             all > 0 && all % TREE_NODE_SIZE == 0 ? "; --kind=main reads it as a main par file"
+                                                  : "");
+    }
+
+    // Reads the records up to the first one that ends the file or cannot be read.
+    void read_useful_records() {
+        size_t end = 0;
+        for (;;) {
+            const auto bytes = contents.read(end + sizeof(subtree_header_t));
+            if (bytes.size() < end + sizeof(subtree_header_t))
+                return;
+            const DecodedHeader decoded{bytes.subspan(end), file_format.order};
+            const subtree_header_t &header = decoded.header;
+            if (!decoded.is_readable() || header.tree_bytes == 0)
+                return;
+            end += sizeof header + header.path_len + header.tree_bytes;
+            if (contents.read(end).size() < end)
+                return;
+        }
     }
 
     // Reports a missing part of the file.
@@ -79,7 +100,6 @@ private:
     }
 
     void read_main_tree() {
-        const size_t size = bytes.all().size();
         if (size % TREE_NODE_SIZE != 0)
             miss("file truncated inside node %zu; node ignored", size / TREE_NODE_SIZE);
         if (size / TREE_NODE_SIZE > TREE_MAX_NODES)
@@ -92,14 +112,14 @@ private:
 
     void read_subtrees() {
         size_t offset = 0;
-        while (offset < bytes.all().size() && read_subtree(offset)) {
+        while (offset < contents.bytes().size() && read_subtree(offset)) {
         }
     }
 
     // Reads the record at the offset and advances it. Returns false if there is none.
     bool read_subtree(size_t &offset) {
         const size_t number = records.size() + 1;
-        const auto rest = bytes.all().subspan(offset);
+        const auto rest = contents.bytes().subspan(offset);
         if (rest.size() < sizeof(subtree_header_t)) {
             miss("record %zu: file truncated inside the header", number);
             return false;
@@ -121,7 +141,7 @@ private:
         }
         if (header.tree_bytes == 0) {
             miss("record %zu has no nodes and ends the file; the following %zu bytes are ignored",
-                 number, rest.size() - nodes);
+                 number, size - offset - nodes);
             return false;
         }
         const auto *path = reinterpret_cast<const char *>(rest.data() + sizeof header);
@@ -153,8 +173,8 @@ private:
     std::span<const tree_node_t> nodes_at(size_t offset, size_t count) {
         const size_t unaligned = offset % alignof(tree_node_t);
         if (unaligned == 0 && is_host_order(file_format.order))
-            return {reinterpret_cast<const tree_node_t *>(bytes.all().data() + offset), count};
-        unsigned char *start = bytes.changeable().data() + offset - unaligned;
+            return {reinterpret_cast<const tree_node_t *>(contents.bytes().data() + offset), count};
+        unsigned char *start = contents.changeable().data() + offset - unaligned;
         memmove(start, start + unaligned, count * TREE_NODE_SIZE);
         auto *nodes = reinterpret_cast<tree_node_t *>(start);
         if (!is_host_order(file_format.order))
@@ -182,7 +202,7 @@ ByteOrder TreeFile::order() const {
 }
 
 bool TreeFile::compressed() const {
-    return content_->bytes.compressed();
+    return content_->contents.compressed();
 }
 
 std::span<const TreeRecord> TreeFile::records() const {
