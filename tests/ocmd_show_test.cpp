@@ -295,116 +295,147 @@ TEST_F(Show, ShowsTreesInEveryForm) {
               "  depth: not reached from the root\n  stray: reserved bytes\n");
 }
 
-TEST_F(Show, DetectsTheFileFormat) {
-    const Nodes nodes = Scrambled(7, 50, true).nodes();
-    Nodes turned = nodes;
-    tsh_swap_array_order(turned.data(), uint32_t(turned.size()));
-    store(nodes);
-    store("turned.par", turned);
-    grammar::write_subtree_file(path("sub.par"),
-                                {{keyword("lane").child(keyword("up").terminal()), "desk,bay"},
-                                 {keyword("down").terminal(), "bay"}});
-    shell("gzip -dc <sub.par >plain.par; gzip -c main.par >packed.par");
-    std::string little = read_file(path("plain.par"));
-    for (size_t at = 0; at < little.size();) {
-        const size_t records = at + 24 + uint8_t(little[at + 11]);
-        const uint32_t count = little[records + 64] == 'l' ? 2 : 1;
-        for (size_t word = at; word < at + 24; word += 4)
-            std::reverse(&little[word], &little[word] + 4);
-        Nodes swapped(count);
-        memcpy(swapped.data(), &little[records], count * sizeof swapped[0]);
-        tsh_swap_array_order(swapped.data(), count);
-        little.replace(records, count * sizeof swapped[0], bytes_of(swapped));
-        at = records + count * sizeof swapped[0];
-    }
-    store("little.par", little);
-    EXPECT_EQ(shell("ocmd_show --commands sub.par"), "lane up\ndown\n");
+// ---- File formats ----
 
-    const struct {
-        std::string file;
-        const char *look;
-        std::string same_as;
-    } table[] = {
-        {"main.par", "main par file, little-endian\n", "main.par"},
-        {"turned.par", "main par file, big-endian\n", "main.par"},
-        {"packed.par", "main par file, gzip-compressed, little-endian\n", "main.par"},
-        {"sub.par", "subtree file, gzip-compressed, big-endian, records: 2\n", "sub.par"},
-        {"plain.par", "subtree file, big-endian, records: 2\n", "sub.par"},
-        {"little.par", "subtree file, little-endian, records: 2\n", "sub.par"},
-    };
-    for (const auto &[file, look, same_as] : table) {
-        std::string start = "f=";
-        (start += file) += "; s=";
-        (start += same_as) += "; records() { ocmd_show --json $1 | sed 1s/.*records//; }; ";
-        const std::string expected = shell(start + "records $s");
-        EXPECT_EQ(shell(start + "ocmd_show $f | head -n 1 | sed 's/[^ ]* //'"), look);
-        EXPECT_EQ(shell(start + "records $f"), expected);
-        EXPECT_EQ(shell(start + "records - <$f"), expected);
-        EXPECT_EQ(shell(start + "cat $f | records -"), expected);
+// Returns a subtree file whose records have a short attach path and one node or more, in the other
+// byte order.
+std::string with_other_byte_order(std::string bytes) {
+    for (size_t at = 0; at < bytes.size();) {
+        const size_t records = at + 24 + uint8_t(bytes[at + 11]);
+        const auto size = uint32_t(uint8_t(bytes[at + 14]) << 8 | uint8_t(bytes[at + 15]));
+        for (size_t word = at; word < at + 24; word += 4)
+            std::reverse(&bytes[word], &bytes[word] + 4);
+        Nodes nodes(size / sizeof(tree_node_t));
+        memcpy(nodes.data(), &bytes[records], size);
+        tsh_swap_array_order(nodes.data(), uint32_t(nodes.size()));
+        bytes.replace(records, size, bytes_of(nodes));
+        at = records + size;
     }
+    return bytes;
+}
+
+// The same trees in files of every format: main.par, turned.par and packed.par; sub.par, plain.par
+// and little.par.
+class Formats : public Show {
+protected:
+    Formats() {
+        Nodes nodes = Scrambled(7, 50, true).nodes();
+        store(nodes);
+        tsh_swap_array_order(nodes.data(), uint32_t(nodes.size()));
+        store("turned.par", nodes);
+        grammar::write_subtree_file(path("sub.par"),
+                                    {{keyword("lane").child(keyword("up").terminal()), "desk,bay"},
+                                     {keyword("down").terminal(), "bay"}});
+        shell("gzip -dc <sub.par >plain.par; gzip -c main.par >packed.par");
+        store("little.par", with_other_byte_order(read_file(path("plain.par"))));
+    }
+};
+
+TEST_F(Formats, AreDetected) {
+    EXPECT_EQ(shell("for f in main turned packed sub plain little; do "
+                    "ocmd_show $f.par | head -n 1; done"),
+              "main.par: main par file, little-endian\n"
+              "turned.par: main par file, big-endian\n"
+              "packed.par: main par file, gzip-compressed, little-endian\n"
+              "sub.par: subtree file, gzip-compressed, big-endian, records: 2\n"
+              "plain.par: subtree file, big-endian, records: 2\n"
+              "little.par: subtree file, little-endian, records: 2\n");
+}
+
+TEST_F(Formats, HaveTheSameRecordsFromFilesStreamsAndPipes) {
+    EXPECT_EQ(shell("ocmd_show --commands sub.par"), "lane up\ndown\n");
+    EXPECT_EQ(
+        shell("records() { ocmd_show --json $1 | sed 1s/.*records//; }; "
+              "for same in main:turned:packed sub:plain:little; do "
+              "first=${same%%:*}.par; records $first >expected; test -s expected || echo $first; "
+              "for f in $(echo $same | tr : ' '); do "
+              "records $f.par | cmp - expected; records - <$f.par | cmp - expected; "
+              "cat $f.par | records - | cmp - expected; done; done"),
+        "");
+}
+
+TEST_F(Formats, OfACompressedMainParFileIsAnErrorOfACheck) {
     EXPECT_EQ(shell("ocmd_show --check packed.par sub.par"),
               "ocmd_show: packed.par: main par file is gzip-compressed and cannot be loaded\n"
               "sub.par: no faults in its trees\nstatus 1");
+}
+
+TEST_F(Formats, AreReadAsGiven) {
     EXPECT_EQ(shell("ocmd_show --kind=subtrees --byte-order=little main.par"),
               "ocmd_show: main.par: record 1 has no nodes and ends the file; the following 49976 "
               "bytes are ignored\n"
               "main.par: subtree file, little-endian, records: 0\nstatus 1");
 }
 
-TEST_F(Show, ReportsMissingPartsOfAFile) {
-    const Nodes nodes = device();
-    grammar::write_subtree_file(
-        path("sub.par"), {{keyword("up").terminal(), "bay"}, {keyword("down").terminal(), "bay"}});
-    const std::string packed = read_file(path("sub.par"));
-    shell("gzip -dc <sub.par >plain.par");
-    const std::string plain = read_file(path("plain.par"));
-    const size_t record = plain.size() / 2;
-    std::string spoiled = plain;
-    spoiled.replace(record + 8, 4, "\0\0\4\1", 4);
-    std::string reserved = plain;
-    reserved[20] = 1;
-    std::string unterminated = plain;
-    unterminated[record + 27] = 'x';
-    std::string damaged = packed;
-    damaged[packed.size() - 6] = char(damaged[packed.size() - 6] ^ 1);
-    const struct {
-        std::string bytes;
-        size_t records; // that are still read
-        const char *missing;
-    } table[] = {
-        {bytes_of(Nodes(7)).substr(0, 6999), 1, "file truncated inside node 6; node ignored"},
-        {bytes_of(Nodes(65540)), 1,
-         "only the first 65536 of 65540 nodes can be addressed; the others are ignored"},
-        {plain.substr(0, record + 9), 1, "record 2: file truncated inside the header"},
-        {plain.substr(0, record + 26), 1,
-         "record 2: file truncated inside the record; record ignored"},
-        {plain.substr(0, plain.size() - 1), 1,
-         "record 2: file truncated inside the record; record ignored"},
-        {spoiled, 1,
-         "record 2: corrupt header (attach path: 1025 bytes, nodes: 1000 bytes); this and all "
-         "following records are ignored"},
-        {plain + std::string(24, '\0') + "rest", 2,
-         "record 3 has no nodes and ends the file; the following 4 bytes are ignored"},
-        {reserved, 2, "record 1: reserved header words are not zero; ignored"},
-        {unterminated, 2, "record 2: attach path is not a NUL-terminated string of 4 bytes"},
-        {packed.substr(0, packed.size() - 8), 2, "truncated gzip data"},
-        {damaged, 2, "corrupt gzip data: incorrect data check"},
-        {packed + "tail", 2, "data after the compressed data is ignored"},
-    };
-    for (const auto &[bytes, records, missing] : table) {
-        store("cut.par", bytes);
-        const std::string said = shell("ocmd_show --json cut.par >json; s=$?; grep -c '\"version' "
-                                       "json; exit $s");
-        EXPECT_EQ(said, std::string("ocmd_show: cut.par: ") + missing + "\n" +
-                            std::to_string(records) + "\nstatus 1");
+// ---- Incomplete and corrupt files ----
+
+class Incomplete : public Show {
+protected:
+    Incomplete() {
+        grammar::write_subtree_file(path("sub.par"), {{keyword("up").terminal(), "bay"},
+                                                      {keyword("down").terminal(), "bay"}});
+        packed = read_file(path("sub.par"));
+        shell("gzip -dc <sub.par >plain.par");
+        plain = read_file(path("plain.par"));
+        second = plain.size() / 2;
     }
+
+    static std::string changed(const std::string &bytes, size_t at, const std::string &other) {
+        return std::string{bytes}.replace(at, other.size(), other);
+    }
+
+    // Expects the message, and that this many records are still shown.
+    void expect(const std::string &message, size_t records, const std::string &bytes) {
+        store("cut.par", bytes);
+        EXPECT_EQ(shell("ocmd_show --json cut.par >json; s=$?; grep -c '\"version' json; exit $s"),
+                  "ocmd_show: cut.par: " + message + "\n" + std::to_string(records) + "\nstatus 1");
+    }
+
+    std::string packed;
+    std::string plain;
+    size_t second; // offset of the second record
+};
+
+TEST_F(Incomplete, MainParFilesAreShownToTheLastNode) {
+    expect("file truncated inside node 6; node ignored", 1, bytes_of(Nodes(7)).substr(0, 6999));
+    expect("only the first 65536 of 65540 nodes can be addressed; the others are ignored", 1,
+           bytes_of(Nodes(65540)));
+}
+
+TEST_F(Incomplete, SubtreeFilesAreShownToTheLastRecord) {
+    expect("record 2: file truncated inside the header", 1, plain.substr(0, second + 9));
+    expect("record 2: file truncated inside the record; record ignored", 1,
+           plain.substr(0, second + 26));
+    expect("record 2: file truncated inside the record; record ignored", 1,
+           plain.substr(0, plain.size() - 1));
+    expect("record 3 has no nodes and ends the file; the following 4 bytes are ignored", 2,
+           plain + std::string(24, '\0') + "rest");
+}
+
+TEST_F(Incomplete, HeadersAreReportedWithTheirError) {
+    expect("record 2: corrupt header (attach path: 1025 bytes, nodes: 1000 bytes); this and all "
+           "following records are ignored",
+           1, changed(plain, second + 8, {"\0\0\4\1", 4}));
+    expect("record 1: reserved header words are not zero; ignored", 2, changed(plain, 20, "\1"));
+    expect("record 2: attach path is not a NUL-terminated string of 4 bytes", 2,
+           changed(plain, second + 27, "x"));
+}
+
+TEST_F(Incomplete, CompressedDataIsShownToTheError) {
+    const std::string checksum(1, char(packed[packed.size() - 6] ^ 1));
+    expect("truncated gzip data", 2, packed.substr(0, packed.size() - 8));
+    expect("corrupt gzip data: incorrect data check", 2,
+           changed(packed, packed.size() - 6, checksum));
+    expect("data after the compressed data is ignored", 2, packed + "tail");
+}
+
+TEST_F(Incomplete, FilesDoNotKeepOthersFromBeingShown) {
     store("main.par", "no tree in here, and no record either");
-    EXPECT_EQ(shell("ocmd_show main.par none.par . cut.par | head -n 1"),
+    EXPECT_EQ(shell("ocmd_show main.par none.par . sub.par | head -n 1"),
               "ocmd_show: main.par: neither a main par file nor a subtree file\n"
               "ocmd_show: none.par: cannot be opened: No such file or directory\n"
               "ocmd_show: .: cannot be read: Is a directory\n"
-              "ocmd_show: cut.par: data after the compressed data is ignored\n"
-              "cut.par: subtree file, gzip-compressed, big-endian, records: 2\n");
+              "sub.par: subtree file, gzip-compressed, big-endian, records: 2\n");
     Nodes endless(2);
     std::ranges::fill(endless[0].name, 'x');
     store(endless);
