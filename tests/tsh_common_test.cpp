@@ -231,6 +231,16 @@ template <typename Operation> std::string without_memory(Operation operation) {
     }
 }
 
+// Returns whether an allocation by way of GLib can be made to fail: only if its function ends in a
+// jump to malloc, for which the caller is not GLib.
+bool glib_can_fail() {
+    failing_malloc::arm(1);
+    void *block = g_try_malloc0(1);
+    failing_malloc::disarm();
+    g_free(block);
+    return block == nullptr;
+}
+
 TEST(TshCommon, OutOfMemoryHasItsResultAndLeaksNothing) {
     if (!failing_malloc::available())
         GTEST_SKIP() << "a sanitizer owns malloc";
@@ -240,7 +250,8 @@ TEST(TshCommon, OutOfMemoryHasItsResultAndLeaksNothing) {
     char word[] = "ab";
     const str_list_t list = {2, {word, word}, {}};
     EXPECT_EQ(without_memory([&] { return str_list_join(&list); }), "null;ab ab;");
-    EXPECT_EQ(without_memory([] { return hex_split("1:23", ":"); }), "null;null;null;01|23;");
+    EXPECT_EQ(without_memory([] { return hex_split("1:23", ":"); }),
+              glib_can_fail() ? "null;null;null;01|23;" : "01|23;");
     EXPECT_EQ(without_memory([] { return tsh_strdup("a"); }), "null;a;");
     EXPECT_EQ(without_memory([] { return tsh_strdup_with_space("a"); }), "null;a ;");
 
