@@ -1,4 +1,4 @@
-// What the parameters of words accept: types and bounds, and how they differ between two trees.
+// Types and bounds of the parameters of words, and their differences between two trees.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -27,19 +27,19 @@ class AcceptedValues {
 public:
     AcceptedValues();
 
-    /// The sequence of this node's word alone; kNoValues for a word without parameters. Needs
-    /// tool::register_types.
+    /// Returns the sequence of this node's word alone; kNoValues for a word without parameters.
+    /// Needs tool::register_types.
     Values of_word(const tree_node_t &node);
 
-    /// Two sequences, one after the other.
+    /// Returns the concatenation of two sequences.
     Values joined(Values first, Values second);
 
-    /// The set of these sequences, which are reordered.
+    /// Returns the set of these sequences, which are reordered.
     ValueSet set_of(std::vector<Values> &sequences);
     ValueSet set_of(Values sequence);
 
-    /// How two different sets of one line differ: a change for each field. Words are named unless
-    /// the only one ends with the last symbol of the line.
+    /// Returns how two different sets of one line differ: a change for each field. Words are named
+    /// unless the only one ends with the last symbol of the line.
     [[nodiscard]] std::vector<Change> changes(ValueSet before, ValueSet after,
                                               std::string_view last_symbol) const;
 

@@ -24,7 +24,7 @@ class LineCount {
 public:
     explicit LineCount(LineDfa &dfa) : dfa_(dfa) {}
 
-    /// The lines that go on from a state; whether one ends there does not matter.
+    /// Returns the number of lines that continue after a state, without one that ends there.
     tool::Count after(Target target);
 
 private:
@@ -45,8 +45,8 @@ class DifferenceCount {
 public:
     explicit DifferenceCount(ProductAutomaton &product);
 
-    /// Counts what a listing has from a pair on. Each pair is counted once; if there are too many,
-    /// exits with kError, after a message.
+    /// Counts the lines of a listing from a pair on. Each pair is counted once; if there are too
+    /// many, exits with kError, after a message.
     Extent count(const StatePair &start);
 
 private:

@@ -40,7 +40,7 @@ void DifferenceGroups::list(const StatePair &start) {
 // ---- Visiting pairs ----
 
 void DifferenceGroups::visit(const StatePair &start) {
-    const Place first = add_place(start);
+    const PairNumber first = add_pair(start);
     if (!start.is_of_both()) {
         children_first_.push_back(first);
         take_start_of_one_tree(start);
@@ -56,23 +56,23 @@ void DifferenceGroups::visit(const StatePair &start) {
     }
 }
 
-DifferenceGroups::Place DifferenceGroups::add_place(const StatePair &pair) {
-    const auto place = static_cast<Place>(pairs_.size());
+DifferenceGroups::PairNumber DifferenceGroups::add_pair(const StatePair &pair) {
+    const auto number = static_cast<PairNumber>(pairs_.size());
     pairs_.emplace_back();
     if (pair.is_of_both())
-        place_of_pair_.insert(product_.representative(pair.before.state()),
-                              product_.representative(pair.after.state()), place);
-    return place;
+        pair_numbers_.insert(product_.representative(pair.before.state()),
+                             product_.representative(pair.after.state()), number);
+    return number;
 }
 
-void DifferenceGroups::enter(Place place, const StatePair &pair) {
+void DifferenceGroups::enter(PairNumber number, const StatePair &pair) {
     std::vector<PairTransition> transitions;
     auto cursor = product_.transitions_of(pair);
     while (const auto transition = product_.next(cursor))
         transitions.push_back(*transition);
     std::vector<Difference> branches = branches_of(pair, transitions);
     find_renamed(branches);
-    stack_.push_back({place, std::move(transitions), std::move(branches)});
+    stack_.push_back({number, std::move(transitions), std::move(branches)});
 }
 
 // Most transitions of one tree are in the order of its edges, so each search begins after the last.
@@ -110,14 +110,14 @@ DifferenceGroups::Difference DifferenceGroups::branch(char mark, const Edge &edg
 }
 
 void DifferenceGroups::leave() {
-    children_first_.push_back(stack_.back().place);
+    children_first_.push_back(stack_.back().number);
     stack_.pop_back();
 }
 
 void DifferenceGroups::take(const PairTransition &transition) {
     if (!transition.to.is_of_both())
         return take_next_branch();
-    const Place place = stack_.back().place;
+    const PairNumber number = stack_.back().number;
     const auto &[before, after] = transition.to;
     const bool ends_before = dfa_.is_final(before);
     const bool ends_after = dfa_.is_final(after);
@@ -125,21 +125,21 @@ void DifferenceGroups::take(const PairTransition &transition) {
         add({.kind = Kind::kLine,
              .mark = ends_before ? kOldMark : kNewMark,
              .symbol = transition.symbol},
-            place);
+            number);
     for (const Change &change : changes_.of(transition))
         add({.kind = Kind::kChanged,
              .mark = kChangedMark,
              .symbol = transition.symbol,
              .is_line = ends_before && ends_after,
              .change = change},
-            place);
+            number);
     if (!product_.differs(transition.to))
         return;
-    const Place *known = place_of_pair_.find(product_.representative(before.state()),
-                                             product_.representative(after.state()));
+    const PairNumber *known = pair_numbers_.find(product_.representative(before.state()),
+                                                 product_.representative(after.state()));
     const bool is_new = known == nullptr;
-    const Place child = is_new ? add_place(transition.to) : *known;
-    pairs_[child].parents.push_back({place, transition.symbol});
+    const PairNumber child = is_new ? add_pair(transition.to) : *known;
+    pairs_[child].parents.push_back({number, transition.symbol});
     grow();
     if (is_new)
         enter(child, transition.to);
@@ -149,7 +149,7 @@ void DifferenceGroups::take_next_branch() {
     Frame &frame = stack_.back();
     Difference &difference = frame.branches[frame.next_branch++];
     if (difference.kind != Kind::kMatched)
-        add(std::move(difference), frame.place);
+        add(std::move(difference), frame.number);
 }
 
 void DifferenceGroups::take_start_of_one_tree(const StatePair &start) {
@@ -193,11 +193,11 @@ DifferenceGroups::Key DifferenceGroups::key_of(const Difference &difference) {
             state,           difference.output, std::move(change)};
 }
 
-void DifferenceGroups::add(Difference difference, Place place) {
+void DifferenceGroups::add(Difference difference, PairNumber number) {
     const auto [entry, is_new] = index_.try_emplace(key_of(difference), differences_.size());
     if (is_new)
         differences_.push_back(std::move(difference));
-    differences_[entry->second].places.push_back(place);
+    differences_[entry->second].places.push_back(number);
     grow();
 }
 
@@ -317,7 +317,7 @@ void DifferenceGroups::write(const Difference &difference) {
     }
 }
 
-void DifferenceGroups::write_places(const char *margin, const std::vector<Place> &places) {
+void DifferenceGroups::write_places(const char *margin, const std::vector<PairNumber> &places) {
     const std::vector<std::string> prefixes = prefixes_of(places);
     for (const std::string &prefix : prefixes)
         output_ << margin << (prefix.empty() ? "(first word)" : prefix) << '\n';
@@ -348,7 +348,7 @@ void DifferenceGroups::write_json(const Difference &difference) {
 }
 
 void DifferenceGroups::write_places_as_json(const char *count_name, const char *name,
-                                            const std::vector<Place> &places) {
+                                            const std::vector<PairNumber> &places) {
     json_.member(count_name, count(places).text());
     json_.member(name).begin_list();
     for (const std::string &prefix : prefixes_of(places))
@@ -356,28 +356,29 @@ void DifferenceGroups::write_places_as_json(const char *count_name, const char *
     json_.end_list();
 }
 
-tool::Count DifferenceGroups::count(const std::vector<Place> &places) const {
+tool::Count DifferenceGroups::count(const std::vector<PairNumber> &places) const {
     tool::Count sum = 0;
-    for (const Place place : places)
-        sum += pairs_[place].prefixes;
+    for (const PairNumber number : places)
+        sum += pairs_[number].prefixes;
     return sum;
 }
 
-std::vector<std::string> DifferenceGroups::prefixes_of(const std::vector<Place> &places) const {
+std::vector<std::string>
+DifferenceGroups::prefixes_of(const std::vector<PairNumber> &places) const {
     std::vector<std::string> prefixes;
-    for (const Place place : places)
+    for (const PairNumber number : places)
         if (prefixes.size() < kMaxPlaces)
-            add_prefixes(place, prefixes);
+            add_prefixes(number, prefixes);
     return prefixes;
 }
 
 // Follows the links from a pair backwards; every pair is reached from the first one.
-void DifferenceGroups::add_prefixes(Place place, std::vector<std::string> &prefixes) const {
+void DifferenceGroups::add_prefixes(PairNumber number, std::vector<std::string> &prefixes) const {
     struct Step {
-        Place place;
+        PairNumber number;
         size_t next_parent;
     };
-    std::vector<Step> steps{{place, 0}};
+    std::vector<Step> steps{{number, 0}};
     std::vector<Symbol> symbols; // from the end
     while (!steps.empty() && prefixes.size() < kMaxPlaces) {
         auto &[at, next] = steps.back();

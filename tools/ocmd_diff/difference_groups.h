@@ -1,9 +1,10 @@
 // The differences between two trees, each once with the places where it is: words of one tree
 // alone with the number of their lines, renamed words, moved branches, and changed words.
 //
-// Pairs of states that differ are visited once, however many prefixes lead to them. A place is such
-// a prefix. Equal states are the same change, so they need no comparison of lines. Time and memory
-// grow with the pairs and the differences at them, which are limited in proportion to the trees.
+// Pairs of states that differ are visited once, however many prefixes lead to them. A place is
+// such a prefix. Equal states are the same change, so they need no comparison of lines. Time and
+// memory grow with the pairs and the differences at them, which are limited in proportion to the
+// trees.
 #pragma once
 
 #include "tools/ocmd_diff/difference_count.h"
@@ -36,10 +37,10 @@ public:
     void list(const StatePair &start);
 
 private:
-    using Place = uint32_t; // number of a pair
+    using PairNumber = uint32_t;
 
     struct Link {
-        Place from;
+        PairNumber from;
         Symbol symbol;
     };
 
@@ -66,12 +67,12 @@ private:
         Symbol new_symbol = 0;     // of a renamed word
         bool is_line = false;      // of a change
         std::optional<Change> change = {};
-        std::vector<Place> places = {};
-        std::vector<Place> new_places = {}; // of a moved branch
+        std::vector<PairNumber> places = {};
+        std::vector<PairNumber> new_places = {}; // of a moved branch
     };
 
     struct Frame {
-        Place place;
+        PairNumber number;
         std::vector<PairTransition> transitions;
         std::vector<Difference> branches; // of the transitions of one tree, in their order
         size_t next = 0;
@@ -80,8 +81,8 @@ private:
 
     // ---- Visiting pairs ----
     void visit(const StatePair &start);
-    Place add_place(const StatePair &pair);
-    void enter(Place place, const StatePair &pair);
+    PairNumber add_pair(const StatePair &pair);
+    void enter(PairNumber number, const StatePair &pair);
     void leave();
     void take(const PairTransition &transition);
     void take_next_branch();
@@ -95,7 +96,7 @@ private:
     // ---- Grouping ----
     using Key = std::tuple<Kind, char, Symbol, Symbol, State, Values, std::string>;
     [[nodiscard]] Key key_of(const Difference &difference);
-    void add(Difference difference, Place place);
+    void add(Difference difference, PairNumber number);
     void find_renamed(std::vector<Difference> &branches);
     void find_moved();
     [[nodiscard]] bool has_equal_lines(const Difference &old_branch, const Difference &new_branch);
@@ -105,17 +106,17 @@ private:
     void write(const Difference &difference);
     void write_json(const Difference &difference);
     void write_places_as_json(const char *count_name, const char *name,
-                              const std::vector<Place> &places);
-    void write_places(const char *margin, const std::vector<Place> &places);
+                              const std::vector<PairNumber> &places);
+    void write_places(const char *margin, const std::vector<PairNumber> &places);
     struct Words {
         std::string text;
         bool are_whole; // they are the rest of the line
     };
     [[nodiscard]] Words words_of(const Difference &difference);
     [[nodiscard]] std::string text_of(const Difference &difference);
-    [[nodiscard]] tool::Count count(const std::vector<Place> &places) const;
-    [[nodiscard]] std::vector<std::string> prefixes_of(const std::vector<Place> &places) const;
-    void add_prefixes(Place place, std::vector<std::string> &prefixes) const;
+    [[nodiscard]] tool::Count count(const std::vector<PairNumber> &places) const;
+    [[nodiscard]] std::vector<std::string> prefixes_of(const std::vector<PairNumber> &places) const;
+    void add_prefixes(PairNumber number, std::vector<std::string> &prefixes) const;
     [[nodiscard]] std::string symbol_text(Symbol symbol) const {
         return std::string{dfa_.nfa().symbols().text(symbol)};
     }
@@ -128,9 +129,9 @@ private:
     tool::TextOutput &output_;
     tool::JsonOutput json_;
 
-    PairMap<Place> place_of_pair_;
+    PairMap<PairNumber> pair_numbers_;
     std::vector<PairFacts> pairs_;
-    std::vector<Place> children_first_;
+    std::vector<PairNumber> children_first_;
     std::vector<Frame> stack_;
     std::vector<Difference> differences_; // in the order of the listing
     std::map<Key, size_t> index_;

@@ -107,18 +107,18 @@ size_t DifferenceList::print_leaves(std::span<const Edge> edges, size_t next) {
     const std::string_view prefix = prefix_.text();
     if (form_ == Form::kJson || prefix.size() > TextOutput::kMostRoom - kLongestSymbol)
         return next;
-    char *place = output_.room();
+    char *end = output_.room();
     const char *full = output_.full();
     for (; next < edges.size() && edges[next].to.is_final_leaf(); ++next) {
-        if (place >= full) {
-            output_.take_until(place);
-            place = output_.room();
+        if (end >= full) {
+            output_.take_until(end);
+            end = output_.room();
         }
         const std::string_view symbol = symbols_.text(edges[next].symbol);
-        place = copy_in_chunks(place, prefix);
-        place = copy_in_chunks(place, {symbol.data(), symbol.size() + 1});
+        end = copy_in_chunks(end, prefix);
+        end = copy_in_chunks(end, {symbol.data(), symbol.size() + 1});
     }
-    output_.take_until(place);
+    output_.take_until(end);
     return next;
 }
 

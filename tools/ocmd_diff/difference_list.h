@@ -24,7 +24,7 @@ public:
     void append(std::string_view symbol);
     void truncate(size_t length) { length_ = length; }
 
-    /// Readable in whole chunks.
+    /// Returns the bytes, which may be read in complete chunks.
     [[nodiscard]] std::string_view text() const { return {bytes_.data(), length_}; }
     /// Returns the prefix alone, without the mark.
     [[nodiscard]] std::string_view line() const { return text().substr(2); }

@@ -1,4 +1,4 @@
-// Loops over the tables of fields: whatever a table lists is compared.
+// Loops over the tables of fields: everything that a table lists is compared.
 #include "tools/ocmd_diff/field_labels.h"
 
 #include "param_reg/values.h"

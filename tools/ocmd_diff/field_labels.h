@@ -1,5 +1,4 @@
-// The fields of records that do not decide what a line accepts, and how they differ between two
-// trees.
+// Comparison of the fields of records that do not determine what a line accepts.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -19,10 +18,10 @@ public:
     /// Needs tool::register_types.
     uint32_t label_of(const tree_node_t &node);
 
-    /// The number of a set, which is reordered; equal sets have equal numbers.
+    /// Returns the number of a set, which is reordered; equal sets have equal numbers.
     uint32_t set_of(std::vector<uint32_t> &labels);
 
-    /// How two different label sets differ: a change for each field.
+    /// Returns how two different label sets differ: a change for each field.
     [[nodiscard]] std::vector<Change> changes(uint32_t before, uint32_t after) const;
 
 private:

@@ -16,7 +16,7 @@ namespace diff {
 /// A set of NFA states, in the order of the tree. The set of one node has the node's number.
 using State = uint32_t;
 
-/// The end of a transition; may be nowhere.
+/// The end of a transition, or none.
 class Target {
 public:
     Target() = default;
@@ -26,7 +26,7 @@ public:
     [[nodiscard]] bool exists() const { return bits_ != kNowhere; }
     [[nodiscard]] State state() const { return bits_ & ~kFinalLeaf; }
 
-    /// The line ends there and cannot go on. Not known of every such state.
+    /// Returns whether the line certainly ends there; may be false for some such states.
     [[nodiscard]] bool is_final_leaf() const { return (bits_ & kFinalLeaf) != 0; }
 
     bool operator==(const Target &) const = default;
@@ -51,34 +51,34 @@ public:
     /// @param labels the one of the NFA, or null.
     LineDfa(LineNfa &nfa, FieldLabels *labels);
 
-    /// The initial state of a file; nowhere if the file has no lines.
+    /// Returns the initial state of a file; none if the file has no lines.
     Target start_of(size_t file);
 
-    /// The transitions of a state in the order of its tree, at most one for each symbol; a line
-    /// ends after each of them. Valid until the next state is expanded. Exits with kError, after
-    /// a message, if the construction gets out of proportion to the trees.
+    /// Returns the transitions of a state in the order of its tree, at most one for each symbol; a
+    /// line ends after each of them. Valid until the next state is expanded. Exits with kError,
+    /// after a message, if the construction exceeds its budget.
     std::span<const Edge> edges_of(State state) {
         const Facts &facts = expanded(state);
         return {edges_.data() + facts.first_edge, facts.edge_count};
     }
 
-    /// Whether a line ends in the state.
+    /// Returns whether a line ends in the state.
     bool is_final(Target target) {
         return target.is_final_leaf() || expanded(target.state()).is_final;
     }
 
-    /// The pending values with which lines end in the state.
+    /// Returns the pending values with which lines end in the state.
     ValueSet final_values(State state) { return expanded(state).final_values; }
 
-    /// The label set of the nodes that may have the last word; 0 without labels.
+    /// Returns the label set of the nodes that may have the last word; 0 without labels.
     uint32_t labels_of(State state) { return labels_ == nullptr ? 0 : expanded(state).labels; }
 
-    /// Whether the state has pending values.
+    /// Returns whether the state has pending values.
     [[nodiscard]] bool has_pending(Target target) const {
         return target.state() >= nfa_.node_count() && origin_of(target.state()).has_pending;
     }
 
-    /// The state with these values pending, and with none.
+    /// Return the state with these values pending, and with none.
     Target with_pending(Target target, Values values);
     Target without_pending(Target target);
 
@@ -89,13 +89,13 @@ public:
 private:
     // Budget of all states, in units of some ten bytes: a constant for small trees, and an amount
     // for each node and link. Trees without siblings of the same spelling need 1 for each. Nodes
-    // without a word need no memory, but time whenever they are passed.
+    // without a word need no memory, but time each time they are passed.
     static constexpr size_t kFreeBudget = 1U << 20U;
     static constexpr size_t kBudgetPerSize = 4;
-    static constexpr size_t kPassedPerUnit = 64; // one takes a few ns
+    static constexpr size_t kPassedPerUnit = 64; // each takes a few ns
     static constexpr size_t kSetCost = 8;
 
-    // What is known of a state that has been expanded.
+    // Properties of an expanded state.
     struct Facts {
         size_t first_edge;
         uint32_t edge_count;

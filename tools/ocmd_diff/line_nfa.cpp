@@ -1,5 +1,5 @@
 // Reading lines. Every symbol but the last is followed by a space; before the words of a submode
-// stands the symbol "/". Where a line or a submode begins, nothing has been read yet, and a node
+// is the symbol "/". At the start of a line or a submode, nothing has been read yet, and a node
 // without a word changes nothing: if a line ends there, or a submode is entered there, it has an
 // empty symbol.
 #include "tools/ocmd_diff/line_nfa.h"
@@ -186,12 +186,12 @@ void LineNfa::read_long_word(NodeNumber number) {
 }
 
 void LineNfa::pass_wordless(NodeNumber number, bool is_fresh) {
-    if (met_.empty())
-        met_.resize(2 * nodes_.size());
-    uint64_t &met = met_[2 * size_t{number} + static_cast<size_t>(is_fresh)];
-    if (met == round_)
+    if (visited_.empty())
+        visited_.resize(2 * nodes_.size());
+    uint64_t &visited = visited_[2 * size_t{number} + static_cast<size_t>(is_fresh)];
+    if (visited == round_)
         return;
-    met = round_;
+    visited = round_;
     ++closure_.passed;
     if (is_fresh)
         end_no_word(number);

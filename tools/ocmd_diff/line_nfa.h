@@ -33,7 +33,7 @@ public:
     [[nodiscard]] AcceptedValues &values() { return values_; }
     [[nodiscard]] const AcceptedValues &values() const { return values_; }
 
-    /// The initial state of a file, by its index.
+    /// Returns the initial state of a file, by its index.
     [[nodiscard]] NfaState start_of(size_t file) const { return starts_[file]; }
 
     struct Transition {
@@ -42,7 +42,7 @@ public:
         Values pending; ///< Those of the state that it leaves.
     };
 
-    /// What the automaton can do in any of several states, transitions without a symbol followed.
+    /// The transitions from several states, after all transitions without a symbol.
     struct Closure {
         bool ends = false;                   ///< The line may end.
         std::vector<Transition> transitions; ///< In the order of the trees.
@@ -51,26 +51,26 @@ public:
         size_t passed = 0;                   ///< Nodes without a word that were passed.
     };
 
-    /// The closure of a set of states. It is valid until the next call.
+    /// Returns the closure of a set of states, valid until the next call.
     const Closure &closure_of(std::span<const NfaState> states);
 
-    /// What the word accepts that is complete in this state.
+    /// Returns what the word that ends in this state accepts.
     [[nodiscard]] Values values_of(NfaState state) {
         return state < kFirstInnerState ? words_[nodes_[state].word].values : kNoValues;
     }
 
-    /// Whether the line ends in this state for certain, and cannot go on.
+    /// Returns whether the line certainly ends in this state.
     [[nodiscard]] bool is_final_leaf(NfaState state) {
         return state < kFirstInnerState && nodes_[state].is_final && nodes_[state].link_count == 0;
     }
 
-    /// The state with values that are still to be compared; kNoValues for none.
+    /// Returns the state with values that are still to be compared; kNoValues for none.
     NfaState with_pending(NfaState state, Values values);
     [[nodiscard]] NfaState without_pending(NfaState state) const;
 
     [[nodiscard]] size_t node_count() const { return nodes_.size(); }
 
-    /// Nodes and links of the trees, and states between nodes.
+    /// Returns the number of nodes and links of the trees and of states between nodes.
     [[nodiscard]] size_t size() const { return tree_size_ + inner_states_.size(); }
 
 private:
@@ -137,7 +137,7 @@ private:
     Values pending_ = kNoValues; // of the state that is being followed
     std::vector<Frame> stack_;
     uint64_t round_ = 0;
-    std::vector<uint64_t> met_; // by node without a word, fresh or not: the latest round
+    std::vector<uint64_t> visited_; // by node without a word, fresh or not: the latest round
 };
 
 } // namespace diff

@@ -45,7 +45,7 @@ constexpr tool::Program kProgram{
 constexpr Status kSame = tool::kDone;
 constexpr Status kDiffer = tool::kNegative;
 
-// A file that does not hold what it should is never called equal to another.
+// An invalid or incomplete file equals no other one.
 TreeFile open_file(const char *path) {
     try {
         return tool::open_valid(path);

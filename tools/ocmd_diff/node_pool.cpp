@@ -1,4 +1,4 @@
-// Nodes of the old file are numbered as they stand; those of the new file in one pass over its
+// Nodes of the old file are numbered in their order; those of the new file in one pass over its
 // records, from the last one on, with later records fetched ahead of time.
 #include "tools/ocmd_diff/node_pool.h"
 
@@ -78,8 +78,8 @@ NodeNumber NodePool::root_of(uint32_t tree) {
     return is_live(numbers_[tree]) ? numbers_[tree] : kNoNode;
 }
 
-// Two versions of a tree have most nodes in the same order. Where they have not, the tree is begun
-// anew with the help of hashes.
+// Two versions of a tree have most nodes in the same order. If they do not, the tree is added
+// again, by hashes.
 NodeNumber NodePool::add_new(tool::Nodes nodes) {
     const auto tree = static_cast<uint32_t>(numbers_.size());
     const size_t count = nodes_.size();
@@ -220,7 +220,7 @@ void NodePool::read_links(Origin &origin, size_t count) {
     origin.links.last = static_cast<uint32_t>(links_.size());
 }
 
-// A depth-first search for the first line, remembering what it finds out on the way.
+// A depth-first search for the first line, which stores its findings about the nodes on the path.
 bool NodePool::is_live(NodeNumber number) {
     if (nodes_[number].life == Node::kUnknown) {
         steps_.push_back({number, 0});

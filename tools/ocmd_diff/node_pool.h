@@ -22,15 +22,15 @@ struct Node {
     uint32_t label;
     bool is_final; ///< A line ends here.
     bool is_submode;
-    uint8_t link_count; ///< Links to nodes at or below which no line ends are among them.
+    uint8_t link_count; ///< Including links to nodes at or below which no line ends.
     enum Life : uint8_t { kUnknown, kLive, kDead } life; ///< Live: a line ends at or below it.
 };
 
-/// Finding equal nodes compares records with records. Words are looked up, and links followed, of
-/// those nodes alone that are asked for.
+/// Equal nodes are found by comparing records. Words are looked up, and links followed, only for
+/// nodes that are requested.
 class NodePool {
 public:
-    /// @param labels null if labels do not matter; all are 0 then.
+    /// @param labels null to ignore labels; all are 0 then.
     NodePool(WordTable &words, FieldLabels *labels) : words_(words), labels_(labels) {}
 
     /// Adds the nodes of a valid tree of the old file, which must outlive this. @return the number
@@ -117,7 +117,7 @@ private:
     FieldLabels *labels_;
     base::HugeVector<Node> nodes_; // by number, as those below
     base::HugeVector<Origin> origins_;
-    base::HugeVector<NodeNumber> numbers_; // of the nodes of all trees, one behind the other
+    base::HugeVector<NodeNumber> numbers_; // of the nodes of all trees in one array
     base::HugeVector<NodeNumber> links_;
     size_t link_count_ = 0;
     uint32_t old_count_ = 0;

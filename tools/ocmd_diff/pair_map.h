@@ -8,20 +8,20 @@
 
 namespace diff {
 
-/// Open addressing; nothing is ever removed. The pair of two UINT32_MAX is no key.
+/// Open addressing; entries are not removed. The pair of two UINT32_MAX is no key.
 template <typename Value> class PairMap {
 public:
     PairMap() : slots_(kFirstSlots) {}
 
     [[nodiscard]] size_t size() const { return size_; }
 
-    /// The value of a pair, or null. Valid until the next insertion.
+    /// Returns the value of a pair, or null. Valid until the next insertion.
     Value *find(uint32_t one, uint32_t other) {
         Slot &slot = slot_of(key_of(one, other));
         return slot.key == kFree ? nullptr : &slot.value;
     }
 
-    /// Gives a pair its value, unless it has one.
+    /// Sets the value of a pair, unless it has one.
     void insert(uint32_t one, uint32_t other, const Value &value) {
         if (2 * (size_ + 1) > slots_.size())
             grow();

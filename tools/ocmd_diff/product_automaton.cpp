@@ -29,7 +29,7 @@ bool ProductAutomaton::differs(const StatePair &pair) {
     return !is_equal;
 }
 
-// Whether the pair differs, if that is known.
+// Returns whether the pair differs, if that is known.
 std::optional<bool> ProductAutomaton::known(const StatePair &pair) {
     if (pair.before.is_final_leaf() && pair.after.is_final_leaf() && dfa_.labels() == nullptr)
         return false;
@@ -80,7 +80,7 @@ bool ProductAutomaton::enter(const StatePair &pair) {
 
 // Pushes a frame of the two states. @return false if their symbols are not the same.
 bool ProductAutomaton::match_edges(State before, State after) {
-    dfa_.edges_of(before); // both are expanded before either is looked at
+    dfa_.edges_of(before); // both are expanded before either is read
     dfa_.edges_of(after);
     const auto olds = dfa_.edges_of(before);
     const auto news = dfa_.edges_of(after);

@@ -12,14 +12,14 @@
 // 1. Hash consing, children first: nodes of the same word with the same links become one node of
 //    the NFA, in both trees together. Parts that the trees have in common are shared from then on.
 //    A node of the new tree is compared with the one in the same place of the old tree; hashes are
-//    taken once too many differ there. Words are looked up when a walk comes to them.
+//    taken once too many differ there. Words are looked up when a walk reaches them.
 // 2. Subset construction on demand, LineDfa: a state is the set of all nodes that a prefix of a
 //    line leads to. A state is expanded only when a prefix that may make a difference leads there.
 // 3. Equivalence of two states after Hopcroft and Karp, also on demand: depth-first search over the
 //    pairs of states that one prefix leads to in either tree. A pair of one and the same state is
 //    equal at once. A pair whose transitions all lead to equal pairs is equal, and a union-find
 //    structure unites its states; since there are no cycles, nothing has to be assumed in advance.
-//    One transition to a different pair makes all pairs on the way there different.
+//    One transition to a different pair makes all pairs on the path there different.
 // 4. The walk over the pairs that differ, the product automaton. At a transition that only one tree
 //    has, all lines below it differ.
 // Parameters of the same spelling may accept different values. So the DFA is a transducer whose
@@ -79,11 +79,11 @@ public:
     /// The initial states of the first and the second file.
     [[nodiscard]] StatePair start() { return {dfa_.start_of(0), dfa_.start_of(1)}; }
 
-    /// Whether there is anything to report from the pair on: lines, accepted values, or labels. The
-    /// pair itself counts: whether a line ends there, its pending values and labels.
+    /// Returns whether there is anything to report from the pair on: lines, accepted values, or
+    /// labels. The pair itself counts: whether a line ends there, its pending values and labels.
     bool differs(const StatePair &pair);
 
-    /// The oldest state that is known to be equal.
+    /// Returns the oldest state that was found to be equal.
     State representative(State state) { return equal_.find(state); }
 
     /// The transitions of a pair to be read one by one.

@@ -12,39 +12,40 @@
 
 namespace diff {
 
-/// A hash table over sequences that lie one behind the other, each with the items `End` behind it.
+/// A hash table over sequences in one array, each followed by the items `End`.
 template <typename Item, Item... End> class SequenceTable {
 public:
     SequenceTable() : slots_(kFirstSlots, kFree) {}
 
-    /// The number of a sequence; a new one gets the next number.
+    /// Returns the number of a sequence; a new one gets the next number.
     uint32_t number_of(std::span<const Item> sequence) {
         const uint32_t hash = hash_of(sequence);
         const size_t mask = slots_.size() - 1;
         for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
             const uint32_t number = slots_[slot];
             if (number == kFree) {
-                slots_[slot] = static_cast<uint32_t>(places_.size());
+                slots_[slot] = static_cast<uint32_t>(entries_.size());
                 return add(sequence, hash);
             }
-            if (places_[number].hash == hash && std::ranges::equal((*this)[number], sequence))
+            if (entries_[number].hash == hash && std::ranges::equal((*this)[number], sequence))
                 return number;
         }
     }
 
-    /// Stays where it is until the next number_of. So many items more may be read behind it.
+    /// Number of items that may be read after the end of a sequence.
     static constexpr size_t kReadable = 32;
+    /// Returns a sequence, valid until the next number_of.
     [[nodiscard]] std::span<const Item> operator[](uint32_t number) const {
-        return {items_.data() + places_[number].start, places_[number].length};
+        return {items_.data() + entries_[number].start, entries_[number].length};
     }
 
-    [[nodiscard]] size_t size() const { return places_.size(); }
+    [[nodiscard]] size_t size() const { return entries_.size(); }
 
 private:
     static constexpr size_t kFirstSlots = 1024; // a power of two, as all sizes are
     static constexpr uint32_t kFree = UINT32_MAX;
 
-    struct Place {
+    struct Entry {
         size_t start;
         uint32_t length;
         uint32_t hash;
@@ -58,20 +59,20 @@ private:
 
     uint32_t add(std::span<const Item> sequence, uint32_t hash) {
         items_.resize(used_ + sequence.size() + sizeof...(End) + kReadable);
-        places_.push_back({used_, static_cast<uint32_t>(sequence.size()), hash});
-        Item *place = std::ranges::copy(sequence, items_.data() + used_).out;
-        ((*place++ = End), ...);
-        used_ = static_cast<size_t>(place - items_.data());
-        if (2 * places_.size() > slots_.size())
+        entries_.push_back({used_, static_cast<uint32_t>(sequence.size()), hash});
+        Item *end = std::ranges::copy(sequence, items_.data() + used_).out;
+        ((*end++ = End), ...);
+        used_ = static_cast<size_t>(end - items_.data());
+        if (2 * entries_.size() > slots_.size())
             grow();
-        return static_cast<uint32_t>(places_.size() - 1);
+        return static_cast<uint32_t>(entries_.size() - 1);
     }
 
     void grow() {
         slots_.assign(2 * slots_.size(), kFree);
         const size_t mask = slots_.size() - 1;
-        for (size_t number = 0; number < places_.size(); ++number) {
-            size_t slot = places_[number].hash & mask;
+        for (size_t number = 0; number < entries_.size(); ++number) {
+            size_t slot = entries_[number].hash & mask;
             while (slots_[slot] != kFree)
                 slot = (slot + 1) & mask;
             slots_[slot] = static_cast<uint32_t>(number);
@@ -80,7 +81,7 @@ private:
 
     base::HugeVector<Item> items_;
     size_t used_ = 0;
-    base::HugeVector<Place> places_;
+    base::HugeVector<Entry> entries_;
     std::vector<uint32_t> slots_; // open addressing by hash
 };
 

@@ -11,14 +11,14 @@
 
 namespace diff {
 
-/// A part of a line between two spaces, or between a space and an end of the line.
+/// A part of a line between two spaces, or between a space and the start or end of the line.
 using Symbol = uint32_t;
 
 class SymbolTable {
 public:
     Symbol number_of(std::string_view text) { return texts_.number_of(text); }
 
-    /// Readable in whole chunks; followed by a newline.
+    /// Returns the text of a symbol, which a newline follows; may be read in complete chunks.
     [[nodiscard]] std::string_view text(Symbol symbol) const {
         const auto text = texts_[symbol];
         return {text.data(), text.size()};
@@ -42,8 +42,7 @@ public:
         round_ = 1;
     }
 
-    /// Maps the symbol to the value. @return null, or the value that the symbol had already and
-    /// keeps.
+    /// Maps the symbol to the value, unless it has one. @return null, or the present value.
     const uint32_t *insert(Symbol symbol, uint32_t value) {
         if (symbol >= entries_.size())
             entries_.resize(2 * (symbol + size_t{1}));
@@ -54,7 +53,7 @@ public:
         return nullptr;
     }
 
-    /// The value, or null.
+    /// Returns the value, or null.
     [[nodiscard]] const uint32_t *find(Symbol symbol) const {
         return symbol < entries_.size() && entries_[symbol].round == round_
                    ? &entries_[symbol].value

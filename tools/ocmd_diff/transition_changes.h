@@ -1,4 +1,4 @@
-// What differs between two trees at a transition that both have: accepted values and fields.
+// The differences at a transition that both trees have: accepted values and fields.
 #pragma once
 
 #include "tools/ocmd_diff/product_automaton.h"
@@ -13,7 +13,7 @@ class TransitionChanges {
 public:
     explicit TransitionChanges(LineDfa &dfa) : dfa_(dfa) {}
 
-    /// A change for each field; none for a transition of one tree.
+    /// Returns a change for each field; none for a transition of one tree.
     const std::vector<Change> &of(const PairTransition &transition);
 
 private:

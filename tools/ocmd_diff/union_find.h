@@ -9,7 +9,7 @@ namespace diff {
 
 class UnionFind {
 public:
-    /// The representative of the element's set. Elements that were never united are alone.
+    /// Returns the representative of the element's set. Elements that were never united are alone.
     uint32_t find(uint32_t element) {
         if (element >= parents_.size())
             return element;

@@ -22,7 +22,7 @@ struct Change {
     std::vector<std::string> after;
     std::string note = {}; ///< What differs, without a field.
 
-    /// "WORD FIELD BEFORE -> AFTER". Several values are separated by "|"; "none" stands for no
+    /// "WORD FIELD BEFORE -> AFTER". Several values are separated by "|"; "none" means no
     /// value.
     [[nodiscard]] std::string text() const;
 
@@ -30,7 +30,7 @@ struct Change {
     auto operator<=>(const Change &) const = default;
 };
 
-/// The values of several things of each side, such as nodes or words.
+/// The values of several nodes or words of each side.
 class ValueChanges {
 public:
     void add_before(const NamedValues &values) { add(values, 0); }

@@ -1,4 +1,4 @@
-// The words of nodes, spelled once however many nodes have them.
+// The words of nodes, each spelled once.
 #pragma once
 
 #include "parse_tree/tree_node.h"
@@ -15,7 +15,7 @@
 namespace diff {
 
 struct Word {
-    Symbol spelling; ///< The whole word as one symbol, even if it has spaces.
+    Symbol spelling; ///< The complete word as one symbol, even if it has spaces.
     Values values;   ///< What its parameters accept.
     enum Kind : uint8_t { kEmpty, kOneSymbol, kManySymbols } kind;
     uint32_t symbols = 0; ///< kManySymbols: their index.
@@ -26,24 +26,24 @@ public:
     WordTable(SymbolTable &symbols, AcceptedValues &values)
         : symbols_(symbols), values_(values), slots_(kFirstSlots, kFree) {}
 
-    /// The number of the node's word; equal for words of the same spelling that accept the same
-    /// values. Needs tool::register_types.
+    /// Returns the number of the node's word; equal for words of the same spelling that accept the
+    /// same values. Needs tool::register_types.
     uint32_t number_of(const tree_node_t &node);
 
-    /// Whether two nodes have equal bytes in the fields that decide about their words, which are
-    /// equal then; and a hash of those fields. Neither needs the words to be known.
+    /// Returns whether two nodes have equal bytes in the fields that determine their words, so that
+    /// the words are equal; and a hash of those fields. Neither reads the words.
     static bool have_same_word(const tree_node_t &one, const tree_node_t &other);
     static uint64_t hash_of(const tree_node_t &node) { return hash_of(key_of(node)); }
 
     const Word &operator[](uint32_t number) const { return words_[number]; }
 
-    /// The symbols of a word that has several.
+    /// Returns the symbols of a word that has several.
     [[nodiscard]] const std::vector<Symbol> &symbols_of(uint32_t number) const {
         return long_words_[words_[number].symbols];
     }
 
 private:
-    // The fields of a record that decide about its word.
+    // The fields of a record that determine its word.
     using Key = std::array<uint64_t, 8>;
     struct KeyedWord {
         Key key;
