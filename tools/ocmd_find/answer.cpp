@@ -1,5 +1,4 @@
-// Properties are lines of a name, a colon and a value; words that may follow have lines of their
-// own.
+// A property is a line of a name, a colon and a value; each word that may follow has its line.
 #include "tools/ocmd_find/answer.h"
 
 #include "base/escape.h"
@@ -24,10 +23,10 @@ using tool::printable;
 using tool::TextOutput;
 
 constexpr size_t kNameWidth = 12;
-constexpr size_t kWidestWord = 32; // that is lined up with others
+constexpr size_t kWidestWord = 32; // that is aligned with others
 
-// Candidates with their help, each once. Of the node given, none: its last value is a LINE, which
-// could go on.
+// Candidates with their help, each once. Omits those of the given node, whose last value is a LINE
+// that could continue.
 std::string listed_candidates(const tsh_answer_t &answer, const tree_node_t *read = nullptr) {
     std::vector<std::pair<std::string, std::string>> words;
     std::set<std::pair<std::string, std::string>> known;
@@ -55,7 +54,7 @@ std::string listed_candidates(const tsh_answer_t &answer, const tree_node_t *rea
 void add_word(std::string &line, std::string_view word) {
     if (word.empty())
         return;
-    // The byte behind a closing quote would belong to the word before it.
+    // The byte after a closing quote would belong to the word before it.
     (line += line.empty() ? "" : line.ends_with('"') ? "  " : " ") += word;
 }
 

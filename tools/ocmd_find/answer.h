@@ -16,30 +16,29 @@ tsh_verdict_t checked(tsh_verdict_t verdict);
 /// Exits with kError, after a message, if the line has too many words or a NUL.
 void refuse_unreadable(const tsh_answer_t &answer);
 
-/// Enters the submode of an answer. @return whether it enters one. Without memory throws
-/// std::bad_alloc.
+/// Enters the submode of an answer. Throws std::bad_alloc. @return whether it enters one.
 bool enter(tsh_context_t &context, const tsh_answer_t &answer);
 
-/// The command of a reading as ocmd_show --commands spells it, words left out included.
+/// Returns the command of a reading as ocmd_show --commands spells it, with omitted optional words.
 std::string command_of(const tsh_reading_t &reading);
 
-/// The line of a reading as it was typed, keywords in full.
+/// Returns the line of a reading as it was typed, keywords in full.
 std::string typed_line(const tsh_reading_t &reading, std::string_view typed);
 
 /// Writes a line with a name and a value, control characters escaped; nothing for an empty value.
 void print_field(tool::TextOutput &output, std::string_view name, std::string_view value);
 
-/// Writes the candidates of an answer with their help, each once, below a heading, but for those
-/// of the node read.
+/// Writes the candidates of an answer with their help, each once, below a heading, except those of
+/// the node read.
 void print_candidates(std::string_view heading, const tsh_answer_t &answer, const tree_node_t *read,
                       tool::TextOutput &output);
 
-/// Columns of a terminal that a text takes up.
+/// Returns the number of terminal columns of a text.
 size_t width_of(const std::string &text);
 
 /// Resolves a typed line outside all submodes. Writes the properties of the command and what may
-/// follow to the output; of a line that is no command, an error message with the line, a caret
-/// below the word in question and what may stand there to standard error.
+/// follow to the output; for a line that is no command, writes an error message with the line,
+/// a caret below the invalid word and the words that may be there to standard error.
 /// @return the verdict.
 tsh_verdict_t print_answer(const FileGrammar &grammar, std::string_view line,
                            tool::TextOutput &output);

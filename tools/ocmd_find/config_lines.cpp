@@ -1,4 +1,4 @@
-// Reading in blocks; what has been looked at ahead stays in the buffer.
+// Reading in blocks; bytes that were read ahead stay in the buffer.
 #include "tools/ocmd_find/config_lines.h"
 
 #include <algorithm>
@@ -61,23 +61,23 @@ std::optional<std::string_view> ConfigLines::next() {
     return line;
 }
 
-// The line at a place of the buffer, which is filled until it has the line's end.
-std::optional<std::string_view> ConfigLines::line_at(size_t place) {
-    for (size_t known = place;;) {
+// Returns the line at an offset in the buffer, which is filled up to the end of the line.
+std::optional<std::string_view> ConfigLines::line_at(size_t offset) {
+    for (size_t known = offset;;) {
         const void *newline =
             known < end_ ? memchr(buffer_.data() + known, '\n', end_ - known) : nullptr;
         const size_t end =
             newline != nullptr
                 ? static_cast<size_t>(static_cast<const char *>(newline) - buffer_.data())
                 : end_;
-        if (newline != nullptr || end - std::min(place, end) > kMostLineBytes)
-            return std::string_view{buffer_.data() + place, end - place};
+        if (newline != nullptr || end - std::min(offset, end) > kMostLineBytes)
+            return std::string_view{buffer_.data() + offset, end - offset};
         known = end_;
         if (fill())
             continue;
-        if (place >= end_)
+        if (offset >= end_)
             return std::nullopt;
-        return std::string_view{buffer_.data() + place, end_ - place};
+        return std::string_view{buffer_.data() + offset, end_ - offset};
     }
 }
 

@@ -16,10 +16,10 @@ constexpr std::string_view kIndentation = " \t\r\f\v";
 /// Longer lines are not read to their end. No shell writes such lines.
 constexpr size_t kMostLineBytes = size_t{1} << 26U;
 
-/// Whether a line has no command: it is blank or a comment.
+/// Returns whether a line has no command: it is empty, white space, or a comment.
 bool is_comment(std::string_view line);
 
-/// Columns of a terminal before the first word of a line.
+/// Returns the number of terminal columns before the first word of a line.
 size_t indentation_of(std::string_view line);
 
 class ConfigLines {
@@ -27,7 +27,7 @@ public:
     /// Reads from the stream's position on.
     explicit ConfigLines(FILE *stream) : stream_(stream), buffer_(kFirstRoom) {}
 
-    /// Returns whether a command of the first 64 MiB is indented. To be called before next. Passes
+    /// Returns whether a command of the first 64 MiB is indented. To be called before next. Skips
     /// a byte order mark.
     bool are_indented();
 
@@ -38,13 +38,13 @@ public:
 private:
     static constexpr size_t kFirstRoom = size_t{1} << 16U;
 
-    [[nodiscard]] std::optional<std::string_view> line_at(size_t place);
+    [[nodiscard]] std::optional<std::string_view> line_at(size_t offset);
     bool fill();
 
     FILE *stream_;
     std::vector<char> buffer_;
     size_t begin_ = 0; // of the next line in the buffer
-    size_t end_ = 0;   // of what was read
+    size_t end_ = 0;   // of the bytes read
     bool is_at_end_ = false;
 };
 

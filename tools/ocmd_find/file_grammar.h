@@ -16,13 +16,13 @@ using AnswerPtr = std::unique_ptr<tsh_answer_t, base::Releaser<tsh_answer_free>>
 
 class FileGrammar {
 public:
-    /// Expects a file with valid trees, which must outlive this. Without forms, types other than
-    /// numbers accept any word.
+    /// Expects a file with valid trees, which must outlive this. Without checks of forms, types
+    /// other than numbers accept any word.
     explicit FileGrammar(const tool::TreeFile &file, bool checks_forms = true);
 
     [[nodiscard]] const tsh_grammar_t *get() const { return grammar_.get(); }
 
-    /// New ones of this grammar; throw std::bad_alloc.
+    /// Return new ones of this grammar; throw std::bad_alloc.
     [[nodiscard]] ContextPtr new_context() const;
     [[nodiscard]] AnswerPtr new_answer() const;
 

@@ -58,7 +58,7 @@ constexpr tool::Program kProgram{
 constexpr Status kKnown = tool::kDone;
 constexpr Status kUnknown = tool::kNegative;
 
-// A blank right behind a closing quote would belong to the word before it.
+// A space directly after a closing quote would belong to the word before it.
 std::string joined(std::span<char *const> words) {
     std::string text;
     for (const char *word : words) {
@@ -80,7 +80,7 @@ Status answer(const FileGrammar &grammar, std::span<char *const> words, bool as_
     return verdict == TSH_ACCEPTED ? kKnown : kUnknown;
 }
 
-// A file that cannot be read does not keep the others from being checked.
+// If a file cannot be read, the others are still checked.
 Status check_config(ConfigCheck &config, const char *path, TextOutput &output) {
     const bool is_input = strcmp(path, "-") == 0;
     const std::unique_ptr<FILE, base::Releaser<fclose>> opened{is_input ? nullptr
@@ -112,7 +112,7 @@ std::vector<std::string> words_in(std::string_view list) {
     return words;
 }
 
-// Words that are named take the meaning of the option, whatever they meant before.
+// A later option replaces the meaning of a word.
 LeavingWords leaving_words(const CommandLine &line) {
     LeavingWords words;
     for (const CommandLine::Given &given : line.given()) {
@@ -145,7 +145,8 @@ bool takes_standard_input(const CommandLine &line) {
     });
 }
 
-// A closed standard input stays one that cannot be read: no file to be opened takes its place.
+// If standard input is closed, opens a file that cannot be read there, so that no other file gets
+// its descriptor.
 void keep_closed_input() {
     if (fcntl(STDIN_FILENO, F_GETFD) < 0)
         open("/", O_PATH | O_CLOEXEC);

@@ -1,6 +1,6 @@
-// Where a file indents its lines, a line belongs to the nearest line above it that is indented
-// less. Else it is tried in the innermost submode, then in those around it; the first that accepts
-// it closes those inside.
+// If a file indents its lines, a line belongs to the nearest line above it that is indented less.
+// Otherwise it is tried in the innermost submode, then in the enclosing ones; the first that
+// accepts it closes those inside.
 #include "tools/ocmd_find/saved_config.h"
 
 #include "resolve/resolver.h"
@@ -18,10 +18,10 @@ namespace find {
 
 namespace {
 
-// Unknown words for which the nearest known one is searched, in up to a millisecond each.
+// Number of unknown words for which a suggestion is searched, in up to a millisecond each.
 constexpr uint32_t kMostSuggestions = 200;
 
-// The shell's stack of ancestors holds no more.
+// Capacity of the shell's stack of ancestors.
 constexpr uint32_t kMostSubmodes = TREE_MAX_LEVELS - 1;
 
 bool is_one_of(std::string_view word, const std::vector<std::string> &words) {
@@ -122,8 +122,8 @@ void ConfigCheck::leave_to(uint32_t depth) {
     tsh_context_leave(context_.get(), entered - std::min(entered, depth));
 }
 
-// Leaves the submode that a line of the same indentation entered, else the one around the line,
-// whose depth is given.
+// Leaves the submode that a line of the same indentation entered; otherwise the one that contains
+// the line, whose depth is given.
 bool ConfigCheck::leave_by_word(std::string_view line, uint32_t depth) {
     const std::string_view word = trimmed(line);
     const bool leaves_all = is_one_of(word, leaving_.all);
@@ -152,7 +152,7 @@ ConfigCheck::Outcome ConfigCheck::check_command(std::string_view line, uint32_t 
     if (verdict != TSH_ACCEPTED) {
         const size_t column = tsh_answer_range(answer_.get()).begin + 1;
         const std::string message = message_of_answer(line);
-        // A line with wrong values enters its submode all the same.
+        // A line that is invalid only by its values still enters its submode.
         if (tsh_answer_reason(answer_.get()) == TSH_REASON_VALUE)
             verdict = resolve(TSH_BRIEF | TSH_ANY_VALUE);
         report(column, message, verdict != TSH_ACCEPTED);
@@ -172,7 +172,7 @@ std::string ConfigCheck::message_of_answer(std::string_view line) {
     return message + suggestion;
 }
 
-// Leaves the submodes that the line was not found in. @return whether it enters one.
+// Leaves the submodes that do not have the line. @return whether it enters one.
 bool ConfigCheck::enter() {
     const uint32_t left = tsh_answer_levels_left(answer_.get());
     if (tsh_context_depth(context_.get()) - left < kMostSubmodes) {
@@ -187,7 +187,7 @@ bool ConfigCheck::enter() {
 
 // ---- Messages ----
 
-// One that waits is written when no deeper line follows.
+// A waiting message is written at the next line that is not indented more.
 void ConfigCheck::report(size_t column, const std::string &message, bool waits) {
     are_all_accepted_ = false;
     write_waiting();
@@ -224,7 +224,7 @@ void ConfigCheck::write_json(const Waiting &waiting) {
     json.member("skipped").number(waiting.skipped).end_object().end_line();
 }
 
-// Messages on lines come first.
+// Messages about lines are written first.
 void ConfigCheck::fail(const std::string &message) {
     write_waiting();
     output_.flush();

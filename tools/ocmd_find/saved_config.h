@@ -13,7 +13,7 @@
 
 namespace find {
 
-/// Words that leave submodes, in lower case, whether the grammar knows them or not.
+/// Words that leave submodes, in lower case; they need not be in the grammar.
 struct LeavingWords {
     std::vector<std::string> one{"exit", "quit"};
     std::vector<std::string> all{"end"};
@@ -32,13 +32,13 @@ public:
     bool check(FILE *stream, const std::string &name);
 
 private:
-    /// A line that deeper lines belong to.
+    /// A line to which more indented lines belong.
     struct Parent {
         size_t indentation;
-        uint32_t depth; ///< Submodes entered behind it.
+        uint32_t depth; ///< Submodes entered after it.
         bool has_submode;
     };
-    /// A message that waits for the number of lines that are skipped because of it.
+    /// A message that is not written yet because it includes the number of lines skipped after it.
     struct Waiting {
         uint64_t line;
         size_t column;
