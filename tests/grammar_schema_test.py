@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The schema and the compiler agree: grammar_schema_test.py SOURCE OCMD_COMPILE
 
-They know the same keys with the same limits, accept the example grammars and the first example of
-the format's description, refuse the same mistakes, and come to the same verdict on random words.
+They have the same keys with the same limits, accept the example grammars and the first example of
+the format's description, reject the same errors, and agree about random words.
 """
 import glob
 import json
@@ -46,12 +46,12 @@ def expect(what, ok, detail=""):
         print("FAILED:", what, detail, sep="\n")
 
 
-def schema_faults(text):
+def schema_errors(text):
     documents = yaml.load_all(text, CoreLoader)
     return [e.message[:200] for d in documents for e in validator.iter_errors(d)]
 
 
-def compiler_faults(text, options=()):
+def compiler_errors(text, options=()):
     run = subprocess.run([compiler, *options, "-o", "/dev/null", "-"], input=text.encode(), capture_output=True)
     return run.returncode and (run.stderr.decode() or "it crashed")
 
@@ -65,13 +65,13 @@ for place, definition in places.items():
 good = {path: open(path).read() for path in glob.glob(source + "/examples/**/*.yaml", recursive=True)}
 good["doc/grammar.md"] = re.search(r"```yaml\n(.*?)```", open(source + "/doc/grammar.md").read(), re.S)[1]
 for name, text in good.items():
-    expect(name, not schema_faults(text), schema_faults(text))
-    expect(name, not compiler_faults(text), compiler_faults(text))
+    expect(name, not schema_errors(text), schema_errors(text))
+    expect(name, not compiler_errors(text), compiler_errors(text))
 
 
 
 def limits(definition):
-    """The longest text, the most bytes, the highest numbers and elements that a definition allows."""
+    """Yields the maximum length, byte count, number or element that a definition allows."""
     while "$ref" in definition:
         *_, name = definition["$ref"].split("/")
         definition = schema["$defs"].get(name) or schema["$defs"]["parameter"]["properties"][name]
@@ -99,11 +99,11 @@ for definition, frame in frames.items():
         word = frame.replace("KEY", key).replace("UINT64", "STRING" if key == "length" else "UINT64")
         for kind, limit in limits(value):
             text = word.replace("VALUE", forms[kind](limit))
-            expect("highest value: " + text, not schema_faults(text), schema_faults(text))
-            expect("highest value: " + text, not compiler_faults(text), compiler_faults(text))
+            expect("highest value: " + text, not schema_errors(text), schema_errors(text))
+            expect("highest value: " + text, not compiler_errors(text), compiler_errors(text))
             text = word.replace("VALUE", forms[kind](limit + 1))
-            expect("value too high seen by the schema: " + text, schema_faults(text))
-            expect("value too high seen by the compiler: " + text, compiler_faults(text))
+            expect("value too high found by the schema: " + text, schema_errors(text))
+            expect("value too high found by the compiler: " + text, compiler_errors(text))
             checked += 1
 expect("keys with limits", checked >= 32, checked)
 
@@ -119,8 +119,8 @@ for text in ("words: {a: {hlep: x, command: f}}",
              "below: x\nhelp: y\nwords: {a: f}",
              "version: -1\nwords: {a: f}",
              "- a"):
-    expect("mistake seen by the schema: " + text, schema_faults(text))
-    expect("mistake seen by the compiler: " + text, compiler_faults(text))
+    expect("error found by the schema: " + text, schema_errors(text))
+    expect("error found by the compiler: " + text, compiler_errors(text))
 
 # Excludes values that the schema cannot distinguish (an empty one and null, 010 and 10), and quoted numbers
 # that are too large.
@@ -144,8 +144,8 @@ for _ in range(300):
     chosen = choose.sample(sorted(values), choose.choice([0, 1, 1, 2, 2, 3]))
     word = ", ".join(f"{key}: {choose.choice(values[key])}" for key in chosen)
     text = below + f"words: {{{choose.choice(keys)}: {{{word}}}}}\n"
-    verdicts.append(bool(compiler_faults(text, unchecked)))
-    expect("the same verdict on " + text, bool(schema_faults(text)) == verdicts[-1],
-           schema_faults(text) or compiler_faults(text, unchecked))
+    verdicts.append(bool(compiler_errors(text, unchecked)))
+    expect("the same verdict on " + text, bool(schema_errors(text)) == verdicts[-1],
+           schema_errors(text) or compiler_errors(text, unchecked))
 expect("good and bad words", 75 <= sum(verdicts) <= 225, sum(verdicts))
 sys.exit(failures > 0)

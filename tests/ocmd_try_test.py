@@ -64,8 +64,8 @@ class TryTest(unittest.TestCase):
         shell.expect_exact("porch# ")
         return shell
 
-    def told(self, shell, keys, prompt="porch# "):
-        """What the shell shows between the keys and the next prompt."""
+    def shown(self, shell, keys, prompt="porch# "):
+        """Returns what the shell shows between the keys and the next prompt."""
         shell.send(keys)
         shell.expect(r"\n\r?" + re.escape(prompt)) # not where the line is drawn again
         return shell.before.replace("\r\n", "\n")
@@ -79,31 +79,31 @@ class TryTest(unittest.TestCase):
     def test_tab_completes_as_far_as_a_word_is_unique_and_lists_the_rest(self):
         shell = self.open()
         self.assertIn("\n  show   Look at the state of the device\n  shelf\n",
-                      self.told(shell, "SH\t"))
+                      self.shown(shell, "SH\t"))
         self.assertIn("\n  lamps  Lamps and who lit them\n  last\n",
-                      self.told(shell, "o\tl\t\t"))
-        self.assertIn("line:        show last", self.told(shell, "s\t\r"))
+                      self.shown(shell, "o\tl\t\t"))
+        self.assertIn("line:        show last", self.shown(shell, "s\t\r"))
 
     def test_question_mark_lists_candidates_without_enter(self):
         shell = self.open()
-        self.assertIn("  <INTEGER>[o] (1 to 12)\n  <cr>\n", self.told(shell, "show lamps ?"))
-        self.assertIn("INTEGER=7", self.told(shell, "7\r"))
-        self.assertIn("LINE=why?", self.told(shell, "lamp 1 / label why\x16?\r"))
-        self.assertIn("unknown word 'dim'", self.told(shell, "dim ?"))
+        self.assertIn("  <INTEGER>[o] (1 to 12)\n  <cr>\n", self.shown(shell, "show lamps ?"))
+        self.assertIn("INTEGER=7", self.shown(shell, "7\r"))
+        self.assertIn("LINE=why?", self.shown(shell, "lamp 1 / label why\x16?\r"))
+        self.assertIn("unknown word 'dim'", self.shown(shell, "dim ?"))
 
     def test_control_characters_of_a_grammar_do_not_reach_the_terminal(self):
-        listed = self.told(self.open(), "?")
+        listed = self.shown(self.open(), "?")
         self.assertIn(r"odd    \x1b]0;title\x07", listed)
         self.assertNotIn("\x07", listed)
 
     def test_submodes_show_in_the_prompt_and_end_with_control_d(self):
         shell = self.open("--no-history")
-        self.told(shell, "shelf 'é'\r", "porch(shelf 'é')# ")
-        self.told(shell, "lamp 3\r", "porch(lamp)# ")
+        self.shown(shell, "shelf 'é'\r", "porch(shelf 'é')# ")
+        self.shown(shell, "lamp 3\r", "porch(lamp)# ")
         self.assertIn("lamp_bright(INTEGER=3, INTEGER=80)",
-                      self.told(shell, "b\t80\r", "porch(lamp)# "))
-        self.told(shell, "bri\x03", "porch(lamp)# ")
-        self.told(shell, "\x04")
+                      self.shown(shell, "b\t80\r", "porch(lamp)# "))
+        self.shown(shell, "bri\x03", "porch(lamp)# ")
+        self.shown(shell, "\x04")
         shell.send("\x04")
         shell.expect(pexpect.EOF)
         shell.close()
@@ -114,7 +114,7 @@ class TryTest(unittest.TestCase):
         os.mkdir(os.path.join(self.folder, "ocmd"))
         self.write(HISTORY + "".join(f"lamp\\040{n}\n" for n in range(1100)), "ocmd/try_history")
         shell = self.open()
-        self.assertIn("INTEGER=1099", self.told(shell, "\x1b[A / bright 1\r"))
+        self.assertIn("INTEGER=1099", self.shown(shell, "\x1b[A / bright 1\r"))
         shell.sendline(":quit")
         shell.expect(pexpect.EOF)
         lines = self.history().splitlines()
@@ -125,22 +125,22 @@ class TryTest(unittest.TestCase):
 
     def test_changed_grammar_is_compiled_at_the_next_prompt_and_a_broken_one_is_not_used(self):
         shell = self.open()
-        self.told(shell, "lamp 3\r", "porch(lamp)# ")
+        self.shown(shell, "lamp 3\r", "porch(lamp)# ")
         self.write(GRAMMAR.replace("bright:", "glow:"))
-        self.assertIn("loaded again", self.told(shell, "\r", "porch(lamp)# "))
+        self.assertIn("loaded again", self.shown(shell, "\r", "porch(lamp)# "))
         self.write(GRAMMAR.replace("command: odd", "comand: odd"))
         self.assertIn("porch.yaml:21:31: error: unknown key 'comand'",
-                      self.told(shell, "\r", "porch(lamp)# "))
+                      self.shown(shell, "\r", "porch(lamp)# "))
         self.assertIn("lamp_bright(INTEGER=3, INTEGER=1)",
-                      self.told(shell, "glow 1\r", "porch(lamp)# "))
+                      self.shown(shell, "glow 1\r", "porch(lamp)# "))
         self.write(GRAMMAR.replace("  lamp:\n", "  light:\n"))
-        self.assertIn("left 'lamp 3', which enters no submode any more", self.told(shell, "\r"))
+        self.assertIn("left 'lamp 3', which enters no submode any more", self.shown(shell, "\r"))
 
     def test_long_lists_go_through_the_pager(self):
         self.env["PAGER"] = "sed 's/^/| /'"
         shell = self.open(rows=3)
-        self.assertIn("\n| show lamps\n| show lamps <INTEGER>[o]\n", self.told(shell, ":list\r"))
-        self.assertIn("\nshow last", self.told(shell, ":list last\r"))
+        self.assertIn("\n| show lamps\n| show lamps <INTEGER>[o]\n", self.shown(shell, ":list\r"))
+        self.assertIn("\nshow last", self.shown(shell, ":list last\r"))
 
     def test_the_documented_run_shows_what_the_shell_shows(self):
         self.write(re.search("^```yaml porch.yaml\n(.*?)^```", self.read_source("README.md"),
@@ -153,7 +153,7 @@ class TryTest(unittest.TestCase):
             if kind == "sh":
                 self.run_program("sh", "-c", block)
                 continue
-            typed = ""  # what stands in the line already
+            typed = ""  # what is in the line already
             for line, answer in re.findall(r"^porch\S*# (.*)\n((?:(?!porch\S*# ).*\n)*)", block,
                                            re.M):
                 is_list = line.endswith("?")
@@ -218,7 +218,7 @@ interfaces:  2
         run = self.run_program("ocmd_try", *grammars)
         self.assertEqual((1, True), (run.returncode, "attic" in run.stderr))
 
-    def test_wrong_use_and_wrong_commands_are_told(self):
+    def test_wrong_use_and_wrong_commands_are_reported(self):
         for operands, message in (([], "missing operand"), (["-"], "must be a file"),
                                   (["a.yaml", "b.par"], "b.par: several files"),
                                   (["none.par"], "none.par: cannot be")):

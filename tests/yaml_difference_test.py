@@ -65,7 +65,7 @@ def grammar(rng):
 
 
 def mapping(node):
-    """The pairs of a mapping whose keys are different strings, or None."""
+    """Returns the pairs of a mapping whose keys are different strings, or None."""
     if not isinstance(node, yaml.MappingNode):
         return None
     pairs = {key.value: value for key, value in node.value if isinstance(key, yaml.ScalarNode)}
@@ -73,8 +73,8 @@ def mapping(node):
 
 
 def meaning(data):
-    """What a grammar says by Python's YAML: strings by their keys, "refused", or None where that is
-    for other tests to say."""
+    """Returns what a grammar contains by Python's YAML: strings by their keys, "refused", or None if other
+    tests cover it."""
     try:
         documents = list(yaml.compose_all(data, Loader=yaml.BaseLoader))
     except (yaml.YAMLError, UnicodeError) as error:
@@ -101,8 +101,8 @@ def run(*command):
     return subprocess.run(command, capture_output=True, check=False)
 
 
-def told(errors, names):
-    """The files with errors, with the first one of each."""
+def first_errors(errors, names):
+    """Returns the files with errors, with the first error of each."""
     first = {}
     for line in errors.decode(errors="replace").splitlines():
         name = line.removeprefix("ocmd_compile: ").partition(":")[0]
@@ -112,11 +112,11 @@ def told(errors, names):
 
 
 def compiled(programs, files):
-    """What the compiler reads: strings of each file, or its first message."""
+    """Returns what the compiler reads: strings of each file, or its first message."""
     checks = ["-W", "no-duplicate-name"]
     command = [os.path.join(programs, "ocmd_compile"), *checks, "-o", "all.par"]
     first = run(*command, *files)
-    results = told(first.stderr, set(files))
+    results = first_errors(first.stderr, set(files))
     assert (first.returncode == 1) == bool(results), first
     good = [name for name in files if name not in results]
     assert run(*command, *good).returncode == 0
