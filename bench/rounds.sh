@@ -18,17 +18,20 @@ ratio() {
         median
 }
 
-# grammar AREAS SHORT: prints a grammar of 1,531 words per area, with one line per word or per key. No
-# words are shared.
+# grammar AREAS STYLE: prints a grammar of 1,531 words per area, with one line per key (0) or per word (1),
+# or with quotes and comments (2). No words are shared.
 grammar() {
-    awk -v areas="$1" -v short="$2" 'BEGIN {
+    awk -v areas="$1" -v style="$2" 'BEGIN {
         print "words:"
         for (a = 1; a <= areas; a++) {
             printf "  area%d:\n    help: Area %d\n    words:\n", a, a
             for (b = 1; b <= 30; b++) {
                 printf "      part%d:\n        help: Part %d of area %d\n        words:\n", b, b, a
                 for (c = 1; c <= 50; c++)
-                    if (short)
+                    if (style == 2)
+                        printf "          # Item %d\n          item%d: {\"help\": \"Item %d\", " \
+                            "function: '\''set_%d_%d'\'', terminal: yes}\n", c, c, c, a, c
+                    else if (style == 1)
                         printf "          item%d: {help: Item %d, function: set_%d_%d, terminal: yes}\n",
                             c, c, a, c
                     else

@@ -15,15 +15,16 @@ utility=$build/bin/ocmd_gen
 
 echo "| Grammar | Bytes | Compiling, ms | libyaml's events, ms | Ratio |"
 echo "|---|---|---|---|---|"
-for style in "one line per word" "one line per key"; do
-    grammar 40 "$([[ $style == *word ]] && echo 1 || echo 0)" >grammar.yaml
+styles=("one line per key" "one line per word" "quotes and comments")
+for style in "${!styles[@]}"; do
+    grammar 40 "$style" >grammar.yaml
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
         rm -f made.par # its memory would be released within the time of the next one
         clock compile "$compile --main -o made.par grammar.yaml"
         clock load "$build/bench/yaml_load grammar.yaml"
     done
-    echo "| $style | $(stat -c %s grammar.yaml) | $(milliseconds compile) | $(milliseconds load) |" \
+    echo "| ${styles[style]} | $(stat -c %s grammar.yaml) | $(milliseconds compile) | $(milliseconds load) |" \
         "$(ratio compile load) |"
 done
 
