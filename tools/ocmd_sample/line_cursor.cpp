@@ -11,13 +11,14 @@ namespace {
 
 constexpr size_t kOnlyRecord = 0; // of the file
 constexpr uint16_t kRootNode = 0;
-constexpr uint8_t kOmitsSlash = LineSpeller::kSlash.size() - 1; // between words is its space
-constexpr uint8_t kOmitsAll = LineSpeller::kSlash.size();
+constexpr uint8_t kOmitsSlash = Word::kSlash.size() - 1; // between words is its space
+constexpr uint8_t kOmitsAll = Word::kSlash.size();
 
 } // namespace
 
 LineCursor::LineCursor(const LineNumbers &numbers, LineSpeller *speller)
-    : numbers_(numbers), divisions_(numbers.divisions(kOnlyRecord)), speller_(speller), nodes_(1) {
+    : numbers_(numbers), divisions_(numbers.divisions(kOnlyRecord)), speller_(speller),
+      has_doubts_(speller != nullptr && speller->has_doubts()), nodes_(1) {
     make_room(1);
     begin();
 }
@@ -72,12 +73,12 @@ void LineCursor::make_room(size_t length) {
 
 // Adds the word of the last node.
 LineCursor::TextEnd LineCursor::add(uint16_t node, TextEnd end) {
-    const Word word = speller_->word(kOnlyRecord, node);
-    if (speller_->has_doubts())
+    const Word &word = speller_->word(kOnlyRecord, node);
+    if (has_doubts_)
         end.is_certain = end.is_certain && !word.has(Word::kWithoutValue) &&
                          !speller_->adds_doubt(kOnlyRecord, std::span{nodes_}.first(depth_));
     if (word.size() > 0 || end.omitted == 0) {
-        const std::string_view added = speller_->separated(word).substr(end.omitted);
+        const std::string_view added = word.separated().substr(end.omitted);
         make_room(end.length + added.size() + 1);
         base::copy_in_chunks(text_.data() + end.length, added);
         end.length += added.size();

@@ -39,7 +39,7 @@ private:
     /// The text up to the word of a node.
     struct TextEnd {
         size_t length = 0;
-        uint8_t omitted = LineSpeller::kSlash.size(); // first bytes of the next separator
+        uint8_t omitted = Word::kSlash.size(); // first bytes of the next separator
         bool is_certain = true;
     };
 
@@ -53,12 +53,13 @@ private:
 
     void begin();
     void leave(uint64_t number);
-    TextEnd add(uint16_t node, TextEnd end);
+    [[nodiscard]] TextEnd add(uint16_t node, TextEnd end);
     void make_room(size_t length);
 
     const LineNumbers &numbers_;
     LineNumbers::Divisions divisions_;
     LineSpeller *speller_;
+    bool has_doubts_;
     std::vector<uint16_t> nodes_; // of the line, and memory for others
     std::vector<Level> levels_;   // of the nodes but the last, if no line is below that
     size_t root_levels_ = 0;      // levels before that of the first node

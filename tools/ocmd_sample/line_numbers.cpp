@@ -44,6 +44,8 @@ struct Magnitude {
     }
 };
 
+constexpr uint64_t kMany = UINT64_MAX; // lines: this number or more
+
 // The alternative that a position falls into: the last that begins at or before it.
 template <typename Number> size_t choose(std::span<const Number> starts, const Number &position) {
     return static_cast<size_t>(std::ranges::upper_bound(starts, position) - starts.begin()) - 1;
@@ -60,13 +62,14 @@ size_t first_link(const tool::LinkTable &links, uint16_t node) {
 } // namespace
 
 LineNumbers::Record::Record(const tool::TreeRecord &record, bool has_root)
-    : links(record.nodes), order(tool::children_first(links)),
-      below(tool::count_lines_below(links, order)), begins_with_root(has_root), count(below[0]) {
+    : links(record.nodes), order(tool::children_first(links)), below(links.node_count()),
+      divisions(links.node_count()), begins_with_root(has_root) {
+    base::HugeVector<uint64_t> lines(links.node_count());
+    for (const uint16_t node : order)
+        divide(node, lines);
+    count = below[0];
     if (begins_with_root && links.has_line(0))
         count += 1;
-    divisions.resize(links.node_count());
-    for (const uint16_t node : order)
-        divide(node);
     measure(*this);
 }
 
@@ -76,19 +79,33 @@ Count LineNumbers::Record::lines_of(uint16_t node) const {
     return lines += links.has_line(node) ? 1 : 0;
 }
 
-// Leaves of one parent, and children that are one shared node's parents, have equally many lines.
-void LineNumbers::Record::divide(uint16_t node) {
+// Leaves of one parent have equally many lines; so have their parents, if they have equally many.
+// @param lines at nodes and below them, known of the children; kMany for so many or more.
+void LineNumbers::Record::divide(uint16_t node, base::HugeVector<uint64_t> &lines) {
     const auto children = links.below(node);
     Division &division = divisions[node];
     division.first_link = static_cast<uint32_t>(first_link(links, node));
     division.children = static_cast<uint16_t>(children.size());
     division.has_line = links.has_line(node);
-    division.leads_on = !below[node].is_zero();
-    if (children.empty() || below[node] > Count{UINT64_MAX})
+    const uint64_t each = children.empty() ? 0 : lines[children.front()];
+    uint64_t sum = 0;
+    bool is_equal = true;
+    bool overflows = false;
+    for (const uint16_t child : children) {
+        is_equal &= lines[child] == each;
+        overflows |= __builtin_add_overflow(sum, lines[child], &sum);
+    }
+    if (overflows || sum == kMany) {
+        for (const uint16_t child : children)
+            below[node] += lines_of(child);
+        lines[node] = kMany;
+        division.leads_on = true;
         return;
-    const uint64_t each = lines_of(children.front()).low();
-    if (std::ranges::all_of(children,
-                            [&](uint16_t child) { return lines_of(child).low() == each; })) {
+    }
+    below[node] = sum;
+    lines[node] = sum + (division.has_line ? 1 : 0);
+    division.leads_on = sum > 0;
+    if (is_equal) {
         division.each = each;
         return;
     }
@@ -96,7 +113,7 @@ void LineNumbers::Record::divide(uint16_t node) {
     uint64_t before = 0;
     for (const uint16_t child : children) {
         starts.push_back(before);
-        before += lines_of(child).low();
+        before += lines[child];
     }
     starts.push_back(before);
 }
@@ -173,7 +190,7 @@ void LineNumbers::find_in(const Record &record, Count rest, Line &line) {
 void LineNumbers::descend(const Record &record, uint16_t node, Count rest, Line &line) {
     for (;;) {
         const auto children = record.links.below(node);
-        if (record.below[node] <= Count{UINT64_MAX}) {
+        if (record.below[node] < Count{kMany}) {
             const Share share = record.table().share(record.divisions[node], rest.low());
             rest -= share.begin;
             node = share.child;

@@ -29,9 +29,10 @@ public:
     /// The number of all lines.
     [[nodiscard]] const tool::Count &count() const { return count_; }
 
-    /// Returns whether the file is one record with at most 2^64 - 1 lines, as LineCursor needs it.
+    /// Returns whether the file is one record with fewer than 2^64 - 1 lines, as LineCursor needs
+    /// it.
     [[nodiscard]] bool fits_cursor() const {
-        return records_.size() == 1 && count_ <= tool::Count{UINT64_MAX};
+        return records_.size() == 1 && count_ < tool::Count{UINT64_MAX};
     }
 
     /// Finds the line of a number, which is less than count().
@@ -89,7 +90,8 @@ public:
         const uint16_t *links;
         const uint64_t *starts;
 
-        /// Finds the child whose lines include a number. Fewer than 2^64 lines are below the node.
+        /// Finds the child whose lines include a number. Fewer than 2^64 - 1 lines are below the
+        /// node.
         [[nodiscard]] Share share(const Division &division, uint64_t number) const {
             const uint16_t *children = links + division.first_link;
             if (division.each != 0) {
@@ -115,7 +117,7 @@ private:
         [[nodiscard]] Divisions table() const {
             return {divisions.data(), links.below(0).data(), starts.data()};
         }
-        void divide(uint16_t node);
+        void divide(uint16_t node, base::HugeVector<uint64_t> &lines);
 
         tool::LinkTable links;
         std::vector<uint16_t> order;

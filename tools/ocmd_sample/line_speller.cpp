@@ -17,6 +17,9 @@ namespace sample {
 
 namespace {
 
+// Words whose bytes may be read after the last one.
+constexpr size_t kReadable = (base::kCopyChunk + sizeof(Word) - 1) / sizeof(Word);
+
 bool is_usual(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_' || c == '.' ||
            c == '+' || c == ':';
@@ -53,25 +56,46 @@ tsh_example_t example_for(ValueStyle style) {
 LineSpeller::LineSpeller(const tool::TreeFile &file, const LineNumbers &numbers, ValueStyle values,
                          Random &random)
     : file_(file), numbers_(numbers), values_(values), random_(random),
-      words_(file.records().size()), texts_(base::kCopyChunk, '\0') {
+      words_(file.records().size()) {
     for (size_t record = 0; record < words_.size(); ++record)
-        words_[record].resize(file.records()[record].nodes.size());
+        words_[record].resize(file.records()[record].nodes.size() + kReadable);
+}
+
+void Word::set(std::string_view text, std::pmr::memory_resource &memory) {
+    size_ = static_cast<uint32_t>(text.size());
+    char *place = inside_.data();
+    if (size_ > kMostInside)
+        outside_ = place = static_cast<char *>(
+            memory.allocate(kSlash.size() + size_ + base::kCopyChunk, alignof(char)));
+    place += kSlash.copy(place, kSlash.size());
+    text.copy(place, text.size());
 }
 
 void LineSpeller::learn(size_t record, uint16_t index, Word &word) {
     const tree_node_t &node = file_.records()[record].nodes[index];
-    unsigned facts = facts_of(node);
-    std::string text;
-    if (has_fixed_words() || node.param_count == 0) {
-        bool has_value = true;
-        text = text_of(node, values_, has_value);
-        facts |= has_value ? 0U : Word::kWithoutValue;
+    word.add(Word::kKnown | facts_of(node));
+    if (!has_fixed_words() && node.param_count > 0)
+        return;
+    bool has_value = true;
+    word.set(text_of(node, values_, has_value), texts_);
+    word.add(has_value ? 0U : Word::kWithoutValue);
+}
+
+// In the order of the file. What a word needs of its record is requested from memory in advance.
+void LineSpeller::learn_all(size_t record) {
+    constexpr size_t kAhead = 16;
+    const auto nodes = file_.records()[record].nodes;
+    std::vector<bool> is_reached(nodes.size());
+    for (const uint16_t node : numbers_.children_first(record))
+        is_reached[node] = true;
+    for (size_t node = 0; node < nodes.size(); ++node) {
+        const tree_node_t &later = nodes[std::min(node + kAhead, nodes.size() - 1)];
+        __builtin_prefetch(&later.token);
+        __builtin_prefetch(&later.flags);
+        __builtin_prefetch(&later.param_count);
+        if (is_reached[node])
+            word(record, static_cast<uint16_t>(node));
     }
-    const size_t begin = texts_.size() - base::kCopyChunk;
-    texts_.resize(begin);
-    texts_.append(kSlash).append(text).append(base::kCopyChunk, '\0');
-    word = {static_cast<uint32_t>(begin), static_cast<uint32_t>(text.size()),
-            static_cast<uint16_t>(facts | Word::kKnown)};
 }
 
 unsigned LineSpeller::facts_of(const tree_node_t &node) const {
@@ -199,7 +223,7 @@ bool LineSpeller::try_to_spell(const Line &line, OptionalWords optional, ValueSt
     bool is_doubtful = numbers_.record_count() > 1;
     size_t begin = 0;
     for (size_t i = 0; i < line.nodes.size(); ++i) {
-        const Word word = this->word(line.record, line.nodes[i]);
+        const Word &word = this->word(line.record, line.nodes[i]);
         const bool is_last = i + 1 == line.nodes.size();
         is_doubtful =
             is_doubtful || adds_doubt(line.record, std::span{line.nodes}.first(i + 1), values);
@@ -214,7 +238,7 @@ bool LineSpeller::try_to_spell(const Line &line, OptionalWords optional, ValueSt
             if (values == ValueStyle::kRandom && word.has(Word::kHasValue))
                 text += text_of(node(line, i), values, spelling.has_value);
             else
-                text += separated(word).substr(kSlash.size());
+                text += word.text();
             if (place > begin && text.size() == place + 1)
                 text.resize(place);
             spelling.has_value = spelling.has_value && !word.has(Word::kWithoutValue);
@@ -224,7 +248,7 @@ bool LineSpeller::try_to_spell(const Line &line, OptionalWords optional, ValueSt
                 return false;
             spelling.parts.push_back({begin, text.size(), i + 1});
             if (!is_last)
-                text += kSlash;
+                text += Word::kSlash;
             begin = text.size();
         }
     }

@@ -6,7 +6,9 @@
 #include "tools/ocmd_sample/random.h"
 #include "tools/support/tree_input.h"
 
+#include <array>
 #include <cstdint>
+#include <memory_resource>
 #include <optional>
 #include <span>
 #include <string>
@@ -42,12 +44,13 @@ struct Spelling {
     }
 };
 
-/// A word of a line, which is spelled when it is first needed.
+/// A word of a line, which is spelled when it is first needed. A short text is part of it, so that
+/// most words are one access to memory.
 class Word {
 public:
-    Word() = default;
-    Word(uint32_t begin, uint32_t size, uint16_t facts)
-        : begin_(begin), size_(size), facts_(facts) {}
+    /// The separator before the first word of a submode. Its last byte, a space, separates other
+    /// words.
+    static constexpr std::string_view kSlash = " / ";
 
     static constexpr unsigned kKnown = 1; ///< The word was spelled.
     static constexpr unsigned kSubmode = 2;
@@ -62,22 +65,31 @@ public:
                                                  ///< another.
 
     [[nodiscard]] bool has(unsigned facts) const { return (facts_ & facts) != 0; }
-    void add(unsigned facts) { facts_ = static_cast<uint16_t>(facts_ | facts); }
-    [[nodiscard]] size_t begin() const { return begin_; }
+    void add(unsigned facts) { facts_ |= facts; }
+
+    /// Sets the text. @param memory takes a long one.
+    void set(std::string_view text, std::pmr::memory_resource &memory);
+
     [[nodiscard]] size_t size() const { return size_; }
+    /// Returns the text after kSlash; base::kCopyChunk bytes after that can be read.
+    [[nodiscard]] std::string_view separated() const {
+        return {size_ <= kMostInside ? inside_.data() : outside_, kSlash.size() + size_};
+    }
+    [[nodiscard]] std::string_view text() const { return separated().substr(kSlash.size()); }
 
 private:
-    uint32_t begin_ = 0; // in the texts of the speller
+    static constexpr size_t kMostInside = 17;
+
+    uint32_t facts_ = 0;
     uint32_t size_ = 0;
-    uint16_t facts_ = 0;
+    union {
+        const char *outside_ = nullptr;
+        std::array<char, kSlash.size() + kMostInside + 4> inside_;
+    };
 };
 
 class LineSpeller {
 public:
-    /// The separator before the first word of a submode. Its last byte, a space, separates other
-    /// words.
-    static constexpr std::string_view kSlash = " / ";
-
     LineSpeller(const tool::TreeFile &file, const LineNumbers &numbers, ValueStyle values,
                 Random &random);
 
@@ -108,11 +120,11 @@ public:
         return word;
     }
 
-    /// Returns the text of a word after kSlash; base::kCopyChunk bytes can be read after it. Valid
-    /// until the next call of word.
-    [[nodiscard]] std::string_view separated(const Word &word) const {
-        return {texts_.data() + word.begin(), kSlash.size() + word.size()};
-    }
+    /// Returns the words of all nodes, some of which word() has to spell first.
+    [[nodiscard]] const Word *words(size_t record) const { return words_[record].data(); }
+
+    /// Spells the words of all nodes that lines have, which takes less time than one by one.
+    void learn_all(size_t record);
 
     /// Returns whether the last of these nodes, a line up to there, makes it doubtful.
     bool adds_doubt(size_t record, std::span<const uint16_t> nodes) {
@@ -142,8 +154,8 @@ private:
     const LineNumbers &numbers_;
     ValueStyle values_;
     Random &random_;
-    std::vector<std::vector<Word>> words_;          // by record and node
-    std::string texts_;                             // of words, each after kSlash
+    std::vector<base::HugeVector<Word>> words_;     // by record and node
+    std::pmr::monotonic_buffer_resource texts_;     // of words
     std::unordered_map<uint64_t, bool> collisions_; // by record, parent and child
 };
 

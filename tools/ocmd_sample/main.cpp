@@ -181,11 +181,13 @@ private:
 
     void write_random_numbers(Count rest) {
         const uint64_t limit = numbers_.count().low();
+        if (has_texts_ && rest > Count{file_.records().front().nodes.size()})
+            speller_.learn_all(0);
         while (!rest.is_zero() && limit > 0) {
-            const uint64_t batch = std::min(rest, Count{kMostAtOnce}).low();
-            for (const uint64_t number : random_numbers_.draw(batch, limit, random_))
+            const uint64_t drawn = std::min(rest, Count{kMostAtOnce}).low();
+            for (const uint64_t number : random_numbers_.draw(drawn, limit, random_))
                 write_numbered(number);
-            rest -= batch;
+            rest -= drawn;
         }
     }
 

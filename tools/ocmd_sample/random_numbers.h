@@ -8,45 +8,52 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <span>
 #include <utility>
+#include <vector>
 
 namespace sample {
 
 class RandomNumbers {
 public:
-    /// Draws uniform numbers from 0 to the limit minus 1 and sorts them. The limit is not 0. Valid
-    /// until the next call.
+    /// Draws fewer than 2^32 uniform numbers from 0 to the limit minus 1 and sorts them. The limit
+    /// is not 0. Valid until the next call.
     std::span<const uint64_t> draw(size_t count, uint64_t limit, Random &random) {
         drawn_.resize(count);
         sorted_.resize(count);
         for (uint64_t &number : drawn_)
             number = random.below(limit);
         const auto bits = static_cast<unsigned>(std::bit_width(limit - 1));
-        for (unsigned shift = 0; shift < bits; shift += kDigitBits)
-            sort_by_digit(shift);
+        digit_counts_.assign((bits + kDigitBits - 1) / kDigitBits, {});
+        for (const uint64_t number : drawn_)
+            for (unsigned digit = 0; digit < digit_counts_.size(); ++digit)
+                ++digit_counts_[digit][value_of(number, digit)];
+        for (unsigned digit = 0; digit < digit_counts_.size(); ++digit)
+            sort_by(digit);
         return drawn_;
     }
 
 private:
     static constexpr unsigned kDigitBits = 8;
-    static constexpr size_t kDigits = size_t{1} << kDigitBits;
+    using Counts = std::array<uint32_t, size_t{1} << kDigitBits>;
+
+    static size_t value_of(uint64_t number, unsigned digit) {
+        return number >> digit * kDigitBits & (std::tuple_size_v<Counts> - 1);
+    }
 
     // A step of a radix sort. Numbers of the same digit stay in their order.
-    void sort_by_digit(unsigned shift) {
-        const auto digit_of = [shift](uint64_t number) { return number >> shift & (kDigits - 1); };
-        std::array<size_t, kDigits + 1> places{};
+    void sort_by(unsigned digit) {
+        Counts places = digit_counts_[digit];
+        std::exclusive_scan(places.begin(), places.end(), places.begin(), uint32_t{0});
         for (const uint64_t number : drawn_)
-            ++places[digit_of(number) + 1];
-        for (size_t digit = 1; digit < kDigits; ++digit)
-            places[digit] += places[digit - 1];
-        for (const uint64_t number : drawn_)
-            sorted_[places[digit_of(number)]++] = number;
+            sorted_[places[value_of(number, digit)]++] = number;
         std::swap(drawn_, sorted_);
     }
 
     base::HugeVector<uint64_t> drawn_;
     base::HugeVector<uint64_t> sorted_;
+    std::vector<Counts> digit_counts_; // of each digit, the numbers with each value
 };
 
 } // namespace sample

@@ -36,7 +36,9 @@ int32_t write_to(const char *text, size_t length, void *user) {
 } // namespace
 
 std::string spelled_word(const tree_node_t &node) {
-    return base::escaped(word_of(node));
+    std::array<char, TSH_WORD_SIZE> word;
+    const std::string_view text{word.data(), tsh_word_text(&node, word.data(), word.size())};
+    return base::find_control(text).empty() ? std::string{text} : base::escaped(text);
 }
 
 std::string word_of(const tree_node_t &node) {

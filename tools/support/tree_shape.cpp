@@ -38,12 +38,12 @@ std::vector<uint16_t> children_first(const LinkTable &links) {
         uint16_t node;
         uint16_t next_link;
     };
-    std::vector<bool> met(links.node_count());
+    std::vector<uint8_t> met(links.node_count());
     std::vector<Step> way;
     std::vector<uint16_t> order;
     order.reserve(links.node_count());
     const auto enter = [&](uint16_t node) {
-        met[node] = true;
+        met[node] = 1;
         way.push_back({node, 0});
     };
 
@@ -51,7 +51,7 @@ std::vector<uint16_t> children_first(const LinkTable &links) {
     while (!way.empty()) {
         Step &step = way.back();
         const auto below = links.below(step.node);
-        while (step.next_link < below.size() && met[below[step.next_link]])
+        while (step.next_link < below.size() && met[below[step.next_link]] != 0)
             ++step.next_link;
         if (step.next_link < below.size()) {
             enter(below[step.next_link++]);
