@@ -39,7 +39,10 @@ measure() {
     cost "line listed" "$("$show" wide.par | awk '/command lines/ { print $NF }')" \
         "$utility" -s wide.par
     cost "record dumped" "$("$utility" -gs wide.par | wc -l)" "$utility" -gs wide.par
-    cost "node checked" 600000 "$show" --check wide.par{,,,,,,,,,}
+    # shellcheck disable=SC2046 # a command with its options
+    cost "node validated" 600000 $(loading "$show") wide.par{,,,,,,,,,}
+    "$build/bench/make_tree" unlike unlike.par
+    cost "node checked" 600000 "$show" --check unlike.par{,,,,,,,,,}
     status=1 cost "pair of nodes compared" 60000 "$diff" --stat shared.par new.par
     grammar 4 1 >main.yaml
     cost "node compiled" 6124 "$compile" --main main.yaml

@@ -1,7 +1,8 @@
 // Writer of large main par files for the benchmarks: make_tree SHAPE FILE [SIZE].
 // Trees are layered: every node of a layer has the same number of children in the next, which
 // several parents may share. "wide", "deep" and "shared" have about 10 million lines in 60,000
-// nodes. The other shapes reach a limit, with keywords only: "full" has the maximum number of
+// nodes. "unlike" has 60,000 nodes with different keywords and functions, none of them optional or
+// shared. The other shapes reach a limit, with keywords only: "full" has the maximum number of
 // nodes, or SIZE, none of them shared; "crowded" has the maximum number of links per node; "chain"
 // has 65,000 levels, or SIZE; "lines" has 100 million lines, or SIZE million.
 #include "parse_tree/tree_node.h"
@@ -37,6 +38,7 @@ struct Shape {
     uint32_t usual_size;
     Spread spread = Spread::kInTurn;
     bool has_parameters = true;
+    bool is_unlike = false;
 };
 
 Layers wide_layers(uint32_t) {
@@ -68,6 +70,10 @@ Layers full_layers(uint32_t nodes) {
             {below - third, 0, true}};
 }
 
+Layers unlike_layers(uint32_t nodes) {
+    return {{1, 100, false}, {100, 100, true}, {10000, 5, true}, {nodes - 10102, 0, true}};
+}
+
 Layers crowded_layers(uint32_t) {
     constexpr uint32_t kThird = kMostBelowRoot * TREE_MAX_CHILDREN;
     return {{1, kMostBelowRoot, false},
@@ -95,6 +101,7 @@ const std::map<std::string, Shape> kShapes{
     {"deep", {deep_layers, 0}},
     {"shared", {shared_layers, 0, Spread::kScattered}},
     {"full", {full_layers, TREE_MAX_NODES, Spread::kOnce, false}},
+    {"unlike", {unlike_layers, 60000, Spread::kOnce, false, true}},
     {"crowded", {crowded_layers, 0, Spread::kInTurn, false}},
     {"chain", {chain_layers, 65000, Spread::kInTurn, false}},
     {"lines", {line_layers, 100, Spread::kInTurn, false}},
@@ -135,6 +142,11 @@ std::vector<tree_node_t> make_tree(const Shape &shape, const Layers &layers) {
         for (uint32_t i = 0; i < layer.nodes; ++i)
             nodes.push_back(make_node(static_cast<uint32_t>(nodes.size()), layer.terminal,
                                       shape.has_parameters));
+    for (size_t i = 0; shape.is_unlike && i < nodes.size(); ++i) {
+        snprintf(nodes[i].token, sizeof nodes[i].token, "word%zu", i);
+        snprintf(nodes[i].func_id, sizeof nodes[i].func_id, "function%zu", i);
+        nodes[i].optional = 0;
+    }
 
     uint32_t first = 0;
     for (size_t level = 0; level + 1 < layers.size(); ++level) {

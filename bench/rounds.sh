@@ -18,6 +18,9 @@ ratio() {
         median
 }
 
+# loading SHOW: prints the command of ocmd_show that only loads and validates files.
+loading() { echo "$1 --check $("$1" --list-checks | sed 's/\t.*//; s/^/-Wno-/' | tr '\n' ' ')"; }
+
 # grammar AREAS STYLE: prints a grammar of 1,531 words per area, with one line per key (0) or per word (1),
 # or with quotes and comments (2). No words are shared.
 grammar() {

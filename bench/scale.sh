@@ -150,7 +150,7 @@ trees() {
     row "listing" "$utility -s TREE.par"
     row "dump" "$utility -gs TREE.par"
     row "summary" "$show TREE.par"
-    row "--check" "$show --check TREE.par"
+    row "validation" "$(loading "$show") TREE.par"
     row "--commands" "$show --commands TREE.par"
     row "--nodes" "$show --nodes TREE.par"
     # The nodes are not in a compiler's order.
@@ -221,7 +221,7 @@ growth_of_nodes() {
         "$show" --yaml old.par >old.yaml 2>errors || [ $? = 1 ]
         subtrees 71 $((nodes / 71 - 1)) 71
         compile_subtrees 71
-        run "$show --check old.par" && add
+        run "$(loading "$show") old.par" && add
         run "$show old.par" && add
         status=1 run "$diff old.par new.par" && add
         run "$compile --main -W no-redirect-root -o made.par old.yaml" && add

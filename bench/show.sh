@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares the process ocmd_show: its summary, which counts every line, with loading alone (--check),
+# Compares the process ocmd_show: its summary, which counts every line, and --check with loading alone,
 # and --commands with the listing of ocmd_gen to the same destination, per byte:
 # show.sh BUILD [SCRATCH]. Runs alternate. Times and ratios are medians over the rounds; each ratio is
 # that of one round. Prints the tables of doc/speed.md. The scratch directory needs about 4 GB and is
@@ -21,7 +21,7 @@ for shape in wide deep shared; do
     "$build/bench/make_tree" "$shape" tree.par
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
-        clock loading "$show --check tree.par >/dev/null"
+        clock loading "$(loading "$show") tree.par >/dev/null"
         clock summary "$show tree.par >/dev/null"
     done
     echo "| $shape | $(milliseconds loading) | $(milliseconds summary) | $(ratio summary loading) |"
@@ -47,3 +47,16 @@ echo
 echo "| Tree | To | --commands, bytes | ms | ocmd_gen, bytes | ms | Ratio per byte |"
 echo "|---|---|---|---|---|---|---|"
 printf '%s' "$lines"
+
+echo
+echo "| Tree | Loading, ms | --check, ms | --check / loading |"
+echo "|---|---|---|---|"
+for shape in unlike wide deep shared; do
+    "$build/bench/make_tree" "$shape" tree.par
+    rm -f ./*.times
+    for ((round = 0; round < rounds; round++)); do
+        clock loading "$(loading "$show") tree.par >/dev/null"
+        clock check "$show --check tree.par >/dev/null 2>&1 || true"
+    done
+    echo "| $shape | $(milliseconds loading) | $(milliseconds check) | $(ratio check loading) |"
+done

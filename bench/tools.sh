@@ -37,7 +37,7 @@ for shape in wide deep shared; do
     rm -f ./*.times
     for ((round = 0; round < rounds; round++)); do
         clock diff "$diff --stat tree.par new.par >counted || [ \$? = 1 ]"
-        clock loading "$show --check tree.par new.par >checked"
+        clock loading "$(loading "$show") tree.par new.par >checked"
     done
     echo "| $shape | $(milliseconds diff) | $(milliseconds loading) | $(ratio diff loading) |"
 done

@@ -21,7 +21,7 @@
 
 namespace {
 
-std::optional<compiler::CheckLevels> usual_levels;
+std::optional<tool::CheckSeverities> usual_severities;
 
 using Records = std::vector<tree_node_t>;
 
@@ -66,8 +66,8 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
             compiler::understand(yaml, TREE_MAX_NODES, grammar.texts, messages));
     if (with_checks) {
         compiler::Messages of_links;
-        compiler::check(grammar, true, *usual_levels, of_links);
-        compiler::check(grammar, false, *usual_levels, messages);
+        compiler::check(grammar, true, *usual_severities, of_links);
+        compiler::check(grammar, false, *usual_severities, messages);
     }
     messages.tell();
     want(memory.most() <= 200 * size + (size_t{64} << 20U), "memory");
@@ -109,7 +109,7 @@ extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char ***argv) {
     static constexpr tool::Program kProgram{"grammar_fuzz", "", "", {}};
     std::array arguments{(*argv)[0], static_cast<char *>(nullptr)}; // libFuzzer keeps its own
     return tool::run(kProgram, 1, arguments.data(), [](const tool::CommandLine &line) {
-        usual_levels.emplace(compiler::grammar_checks(), line);
+        usual_severities.emplace(&tool::Check::in_compiler, line);
         return tool::kDone;
     });
 }

@@ -262,7 +262,7 @@ TEST_F(Compile, AppliesTheLevelsOfChecks) {
     EXPECT_EQ(told("words: [{<WWN>: f}, {<WWN> <LUN>: {name: n, command: g}}]", "-W no-same-word"),
               "");
     EXPECT_EQ(told("words: {a b: f}", "-W no-blank-in-word -E missing-help"),
-              "1:9: error: 'a b' has no help text [missing-help]\n");
+              "1:9: error: 'a b' has no help text [no-help]\n");
 }
 
 TEST_F(Compile, ReportsTheFirstHundredErrorsOfAFile) {

@@ -6,10 +6,14 @@
 #include "treelink/subtree_read.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <random>
+#include <regex>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -119,6 +123,60 @@ std::string with_submodes(const std::string &listing) {
     }
     return lines;
 }
+
+// Plain model of ambiguous lines: all lines of a tree, one by one, with the nodes at which they
+// end.
+class LineModel {
+public:
+    explicit LineModel(const Nodes &nodes) : nodes_(nodes) { go_below(0, "", false); }
+
+    [[nodiscard]] std::set<std::string> ambiguous() const {
+        std::set<std::string> pairs;
+        for (const auto &[line, ends] : lines_)
+            for (const int a : ends[0].empty() ? ends[1] : ends[0])
+                for (const int b : ends[0].empty() ? ends[1] : ends[0])
+                    if (a < b && strcmp(node(a).func_id, node(b).func_id) != 0)
+                        pairs.insert(std::to_string(a) + " and " + std::to_string(b));
+        return pairs;
+    }
+
+private:
+    [[nodiscard]] const tree_node_t &node(int i) const { return nodes_[static_cast<size_t>(i)]; }
+    [[nodiscard]] bool has(int i, uint32_t flags) const { return (node(i).flags & flags) != 0; }
+
+    void go_below(int parent, const std::string &line, bool is_late) {
+        for (int i = 0; i < node(parent).child_count; ++i) {
+            const int child = node(parent).children[i];
+            const bool has_word = node(child).token[0] != '\0' || node(child).param_count > 0;
+            if (has_word)
+                take(child, line);
+            if (has_word && node(child).optional == 0)
+                continue;
+            const bool is_now_late = is_late || has_word;
+            if (has(child, TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE) && !line.empty())
+                lines_[line][is_now_late ? 1 : 0].insert(child);
+            if (has(child, TREE_FLAG_SUBMODE))
+                go_below(child, line + "/ ", false);
+            if (!has(child, TREE_FLAG_SUBMODE) || node(child).optional == 4)
+                go_below(child, line, is_now_late);
+        }
+    }
+
+    void take(int child, std::string line) {
+        for (const char *c = node(child).token; *c != '\0'; ++c)
+            line += char(tolower(*c));
+        line += node(child).token[0] == '\0' ? "" : " ";
+        for (int i = 0; i < node(child).param_count; ++i)
+            line += std::to_string(node(child).params[i].type_mask) + " ";
+        if (has(child, TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE))
+            lines_[line][0].insert(child);
+        go_below(child, line + (has(child, TREE_FLAG_SUBMODE) ? "/ " : ""), false);
+    }
+
+    const Nodes &nodes_;
+    // Without and with words left out at the end.
+    std::map<std::string, std::array<std::set<int>, 2>> lines_;
+};
 
 class Show : public harness::ScratchTest {
 protected:
@@ -357,7 +415,7 @@ TEST_F(Formats, HaveTheSameRecordsFromFilesStreamsAndPipes) {
 TEST_F(Formats, OfACompressedMainParFileIsAnErrorOfACheck) {
     EXPECT_EQ(shell("ocmd_show --check packed.par sub.par"),
               "ocmd_show: packed.par: main par file is gzip-compressed and cannot be loaded\n"
-              "sub.par: no faults in its trees\nstatus 1");
+              "sub.par: no errors in its trees\nstatus 1");
 }
 
 TEST_F(Formats, AreReadAsGiven) {
@@ -599,8 +657,8 @@ TEST_F(Show, RejectsInvalidTreesAndReportsEveryError) {
                                "ocmd_show: main.par: node 2 \"show.bays\": cycle: link to an "
                                "ancestor (child 0: node 1 "
                                "\"show\")\n";
-    EXPECT_EQ(shell("ocmd_show --check main.par sound.par"),
-              faults + "sound.par: no faults in its trees\nstatus 1");
+    EXPECT_EQ(shell("ocmd_show --check -W no-dead-end main.par sound.par"),
+              faults + "sound.par: no errors in its trees\nstatus 1");
     for (const char *mode : {"", "--commands", "--nodes", "--yaml", "--json", "--dot"})
         EXPECT_EQ(shell(std::string("ocmd_show ") + mode + " main.par"), faults + "status 1");
     std::string names = "a";
@@ -616,6 +674,48 @@ TEST_F(Show, RejectsInvalidTreesAndReportsEveryError) {
     store(nodes);
     EXPECT_EQ(shell("ocmd_show main.par 2>&1 | grep -c 'param_count exceeds 2'"), "10\n");
     EXPECT_EQ(shell("ocmd_show --check main.par 2>&1 | grep -c 'param_count exceeds 2'"), "40\n");
+}
+
+TEST_F(Show, FindsEveryPairOfNodesAtWhichALineEnds) {
+    std::map<std::string, std::set<std::string>> expected;
+    for (uint32_t seed = 0; seed < 400; ++seed) {
+        std::mt19937 random{seed};
+        Nodes nodes(5 + random() % 6);
+        for (size_t i = 0; i < nodes.size(); ++i) {
+            for (size_t child = i + 1; child < nodes.size(); ++child)
+                if (child == i + 1 || random() % 3 == 0)
+                    nodes[i].children[nodes[i].child_count++] = uint16_t(child);
+            const char *tokens[] = {"", "a", "A", "b", "ab"};
+            strcpy(nodes[i].token, tokens[random() % std::size(tokens)]);
+            nodes[i].param_count = uint16_t(random() % 4 == 0 ? 1 + random() % 2 : 0);
+            for (parameter_info_t &parameter : nodes[i].params)
+                parameter.type_mask = uint32_t(1 + random() % 2);
+            nodes[i].optional = random() % 3 == 0 ? uint16_t(1 + random() % 4) : 0;
+            const uint32_t flags[] = {0, TREE_FLAG_TERMINAL, TREE_FLAG_SUBMODE};
+            nodes[i].flags = flags[random() % 3];
+            nodes[i].func_id[0] = char('f' + random() % 3);
+        }
+        nodes[0].token[0] = '\0', nodes[0].param_count = 0;
+        const std::string name = std::to_string(seed) + ".par";
+        store(name, bytes_of(nodes));
+        expected[name] = LineModel{nodes}.ambiguous();
+    }
+    std::map<std::string, std::set<std::string>> found;
+    std::istringstream lines{shell("ocmd_show --check -W no-same-word --kind=main [0-9]*.par")};
+    const std::regex pattern{"ocmd_show: (.*): warning: '.+' ends at node (\\d+) \"\" and node "
+                             "(\\d+) \"\" \\[ambiguous\\]"};
+    std::smatch match;
+    size_t count = 0;
+    for (std::string line; std::getline(lines, line);)
+        if (std::regex_match(line, match, pattern)) {
+            const bool is_new =
+                found[match[1]].insert(match[2].str() + " and " + match[3].str()).second;
+            EXPECT_TRUE(is_new) << line;
+            ++count;
+        }
+    for (const auto &[name, pairs] : expected)
+        EXPECT_EQ(found[name], pairs) << name << "\n" << shell("ocmd_show --nodes " + name);
+    EXPECT_GT(count, 400U);
 }
 
 TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {

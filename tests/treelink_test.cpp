@@ -213,8 +213,9 @@ TEST_F(Link, ReportsMissingInputAndWarnings) {
         {"root.par sound", "", 0, true},
         {"root.par again.par", again + again, 2, true},
         {"root.par deep.par",
-         "ocmd_link: main.par: tree has more than 256 levels; listings omit siblings below level "
-         "256\n",
+         "ocmd_link: main.par: warning: tree has more than 256 levels; listings omit siblings "
+         "below "
+         "level 256 [depth]\n",
          1, true},
         {"root.par sound.par clash.par",
          "*** Tree Linking Error *** Conflicting nodes bell2 and bell1 attaching below the same "
@@ -242,8 +243,8 @@ TEST_F(Link, ReportsMissingInputAndWarnings) {
          "main_tree_to_hash: can't read file \nmain_tree_to_hash: can't read file \n",
          2, true},
         {"root.par sound.par loud.par",
-         "ocmd_link: main.par: siblings loud and bell1 below show match the same word: 'BELL' and "
-         "'bell'\n",
+         "ocmd_link: main.par: warning: siblings loud and bell1 below show match the same word: "
+         "'BELL' and 'bell' [same-word]\n",
          1, true},
         {"root.par egg.par hen.par",
          "*** Tree Linking Error *** Node egg not attached below nest: link would create a cycle "
@@ -264,8 +265,14 @@ TEST_F(Link, ReportsMissingInputAndWarnings) {
             "ocmd_link: main.par: not written: " + std::to_string(test.warnings) +
             (test.warnings == 1 ? " warning" : " warnings") + " (--strict)\n1\n1\n";
         EXPECT_EQ(shell(link + "--strict " + test.files + "; echo $?; grep -c old main.par"),
-                  test.warnings == 0 ? "0\n0\n" : test.told + refused);
+                  test.warnings == 0
+                      ? "0\n0\n"
+                      : std::regex_replace(test.told, std::regex{": warning: "}, ": error: ") +
+                            refused);
     }
+    EXPECT_EQ(shell(link + "-W no-depth root.par deep.par; echo $?"), "0\n");
+    EXPECT_EQ(shell(link + "-E same-word root.par sound.par loud.par 2>&1 | tail -n 1"),
+              "ocmd_link: main.par: not written: 1 error\n");
 }
 
 // Names and words in files, and file names, with an escape sequence, C1 in UTF-8, and C1 as a byte.
@@ -417,8 +424,8 @@ TEST_F(LinkOfOneFile, ReadsValidRecordsAndIgnoresAFileFromACorruptOneOn) {
         {poked(kTreeBytes, 65536000), kCannotRead},
         {poked(kTreeBytes, 0), "*** Treelink Warning ***: File x.par: record 2 has no nodes and "
                                "ends the file, the rest of it is ignored\n"},
-        {stored(chain(1000)), "ocmd_link: /dev/null: tree has more than 256 levels; listings omit "
-                              "siblings below level 256\n"
+        {stored(chain(1000)), "ocmd_link: /dev/null: warning: tree has more than 256 levels; "
+                              "listings omit siblings below level 256 [depth]\n"
                               "a b a b "},
         {stored(circle), corrupted},
     };

@@ -31,9 +31,6 @@ namespace {
 using tool::kRedirectRoot;
 using tool::quoted;
 
-constexpr const char *kSoundWord = "the word is valid";
-constexpr const char *kSoundTree = "the document is valid";
-
 // Input and output of one check.
 struct Run {
     const Grammar &grammar;
@@ -610,82 +607,45 @@ void always(const Run &run) {
 }
 
 struct Row {
-    Check check;
+    const char *name;
     Function run;
 };
 
-constexpr std::array kTable{
-    Row{{"duplicate-name", Level::kError, kSoundWord, "Two nodes of one tree have the same name."},
-        duplicate_name},
-    Row{{"same-word", Level::kError, kSoundWord,
-         "Two siblings match the same word, so one of them is unreachable."},
-        same_word},
-    Row{{"shadowed", Level::kWarning, kSoundWord,
-         "A sibling before a keyword begins with the same letters, so the shell's first-match "
-         "lookup finds the sibling."},
-        shadowed},
-    Row{{"blank-in-word", Level::kError, kSoundWord,
-         "A keyword contains a space or a control character and is not tagged !bytes."},
-        blank_in_word},
-    Row{{"bounds", Level::kError, kSoundWord,
-         "The minimum of a parameter exceeds its maximum, or 'length' is given for a type that "
-         "cannot be a string, or 'min' or 'max' for a string type."},
-        bounds},
-    Row{{"unused-bounds", Level::kWarning, kSoundWord,
-         "'min' or 'max' is given for a type without bounds, or both are 0, which means none."},
-        unused_bounds},
-    Row{{"redirect-root", Level::kError, kSoundWord,
-         "The root has no child \"tsh_redirect_root\" after its first child."},
-        redirect_root},
-    Row{{"dead-end", Level::kWarning, kSoundWord,
-         "No command ends at a word or at a descendant. Without --main, named words are skipped, "
-         "because other files may attach words to them."},
-        dead_end},
-    Row{{"depth", Level::kWarning, kSoundTree,
-         "The tree has more than 256 levels; the shell does not traverse deeper levels "
-         "completely."},
-        depth},
-    Row{{"suspect-name", Level::kWarning, kSoundWord,
-         "The name of a function or of an attach point is null or ~, or begins or ends with a "
-         "space."},
-        suspect_name},
-    Row{{"second-root", Level::kWarning, "",
-         "Several input documents are roots; a subtree has 'below'. Always an error with --main."},
-        second_root},
-    Row{{"message-type", Level::kWarning, kSoundWord, "A message type is greater than 255."},
-        message_type},
-    Row{{"missing-help", Level::kOff, kSoundWord, "A word has no help text."}, missing_help},
-    Row{{"unknown-attach-point", Level::kOff, "",
-         "No input file defines the attach point. Always an error with --main."},
-        unknown_attach_point},
-    Row{{"always", Level::kOff, "", "Reports every document; for testing these options."}, always},
+constexpr std::array kFunctions{
+    Row{"duplicate-name", duplicate_name},
+    Row{"same-word", same_word},
+    Row{"shadowed", shadowed},
+    Row{"blank-in-word", blank_in_word},
+    Row{"bounds", bounds},
+    Row{"unused-bounds", unused_bounds},
+    Row{"redirect-root", redirect_root},
+    Row{"dead-end", dead_end},
+    Row{"depth", depth},
+    Row{"suspect-name", suspect_name},
+    Row{"second-root", second_root},
+    Row{"message-type", message_type},
+    Row{"no-help", missing_help},
+    Row{"unknown-attach-point", unknown_attach_point},
+    Row{"always", always},
 };
 
 } // namespace
 
-std::span<const Check> grammar_checks() {
-    static const auto checks = [] {
-        std::array<Check, kTable.size()> all{};
-        std::ranges::transform(kTable, all.begin(), &Row::check);
-        return all;
-    }();
-    return checks;
-}
-
-void check(const Grammar &grammar, bool main, const CheckLevels &levels, Messages &messages) {
+void check(const Grammar &grammar, bool main, const tool::CheckSeverities &severities,
+           Messages &messages) {
     const Attachments attachments{main ? std::span{grammar.documents} : std::span<Document>{}};
     std::vector<const Document *> order;
     if (main) {
         check_links(grammar, attachments, messages);
         order = children_first(grammar, attachments, messages);
     }
-    for (size_t i = 0; i < kTable.size(); ++i) {
-        if (levels.of(i) == Level::kOff)
+    for (const Row &row : kFunctions) {
+        if (!severities.is_on(row.name))
             continue;
-        const Severity severity =
-            levels.of(i) == Level::kError ? Severity::kError : Severity::kWarning;
-        kTable[i].run(
-            {grammar, attachments, order, main, kTable[i].check.name, severity, messages});
+        const Severity severity = severities.of(row.name) == tool::CheckSeverity::kError
+                                      ? Severity::kError
+                                      : Severity::kWarning;
+        row.run({grammar, attachments, order, main, row.name, severity, messages});
     }
 }
 

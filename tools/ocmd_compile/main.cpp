@@ -5,13 +5,13 @@
 #include "param_reg/values.h"
 #include "tools/ocmd_compile/dependencies.h"
 #include "tools/ocmd_compile/grammar.h"
-#include "tools/ocmd_compile/grammar_checks.h"
 #include "tools/ocmd_compile/line_grammar.h"
 #include "tools/ocmd_compile/main_tree.h"
 #include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/output_file.h"
 #include "tools/ocmd_compile/stages.h"
 #include "tools/ocmd_compile/understand.h"
+#include "tools/support/checks.h"
 #include "tools/support/program.h"
 #include "tools/support/types.h"
 
@@ -49,10 +49,10 @@ constexpr std::array kOptions{
                  "Ninja."},
     tool::Option{0, "lines", nullptr,
                  "Make a grammar of command lines, by default on standard output."},
-    compiler::kStrictOption,
-    compiler::kWarnOption,
-    compiler::kErrorOption,
-    compiler::kListChecksOption,
+    tool::kStrictOption,
+    tool::kWarnOption,
+    tool::kErrorOption,
+    tool::kListChecksOption,
     tool::Option{0, "list-keys", nullptr, "Print all keys of the grammar format and exit."},
     tool::Option{0, "list-types", nullptr, "Print all parameter types and exit."},
 };
@@ -251,7 +251,7 @@ tool::Status make_grammar(const Request &request) {
 }
 
 tool::Status compile(const CommandLine &line) {
-    const compiler::CheckLevels levels{compiler::grammar_checks(), line};
+    const tool::CheckSeverities severities{&tool::Check::in_compiler, line};
     if (line.has("list-keys")) {
         list_keys();
         return tool::kDone;
@@ -270,7 +270,7 @@ tool::Status compile(const CommandLine &line) {
     Grammar grammar;
     compiler::read_grammars(
         request.inputs, request.main ? compiler::Target::kMainTree : compiler::Target::kSubtrees,
-        levels, grammar);
+        severities, grammar);
     std::optional<MainTree> tree;
     if (request.main)
         tree.emplace(grammar.documents);

@@ -66,8 +66,8 @@ SourceFile read_grammar(const std::string &path) {
     tool::fail("%s: %s, not a grammar", file.name().c_str(), is_tree ? "a tree" : "binary data");
 }
 
-bool read_grammars(std::span<const std::string> paths, Target target, const CheckLevels &levels,
-                   Grammar &grammar) {
+bool read_grammars(std::span<const std::string> paths, Target target,
+                   const tool::CheckSeverities &severities, Grammar &grammar) {
     Messages messages;
     for (const std::string &path : paths)
         grammar.files.push_back(read_grammar(path));
@@ -77,7 +77,7 @@ bool read_grammars(std::span<const std::string> paths, Target target, const Chec
     const bool main = target == Target::kMainTree ||
                       (target == Target::kDetected &&
                        (paths.size() > 1 || std::ranges::any_of(grammar.documents, is_detached)));
-    check(grammar, main, levels, messages);
+    check(grammar, main, severities, messages);
     messages.tell();
     if (messages.faults() > 0)
         throw tool::Stop{tool::kNegative};

@@ -1,8 +1,8 @@
 // The stages of a compilation that read and write files, for every program that compiles.
 #pragma once
 
-#include "tools/ocmd_compile/checks.h"
 #include "tools/ocmd_compile/grammar.h"
+#include "tools/support/checks.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -21,8 +21,8 @@ enum class Target : uint8_t { kSubtrees, kMainTree, kDetected };
 /// Reads files into an empty grammar, runs all checks, and prints the messages. After an error,
 /// exits with kNegative, or with kError if a file cannot be read. Needs the registry's types.
 /// @return whether all documents become one main tree.
-bool read_grammars(std::span<const std::string> paths, Target target, const CheckLevels &levels,
-                   Grammar &grammar);
+bool read_grammars(std::span<const std::string> paths, Target target,
+                   const tool::CheckSeverities &severities, Grammar &grammar);
 
 /// Writes documents as a subtree file. @return false, with errno set, if it cannot be written.
 bool write_records(std::span<const Document> documents, FILE *stream);

@@ -2,9 +2,11 @@
 // the steps.
 #include "base/escape.h"
 #include "base/owners.h"
+#include "tools/support/checks.h"
 #include "tools/support/grammar_fields.h"
 #include "tools/support/program.h"
 #include "tools/support/tree_shape.h"
+#include "tools/support/wording.h"
 
 #include "feature/tsh/src/trace.h"
 #include "parse_tree/tree.h"
@@ -41,7 +43,10 @@ constexpr tool::Option kOptions[] = {
     {'p', "prebuilt", "DIRECTORY",
      "Borrow missing nodes from main_tree.pars and main_tree2.pars in DIRECTORY."},
     {'n', "network-order", nullptr, "Write in network byte order; such a file cannot be mapped."},
+    tool::kWarnOption,
+    tool::kErrorOption,
     {0, "strict", nullptr, "Treat warnings as errors; write nothing."},
+    tool::kListChecksOption,
     {'v', "verbose", nullptr, "Print merged files, created links and the linked tree."},
 };
 
@@ -228,73 +233,87 @@ LinkedTree join() {
     return {decltype(LinkedTree::nodes){nodes}, static_cast<uint32_t>(node_count)};
 }
 
-// Reports excess depth. The linker creates no cycles, so the check finds nothing else.
-void warn_if_too_deep(const LinkedTree &tree, const std::string &output) {
-    errno = 0;
-    if (cycle_check(tree.nodes.get(), 0, 0) <= 0)
-        return;
-    if (errno == ENOMEM)
-        throw std::bad_alloc{};
-    tool::report("%s: tree has more than %d levels; listings omit siblings below level %d",
-                 output.c_str(), TREE_MAX_LEVELS, TREE_MAX_LEVELS);
-    ++tsh_link_warnings;
-}
+// Checks of the linked tree.
+class TreeChecks {
+public:
+    TreeChecks(const LinkedTree &tree, const std::string &output,
+               const tool::CheckSeverities &severities)
+        : nodes_(tree.nodes.get(), tree.node_count), output_(output), severities_(severities) {}
 
-// Reports a missing redirect root, which the loader expects after the first child of the root.
-void warn_if_not_loadable(const LinkedTree &tree, const std::string &output) {
-    const std::span nodes{tree.nodes.get(), tree.node_count};
-    const auto links = tool::links_of(nodes.front());
-    if (std::ranges::any_of(links.subspan(links.empty() ? 0 : 1), [&](uint16_t child) {
-            return tool::text_of(nodes[child].name) == tool::kRedirectRoot;
-        }))
-        return;
-    tool::report("%s: tree cannot be loaded: root has no 'tsh_redirect_root' after its first child",
-                 output.c_str());
-    ++tsh_link_warnings;
-}
+    // Returns the number of errors; warnings are counted with those of the library.
+    uint32_t run() {
+        if (severities_.is_on("depth"))
+            check_depth();
+        if (severities_.is_on("redirect-root"))
+            check_redirect_root();
+        if (severities_.is_on("same-word"))
+            check_words();
+        return errors_;
+    }
 
-uint64_t hash_in_lower_case(std::string_view word) {
-    constexpr uint64_t kPrime = 0x100000001B3; // of FNV-1
-    uint64_t hash = 0;
-    for (const char c : word)
-        hash = hash * kPrime ^ static_cast<unsigned char>(g_ascii_tolower(c));
-    return hash;
-}
+private:
+    void report(const char *check, const std::string &text) {
+        const bool is_error = severities_.of(check) == tool::CheckSeverity::kError;
+        tool::report("%s: %s%s [%s]", output_.c_str(),
+                     label(is_error ? tool::Severity::kError : tool::Severity::kWarning),
+                     text.c_str(), check);
+        errors_ += is_error ? 1 : 0;
+        ++tsh_link_warnings;
+    }
 
-// Returns whether two children have words with equal hashes.
-bool may_repeat_words(std::span<const tree_node_t> nodes, std::span<const uint16_t> children) {
-    std::array<uint64_t, TREE_MAX_CHILDREN> space;
-    const std::span hashes{space.begin(), children.size()};
-    std::ranges::transform(children, hashes.begin(), [&](uint16_t child) {
-        return hash_in_lower_case(tool::text_of(nodes[child].token));
-    });
-    std::ranges::sort(hashes);
-    return std::ranges::adjacent_find(hashes) != hashes.end();
-}
+    // The linker creates no cycles, so the library's check finds nothing but excess depth.
+    void check_depth() {
+        errno = 0;
+        if (cycle_check(nodes_.data(), 0, 0) <= 0)
+            return;
+        if (errno == ENOMEM)
+            throw std::bad_alloc{};
+        const std::string limit = std::to_string(TREE_MAX_LEVELS);
+        report("depth", "tree has more than " + limit +
+                            " levels; listings omit siblings below level " + limit);
+    }
 
-// Reports siblings whose words differ only in case: the shell ignores case and finds only the
-// first.
-void warn_of_same_words(const LinkedTree &tree, const std::string &output) {
-    const std::span nodes{tree.nodes.get(), tree.node_count};
-    for (const tree_node_t &parent : nodes) {
-        if (!may_repeat_words(nodes, tool::links_of(parent)))
-            continue;
-        std::map<std::string, const tree_node_t *> first_of;
-        for (const uint16_t link : tool::links_of(parent)) {
-            const tree_node_t &child = nodes[link];
-            std::string word{tool::text_of(child.token)};
-            std::ranges::transform(word, word.begin(), g_ascii_tolower);
-            const auto [known, is_new] = first_of.try_emplace(std::move(word), &child);
-            if (is_new || child.token[0] == '\0')
-                continue;
-            tool::report("%s: siblings %s and %s below %s match the same word: '%s' and '%s'",
-                         output.c_str(), known->second->name, child.name, parent.name,
-                         std::string{tool::text_of(known->second->token)}.c_str(),
-                         std::string{tool::text_of(child.token)}.c_str());
-            ++tsh_link_warnings;
+    // The loader expects a redirect root after the first child of the root.
+    void check_redirect_root() {
+        const auto links = tool::links_of(nodes_.front());
+        if (std::ranges::none_of(links.subspan(links.empty() ? 0 : 1), [&](uint16_t child) {
+                return tool::text_of(nodes_[child].name) == tool::kRedirectRoot;
+            }))
+            report("redirect-root",
+                   "tree cannot be loaded: root has no 'tsh_redirect_root' after its first child");
+    }
+
+    // The shell ignores case and finds only the first of siblings whose words differ only in case.
+    void check_words() {
+        for (const tree_node_t &parent : nodes_) {
+            std::map<std::string, const tree_node_t *> first_of;
+            for (const uint16_t link : tool::links_of(parent)) {
+                const tree_node_t &child = nodes_[link];
+                std::string word{tool::text_of(child.token)};
+                std::ranges::transform(word, word.begin(), [](unsigned char c) {
+                    return static_cast<char>(tolower(c));
+                });
+                const auto [known, is_new] = first_of.try_emplace(std::move(word), &child);
+                if (!is_new && child.token[0] != '\0')
+                    report_same_word(parent, *known->second, child);
+            }
         }
     }
-}
+
+    void report_same_word(const tree_node_t &parent, const tree_node_t &first,
+                          const tree_node_t &second) {
+        const auto name = [](const tree_node_t &node) { return std::string{node.name}; };
+        report("same-word",
+               "siblings " + name(first) + " and " + name(second) + " below " + name(parent) +
+                   " match the same word: " + tool::quoted(tool::text_of(first.token)) + " and " +
+                   tool::quoted(tool::text_of(second.token)));
+    }
+
+    std::span<const tree_node_t> nodes_;
+    const std::string &output_;
+    const tool::CheckSeverities &severities_;
+    uint32_t errors_ = 0;
+};
 
 // Redirects standard output to standard error, or to /dev/null if that is closed.
 void divert_standard_output() {
@@ -330,6 +349,7 @@ void write(const LinkedTree &tree, const Request &request, FILE *stream) {
 }
 
 tool::Status link(const tool::CommandLine &line) {
+    const tool::CheckSeverities severities{&tool::Check::in_linker, line};
     const Request request = read_request(line);
     verbose = line.has("verbose") ? 1 : 0;
     prebuilt_main_tree_path = const_cast<char *>(line.value("prebuilt"));
@@ -339,12 +359,15 @@ tool::Status link(const tool::CommandLine &line) {
     FILE *stream = request.output == kStream ? take_standard_output() : nullptr;
     read_files(request);
     const LinkedTree tree = join();
-    warn_if_too_deep(tree, request.output_name);
-    warn_if_not_loadable(tree, request.output_name);
-    warn_of_same_words(tree, request.output_name);
+    const uint32_t errors = TreeChecks{tree, request.output_name, severities}.run();
     if (request.strict && tsh_link_warnings > 0) {
         tool::report("%s: not written: %u warning%s (--strict)", request.output_name.c_str(),
                      tsh_link_warnings, tsh_link_warnings == 1 ? "" : "s");
+        return tool::kNegative;
+    }
+    if (errors > 0) {
+        tool::report("%s: not written: %u error%s", request.output_name.c_str(), errors,
+                     errors == 1 ? "" : "s");
         return tool::kNegative;
     }
     write(tree, request, stream);

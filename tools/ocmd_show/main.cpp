@@ -1,6 +1,7 @@
 // Command line of ocmd_show.
 #include "base/escape.h"
 #include "tools/ocmd_show/modes.h"
+#include "tools/support/checks.h"
 #include "tools/support/types.h"
 #include "tools/support/wording.h"
 
@@ -31,7 +32,7 @@ using tool::TextOutput;
 using tool::TreeFile;
 
 // Options beside the mode that a mode may use, a bit each.
-enum Uses : unsigned { kNothing = 0, kBelow = 1, kLevels = 2, kRedirectRoot = 4 };
+enum Uses : unsigned { kNothing = 0, kBelow = 1, kLevels = 2, kRedirectRoot = 4, kChecks = 8 };
 
 struct Mode {
     Option option;
@@ -72,9 +73,9 @@ constexpr std::array kModes{
          nullptr,
          nullptr,
          true},
-    Mode{{0, "check", nullptr, "Only validate the files and report all errors."},
+    Mode{{0, "check", nullptr, "Only check the files, and report all errors and warnings."},
          show_faults,
-         kNothing,
+         kChecks,
          nullptr,
          nullptr},
 };
@@ -84,11 +85,16 @@ constexpr std::array kOtherOptions{
     Option{0, "below", "WORDS", "Show only the commands that start with WORDS."},
     Option{0, "levels", "N", "With --dot: draw N levels below the top node."},
     Option{0, "redirect-root", nullptr, "With --dot: draw the redirect root, too."},
+    tool::kWarnOption,
+    tool::kErrorOption,
+    tool::kStrictOption,
+    tool::kListChecksOption,
     Option{0, "kind", "KIND", "Read the files as KIND (main or subtrees) instead of detecting it."},
     Option{0, "byte-order", "ORDER",
            "Read the files as ORDER (little or big) instead of detecting it."},
 };
-constexpr std::array kUses{kBelow, kLevels, kRedirectRoot}; // of the first other options
+constexpr std::array kUses{kBelow,  kLevels, kRedirectRoot, // of the first other options
+                           kChecks, kChecks, kChecks};
 
 constexpr auto kOptions = [] {
     std::array<Option, kModes.size() + kOtherOptions.size()> options{};
@@ -161,10 +167,11 @@ bool is_c_header(const CommandLine &line) {
 }
 
 Request request_of(const CommandLine &line, const Mode &mode) {
+    Request request;
+    request.severities = tool::CheckSeverities{&tool::Check::in_viewer, line};
     for (size_t i = 0; i < kUses.size(); ++i)
         if (line.has(kOtherOptions[i].name) && (mode.uses & kUses[i]) == 0)
             refuse("--%s requires %s", kOtherOptions[i].name, modes_that_use(kUses[i]).c_str());
-    Request request;
     if (line.has("below"))
         if (std::string below = normalized(line.value("below")); !below.empty())
             request.below = std::move(below);

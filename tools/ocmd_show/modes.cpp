@@ -1,6 +1,8 @@
 // What several modes share, and the check, which shows nothing else.
 #include "tools/ocmd_show/modes.h"
 
+#include "tools/ocmd_show/tree_checks.h"
+
 #include "tools/support/grammar_fields.h"
 
 namespace show {
@@ -28,11 +30,11 @@ std::vector<bool> nodes_to_show(const tool::TreeFile &file, tool::Nodes nodes,
     return shown;
 }
 
-tool::Status show_faults(const tool::TreeFile &file, const Request & /*request*/,
+tool::Status show_faults(const tool::TreeFile &file, const Request &request,
                          tool::TextOutput &output) {
-    if (!file.complete()) // what is missing has been reported
+    if (check_trees(file, request.severities) > 0 || !file.complete())
         return tool::kNegative;
-    output << file.name() << ": no faults in its trees\n";
+    output << file.name() << ": no errors in its trees\n";
     return tool::kDone;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/ocmd_show/line_search.h"
+#include "tools/support/checks.h"
 #include "tools/support/program.h"
 #include "tools/support/text_output.h"
 #include "tools/support/tree_input.h"
@@ -21,6 +22,7 @@ struct Request {
     bool redirect_root = false;       ///< Draw the redirect root.
     bool as_c_header = false;         ///< Functions as prototypes.
     size_t records_before = 0;        ///< Number of records in the files shown so far.
+    tool::CheckSeverities severities{&tool::Check::in_viewer, {}}; ///< Of the checks.
 };
 
 /// Searches every record for the line. Reports if no record has it.

@@ -1,10 +1,9 @@
 // Grammars are compiled and linked as ocmd_compile does.
 #include "tools/ocmd_try/grammar_files.h"
 
-#include "tools/ocmd_compile/checks.h"
-#include "tools/ocmd_compile/grammar_checks.h"
 #include "tools/ocmd_compile/main_tree.h"
 #include "tools/ocmd_compile/stages.h"
+#include "tools/support/checks.h"
 #include "tools/support/program.h"
 #include "tools/support/tree_input.h"
 
@@ -61,7 +60,7 @@ void copy_tree(const std::string &path, FILE *to) {
 void compile(std::span<const std::string> paths, FILE *to) {
     Grammar grammar;
     const bool is_main = compiler::read_grammars(paths, compiler::Target::kDetected,
-                                                 {compiler::grammar_checks(), {}}, grammar);
+                                                 {&tool::Check::in_compiler, {}}, grammar);
     if (is_main ? !compiler::MainTree{grammar.documents}.write(to)
                 : !compiler::write_records(grammar.documents, to))
         fail_to_write();
