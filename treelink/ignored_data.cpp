@@ -23,10 +23,11 @@ constexpr unsigned char kGzipStart = 0x1F;
 bool is_one_member(const base::Descriptor &file, uint32_t size) {
     constexpr std::string_view kMemberStart{"\x1F\x8B\x08"};
     constexpr off_t kMostBytes = off_t{1} << 26U; // a larger one is decompressed again
-    if (file.size() <= 0 || file.size() > kMostBytes)
+    const off_t file_size = file.size(); // asked for once: a second call may fail
+    if (file_size <= 0 || file_size > kMostBytes)
         return false;
-    std::string bytes(static_cast<size_t>(file.size()), '\0');
-    if (pread(file.number(), bytes.data(), bytes.size(), 0) != file.size())
+    std::string bytes(static_cast<size_t>(file_size), '\0');
+    if (pread(file.number(), bytes.data(), bytes.size(), 0) != file_size)
         return false;
     std::string member_end;
     for (const unsigned shift : {0U, 8U, 16U, 24U})
