@@ -3,7 +3,7 @@
 //
 // Reaches: tool::open_valid, show::show_summary, show::show_nodes, show::show_yaml,
 // show::show_json, show::show_dot, show::show_commands, show::show_functions,
-// show::show_html, show::write_page_data, show::write_page_reference,
+// show::show_html, show::write_page_data, show::write_page_reference, show::check_trees,
 // diff::DifferenceCount::count, diff::DifferenceList::list, diff::DifferenceGroups::list
 #include "base/escape.h"
 #include "fuzz/input.h"
@@ -57,6 +57,7 @@ void show_all(const tool::TreeFile &file) {
     show::show_html(file, part, output);
     show::show_functions(file, {.as_c_header = true}, output);
     show::show_functions(file, part, output);
+    show::show_faults(file, all, output);
     if (std::ranges::all_of(file.records(), can_be_listed))
         show::show_commands(file, all, output);
 }

@@ -128,7 +128,12 @@ std::string with_submodes(const std::string &listing) {
 // end.
 class LineModel {
 public:
-    explicit LineModel(const Nodes &nodes) : nodes_(nodes) { go_below(0, "", false); }
+    LineModel(const Nodes &nodes, bool begins_with_root) : nodes_(nodes) {
+        if (begins_with_root)
+            go_to(0, "", false);
+        else
+            go_below(0, "", false);
+    }
 
     [[nodiscard]] std::set<std::string> ambiguous() const {
         std::set<std::string> pairs;
@@ -145,21 +150,23 @@ private:
     [[nodiscard]] bool has(int i, uint32_t flags) const { return (node(i).flags & flags) != 0; }
 
     void go_below(int parent, const std::string &line, bool is_late) {
-        for (int i = 0; i < node(parent).child_count; ++i) {
-            const int child = node(parent).children[i];
-            const bool has_word = node(child).token[0] != '\0' || node(child).param_count > 0;
-            if (has_word)
-                take(child, line);
-            if (has_word && node(child).optional == 0)
-                continue;
-            const bool is_now_late = is_late || has_word;
-            if (has(child, TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE) && !line.empty())
-                lines_[line][is_now_late ? 1 : 0].insert(child);
-            if (has(child, TREE_FLAG_SUBMODE))
-                go_below(child, line + "/ ", false);
-            if (!has(child, TREE_FLAG_SUBMODE) || node(child).optional == 4)
-                go_below(child, line, is_now_late);
-        }
+        for (int i = 0; i < node(parent).child_count; ++i)
+            go_to(node(parent).children[i], line, is_late);
+    }
+
+    void go_to(int child, const std::string &line, bool is_late) {
+        const bool has_word = node(child).token[0] != '\0' || node(child).param_count > 0;
+        if (has_word)
+            take(child, line);
+        if (has_word && node(child).optional == 0)
+            return;
+        const bool is_now_late = is_late || has_word;
+        if (has(child, TREE_FLAG_TERMINAL | TREE_FLAG_SUBMODE) && !line.empty())
+            lines_[line][is_now_late ? 1 : 0].insert(child);
+        if (has(child, TREE_FLAG_SUBMODE))
+            go_below(child, line + "/ ", false);
+        if (!has(child, TREE_FLAG_SUBMODE) || node(child).optional == 4)
+            go_below(child, line, is_now_late);
     }
 
     void take(int child, std::string line) {
@@ -695,15 +702,23 @@ TEST_F(Show, FindsEveryPairOfNodesAtWhichALineEnds) {
             nodes[i].flags = flags[random() % 3];
             nodes[i].func_id[0] = char('f' + random() % 3);
         }
-        nodes[0].token[0] = '\0', nodes[0].param_count = 0;
-        const std::string name = std::to_string(seed) + ".par";
-        store(name, bytes_of(nodes));
-        expected[name] = LineModel{nodes}.ambiguous();
+        // A main tree, or a subtree, whose lines begin with the word of node 0.
+        const bool is_subtree = seed % 2 == 1;
+        const uint32_t header[] = {1, 2, 2, uint32_t(nodes.size() * sizeof nodes[0]), 0, 0};
+        if (!is_subtree)
+            nodes[0].token[0] = '\0', nodes[0].param_count = 0;
+        const std::string name = (is_subtree ? "sub" : "main") + std::to_string(seed) + ".par";
+        const std::string start{reinterpret_cast<const char *>(header), sizeof header};
+        store(name, (is_subtree ? start + std::string{"x\0", 2} : "") + bytes_of(nodes));
+        expected[name] = LineModel{nodes, is_subtree}.ambiguous();
     }
     std::map<std::string, std::set<std::string>> found;
-    std::istringstream lines{shell("ocmd_show --check -W no-same-word --kind=main [0-9]*.par")};
-    const std::regex pattern{"ocmd_show: (.*): warning: '.+' ends at node (\\d+) \"\" and node "
-                             "(\\d+) \"\" \\[ambiguous\\]"};
+    std::istringstream lines{
+        shell("check='ocmd_show --check -W no-same-word --byte-order=little'; "
+              "$check --kind=main main?*.par; $check --kind=subtrees sub?*.par")};
+    const std::regex pattern{
+        "ocmd_show: (.*.par)(?:: record 1)?: warning: '.+' ends at node (\\d+) \"\" and node "
+        "(\\d+) \"\" \\[ambiguous\\]"};
     std::smatch match;
     size_t count = 0;
     for (std::string line; std::getline(lines, line);)
@@ -716,6 +731,59 @@ TEST_F(Show, FindsEveryPairOfNodesAtWhichALineEnds) {
     for (const auto &[name, pairs] : expected)
         EXPECT_EQ(found[name], pairs) << name << "\n" << shell("ocmd_show --nodes " + name);
     EXPECT_GT(count, 400U);
+}
+
+TEST_F(Show, StopsASearchForAmbiguousLinesThatIsTooLong) {
+    Nodes nodes(1 + 100 + 100 * 100); // lines of two equal words end at 10,000 nodes
+    for (size_t i = 0; i < nodes.size(); ++i) {
+        snprintf(nodes[i].func_id, sizeof nodes[i].func_id, "f%zu", i);
+        nodes[i].token[0] = i == 0 ? '\0' : 'a';
+        nodes[i].flags = i == 0 ? 0 : TREE_FLAG_TERMINAL;
+        nodes[i].child_count = i <= 100 ? 100 : 0;
+        for (size_t child = 0; child < nodes[i].child_count; ++child)
+            nodes[i].children[child] = uint16_t(100 * i + 1 + child);
+    }
+    store(nodes);
+    EXPECT_NE(shell("ocmd_show --check --kind=main main.par")
+                  .find("main.par: warning: too many similar words; the search for ambiguous lines "
+                        "stopped before its end [ambiguous]\n"),
+              std::string::npos);
+}
+
+TEST_F(Show, MakesTheChecksThatAreEnabled) {
+    store("k.yaml", "words:\n  show:\n    help: Show\n    words: {lamps: {name: a, command: f}, "
+                    "LAMPS: {name: b}, lam: {name: c, terminal: yes},\n"
+                    "      <INTEGER>: {name: d, min: 5, max: 2, command: g}}\n");
+    store("r.yaml", "words: {a: f}\n---\nwords: {b: g}\n");
+    EXPECT_EQ(
+        shell("ocmd_compile --main -W no-same-word -W no-bounds -W no-dead-end -W no-shadowed "
+              "k.yaml; { printf stray; head -c 995 /dev/zero; } >>k.par; "
+              "ocmd_compile -W no-second-root r.yaml"),
+        "");
+    EXPECT_EQ(
+        shell("ocmd_show --check -W no-same-word k.par r.par"),
+        "ocmd_show: k.par: warning: node 4 \"c\": 'lam' is shadowed by its sibling 'LAMPS' in "
+        "the shell's first-match lookup [shadowed]\n"
+        "ocmd_show: k.par: warning: node 3 \"b\": no command ends at 'LAMPS' or at a "
+        "descendant [dead-end]\n"
+        "ocmd_show: k.par: error: node 5 \"d\": minimum 5 of <INTEGER> exceeds its maximum 2 "
+        "[bounds]\n"
+        "ocmd_show: k.par: warning: node 8 \"stray\" is unreachable from the root "
+        "[unreachable]\n"
+        "ocmd_show: r.par: record 2: warning: second root: like record 1, it has no attach "
+        "path [second-root]\nr.par: no errors in its trees\nstatus 1");
+    const std::string off = "-W no-shadowed -W no-dead-end -W no-unreachable ";
+    EXPECT_EQ(shell("ocmd_show --check -E no-function -W no-bounds " + off + "k.par"),
+              "ocmd_show: k.par: error: node 3 \"b\" and its sibling node 2 \"a\" match the same "
+              "word 'lamps' [same-word]\n"
+              "ocmd_show: k.par: error: node 4 \"c\": a command without a function ends here "
+              "[no-function]\nstatus 1");
+    EXPECT_EQ(shell("ocmd_show --check --strict -W no-help " + off +
+                    "-W no-same-word k.par 2>&1 | grep -c 'error: .* has no help text .no-help.'"),
+              "4\n");
+    EXPECT_EQ(last_line("ocmd_show --strict k.par"), "--help'.\n");
+    EXPECT_EQ(shell("ocmd_show --check -W depth k.par"),
+              "ocmd_show: unknown check 'depth'\nTry 'ocmd_show --help'.\nstatus 2");
 }
 
 TEST_F(Show, ShowsSeveralFilesUnderTheirNames) {

@@ -109,9 +109,9 @@ private:
                tool::double_quoted(tool::text_of(graph_.node(node).name));
     }
     [[nodiscard]] std::string word(uint32_t node) const {
-        std::string text;
-        for (uint32_t i = 0; i < graph_.facts(node).words; ++i)
-            (text += i == 0 ? "" : " ") += graph_.text(graph_.symbol(node, i));
+        std::string text{tool::text_of(graph_.node(node).token)};
+        for (uint32_t i = text.empty() ? 0 : 1; i < graph_.facts(node).words; ++i)
+            (text += text.empty() ? "" : " ") += graph_.text(graph_.symbol(node, i));
         return quoted(text);
     }
 
