@@ -59,7 +59,8 @@ class TryTest(unittest.TestCase):
 
     def open(self, *options, rows=24):
         shell = pexpect.spawn("ocmd_try", [*options, "porch.yaml"], cwd=self.folder, env=self.env,
-                              encoding="utf-8", timeout=30, dimensions=(rows, 80))
+                              encoding="utf-8", codec_errors="replace", timeout=30,
+                              dimensions=(rows, 80))
         self.addCleanup(shell.close)
         shell.expect_exact("porch# ")
         return shell
@@ -90,6 +91,13 @@ class TryTest(unittest.TestCase):
         self.assertIn("INTEGER=7", self.shown(shell, "7\r"))
         self.assertIn("LINE=why?", self.shown(shell, "lamp 1 / label why\x16?\r"))
         self.assertIn("unknown word 'dim'", self.shown(shell, "dim ?"))
+        self.assertIn("\n  unknown word 'dim'", self.shown(shell, "\x15dim?"))
+
+    def test_bytes_that_are_no_utf8_are_escaped_in_the_prompt_and_not_typed(self):
+        self.write("words: {!bytes 'k\\xff': {submode: {mode: !bytes 'm\\xff'}, words: {a: fa}}}")
+        shell = self.open()
+        shell.send("k\t") # types nothing
+        self.shown(shell, "\r", "porch(m\\xff)# ")
 
     def test_control_characters_of_a_grammar_do_not_reach_the_terminal(self):
         listed = self.shown(self.open(), "?")
@@ -115,11 +123,9 @@ class TryTest(unittest.TestCase):
         self.write(HISTORY + "".join(f"lamp\\040{n}\n" for n in range(1100)), "ocmd/try_history")
         shell = self.open()
         self.assertIn("INTEGER=1099", self.shown(shell, "\x1b[A / bright 1\r"))
-        shell.sendline(":quit")
-        shell.expect(pexpect.EOF)
+        shell.kill(9)
         lines = self.history().splitlines()
-        self.assertEqual([1001, "lamp\\0401099\\040/\\040bright\\0401", ":quit"],
-                         [len(lines), *lines[-2:]])
+        self.assertEqual([1001, "lamp\\0401099\\040/\\040bright\\0401"], [len(lines), lines[-1]])
         mode = os.stat(os.path.join(self.folder, "ocmd/try_history")).st_mode
         self.assertEqual(0o600, mode & 0o777)
 
@@ -141,6 +147,9 @@ class TryTest(unittest.TestCase):
         shell = self.open(rows=3)
         self.assertIn("\n| show lamps\n| show lamps <INTEGER>[o]\n", self.shown(shell, ":list\r"))
         self.assertIn("\nshow last", self.shown(shell, ":list last\r"))
+        self.env["PAGER"] = "absent -R"
+        self.assertIn("pager 'absent -R' cannot be run\nshow lamps\n",
+                      self.shown(self.open(rows=3), ":list\r"))
 
     def test_the_documented_run_shows_what_the_shell_shows(self):
         self.write(re.search("^```yaml porch.yaml\n(.*?)^```", self.read_source("README.md"),
@@ -202,6 +211,7 @@ interfaces:  2
     def test_single_mode_enters_no_submode(self):
         run = self.run_program("ocmd_try", "--single", "porch.yaml", lines="lamp 3\nlabel x\n")
         self.assertEqual((1, True), (run.returncode, "unknown word 'label'" in run.stderr))
+        self.assertNotIn("submode:", run.stdout)
 
     def test_grammars_are_linked_as_ocmd_link_does(self):
         switch = os.path.join(SOURCE, "examples/switch")
@@ -229,7 +239,9 @@ interfaces:  2
             run = self.run_program("sh", "-c", f"ocmd_try porch.yaml {closed}", lines="odd\n")
             self.assertEqual((2, ""), (run.returncode, run.stdout), closed)
         for line, message in ((":list (", "invalid regular expression"), (":x", "unknown command"),
-                              (":save /", "/: cannot be written"), (":top up", "takes no operand")):
+                              (":save /", "/: cannot be written"), (":top up", "takes no operand"),
+                              (":save ./porch.yaml", "is both input and output"),
+                              (":leave", "no submode to leave")):
             run = self.run_program("ocmd_try", "porch.yaml", lines=line + "\nodd\n")
             self.assertIn(message, run.stderr)
             self.assertEqual((1, True), (run.returncode, "odd()" in run.stdout))

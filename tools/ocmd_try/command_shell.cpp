@@ -7,6 +7,7 @@
 #include "tools/ocmd_find/saved_config.h"
 #include "tools/support/program.h"
 #include "tools/support/types.h"
+#include "tools/support/utf8.h"
 
 #include <algorithm>
 #include <cctype>
@@ -134,7 +135,7 @@ bool CommandShell::reload(bool must) {
         return true;
     base::Descriptor made = files_.load().tree;
     if (!made) {
-        tool::report("the grammar is not loaded again; the last good one stays");
+        tool::report("errors in the grammar; the last valid version stays in use");
         return false;
     }
     const std::vector<std::string> entered = places();
@@ -223,10 +224,18 @@ bool CommandShell::leave_by_word(std::string_view line) {
     static const find::LeavingWords kLeaving;
     const std::string_view word = trimmed(line);
     const bool leaves_all = is_one_of(word, kLeaving.all);
-    if (leaves_all || is_one_of(word, kLeaving.one))
-        leave(leaves_all ? depth() : 1);
-    else
+    if (!leaves_all && !is_one_of(word, kLeaving.one))
         return false;
+    leave_entered(leaves_all ? depth() : 1);
+    return true;
+}
+
+bool CommandShell::leave_entered(uint32_t count) {
+    if (depth() == 0) {
+        tool::report("no submode to leave; :quit ends the shell");
+        return false;
+    }
+    leave(count);
     return true;
 }
 
@@ -267,7 +276,7 @@ void CommandShell::print_reading(const tsh_reading_t &reading, std::string_view 
     find::print_field(output, "mode", node.mode_id);
     find::print_field(output, "permissions", numbers_in(node.perms_mask));
     find::print_field(output, "interfaces", numbers_in(node.intf_mask));
-    if (reading.is_submode != 0)
+    if (reading.is_submode != 0 && !is_single_)
         find::print_field(output, "submode",
                           node.submode_help[0] == '\0' ? "yes" : node.submode_help);
 }
@@ -282,13 +291,17 @@ Completion CommandShell::complete(std::string_view line, size_t offset) {
     tsh_verdict_t verdict = look(0);
     if (tsh_answer_candidate_count(answer_.get()) == 0 && verdict != TSH_ACCEPTED && depth() > 0)
         verdict = look(TSH_OUTWARD);
+    if (tsh_answer_candidate_count(answer_.get()) == 0 && *tsh_answer_text(answer_.get()) == '\0' &&
+        find::checked(tsh_resolve(context_.get(), line.data(), offset, TSH_OUTWARD,
+                                  answer_.get())) != TSH_ACCEPTED)
+        verdict = TSH_REFUSED; // the answer has the reason now
     Completion completion{tsh_answer_range(answer_.get()), "", false, candidate_list(verdict)};
     if (verdict == TSH_REFUSED)
         return completion;
     completion.is_unique = have_one_keyword(*answer_);
     // What would upset the terminal is not typed for the user.
     const std::string_view common = tsh_answer_common(answer_.get());
-    if (base::find_control(common).empty())
+    if (base::find_control(common).empty() && tool::is_utf8(common))
         completion.common = common;
     return completion;
 }
@@ -296,7 +309,9 @@ Completion CommandShell::complete(std::string_view line, size_t offset) {
 // Word, bounds and help, each candidate once; "<cr>" where the line may end. If nothing may stand
 // there, the reason.
 std::string CommandShell::candidate_list(tsh_verdict_t verdict) const {
-    std::string reason = std::string{"  "} + tsh_answer_text(answer_.get()) + '\n';
+    const char *text_of_answer = tsh_answer_text(answer_.get());
+    std::string reason =
+        std::string{"  "} + (*text_of_answer == '\0' ? "nothing fits here" : text_of_answer) + '\n';
     if (verdict == TSH_REFUSED)
         return reason;
     std::vector<std::pair<std::string, std::string>> rows;

@@ -33,7 +33,7 @@ struct Completion {
 
 class CommandShell {
 public:
-    /// Loads the grammar; if that fails, the run ends with kNegative after messages.
+    /// Loads the grammar; if that fails, the run ends after messages.
     CommandShell(GrammarFiles &files, bool is_single);
 
     /// "porch(lamp 3)# ", the submode by the name of its mode if it has one.
@@ -51,7 +51,12 @@ public:
     bool reload(bool must);
 
     [[nodiscard]] uint32_t depth() const { return tsh_context_depth(context_.get()); }
+    /// Leaves submodes, at most those entered. @return false after a message if there are none.
+    bool leave_entered(uint32_t count);
     void leave(uint32_t count) { tsh_context_leave(context_.get(), count); }
+
+    /// Whether a path leads to a file that the grammar is made of.
+    [[nodiscard]] bool is_input(const std::string &path) const { return files_.contain(path); }
 
     /// The lines that entered the submodes, the outermost first.
     [[nodiscard]] std::vector<std::string> places() const;

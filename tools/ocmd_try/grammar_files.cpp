@@ -7,6 +7,7 @@
 #include "tools/support/program.h"
 #include "tools/support/tree_input.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -18,6 +19,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -100,8 +102,7 @@ Status wait_for(pid_t process) {
 
 GrammarFiles::GrammarFiles(std::span<char *const> paths, const char *prebuilt)
     : paths_(paths.begin(), paths.end()) {
-    if (prebuilt != nullptr)
-        prebuilt_ = prebuilt;
+    compiler::use_prebuilt_trees(prebuilt);
     if (paths_.empty())
         tool::refuse("missing operand: TREE or GRAMMAR.yaml");
     for (const std::string &path : paths_) {
@@ -135,7 +136,6 @@ GrammarFiles::Made GrammarFiles::load() {
     if (process < 0)
         fail("no process to compile the grammar: %s", strerror(errno));
     if (process == 0) {
-        compiler::use_prebuilt_trees(prebuilt_.empty() ? nullptr : prebuilt_.c_str());
         const Status status = make_tree(paths_, made.number());
         fflush(stdout);
         _exit(status);
@@ -149,9 +149,22 @@ bool GrammarFiles::State::operator==(const State &other) const {
            modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
 }
 
+std::vector<std::string> GrammarFiles::all_paths() const {
+    std::vector<std::string> paths = compiler::prebuilt_files();
+    paths.insert(paths.end(), paths_.begin(), paths_.end());
+    return paths;
+}
+
+bool GrammarFiles::contain(const std::string &path) const {
+    return std::ranges::any_of(all_paths(), [&](const std::string &file) {
+        std::error_code not_there;
+        return fs::equivalent(file, path, not_there);
+    });
+}
+
 std::vector<std::optional<GrammarFiles::State>> GrammarFiles::states() const {
     std::vector<std::optional<State>> states;
-    for (const std::string &path : paths_) {
+    for (const std::string &path : all_paths()) {
         struct stat now {};
         states.push_back(
             stat(path.c_str(), &now) == 0

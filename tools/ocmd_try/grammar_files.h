@@ -26,6 +26,9 @@ public:
     /// Whether a file is another one than when it was loaded last, or was changed since.
     [[nodiscard]] bool have_changed() const;
 
+    /// Whether a path leads to one of the files, prebuilt trees included.
+    [[nodiscard]] bool contain(const std::string &path) const;
+
     /// Makes the tree: checks a tree, compiles a grammar, links several. All of it happens in a
     /// child process, because the linker has process-wide state and errors end a run.
     struct Made {
@@ -44,10 +47,10 @@ private:
 
         bool operator==(const State &other) const;
     };
+    [[nodiscard]] std::vector<std::string> all_paths() const;
     [[nodiscard]] std::vector<std::optional<State>> states() const;
 
     std::vector<std::string> paths_;
-    std::string prebuilt_;                     // empty if there is none
     std::vector<std::optional<State>> loaded_; // as the files were then
 };
 

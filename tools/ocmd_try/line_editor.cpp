@@ -112,15 +112,19 @@ LineEditor::LineEditor(CommandShell &command_shell, bool keeps_history)
     el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
 }
 
-LineEditor::~LineEditor() {
+// At once, because a closed window ends the program without notice.
+void LineEditor::remember(const std::string &line) {
     HistEvent event;
-    if (!history_file_.empty() &&
-        ::history(history_.get(), &event, H_SAVE, history_file_.c_str()) < 0)
-        tool::report("%s: history is not kept: %s", history_file_.c_str(), strerror(errno));
+    ::history(history_.get(), &event, H_ENTER, line.c_str());
+    if (history_file_.empty() ||
+        ::history(history_.get(), &event, H_SAVE, history_file_.c_str()) >= 0)
+        return;
+    tool::report("%s: history is not kept: %s", history_file_.c_str(), strerror(errno));
+    history_file_.clear();
 }
 
 std::optional<std::string> LineEditor::next() {
-    prompt_ = shell_.prompt();
+    prompt_ = tool::with_invalid_bytes_escaped(shell_.prompt()); // libedit takes no others
     is_interrupted = 0;
     el_resize(editor_.get());
     int length = 0;
@@ -135,9 +139,8 @@ std::optional<std::string> LineEditor::next() {
     std::string line{typed, static_cast<size_t>(length)};
     if (line.ends_with('\n'))
         line.pop_back();
-    HistEvent event;
     if (line.find_first_not_of(" \t") != std::string::npos)
-        ::history(history_.get(), &event, H_ENTER, line.c_str());
+        remember(line);
     return line;
 }
 

@@ -17,8 +17,7 @@ public:
     /// Edits lines on the terminal of standard input and output.
     /// @param keeps_history whether lines of earlier runs are known, and these to later ones.
     LineEditor(CommandShell &command_shell, bool keeps_history);
-    /// Stores the history.
-    ~LineEditor();
+    ~LineEditor() = default;
     LineEditor(const LineEditor &) = delete;
     LineEditor &operator=(const LineEditor &) = delete;
 
@@ -34,6 +33,7 @@ private:
         void operator()(History *history) const { history_end(history); }
     };
 
+    void remember(const std::string &line);
     static char *prompt(EditLine *editor);
     static unsigned char complete_word(EditLine *editor, wint_t key);
     static unsigned char list_candidates(EditLine *editor, wint_t key);

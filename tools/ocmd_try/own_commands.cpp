@@ -250,13 +250,12 @@ Outcome where(const Call &call) {
 }
 
 Outcome leave(const Call &call) {
-    call.command_shell.leave(1);
-    return Outcome::kDone;
+    return call.command_shell.leave_entered(1) ? Outcome::kDone : Outcome::kRefused;
 }
 
 Outcome leave_all(const Call &call) {
-    call.command_shell.leave(call.command_shell.depth());
-    return Outcome::kDone;
+    return call.command_shell.leave_entered(call.command_shell.depth()) ? Outcome::kDone
+                                                                        : Outcome::kRefused;
 }
 
 Outcome reload(const Call &call) {
@@ -266,6 +265,10 @@ Outcome reload(const Call &call) {
 Outcome save(const Call &call) {
     if (call.argument.empty() || call.argument == "-") { // which has the answers
         report("missing operand: :save FILE");
+        return Outcome::kRefused;
+    }
+    if (call.command_shell.is_input(call.argument)) {
+        report("%s: is both input and output", call.argument.c_str());
         return Outcome::kRefused;
     }
     compiler::OutputFile output{call.argument};

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace tool {
@@ -34,6 +35,9 @@ inline bool is_control_at(std::string_view text, size_t at) {
 inline bool is_inside_character(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
+
+/// Returns the text with each byte that belongs to no valid character as "\xNN".
+std::string with_invalid_bytes_escaped(std::string_view text);
 
 /// Returns the number of UTF-8 characters that start in the text.
 inline size_t count_characters(std::string_view text) {
