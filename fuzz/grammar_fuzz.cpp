@@ -69,10 +69,10 @@ std::vector<Records> compile(std::string bytes, bool with_checks) {
         compiler::check(grammar, true, *usual_severities, of_links);
         compiler::check(grammar, false, *usual_severities, messages);
     }
-    messages.tell();
+    messages.print();
     want(memory.most() <= 200 * size + (size_t{64} << 20U), "memory");
     std::vector<Records> all;
-    if (messages.faults() == 0)
+    if (messages.errors() == 0)
         for (const compiler::Document &document : grammar.documents)
             all.push_back(compiler::lay_out(document));
     return all;
@@ -85,7 +85,7 @@ std::string grammar_of_lines(std::string_view lines) {
     compiler::LineGrammar grammar{messages};
     grammar.add(file);
     std::string yaml = grammar.yaml();
-    messages.tell();
+    messages.print();
     return yaml;
 }
 

@@ -1,6 +1,5 @@
-// The grammar in memory, between its text and its records: what reading makes, what checks look at,
-// what layout makes records of. It is compact: a word takes some hundred bytes where a record takes
-// a thousand.
+// The grammar in memory, between its text and its records: the result of reading, and the input of
+// checks and layout. It is compact: a word takes some hundred bytes, a record a thousand.
 #pragma once
 
 #include "base/huge_pages.h"
@@ -20,11 +19,11 @@ namespace compiler {
 /// A number of up to 128 bits or a set of numbers 0 to 127, the low 64 first.
 using Bits = std::array<uint64_t, 2>;
 
-/// One thing said of a word or of one of its parameters.
+/// The value of a field of a word or of one of its parameters.
 struct Setting {
     const tool::GrammarField *field;
     uint8_t parameter; ///< 0: of the word itself; 1, 2: of that parameter.
-    Place place;       ///< Of what is said.
+    SourceRange place; ///< Of the value.
     std::string_view text;
     Bits number{};
 };
@@ -41,29 +40,29 @@ struct WordKey {
     }
 };
 
-/// A way from a word to one below it.
+/// A link from a word to a child.
 struct Link {
-    uint32_t child; ///< Index of the word; kNoWord when faults kept it from being made.
-    Place place;    ///< Of the key that stands for it there.
+    uint32_t child;    ///< Index of the word; kNoWord if it could not be made because of errors.
+    SourceRange place; ///< Of its key in this list.
 };
 constexpr uint32_t kNoWord = UINT32_MAX;
 
 /// One node.
 struct Word {
     WordKey key;
-    Place place; ///< Of its key where it stands first; a root's is its document's.
+    SourceRange place; ///< Of its first key; of a root, that of the document.
     std::string_view name;
-    Place name_place; ///< Of its name where that is given, else of its key.
+    SourceRange name_place; ///< Of its name if that is given, else of its key.
     bool name_given = false;
     bool exact_token = false; ///< The key was tagged "!bytes".
-    bool sound = true;        ///< False when faults were found in it.
+    bool sound = true;        ///< It has no errors.
     uint32_t first_setting = 0;
     uint32_t setting_count = 0;
     uint32_t first_link = 0;
     uint32_t link_count = 0;
 };
 
-/// Which links of a word are marked: position i at bit i % 8 of byte i / 8, as in its record.
+/// Marked links of a word: position i at bit i % 8 of byte i / 8, as in its record.
 struct Marks {
     uint32_t word;
     std::array<uint8_t, sizeof tree_node_t::child_link_bits> bits{};
@@ -74,12 +73,12 @@ struct Marks {
 /// that stand earlier together with all below them.
 struct Document {
     const SourceFile *file = nullptr;
-    Place place; ///< Where it begins.
+    SourceRange place; ///< Where it begins.
     bool is_root = false;
     bool wants_redirect_root = true;
-    bool complete = false; ///< False when it was given up before its end.
+    bool complete = false; ///< It was read to its end.
     std::string attach_path;
-    Place attach_place;
+    SourceRange attach_place;
     uint32_t version = 1;
     uint32_t path_kind = 2;
     base::HugeVector<Word> words;

@@ -41,8 +41,8 @@ struct Run {
     Severity severity;
     Messages &messages;
 
-    void tell(const Document &document, Place place, std::string text,
-              std::vector<Note> notes = {}) const {
+    void report(const Document &document, SourceRange place, std::string text,
+                std::vector<Note> notes = {}) const {
         messages.add({severity, document.file, place, std::move(text) + " [" + name + "]",
                       std::move(notes)});
     }
@@ -87,7 +87,7 @@ public:
     [[nodiscard]] const Document &document(size_t i) const {
         return i < links_.size() ? document_ : *attached_[i - links_.size()];
     }
-    [[nodiscard]] Place place(size_t i) const {
+    [[nodiscard]] SourceRange place(size_t i) const {
         return i < links_.size() ? links_[i].place : document(i).words[0].place;
     }
 
@@ -254,10 +254,10 @@ void duplicate_name(const Run &run) {
         const auto [other, named] = known.first_with_name_of(document, word);
         if (named == &word)
             return;
-        run.tell(document, word.name_place,
-                 "duplicate node name " + quoted(word.name) +
-                     (word.name_given ? "" : " (generated from the path of words)"),
-                 {{other->file, named->name_place, "first defined here"}});
+        run.report(document, word.name_place,
+                   "duplicate node name " + quoted(word.name) +
+                       (word.name_given ? "" : " (generated from the path of words)"),
+                   {{other->file, named->name_place, "first defined here"}});
     });
 }
 
@@ -286,7 +286,7 @@ void report_same_words(const Run &run, const Siblings &siblings, size_t first_re
     for (const auto &[position, other] : conflicts) {
         const Word *word = siblings.word(position);
         if (position >= first_reported && word != siblings.word(other))
-            run.tell(
+            run.report(
                 siblings.document(position), siblings.place(position),
                 spelled(*word) + " and its sibling " + spelled(*siblings.word(other)) +
                     " match the same word",
@@ -318,7 +318,7 @@ void shadowed(const Run &run) {
         }
         for (const auto &[position, other] : conflicts) {
             const Word &word = *siblings.word(position);
-            run.tell(
+            run.report(
                 siblings.document(position), siblings.place(position),
                 spelled(word) + " is shadowed by its sibling " + spelled(*siblings.word(other)) +
                     " in the shell's first-match lookup; put " + spelled(word) + " first",
@@ -342,8 +342,8 @@ void dead_end(const Run &run) {
                 run.attachments.below(word.name).empty() &&
                 (flags_of(document, word) & kEnds) == 0 && word.name != kRedirectRoot &&
                 !redirect_roots.contains(i))
-                run.tell(document, word.place,
-                         "dead end: no command ends at " + spelled(word) + " or at a descendant");
+                run.report(document, word.place,
+                           "dead end: no command ends at " + spelled(word) + " or at a descendant");
         }
     }
 }
@@ -362,8 +362,8 @@ void blank_in_word(const Run &run) {
         const bool blank = std::ranges::any_of(
             word.key.token, [](char c) { return c == ' ' || tool::is_control(c); });
         if (blank && !word.exact_token)
-            run.tell(document, word.place,
-                     "keyword contains a space or control character; " + advice_for(word.key));
+            run.report(document, word.place,
+                       "keyword contains a space or control character; " + advice_for(word.key));
     });
 }
 
@@ -403,20 +403,20 @@ void bounds(const Run &run) {
     for_each_bounds(run, [&](const Bounds &given) {
         const auto &[document, mask, min, max, length] = given;
         if (length != nullptr && !given.may_have(TSH_BOUNDS_LENGTH))
-            run.tell(document, length->place,
-                     "'length' is not allowed for " + given.type() +
-                         "; only string types have a length");
+            run.report(document, length->place,
+                       "'length' is not allowed for " + given.type() +
+                           "; only string types have a length");
         if (max == nullptr)
             return;
         if (given.may_have(TSH_BOUNDS_LENGTH) && !given.may_have(TSH_BOUNDS_NUMBERS))
-            run.tell(document, given.first()->place,
-                     quoted(given.first()->field->key) + " is not allowed for " + given.type() +
-                         "; use 'length' for the maximum length");
+            run.report(document, given.first()->place,
+                       quoted(given.first()->field->key) + " is not allowed for " + given.type() +
+                           "; use 'length' for the maximum length");
         else if (bound_of(min, mask) > bound_of(max, mask) && min == nullptr)
-            run.tell(document, max->place, "'max' is less than the default 'min', 0");
+            run.report(document, max->place, "'max' is less than the default 'min', 0");
         else if (bound_of(min, mask) > bound_of(max, mask))
-            run.tell(document, min->place, "'min' is greater than 'max'",
-                     {{document.file, max->place, "'max' is given here"}});
+            run.report(document, min->place, "'min' is greater than 'max'",
+                       {{document.file, max->place, "'max' is given here"}});
     });
 }
 
@@ -426,12 +426,12 @@ void unused_bounds(const Run &run) {
         if (max == nullptr)
             return;
         if (!given.may_have(TSH_BOUNDS_NUMBERS | TSH_BOUNDS_LENGTH))
-            run.tell(document, given.first()->place,
-                     quoted(given.first()->field->key) + " has no effect: " + given.type() +
-                         " has no bounds");
+            run.report(document, given.first()->place,
+                       quoted(given.first()->field->key) + " has no effect: " + given.type() +
+                           " has no bounds");
         else if (bound_of(min, mask) == 0 && bound_of(max, mask) == 0)
-            run.tell(document, given.first()->place,
-                     "'min' and 'max' are both 0, which means no bounds");
+            run.report(document, given.first()->place,
+                       "'min' and 'max' are both 0, which means no bounds");
     });
 }
 
@@ -439,7 +439,7 @@ void message_type(const Run &run) {
     for_each_word(run, [&](const Document &document, const Word &word) {
         const Setting *type = find_setting(document, word, "message_type");
         if (type != nullptr && type->number[0] > UINT8_MAX)
-            run.tell(document, type->place, "message type out of range; expected 0 to 255");
+            run.report(document, type->place, "message type out of range; expected 0 to 255");
     });
 }
 
@@ -460,9 +460,9 @@ void redirect_root(const Run &run) {
                 return link.child != kNoWord && document.words[link.child].name == kRedirectRoot;
             });
         if (found == links.end())
-            run.tell(document, document.place,
-                     "root has no 'tsh_redirect_root' after its first word; the tree cannot be "
-                     "loaded");
+            run.report(document, document.place,
+                       "root has no 'tsh_redirect_root' after its first word; the tree cannot be "
+                       "loaded");
     }
 }
 
@@ -538,9 +538,9 @@ void depth(const Run &run) {
         Heights::Step step{document, 0};
         for (int level = 1; level <= TREE_MAX_LEVELS; ++level)
             step = heights.below(step);
-        run.tell(*step.document, step.document->words[step.word].place,
-                 "tree has " + std::to_string(heights.of(*document)) + " levels, the limit is " +
-                     std::to_string(TREE_MAX_LEVELS) + "; the limit is exceeded here");
+        run.report(*step.document, step.document->words[step.word].place,
+                   "tree has " + std::to_string(heights.of(*document)) + " levels, the limit is " +
+                       std::to_string(TREE_MAX_LEVELS) + "; the limit is exceeded here");
     }
 }
 
@@ -548,7 +548,7 @@ void missing_help(const Run &run) {
     for_each_word(run, [&](const Document &document, const Word &word) {
         const bool is_word = !word.key.token.empty() || word.key.parameter_count > 0;
         if (is_word && find_setting(document, word, "help") == nullptr)
-            run.tell(document, word.place, spelled(word) + " has no help text");
+            run.report(document, word.place, spelled(word) + " has no help text");
     });
 }
 
@@ -562,22 +562,22 @@ void unknown_attach_point(const Run &run) {
     for (const Document &document : run.grammar.documents)
         for (const std::string_view name : tool::attach_names(document.attach_path))
             if (!names.contains(name))
-                run.tell(document, document.attach_place,
-                         "unknown attach point " + quoted(name) + "; no input file defines it");
+                run.report(document, document.attach_place,
+                           "unknown attach point " + quoted(name) + "; no input file defines it");
 }
 
 // A plain null is a string in a grammar, and so is a space after a comma between attach points.
 void suspect_name(const Run &run) {
-    const auto check = [&](const Document &document, Place place, const char *what,
+    const auto check = [&](const Document &document, SourceRange place, const char *what,
                            std::string_view name) {
         constexpr std::array<std::string_view, 4> kNulls{"null", "Null", "NULL", "~"};
         if (std::ranges::find(kNulls, name) != kNulls.end())
-            run.tell(document, place,
-                     std::string{what} + ' ' + quoted(name) +
-                         " is a string here, not an empty value; omit the key for none");
+            run.report(document, place,
+                       std::string{what} + ' ' + quoted(name) +
+                           " is a string here, not an empty value; omit the key for none");
         else if (name.starts_with(' ') || name.ends_with(' '))
-            run.tell(document, place,
-                     std::string{what} + ' ' + quoted(name) + " begins or ends with a space");
+            run.report(document, place,
+                       std::string{what} + ' ' + quoted(name) + " begins or ends with a space");
     };
     for_each_word(run, [&](const Document &document, const Word &word) {
         for (const Setting &setting : document.settings_of(word))
@@ -596,14 +596,14 @@ void second_root(const Run &run) {
         return;
     const auto second = std::find_if(first + 1, documents.end(), std::mem_fn(&Document::is_root));
     if (second != documents.end())
-        run.tell(*second, second->place,
-                 "second root among the input files; expected 'below' in a subtree",
-                 {{first->file, first->place, "first root defined here"}});
+        run.report(*second, second->place,
+                   "second root among the input files; expected 'below' in a subtree",
+                   {{first->file, first->place, "first root defined here"}});
 }
 
 void always(const Run &run) {
     for (const Document &document : run.grammar.documents)
-        run.tell(document, document.place, "document starts here");
+        run.report(document, document.place, "document starts here");
 }
 
 struct Row {

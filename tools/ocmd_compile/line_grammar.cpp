@@ -29,7 +29,7 @@ template <typename Item> void append_bytes(std::string &bytes, const Item &item)
 
 void LineGrammar::add(const SourceFile &file) {
     ListedLines lines{file, messages_};
-    const size_t faults = messages_.faults();
+    const size_t errors = messages_.errors();
     bool is_empty = true;
     for (ListedLine line; lines.next(line);) {
         if (line.words.empty())
@@ -37,8 +37,8 @@ void LineGrammar::add(const SourceFile &file) {
         add_line(file, line);
         is_empty = false;
     }
-    if (is_empty && messages_.faults() == faults)
-        messages_.fault(file, {}, "file contains no command line");
+    if (is_empty && messages_.errors() == errors)
+        messages_.error(file, {}, "file contains no command line");
 }
 
 void LineGrammar::add_line(const SourceFile &file, const ListedLine &line) {
@@ -90,7 +90,7 @@ LineGrammar::Index LineGrammar::branch_below(Index parent, const SourceFile &fil
 
 void LineGrammar::add_help(Branch &branch, const SourceFile &file, const ListedLine &line) {
     if (!branch.help.empty() && branch.help != line.help)
-        messages_.fault(file, line.help_place, "another help text for the same line",
+        messages_.error(file, line.help_place, "another help text for the same line",
                         {{branch.help_file, branch.help_place, "first given here"}});
     branch.help = line.help;
     branch.help_file = &file;
@@ -150,7 +150,7 @@ void LineGrammar::share() {
         const size_t most = TREE_MAX_CHILDREN - (index == 0 ? 1U : 0U); // with the redirect root
         if (below.size() > most) {
             const Branch &surplus = branches_[below[most]];
-            messages_.fault(
+            messages_.error(
                 *surplus.file, surplus.place,
                 "too many words after the same beginning: " + std::to_string(below.size()) +
                     " (limit: " + std::to_string(most) + ")");
@@ -179,11 +179,11 @@ std::string LineGrammar::yaml() {
     share();
     if (nodes_.size() + kAddedNodes > TREE_MAX_NODES) {
         const Branch &last = branches_.back();
-        messages_.fault(*last.file, last.place,
+        messages_.error(*last.file, last.place,
                         "too many nodes: " + std::to_string(nodes_.size() + kAddedNodes) +
                             " (limit: " + std::to_string(TREE_MAX_NODES) + " per tree)");
     }
-    if (messages_.faults() > 0)
+    if (messages_.errors() > 0)
         return {};
     yaml_ = "words:\n";
     write_list(static_cast<Index>(lists_.size() - 1), 1);

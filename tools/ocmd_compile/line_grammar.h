@@ -35,12 +35,12 @@ private:
         Index word; // in words_
         bool enters;
         const SourceFile *file;
-        Place place;
+        SourceRange place;
         bool is_line = false;    // a line ends here
         bool is_dropped = false; // the submode of the same word stands for it
         std::string_view help = {};
         const SourceFile *help_file = nullptr;
-        Place help_place = {};
+        SourceRange help_place = {};
         Index parent = kNone;
         Index last_child = kNone;
         Index previous = kNone; // sibling

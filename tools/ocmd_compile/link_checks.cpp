@@ -79,7 +79,7 @@ private:
             if (&document == attachment.parent)
                 break;
         }
-        messages_.fault(*attachment.child->file, attachment.child->attach_place,
+        messages_.error(*attachment.child->file, attachment.child->attach_place,
                         "cycle of attach points: " + quoted(attachment.point) +
                             " is below this document",
                         std::move(notes));
@@ -102,7 +102,7 @@ bool check_roots(const Grammar &grammar, Messages &messages) {
         if (!is_detached(document))
             continue;
         if (root != nullptr)
-            messages.fault(*document.file, document.place,
+            messages.error(*document.file, document.place,
                            "second root; expected 'below' in a subtree",
                            {{root->file, root->place, "first root defined here"}});
         else
@@ -110,7 +110,7 @@ bool check_roots(const Grammar &grammar, Messages &messages) {
     }
     if (root == nullptr) {
         const Document &first = grammar.documents.front();
-        messages.fault(*first.file, first.attach_place,
+        messages.error(*first.file, first.attach_place,
                        "no root among the input files; expected one document without 'below'");
     }
     return root != nullptr;
@@ -136,7 +136,7 @@ void check_attach_points(const Grammar &grammar, const Attachments &attachments,
         const std::string meant = messages.keeps_next(*document.file)
                                       ? tool::suggestion(attachment.point, names)
                                       : std::string{};
-        messages.fault(*document.file, document.attach_place,
+        messages.error(*document.file, document.attach_place,
                        "unknown attach point " + quoted(attachment.point) +
                            "; no input file defines it" + meant);
     }
@@ -151,7 +151,7 @@ void check_limits(const Grammar &grammar, const Attachments &attachments, Messag
         size_t &count =
             words_below.try_emplace(attachment.word, attachment.word->link_count).first->second;
         if (++count == TREE_MAX_CHILDREN + 1)
-            messages.fault(*attachment.child->file, attachment.child->attach_place,
+            messages.error(*attachment.child->file, attachment.child->attach_place,
                            "too many words below " + quoted(attachment.point) +
                                " (limit: " + std::to_string(TREE_MAX_CHILDREN) + " per word)");
     }
@@ -160,7 +160,7 @@ void check_limits(const Grammar &grammar, const Attachments &attachments, Messag
         const bool fits = total <= TREE_MAX_NODES;
         total += document.words.size();
         if (fits && total > TREE_MAX_NODES)
-            messages.fault(*document.file, document.place,
+            messages.error(*document.file, document.place,
                            "too many nodes in all documents (limit: " +
                                std::to_string(TREE_MAX_NODES) + " per tree)");
     }
@@ -182,7 +182,7 @@ std::vector<const Document *> children_first(const Grammar &grammar, const Attac
 
 void check_links(const Grammar &grammar, const Attachments &attachments, Messages &messages) {
     // After an error, a root or a name may be missing only because of it.
-    if (messages.faults() == 0 && check_roots(grammar, messages))
+    if (messages.errors() == 0 && check_roots(grammar, messages))
         check_attach_points(grammar, attachments, messages);
     check_limits(grammar, attachments, messages);
 }

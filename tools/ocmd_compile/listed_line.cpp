@@ -123,13 +123,13 @@ bool ListedLines::next(ListedLine &line) {
     return true;
 }
 
-Place ListedLines::place_of(std::string_view part) const {
+SourceRange ListedLines::place_of(std::string_view part) const {
     const auto begin = static_cast<uint32_t>(part.data() - file_.bytes().data());
     return {begin, begin + static_cast<uint32_t>(part.size())};
 }
 
 bool ListedLines::fails(std::string_view part, std::string text) {
-    messages_.fault(file_, place_of(part), std::move(text));
+    messages_.error(file_, place_of(part), std::move(text));
     return false;
 }
 
@@ -183,9 +183,10 @@ bool ListedLines::divide(std::string_view text, ListedLine &line) {
 }
 
 std::optional<ListedWord> read_listed_word(std::string_view text, const SourceFile &file,
-                                           Place place, TextStore &texts, Messages &messages) {
-    const auto fault = [&](std::string_view, std::string message) {
-        messages.fault(file, place, std::move(message));
+                                           SourceRange place, TextStore &texts,
+                                           Messages &messages) {
+    const auto error = [&](std::string_view, std::string message) {
+        messages.error(file, place, std::move(message));
     };
     ListedWord word;
     if (text.empty())
@@ -197,7 +198,7 @@ std::optional<ListedWord> read_listed_word(std::string_view text, const SourceFi
     while (!rest.empty()) {
         const size_t close = rest.find('>');
         if (rest.front() != '<' || close == std::string_view::npos) {
-            fault(rest, "unexpected " + quoted_start(rest) + " after a parameter");
+            error(rest, "unexpected " + quoted_start(rest) + " after a parameter");
             return std::nullopt;
         }
         (parameters += parameters.empty() ? "<" : " <") +=
@@ -210,7 +211,7 @@ std::optional<ListedWord> read_listed_word(std::string_view text, const SourceFi
     }
     const std::string token = unescaped(keyword);
     const auto key =
-        read_word_key(token + parameters, false, texts, {fault, messages.keeps_next(file)});
+        read_word_key(token + parameters, false, texts, {error, messages.keeps_next(file)});
     if (!key)
         return std::nullopt;
     word.key = tool::yaml_word(token, parameters_of(*key));

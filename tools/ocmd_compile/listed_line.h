@@ -15,12 +15,12 @@ namespace compiler {
 struct ListedLine {
     struct Word {
         std::string_view text; ///< Empty for a node without a word, as in " / a" and "a / ".
-        Place place;
+        SourceRange place;
         bool enters = false; ///< " / " follows.
     };
     std::vector<Word> words; ///< None: an empty line or a comment.
     std::string_view help;   ///< Of the last word.
-    Place help_place;
+    SourceRange help_place;
 };
 
 /// Reads lines of a file one by one.
@@ -33,7 +33,7 @@ public:
     bool next(ListedLine &line);
 
 private:
-    [[nodiscard]] Place place_of(std::string_view part) const;
+    [[nodiscard]] SourceRange place_of(std::string_view part) const;
     std::string_view without_help(std::string_view text, ListedLine &line);
     bool divide(std::string_view text, ListedLine &line);
     bool fails(std::string_view part, std::string text);
@@ -52,6 +52,6 @@ struct ListedWord {
 /// Reads a word, such as "pace[o]<INTEGERHEX>[o]": names of types may follow each other directly.
 /// Returns nothing after reporting an error at the place of the word. Needs the registry's types.
 std::optional<ListedWord> read_listed_word(std::string_view text, const SourceFile &file,
-                                           Place place, TextStore &texts, Messages &messages);
+                                           SourceRange place, TextStore &texts, Messages &messages);
 
 } // namespace compiler

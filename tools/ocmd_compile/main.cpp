@@ -238,8 +238,8 @@ tool::Status make_grammar(const Request &request) {
     for (const std::string &path : request.inputs)
         grammar.add(files.emplace_back(compiler::read_grammar(path)));
     const std::string yaml = grammar.yaml();
-    messages.tell();
-    if (messages.faults() > 0)
+    messages.print();
+    if (messages.errors() > 0)
         return tool::kNegative;
     if (request.only_check)
         return tool::kDone;

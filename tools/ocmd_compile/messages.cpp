@@ -41,7 +41,7 @@ std::pair<size_t, size_t> window_of(std::string_view line, size_t column) {
 
 // Prints the source line, and below it a caret at the position with a tilde for each further
 // character.
-void show_line(const SourceFile &file, Place place) {
+void show_line(const SourceFile &file, SourceRange place) {
     const size_t number = file.position(place.begin).line;
     const std::string_view line = file.line(number);
     const uint32_t start = file.start_of_line(number);
@@ -69,17 +69,18 @@ void show_line(const SourceFile &file, Place place) {
             "", marks.c_str());
 }
 
-void tell_place(const SourceFile &file, Place place, Severity severity, const std::string &text) {
+void print_at(const SourceFile &file, SourceRange place, Severity severity,
+              const std::string &text) {
     const Position at = file.position(place.begin);
     tool::report("%s:%zu:%zu: %s%s", file.name().c_str(), at.line, at.column, tool::label(severity),
                  text.c_str());
     show_line(file, place);
 }
 
-void tell_message(const Message &message) {
-    tell_place(*message.file, message.place, message.severity, message.text);
+void print_message(const Message &message) {
+    print_at(*message.file, message.place, message.severity, message.text);
     for (const Note &note : message.notes)
-        tell_place(*note.file, note.place, Severity::kNote, note.text);
+        print_at(*note.file, note.place, Severity::kNote, note.text);
 }
 
 } // namespace
@@ -99,7 +100,7 @@ bool Messages::keeps_next(const SourceFile &file) const {
 }
 
 void Messages::add(Message message) {
-    faults_ += message.severity == Severity::kError ? 1 : 0;
+    errors_ += message.severity == Severity::kError ? 1 : 0;
     const size_t index = index_of(*message.file);
     if (index == files_.size())
         files_.push_back({message.file, {}, 0});
@@ -110,18 +111,18 @@ void Messages::add(Message message) {
         ++of_file.others;
 }
 
-void Messages::fault(const SourceFile &file, Place place, std::string text,
+void Messages::error(const SourceFile &file, SourceRange place, std::string text,
                      std::vector<Note> notes) {
     add({Severity::kError, &file, place, std::move(text), std::move(notes)});
 }
 
-void Messages::tell() const {
+void Messages::print() const {
     for (const FileMessages &of_file : files_) {
         std::vector<const Message *> ordered;
         for (const Message &message : of_file.kept)
             ordered.push_back(&message);
         std::ranges::stable_sort(ordered, {}, [](const Message *m) { return m->place.begin; });
-        std::ranges::for_each(ordered, [](const Message *m) { tell_message(*m); });
+        std::ranges::for_each(ordered, [](const Message *m) { print_message(*m); });
         if (of_file.others > 0)
             tool::report("%s: %zu more messages not shown", of_file.file->name().c_str(),
                          of_file.others);

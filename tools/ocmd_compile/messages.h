@@ -15,14 +15,14 @@ using tool::Severity;
 /// Another position that a message refers to, with a separate text.
 struct Note {
     const SourceFile *file;
-    Place place;
+    SourceRange place;
     std::string text;
 };
 
 struct Message {
     Severity severity;
     const SourceFile *file;
-    Place place;
+    SourceRange place;
     std::string text;
     std::vector<Note> notes{};
 };
@@ -30,17 +30,18 @@ struct Message {
 class Messages {
 public:
     void add(Message message);
-    void fault(const SourceFile &file, Place place, std::string text, std::vector<Note> notes = {});
+    void error(const SourceFile &file, SourceRange place, std::string text,
+               std::vector<Note> notes = {});
 
     /// Returns whether the next message of a file is kept. If not, its text need not be made well.
     [[nodiscard]] bool keeps_next(const SourceFile &file) const;
 
     /// Number of errors, including those that are not kept.
-    [[nodiscard]] size_t faults() const { return faults_; }
+    [[nodiscard]] size_t errors() const { return errors_; }
 
     /// Prints all messages to standard error, file by file, in the order of their positions. Prints
     /// the first kMostPerFile messages of each file and the number of the others.
-    void tell() const;
+    void print() const;
 
     static constexpr size_t kMostPerFile = 100;
 
@@ -54,7 +55,7 @@ private:
     [[nodiscard]] size_t index_of(const SourceFile &file) const;
 
     std::vector<FileMessages> files_; // in the order of their first message
-    size_t faults_ = 0;
+    size_t errors_ = 0;
 };
 
 } // namespace compiler

@@ -13,7 +13,7 @@
 namespace compiler {
 
 /// A range of bytes of one file.
-struct Place {
+struct SourceRange {
     uint32_t begin = 0;
     uint32_t end = 0;
 };

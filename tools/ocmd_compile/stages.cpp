@@ -36,12 +36,12 @@ bool is_binary(std::string_view bytes) {
 void add_documents(const SourceFile &file, size_t most_words, Grammar &grammar,
                    Messages &messages) {
     const size_t documents = grammar.documents.size();
-    const size_t faults = messages.faults();
+    const size_t errors = messages.errors();
     YamlReader reader{file, grammar.texts, messages};
     for (YamlDocument yaml; reader.next(yaml);)
         grammar.documents.push_back(understand(yaml, most_words, grammar.texts, messages));
-    if (grammar.documents.size() == documents && messages.faults() == faults)
-        messages.fault(file, {}, "file contains no YAML document");
+    if (grammar.documents.size() == documents && messages.errors() == errors)
+        messages.error(file, {}, "file contains no YAML document");
 }
 
 bool write_record(const Document &document, gzFile stream) {
@@ -78,8 +78,8 @@ bool read_grammars(std::span<const std::string> paths, Target target,
                       (target == Target::kDetected &&
                        (paths.size() > 1 || std::ranges::any_of(grammar.documents, is_detached)));
     check(grammar, main, severities, messages);
-    messages.tell();
-    if (messages.faults() > 0)
+    messages.print();
+    if (messages.errors() > 0)
         throw tool::Stop{tool::kNegative};
     return main;
 }

@@ -48,39 +48,40 @@ private:
     struct OpenList {
         uint32_t parent; // kNoWord at the top of a subtree
         std::string_view parent_name;
-        std::vector<Pair> pairs;
+        std::vector<KeyValue> pairs;
         size_t next;
         uint32_t first_link;
     };
 
     // Documents
     [[nodiscard]] bool has_below() const;
-    void take_document_key(const Pair &pair);
-    void take_below(const Pair &pair);
-    [[nodiscard]] std::string names_below(const Pair &pair);
-    void take_number(const Pair &pair, uint32_t &number);
-    void take_redirect_root(const Pair &pair);
-    void tell_unknown(const Pair &pair);
-    void begin_root(size_t faults_before);
-    void begin_subtree(const std::optional<Pair> &words);
+    void take_document_key(const KeyValue &pair);
+    void take_below(const KeyValue &pair);
+    [[nodiscard]] std::string names_below(const KeyValue &pair);
+    void take_number(const KeyValue &pair, uint32_t &number);
+    void take_redirect_root(const KeyValue &pair);
+    void report_unknown(const KeyValue &pair);
+    void begin_root(size_t errors_before);
+    void begin_subtree(const std::optional<KeyValue> &words);
     void add_redirect_root();
 
     // Words
-    uint32_t add_word(const WordKey &key, Place place);
-    void add_links(uint32_t parent, const Pair &words, std::string_view parent_name);
-    std::vector<Pair> words_in(const Pair &list);
+    uint32_t add_word(const WordKey &key, SourceRange place);
+    void add_links(uint32_t parent, const KeyValue &words, std::string_view parent_name);
+    std::vector<KeyValue> words_in(const KeyValue &list);
     void go_through_words();
-    uint32_t word_below(const OpenList &list, const Pair &pair);
-    uint32_t shared_word(const OpenList &list, const Pair &pair, const WordKey &key, uint32_t word);
-    void read_word(uint32_t word, const Pair &pair, std::string_view parent_name);
+    uint32_t word_below(const OpenList &list, const KeyValue &pair);
+    uint32_t shared_word(const OpenList &list, const KeyValue &pair, const WordKey &key,
+                         uint32_t word);
+    void read_word(uint32_t word, const KeyValue &pair, std::string_view parent_name);
 
     // Marked links
     using Positions = std::map<std::string, uint32_t, std::less<>>;
     [[nodiscard]] Positions make_positions_below(const Word &word) const;
     const Positions &positions_below(const Word &word);
     std::string as_word(std::string_view text);
-    Marks read_marks(uint32_t word, const Pair &list);
-    void take_marks(uint32_t word, const Pair &list);
+    Marks read_marks(uint32_t word, const KeyValue &list);
+    void take_marks(uint32_t word, const KeyValue &list);
 
     const YamlDocument &yaml_;
     size_t most_words_;
@@ -88,7 +89,7 @@ private:
     YamlValues values_;
     WordReader reader_;
     std::vector<OpenList> open_; // each below the one before
-    std::vector<std::pair<uint32_t, Pair>> marked_;
+    std::vector<std::pair<uint32_t, KeyValue>> marked_;
     std::unordered_map<uint32_t, uint32_t> word_of_; // of values that have an anchor
     std::unordered_map<uint32_t, std::pair<uint32_t, uint32_t>> links_of_; // of lists that have one
     bool too_many_ = false;
@@ -110,7 +111,7 @@ Document Understanding::whole() {
     out_.file = yaml_.file;
     out_.place = yaml_[0].place;
     if (yaml_[0].kind != YamlKind::kMapping) {
-        values_.fault(out_.place,
+        values_.error(out_.place,
                       "invalid document; expected a mapping of keys such as 'below' and 'words'");
         return std::move(out_);
     }
@@ -119,18 +120,18 @@ Document Understanding::whole() {
         add_word({}, out_.place);
         reader_.begin();
     }
-    std::optional<Pair> words;
-    const size_t faults_before = values_.faults();
-    for (const Pair &pair : values_.pairs(0)) {
+    std::optional<KeyValue> words;
+    const size_t errors_before = values_.errors();
+    for (const KeyValue &pair : values_.pairs(0)) {
         if (std::ranges::find(kDocumentKeys, values_.key(pair).text) != kDocumentKeys.end())
             take_document_key(pair);
         else if (!out_.is_root && values_.key(pair).text == "words")
             words = pair;
         else if (!out_.is_root || !reader_.take(pair))
-            tell_unknown(pair);
+            report_unknown(pair);
     }
     if (out_.is_root)
-        begin_root(faults_before);
+        begin_root(errors_before);
     else
         begin_subtree(words);
     go_through_words();
@@ -150,7 +151,7 @@ bool Understanding::has_below() const {
     return false;
 }
 
-void Understanding::take_document_key(const Pair &pair) {
+void Understanding::take_document_key(const KeyValue &pair) {
     const std::string_view key = values_.key(pair).text;
     if (key == "below")
         take_below(pair);
@@ -162,34 +163,34 @@ void Understanding::take_document_key(const Pair &pair) {
         take_redirect_root(pair);
 }
 
-void Understanding::take_below(const Pair &pair) {
+void Understanding::take_below(const KeyValue &pair) {
     out_.attach_place = values_.place_of(pair);
     out_.attach_path = names_below(pair);
     if (out_.attach_path.size() > kMostPathBytes)
-        values_.fault_at(pair,
+        values_.error_at(pair,
                          "attach points too long: " + std::to_string(out_.attach_path.size()) +
                              " bytes (limit: " + std::to_string(kMostPathBytes) + ")");
     else if (tool::attach_names(out_.attach_path).size() > kMostAttachPoints)
-        values_.fault_at(
+        values_.error_at(
             pair, "too many attach points (limit: " + std::to_string(kMostAttachPoints) + ")");
     else if (out_.attach_path.find('\0') != std::string::npos)
-        values_.fault_at(pair, "string contains a NUL byte");
+        values_.error_at(pair, "string contains a NUL byte");
 }
 
-std::string Understanding::names_below(const Pair &pair) {
+std::string Understanding::names_below(const KeyValue &pair) {
     const auto expected = [] {
         return std::string{"invalid 'below'; expected a node name, or a list of node names"};
     };
     if (values_.kind(pair) != YamlKind::kSequence)
         return std::string{values_.text(pair, expected).value_or("")};
     std::string path;
-    for (const Pair &item : values_.items(values_.index_of(pair))) {
+    for (const KeyValue &item : values_.items(values_.index_of(pair))) {
         const auto name = values_.text(item, expected);
         if (!name)
             continue;
         if (name->empty() || name->size() >= TREE_NAME_SIZE ||
             name->find(',') != std::string_view::npos)
-            values_.fault_at(
+            values_.error_at(
                 item, "invalid attach point; expected a name of 1 to 63 bytes without a comma");
         else
             (path += path.empty() ? "" : ",") += *name;
@@ -197,7 +198,7 @@ std::string Understanding::names_below(const Pair &pair) {
     return path;
 }
 
-void Understanding::take_number(const Pair &pair, uint32_t &number) {
+void Understanding::take_number(const KeyValue &pair, uint32_t &number) {
     const auto expected = [&] {
         return "invalid " + quoted(values_.key(pair).text) + "; expected 0 to " +
                std::to_string(UINT32_MAX);
@@ -207,10 +208,10 @@ void Understanding::take_number(const Pair &pair, uint32_t &number) {
     if (value && fits(*value, 32))
         number = static_cast<uint32_t>((*value)[0]);
     else if (text)
-        values_.fault_at(pair, expected());
+        values_.error_at(pair, expected());
 }
 
-void Understanding::take_redirect_root(const Pair &pair) {
+void Understanding::take_redirect_root(const KeyValue &pair) {
     const auto expected = [] {
         return std::string{
             "invalid 'redirect_root'; expected yes or no, in a document without 'below'"};
@@ -218,11 +219,11 @@ void Understanding::take_redirect_root(const Pair &pair) {
     const auto text = values_.text(pair, expected);
     const std::optional<bool> wanted = text ? read_yes_no(*text) : std::nullopt;
     if (text && (!wanted || !out_.is_root))
-        values_.fault_at(pair, expected());
+        values_.error_at(pair, expected());
     out_.wants_redirect_root = wanted.value_or(true);
 }
 
-void Understanding::tell_unknown(const Pair &pair) {
+void Understanding::report_unknown(const KeyValue &pair) {
     std::vector<std::string_view> known{kDocumentKeys.begin(), kDocumentKeys.end()};
     const std::vector<std::string_view> of_words = WordReader::word_keys();
     const bool is_of_words = std::ranges::find(of_words, values_.key(pair).text) != of_words.end();
@@ -235,9 +236,9 @@ void Understanding::tell_unknown(const Pair &pair) {
                                     : "; put words under 'words'");
 }
 
-void Understanding::begin_root(size_t faults_before) {
+void Understanding::begin_root(size_t errors_before) {
     const WordReader::Rest rest = reader_.end();
-    out_.words[0].sound = values_.faults() == faults_before;
+    out_.words[0].sound = values_.errors() == errors_before;
     if (!out_.words[0].name_given)
         out_.words[0].name = "root";
     if (rest.marked)
@@ -248,17 +249,17 @@ void Understanding::begin_root(size_t faults_before) {
         out_.finished.push_back(0);
 }
 
-void Understanding::begin_subtree(const std::optional<Pair> &words) {
-    const size_t faults_before = values_.faults();
+void Understanding::begin_subtree(const std::optional<KeyValue> &words) {
+    const size_t errors_before = values_.errors();
     if (words)
         add_links(kNoWord, *words,
                   values_.texts().keep(out_.attach_path.substr(0, out_.attach_path.find(','))));
     const size_t count = open_.empty() ? 0 : open_.back().pairs.size();
-    const bool none_sound = count == 0 && values_.faults() > faults_before;
+    const bool none_sound = count == 0 && values_.errors() > errors_before;
     if (count == 1 || none_sound)
         return;
-    const Place place = count == 0 ? out_.place : values_.key_place(open_.back().pairs[1]);
-    values_.fault(place,
+    const SourceRange place = count == 0 ? out_.place : values_.key_place(open_.back().pairs[1]);
+    values_.error(place,
                   "a subtree must have exactly one top-level word, found " + std::to_string(count));
 }
 
@@ -292,7 +293,7 @@ void Understanding::add_redirect_root() {
 
 // ---- Words ----
 
-uint32_t Understanding::add_word(const WordKey &key, Place place) {
+uint32_t Understanding::add_word(const WordKey &key, SourceRange place) {
     const auto index = static_cast<uint32_t>(out_.words.size());
     out_.words.push_back({.key = key, .place = place, .name = {}, .name_place = place});
     return index;
@@ -300,20 +301,21 @@ uint32_t Understanding::add_word(const WordKey &key, Place place) {
 
 // Gives a word the links to the words of a list: those it has where it is known, else new ones, to
 // be found by going through the list.
-void Understanding::add_links(uint32_t parent, const Pair &words, std::string_view parent_name) {
+void Understanding::add_links(uint32_t parent, const KeyValue &words,
+                              std::string_view parent_name) {
     const uint32_t list = values_.index_of(words);
     std::pair<uint32_t, uint32_t> links{out_.links.size(), 0};
     if (const auto known = links_of_.find(list); known != links_of_.end()) {
         links = known->second;
         out_.finished.push_back(parent);
     } else {
-        const size_t faults_before = values_.faults();
+        const size_t errors_before = values_.errors();
         OpenList open{parent, parent_name, words_in(words), 0, links.first};
-        if (parent != kNoWord && values_.faults() > faults_before)
+        if (parent != kNoWord && values_.errors() > errors_before)
             out_.words[parent].sound = false;
         links.second = static_cast<uint32_t>(open.pairs.size());
         if (open.pairs.size() > TREE_MAX_CHILDREN)
-            values_.fault_at_key(open.pairs[TREE_MAX_CHILDREN],
+            values_.error_at_key(open.pairs[TREE_MAX_CHILDREN],
                                  "too many words: " + std::to_string(open.pairs.size()) +
                                      " (limit: " + std::to_string(TREE_MAX_CHILDREN) +
                                      " per word)");
@@ -327,20 +329,20 @@ void Understanding::add_links(uint32_t parent, const Pair &words, std::string_vi
 }
 
 // The words of a list in either of its two forms.
-std::vector<Pair> Understanding::words_in(const Pair &list) {
+std::vector<KeyValue> Understanding::words_in(const KeyValue &list) {
     if (values_.kind(list) == YamlKind::kMapping)
         return values_.pairs(values_.index_of(list));
-    std::vector<Pair> words;
-    for (const Pair &item : values_.items(values_.index_of(list))) {
-        const std::vector<Pair> pairs = values_.pairs(values_.index_of(item));
+    std::vector<KeyValue> words;
+    for (const KeyValue &item : values_.items(values_.index_of(list))) {
+        const std::vector<KeyValue> pairs = values_.pairs(values_.index_of(item));
         if (pairs.size() == 1)
             words.push_back(pairs.front());
         else if (values_.kind(item) != YamlKind::kBroken)
-            values_.fault_at(item,
+            values_.error_at(item,
                              "invalid item in a list of words; expected a mapping with one word");
     }
     if (values_.kind(list) == YamlKind::kScalar && !values_.is_empty(list))
-        values_.fault_at(list,
+        values_.error_at(list,
                          "invalid 'words'; expected a mapping of words, or a list of mappings");
     return words;
 }
@@ -355,7 +357,7 @@ void Understanding::go_through_words() {
             continue;
         }
         const size_t position = list.next++;
-        const Pair pair = list.pairs[position];
+        const KeyValue pair = list.pairs[position];
         const uint32_t link = list.first_link + static_cast<uint32_t>(position);
         out_.links[link].place = values_.key_place(pair);
         const uint32_t parent = list.parent;
@@ -367,16 +369,16 @@ void Understanding::go_through_words() {
 }
 
 // The word of a pair in a list: a known one where the value is shared, else a new one.
-uint32_t Understanding::word_below(const OpenList &list, const Pair &pair) {
+uint32_t Understanding::word_below(const OpenList &list, const KeyValue &pair) {
     const uint32_t value = values_.index_of(pair);
-    const Place place = values_.key_place(pair);
+    const SourceRange place = values_.key_place(pair);
     const auto key = values_.word_key(yaml_.resolved(pair.key), place);
     if (yaml_[value].kind == YamlKind::kBroken)
         return kNoWord;
     if (const auto known = word_of_.find(value); known != word_of_.end())
         return key ? shared_word(list, pair, *key, known->second) : kNoWord;
     if (out_.words.size() == most_words_) {
-        values_.fault_at_key(pair, "too many nodes (limit: " + std::to_string(most_words_) +
+        values_.error_at_key(pair, "too many nodes (limit: " + std::to_string(most_words_) +
                                        " per tree)");
         too_many_ = true;
         return kNoWord;
@@ -390,11 +392,11 @@ uint32_t Understanding::word_below(const OpenList &list, const Pair &pair) {
     return word;
 }
 
-uint32_t Understanding::shared_word(const OpenList &list, const Pair &pair, const WordKey &key,
+uint32_t Understanding::shared_word(const OpenList &list, const KeyValue &pair, const WordKey &key,
                                     uint32_t word) {
     const Word &shared = out_.words[word];
     if (shared.sound && !(shared.key == key)) {
-        values_.fault_at_key(pair,
+        values_.error_at_key(pair,
                              "alias of word " +
                                  quoted(tool::word_key(shared.key.token, shared.key.masks())) +
                                  " used with a different key",
@@ -404,16 +406,16 @@ uint32_t Understanding::shared_word(const OpenList &list, const Pair &pair, cons
     const size_t before = std::min<size_t>(list.next - 1, TREE_MAX_CHILDREN);
     const auto links = std::span{out_.links}.subspan(list.first_link, before);
     if (const auto first = std::ranges::find(links, word, &Link::child); first != links.end())
-        values_.fault_at_key(pair, "duplicate child: the same node is attached twice to one word",
+        values_.error_at_key(pair, "duplicate child: the same node is attached twice to one word",
                              {values_.note(first->place, "first attached here")});
     return word;
 }
 
-void Understanding::read_word(uint32_t index, const Pair &pair, std::string_view parent_name) {
-    const size_t faults_before = values_.faults();
+void Understanding::read_word(uint32_t index, const KeyValue &pair, std::string_view parent_name) {
+    const size_t errors_before = values_.errors();
     const WordReader::Rest rest = reader_.read(pair);
     Word &word = out_.words[index];
-    word.sound = word.sound && values_.faults() == faults_before;
+    word.sound = word.sound && values_.errors() == errors_before;
     if (!word.name_given)
         word.name =
             values_.texts().keep(tool::made_name(parent_name, word.key.token, word.key.masks()));
@@ -468,16 +470,16 @@ std::string Understanding::as_word(std::string_view text) {
     return key ? tool::word_key(key->token, key->masks()) : std::string{text};
 }
 
-Marks Understanding::read_marks(uint32_t index, const Pair &list) {
+Marks Understanding::read_marks(uint32_t index, const KeyValue &list) {
     const Positions &positions = positions_below(out_.words[index]);
     const auto expected = [] {
         return std::string{
             "invalid 'marked'; expected a list of child words, or names of their nodes"};
     };
     if (values_.kind(list) != YamlKind::kSequence)
-        values_.fault_at(list, expected());
+        values_.error_at(list, expected());
     Marks marks{index};
-    for (const Pair &item : values_.items(values_.index_of(list))) {
+    for (const KeyValue &item : values_.items(values_.index_of(list))) {
         const auto text = values_.text(item, expected);
         if (!text)
             continue;
@@ -485,31 +487,31 @@ Marks Understanding::read_marks(uint32_t index, const Pair &list) {
         if (found == positions.end()) // a made name looks like a word, but is spelled otherwise
             found = positions.find(*text);
         if (found == positions.end())
-            values_.fault_at(item, "this word has no child " + quoted_start(*text));
+            values_.error_at(item, "this word has no child " + quoted_start(*text));
         else if (found->second == kSeveral)
-            values_.fault_at(item, quoted_start(*text) + " is ambiguous here; use the node name");
+            values_.error_at(item, quoted_start(*text) + " is ambiguous here; use the node name");
         else
             base::put_in_set(marks.bits.data(), found->second);
     }
     return marks;
 }
 
-void Understanding::take_marks(uint32_t index, const Pair &list) {
-    const size_t faults_before = values_.faults();
+void Understanding::take_marks(uint32_t index, const KeyValue &list) {
+    const size_t errors_before = values_.errors();
     const Word &word = out_.words[index];
     const std::pair links_and_list{word.first_link, values_.index_of(list)};
     const bool is_shared = values_.value(list).anchored && word.link_count > 0;
     const auto known = is_shared ? known_marks_.find(links_and_list) : known_marks_.end();
     if (known != known_marks_.end()) {
         out_.marks.push_back({index, known->second.first.bits});
-        values_.fault_again(known->second.second);
+        values_.count_errors(known->second.second);
     } else {
         out_.marks.push_back(read_marks(index, list));
         if (is_shared)
             known_marks_.emplace(links_and_list,
-                                 std::pair{out_.marks.back(), values_.faults() - faults_before});
+                                 std::pair{out_.marks.back(), values_.errors() - errors_before});
     }
-    out_.words[index].sound = out_.words[index].sound && values_.faults() == faults_before;
+    out_.words[index].sound = out_.words[index].sound && values_.errors() == errors_before;
 }
 
 } // namespace

@@ -11,19 +11,19 @@
 
 namespace compiler {
 
-/// Understands one document. Whatever is wrong in it is told, all of it, and the words it is wrong
-/// in are marked as not sound. Needs the registry's types.
-/// @param most_words a document with more words is told of and given up there.
+/// Makes the words of one document. Reports all its errors, and marks the words that have errors as
+/// not sound. Needs the registry's types.
+/// @param most_words limit of the document; if it has more words, reports this and stops there.
 Document understand(const YamlDocument &yaml, size_t most_words, TextStore &texts,
                     Messages &messages);
 
-/// A mapping of the format and the keys it knows.
+/// A kind of mapping, and its keys.
 struct KeyList {
     const char *where;
     std::vector<std::string_view> keys;
 };
 
-/// All keys of the format.
+/// Returns all keys of the format.
 std::vector<KeyList> known_keys();
 
 } // namespace compiler

@@ -42,38 +42,38 @@ std::string advice_for(std::string_view name) {
 }
 
 // Parses one alternative between angle brackets: a type name or a mask in hexadecimal.
-std::optional<uint32_t> read_type(std::string_view text, const TellPart &tell) {
+std::optional<uint32_t> read_type(std::string_view text, const PartReporter &report) {
     if (text.starts_with("0x") || text.starts_with("0X")) {
         uint32_t mask = 0;
         const auto [end, error] =
             std::from_chars(text.data() + 2, text.data() + text.size(), mask, 16);
         if (error == std::errc{} && end == text.data() + text.size())
             return mask;
-        tell(text, "invalid type mask " + quoted_start(text) + "; expected a 32-bit number");
+        report(text, "invalid type mask " + quoted_start(text) + "; expected a 32-bit number");
         return {};
     }
     if (const tsh_type_t *type = tsh_type_by_name(nullptr, text.data(), text.size()))
         return type->mask;
     if (text.empty())
-        tell(text, "missing parameter type");
+        report(text, "missing parameter type");
     else
-        tell(text, "unknown parameter type " + quoted_start(text) +
-                       (tell.is_shown() ? advice_for(text) : ""));
+        report(text, "unknown parameter type " + quoted_start(text) +
+                         (report.is_shown() ? advice_for(text) : ""));
     return {};
 }
 
 // Parses the text between '<' and '>': types of one class, separated by '|'.
-std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) {
+std::optional<uint32_t> read_types(std::string_view text, const PartReporter &report) {
     std::optional<uint32_t> mask;
     for (;;) {
         const size_t bar = std::min(text.find('|'), text.size());
         const std::string_view name = trimmed(text.substr(0, bar));
-        const std::optional<uint32_t> type = read_type(name, tell);
+        const std::optional<uint32_t> type = read_type(name, report);
         if (!type)
             return {};
         if (mask && tsh_mask_class(*mask) != tsh_mask_class(*type)) {
-            tell(name, "types " + quoted(tool::types_text(*mask)) + " and " + quoted_start(name) +
-                           " belong to different classes; a parameter has one class");
+            report(name, "types " + quoted(tool::types_text(*mask)) + " and " + quoted_start(name) +
+                             " belong to different classes; a parameter has one class");
             return {};
         }
         mask = mask.value_or(0) | *type;
@@ -84,20 +84,20 @@ std::optional<uint32_t> read_types(std::string_view text, const TellPart &tell) 
 }
 
 // Parses everything from the first '<' on.
-bool read_parameters(std::string_view text, WordKey &key, const TellPart &tell) {
+bool read_parameters(std::string_view text, WordKey &key, const PartReporter &report) {
     while (!text.empty()) {
         const size_t close = text.find('>');
         if (text.front() != '<' || close == std::string_view::npos) {
-            tell(text, text.front() == '<'
-                           ? "missing '>'"
-                           : "unexpected text after a parameter; expected '<TYPE>'");
+            report(text, text.front() == '<'
+                             ? "missing '>'"
+                             : "unexpected text after a parameter; expected '<TYPE>'");
             return false;
         }
-        const std::optional<uint32_t> mask = read_types(text.substr(1, close - 1), tell);
+        const std::optional<uint32_t> mask = read_types(text.substr(1, close - 1), report);
         if (!mask)
             return false;
         if (key.parameter_count == TREE_MAX_PARAMS) {
-            tell(text, "too many parameters (limit: 2)");
+            report(text, "too many parameters (limit: 2)");
             return false;
         }
         key.types[key.parameter_count++] = *mask;
@@ -108,7 +108,7 @@ bool read_parameters(std::string_view text, WordKey &key, const TellPart &tell) 
 
 } // namespace
 
-std::optional<std::string> read_bytes(std::string_view text, const TellPart &tell) {
+std::optional<std::string> read_bytes(std::string_view text, const PartReporter &report) {
     std::string bytes;
     for (size_t i = 0; i < text.size(); ++i) {
         const std::string_view code = text.substr(i, 4);
@@ -123,7 +123,7 @@ std::optional<std::string> read_bytes(std::string_view text, const TellPart &tel
                                        g_ascii_xdigit_value(code[3]));
             i += 3;
         } else {
-            tell(code, R"(invalid escape in !bytes; expected '\xNN' or '\\')");
+            report(code, R"(invalid escape in !bytes; expected '\xNN' or '\\')");
             return {};
         }
     }
@@ -131,7 +131,7 @@ std::optional<std::string> read_bytes(std::string_view text, const TellPart &tel
 }
 
 std::optional<WordKey> read_word_key(std::string_view text, bool bytes, TextStore &texts,
-                                     const TellPart &tell) {
+                                     const PartReporter &report) {
     constexpr size_t kMostBytes = TREE_TOKEN_SIZE - 1;
     WordKey key;
     if (text == "<>")
@@ -139,25 +139,25 @@ std::optional<WordKey> read_word_key(std::string_view text, bool bytes, TextStor
     const size_t bracket = std::min(text.find('<'), text.size());
     key.token = text.substr(0, bracket);
     if (bytes) {
-        const std::optional<std::string> token = read_bytes(key.token, tell);
+        const std::optional<std::string> token = read_bytes(key.token, report);
         if (!token)
             return {};
         key.token = texts.keep(*token);
     }
     if (key.token.size() > kMostBytes) {
-        tell(text.substr(0, bracket), "keyword too long: " + std::to_string(key.token.size()) +
-                                          " bytes (limit: " + std::to_string(kMostBytes) + ")");
+        report(text.substr(0, bracket), "keyword too long: " + std::to_string(key.token.size()) +
+                                            " bytes (limit: " + std::to_string(kMostBytes) + ")");
         return {};
     }
     if (text.empty()) {
-        tell(text, "empty key; write <> for a node without a word");
+        report(text, "empty key; write <> for a node without a word");
         return {};
     }
     if (key.token.find('\0') != std::string_view::npos) {
-        tell(text, "keyword contains a NUL byte");
+        report(text, "keyword contains a NUL byte");
         return {};
     }
-    if (!read_parameters(text.substr(bracket), key, tell))
+    if (!read_parameters(text.substr(bracket), key, report))
         return {};
     return key;
 }

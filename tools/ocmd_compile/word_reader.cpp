@@ -143,12 +143,12 @@ std::vector<std::string_view> WordReader::submode_keys() {
 
 // ---- A word ----
 
-WordReader::Rest WordReader::read(const Pair &pair) {
+WordReader::Rest WordReader::read(const KeyValue &pair) {
     begin();
     if (values_.kind(pair) == YamlKind::kMapping)
         take_all(word_rules(), pair, "of a word");
     else if (values_.kind(pair) == YamlKind::kSequence)
-        values_.fault_at(pair,
+        values_.error_at(pair,
                          "invalid value of a word; expected a mapping of keys, or a function name");
     else if (!values_.is_empty(pair))
         take_command(pair);
@@ -160,7 +160,7 @@ void WordReader::begin() {
     rest_ = {};
 }
 
-bool WordReader::take(const Pair &pair) {
+bool WordReader::take(const KeyValue &pair) {
     return take_by(word_rules(), pair);
 }
 
@@ -170,7 +170,7 @@ WordReader::Rest WordReader::end() {
     return rest_;
 }
 
-bool WordReader::take_by(const Rules &rules, const Pair &pair) {
+bool WordReader::take_by(const Rules &rules, const KeyValue &pair) {
     const std::string_view key = values_.key(pair).text;
     const auto rule = std::ranges::find_if(rules, [key](const Rule &known) {
         return known.key.size() == key.size() && known.key[0] == key[0] && known.key == key;
@@ -184,8 +184,8 @@ bool WordReader::take_by(const Rules &rules, const Pair &pair) {
     return true;
 }
 
-void WordReader::take_all(const Rules &rules, const Pair &mapping, const char *where) {
-    for (const Pair &pair : values_.pairs(values_.index_of(mapping))) {
+void WordReader::take_all(const Rules &rules, const KeyValue &mapping, const char *where) {
+    for (const KeyValue &pair : values_.pairs(values_.index_of(mapping))) {
         if (take_by(rules, pair))
             continue;
         values_.unknown_key(pair, where, keys_of(rules),
@@ -213,7 +213,7 @@ void WordReader::add_missing_bounds() {
 
 // ---- Fields ----
 
-void WordReader::take_field(const Pair &pair, const GrammarField &field) {
+void WordReader::take_field(const KeyValue &pair, const GrammarField &field) {
     if (field.kind == FieldKind::kSet && values_.kind(pair) == YamlKind::kSequence) {
         take_set(pair, field);
         return;
@@ -228,52 +228,52 @@ void WordReader::take_field(const Pair &pair, const GrammarField &field) {
         if (bytes && bytes->size() <= field.size)
             add(pair, field, values_.texts().keep(*bytes), {});
         else
-            values_.fault_at(pair, expected_of(field));
+            values_.error_at(pair, expected_of(field));
     } else if (const std::optional<Bits> number = number_for(field, *text)) {
         add(pair, field, {}, *number);
     } else {
-        values_.fault_at(pair, expected_of(field));
+        values_.error_at(pair, expected_of(field));
     }
 }
 
-void WordReader::take_text(const Pair &pair, const GrammarField &field, std::string_view text) {
+void WordReader::take_text(const KeyValue &pair, const GrammarField &field, std::string_view text) {
     if (text.size() >= field.size)
-        values_.fault_at(pair, quoted(field.key) + " too long: " + std::to_string(text.size()) +
+        values_.error_at(pair, quoted(field.key) + " too long: " + std::to_string(text.size()) +
                                    " bytes (limit: " + std::to_string(field.size - 1) + ")");
     else if (text.find('\0') != std::string_view::npos)
-        values_.fault_at(pair, "string contains a NUL byte");
+        values_.error_at(pair, "string contains a NUL byte");
     else
         add(pair, field, text, {});
 }
 
-void WordReader::take_set(const Pair &pair, const GrammarField &field) {
+void WordReader::take_set(const KeyValue &pair, const GrammarField &field) {
     const std::pair known{values_.index_of(pair), &field};
     if (const auto set = sets_.find(known); set != sets_.end()) {
-        values_.fault_again(set->second.faults);
+        values_.count_errors(set->second.errors);
         add(pair, field, {}, set->second.bits);
         return;
     }
-    const size_t faults_before = values_.faults();
+    const size_t errors_before = values_.errors();
     const Bits set = read_set(pair, field);
     if (values_.value(pair).anchored)
-        sets_.emplace(known, KnownSet{set, values_.faults() - faults_before});
+        sets_.emplace(known, KnownSet{set, values_.errors() - errors_before});
     add(pair, field, {}, set);
 }
 
-Bits WordReader::read_set(const Pair &pair, const GrammarField &field) {
+Bits WordReader::read_set(const KeyValue &pair, const GrammarField &field) {
     Bits set{};
-    for (const Pair &item : values_.items(values_.index_of(pair))) {
+    for (const KeyValue &item : values_.items(values_.index_of(pair))) {
         const auto text = values_.text(item, [&] { return expected_of(field); });
         const std::optional<Bits> number = text ? read_number(*text) : std::nullopt;
         if (number && (*number)[1] == 0 && (*number)[0] < bits_of(field))
             set[(*number)[0] < 64 ? 0 : 1] |= uint64_t{1} << (*number)[0] % 64;
         else if (text)
-            values_.fault_at(item, expected_of(field));
+            values_.error_at(item, expected_of(field));
     }
     return set;
 }
 
-void WordReader::add(const Pair &pair, const GrammarField &field, std::string_view text,
+void WordReader::add(const KeyValue &pair, const GrammarField &field, std::string_view text,
                      Bits number) {
     for (const Setting &known : std::span{document_.settings}.subspan(word().first_setting)) {
         if (known.parameter != parameter_ ||
@@ -281,12 +281,12 @@ void WordReader::add(const Pair &pair, const GrammarField &field, std::string_vi
             continue;
         const std::string_view other = known.field->key;
         if (field.kind == FieldKind::kFlag && known.number != number) // of `command` and a key
-            values_.fault_at(pair,
+            values_.error_at(pair,
                              "'command' and '" + std::string{field.key} +
                                  ": no' cannot be combined; use 'function' for a function alone",
                              {values_.note(known.place, "also given here")});
         else if (field.kind != FieldKind::kFlag)
-            values_.fault_at(pair,
+            values_.error_at(pair,
                              other == field.key ? quoted(field.key) + " is given more than once"
                                                 : quoted(other) + " and " + quoted(field.key) +
                                                       " cannot be combined",
@@ -299,7 +299,7 @@ void WordReader::add(const Pair &pair, const GrammarField &field, std::string_vi
 // ---- Keys that are no fields ----
 
 // Kept apart from the settings, since words without one have a name as well.
-void WordReader::take_name(const Pair &pair) {
+void WordReader::take_name(const KeyValue &pair) {
     const size_t before = document_.settings.size();
     take_field(pair, word_field("name"));
     if (document_.settings.size() == before)
@@ -310,10 +310,10 @@ void WordReader::take_name(const Pair &pair) {
     document_.settings.pop_back();
 }
 
-void WordReader::take_command(const Pair &pair) {
+void WordReader::take_command(const KeyValue &pair) {
     const YamlNode &value = values_.value(pair);
     if (value.kind == YamlKind::kScalar && value.text.empty()) {
-        values_.fault_at(pair,
+        values_.error_at(pair,
                          "'command' requires a function name; use 'terminal: yes' for a command "
                          "without a function");
         return;
@@ -322,7 +322,7 @@ void WordReader::take_command(const Pair &pair) {
     add(pair, word_field("terminal"), {}, {1, 0});
 }
 
-void WordReader::take_submode(const Pair &pair) {
+void WordReader::take_submode(const KeyValue &pair) {
     if (values_.kind(pair) != YamlKind::kMapping) {
         take_field(pair, word_field("submode"));
         return;
@@ -331,21 +331,21 @@ void WordReader::take_submode(const Pair &pair) {
     take_all(submode_rules(), pair, "of a submode");
 }
 
-void WordReader::take_length(const Pair &pair) {
+void WordReader::take_length(const KeyValue &pair) {
     take_limit(pair, kLength, 0, INT16_MAX);
 }
 
-void WordReader::take_lowest(const Pair &pair) {
+void WordReader::take_lowest(const KeyValue &pair) {
     take_limit(pair, parameter_field("min"), INT32_MIN,
                tsh_mask_highest_bound(nullptr, word().key.types[parameter_ - 1]));
 }
 
-void WordReader::take_highest(const Pair &pair) {
+void WordReader::take_highest(const KeyValue &pair) {
     take_limit(pair, parameter_field("max"), INT32_MIN,
                tsh_mask_highest_bound(nullptr, word().key.types[parameter_ - 1]));
 }
 
-void WordReader::take_limit(const Pair &pair, const GrammarField &field, int64_t least,
+void WordReader::take_limit(const KeyValue &pair, const GrammarField &field, int64_t least,
                             int64_t greatest) {
     const auto expected = [&] {
         return "invalid " + quoted(field.key) + "; expected " + std::to_string(least) + " to " +
@@ -356,11 +356,11 @@ void WordReader::take_limit(const Pair &pair, const GrammarField &field, int64_t
     if (number && *number >= least && *number <= greatest)
         add(pair, field, {}, {static_cast<uint32_t>(*number), 0});
     else if (text)
-        values_.fault_at(pair, expected());
+        values_.error_at(pair, expected());
 }
 
 // A key of a word that speaks of its only parameter.
-void WordReader::take_bound(const Pair &pair) {
+void WordReader::take_bound(const KeyValue &pair) {
     const int count = word().key.parameter_count;
     if (count == 1) {
         parameter_ = 1;
@@ -368,29 +368,29 @@ void WordReader::take_bound(const Pair &pair) {
         parameter_ = 0;
     } else if (word().sound) {
         const std::string key = quoted(values_.key(pair).text);
-        values_.fault_at_key(pair, count == 0 ? key + " requires a parameter"
+        values_.error_at_key(pair, count == 0 ? key + " requires a parameter"
                                               : "for a word with two parameters, give " + key +
                                                     " under 'parameters'");
     }
 }
 
-void WordReader::take_parameters(const Pair &pair) {
+void WordReader::take_parameters(const KeyValue &pair) {
     const size_t count = word().key.parameter_count;
-    const std::vector<Pair> items = values_.items(values_.index_of(pair));
+    const std::vector<KeyValue> items = values_.items(values_.index_of(pair));
     if (values_.kind(pair) == YamlKind::kBroken || !word().sound)
         return;
     if (items.size() != count || count == 0) {
-        values_.fault_at_key(pair, "invalid 'parameters'; expected a list with one mapping per "
+        values_.error_at_key(pair, "invalid 'parameters'; expected a list with one mapping per "
                                    "parameter of the word (" +
                                        std::to_string(count) + ")");
         return;
     }
-    for (const Pair &item : items) {
+    for (const KeyValue &item : items) {
         ++parameter_;
         if (values_.kind(item) == YamlKind::kMapping)
             take_all(parameter_rules(), item, "of a parameter");
         else if (values_.kind(item) != YamlKind::kBroken && !values_.is_empty(item))
-            values_.fault_at(item, "invalid parameter; expected a mapping of keys");
+            values_.error_at(item, "invalid parameter; expected a mapping of keys");
     }
     parameter_ = 0;
 }

@@ -88,7 +88,7 @@ std::string_view readable(const SourceFile &file, TextStore &texts, Messages &me
         }
         const Character character = character_at(bytes.substr(i));
         if (!character.allowed) {
-            messages.fault(file, {i, i + character.size},
+            messages.error(file, {i, i + character.size},
                            "invalid character in YAML; use a !bytes string for arbitrary bytes");
             if (mended.empty())
                 mended = bytes;
@@ -153,7 +153,7 @@ bool has_many_directives(const SourceFile &file, Messages &messages) {
         if (++count <= kMost && length <= kMostBytes)
             continue;
         const auto begin = static_cast<uint32_t>(at);
-        messages.fault(file, {begin, begin + 1},
+        messages.error(file, {begin, begin + 1},
                        "too many YAML directives (limit: 100 lines of 1000 bytes)");
         return true;
     }
@@ -347,20 +347,20 @@ struct YamlReader::Parser {
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;
 
-    [[nodiscard]] Place place_of(const yaml_event_t &event) const {
+    [[nodiscard]] SourceRange place_of(const yaml_event_t &event) const {
         const uint32_t begin = offsets.of(event.start_mark.index);
         return {begin, std::max(begin, offsets.of(event.end_mark.index))};
     }
 
-    [[nodiscard]] Place place_of(std::string_view part) const {
+    [[nodiscard]] SourceRange place_of(std::string_view part) const {
         const auto begin = static_cast<uint32_t>(part.data() - bytes.data());
         return {begin, begin + static_cast<uint32_t>(part.size())};
     }
 
     // libyaml counts tags and anchors as part of the scalar.
-    [[nodiscard]] Place content_place(const yaml_event_t &event) const {
+    [[nodiscard]] SourceRange content_place(const yaml_event_t &event) const {
         const auto &scalar = event.data.scalar;
-        const Place whole = place_of(event);
+        const SourceRange whole = place_of(event);
         std::string_view text = bytes.substr(whole.begin, whole.end - whole.begin);
         if (scalar.anchor != nullptr || scalar.tag != nullptr)
             skip_properties(text);
@@ -368,7 +368,7 @@ struct YamlReader::Parser {
     }
 
     // Of a collection, its first character.
-    [[nodiscard]] Place first_place(const yaml_event_t &event, bool has_properties) const {
+    [[nodiscard]] SourceRange first_place(const yaml_event_t &event, bool has_properties) const {
         std::string_view text = bytes.substr(place_of(event).begin);
         if (has_properties)
             skip_properties(text);
@@ -376,7 +376,7 @@ struct YamlReader::Parser {
     }
 
     // A text that stands in the file as it is needs no copy.
-    std::string_view kept(std::string_view text, Place place) {
+    std::string_view kept(std::string_view text, SourceRange place) {
         const std::string_view there = bytes.substr(place.begin, place.end - place.begin);
         return there == text ? there : texts.keep(text);
     }
@@ -385,9 +385,9 @@ struct YamlReader::Parser {
         if (tag == "!bytes" && node.kind == YamlKind::kScalar)
             node.of_bytes = true;
         else if (tag == "!bytes")
-            messages.fault(file, node.place, "misplaced tag !bytes; expected a string after it");
+            messages.error(file, node.place, "misplaced tag !bytes; expected a string after it");
         else if (!is_plain_tag(tag))
-            messages.fault(file, node.place,
+            messages.error(file, node.place,
                            "unknown tag " + tool::quoted_start(tag) + "; expected !bytes");
     }
 
@@ -407,11 +407,11 @@ struct YamlReader::Parser {
         const auto found = anchors.find(name);
         alias.kind = YamlKind::kBroken;
         if (found == anchors.end()) {
-            messages.fault(file, alias.place,
+            messages.error(file, alias.place,
                            "undefined alias '*" + name + "'; the anchor '&" + name +
                                "' must come first");
         } else if (document[found->second].end == 0) {
-            messages.fault(file, alias.place, "alias refers to a node that contains it",
+            messages.error(file, alias.place, "alias refers to a node that contains it",
                            {{&file, document[found->second].place, "the node begins here"}});
         } else {
             alias.kind = YamlKind::kAlias;
@@ -455,7 +455,7 @@ struct YamlReader::Parser {
         const YamlNode node{.kind = kind,
                             .place = first_place(event, tag != nullptr || anchor != nullptr)};
         if (open.size() == tool::kMostYamlLevels) {
-            messages.fault(file, node.place,
+            messages.error(file, node.place,
                            "more than " + std::to_string(tool::kMostYamlLevels) +
                                " levels of YAML");
             stopped = true;
@@ -496,24 +496,24 @@ struct YamlReader::Parser {
         }
     }
 
-    [[nodiscard]] Place place_of(const yaml_mark_t &mark) const {
+    [[nodiscard]] SourceRange place_of(const yaml_mark_t &mark) const {
         const uint32_t begin = offsets.of(mark.index);
         return {begin, std::min(begin + 1, static_cast<uint32_t>(bytes.size()))};
     }
 
-    void tell_syntax_error() {
+    void report_syntax_error() {
         if (parser.error == YAML_MEMORY_ERROR)
             throw std::bad_alloc();
         const std::string_view problem{parser.problem == nullptr ? "" : parser.problem};
         const std::string_view context{parser.context == nullptr ? "" : parser.context};
         const bool at_key = context == "while scanning a simple key";
-        const Place place = place_of(at_key ? parser.context_mark : parser.problem_mark);
+        const SourceRange place = place_of(at_key ? parser.context_mark : parser.problem_mark);
         std::vector<Note> notes;
         const auto *const construct =
             std::ranges::find(kConstructs, context, [](const auto &pair) { return pair.first; });
         if (construct != kConstructs.end())
             notes.push_back({&file, place_of(parser.context_mark), construct->second});
-        messages.fault(file, place, report_of(problem, context, bytes.substr(place.begin)),
+        messages.error(file, place, report_of(problem, context, bytes.substr(place.begin)),
                        std::move(notes));
     }
 };
@@ -532,7 +532,7 @@ bool YamlReader::next(YamlDocument &document) {
     Event event;
     while (!parser_->stopped) {
         if (!event.read(parser_->parser)) {
-            parser_->tell_syntax_error();
+            parser_->report_syntax_error();
             parser_->stopped = true;
         } else if (event->type == YAML_DOCUMENT_END_EVENT) {
             return true;

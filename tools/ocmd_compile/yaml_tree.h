@@ -1,4 +1,4 @@
-// YAML as the grammar's reader sees it: the nodes of one document in a row, each with its place.
+// YAML documents as arrays of nodes with their positions.
 #pragma once
 
 #include "base/huge_pages.h"
@@ -15,7 +15,7 @@ namespace compiler {
 
 enum class YamlKind : uint8_t {
     kScalar,
-    kMapping, ///< Keys and values take turns.
+    kMapping, ///< Keys and values alternate.
     kSequence,
     kAlias,
     kBroken, ///< An undefined alias, which was already reported.
@@ -25,27 +25,27 @@ struct YamlNode {
     YamlKind kind;
     bool plain = false;      ///< A scalar without quotes.
     bool of_bytes = false;   ///< A scalar tagged "!bytes".
-    bool anchored = false;   ///< Aliases may lead here.
-    Place place;             ///< Of a mapping or sequence, where it begins.
+    bool anchored = false;   ///< Aliases may refer to it.
+    SourceRange place;       ///< Of a mapping or sequence: its beginning.
     uint32_t end = 0;        ///< Index of the node after this one and all inside it.
     std::string_view text{}; ///< Of a scalar.
-    uint32_t target = 0;     ///< Of an alias: the node it names, which is no alias.
+    uint32_t target = 0;     ///< Of an alias: its node, which is not an alias.
 };
 
-/// The nodes of a document in the order in which they stand; node 0 is its root.
+/// The nodes of a document in the order of the text; node 0 is its root.
 struct YamlDocument {
     const SourceFile *file = nullptr;
     base::HugeVector<YamlNode> nodes;
 
     [[nodiscard]] const YamlNode &operator[](uint32_t i) const { return nodes[i]; }
-    /// The node itself, or the one that an alias names.
+    /// Returns the index of the node, or that of an alias's node.
     [[nodiscard]] uint32_t resolved(uint32_t i) const {
         return nodes[i].kind == YamlKind::kAlias ? nodes[i].target : i;
     }
 };
 
-/// Reads the documents of a file one by one. Texts go to the store where they do not stand in the
-/// file as they are.
+/// Reads the documents of a file one by one. The store gets the texts that the file does not
+/// contain literally.
 class YamlReader {
 public:
     YamlReader(const SourceFile &file, TextStore &texts, Messages &messages);
@@ -53,8 +53,8 @@ public:
     YamlReader(const YamlReader &) = delete;
     YamlReader &operator=(const YamlReader &) = delete;
 
-    /// The next whole document. False at the end of the file, and at a place where it stops being
-    /// YAML, which is told.
+    /// Reads the next complete document. Returns false at the end of the file, and after reporting
+    /// a syntax error.
     bool next(YamlDocument &document);
 
 private:

@@ -12,55 +12,55 @@ namespace compiler {
 
 using tool::quoted_start;
 
-// ---- Telling ----
+// ---- Reports ----
 
-void YamlValues::fault(Place place, std::string text, std::vector<Note> notes) {
-    ++faults_;
-    messages_.fault(*yaml_.file, place, std::move(text), std::move(notes));
+void YamlValues::error(SourceRange place, std::string text, std::vector<Note> notes) {
+    ++errors_;
+    messages_.error(*yaml_.file, place, std::move(text), std::move(notes));
 }
 
-void YamlValues::fault_at(const Pair &pair, std::string text, std::vector<Note> notes) {
-    fault(place_of(pair), std::move(text), std::move(notes));
+void YamlValues::error_at(const KeyValue &pair, std::string text, std::vector<Note> notes) {
+    error(place_of(pair), std::move(text), std::move(notes));
 }
 
-void YamlValues::fault_at_key(const Pair &pair, std::string text, std::vector<Note> notes) {
-    fault(key_place(pair), std::move(text), std::move(notes));
+void YamlValues::error_at_key(const KeyValue &pair, std::string text, std::vector<Note> notes) {
+    error(key_place(pair), std::move(text), std::move(notes));
 }
 
-void YamlValues::unknown_key(const Pair &pair, const char *where,
+void YamlValues::unknown_key(const KeyValue &pair, const char *where,
                              std::span<const std::string_view> known, const std::string &hint) {
     const bool is_shown = messages_.keeps_next(*yaml_.file);
     const std::string meant = is_shown ? tool::suggestion(key(pair).text, known) : "";
-    fault_at_key(pair, "unknown key " + quoted_start(key(pair).text) + " " + where +
+    error_at_key(pair, "unknown key " + quoted_start(key(pair).text) + " " + where +
                            (meant.empty() ? hint : meant));
 }
 
-Note YamlValues::note(Place place, std::string text) const {
+Note YamlValues::note(SourceRange place, std::string text) const {
     return {yaml_.file, place, std::move(text)};
 }
 
-Place YamlValues::place_of(const Pair &pair) const {
-    const Place place = yaml_[pair.value].place;
+SourceRange YamlValues::place_of(const KeyValue &pair) const {
+    const SourceRange place = yaml_[pair.value].place;
     return place.begin == place.end ? key_place(pair) : place;
 }
 
 // Parts of texts that stand in the file as they are have places of their own.
-TellPart YamlValues::tell_parts_at(Place whole) {
-    const auto tell = [this, whole](std::string_view part, std::string text) {
+PartReporter YamlValues::part_reporter_at(SourceRange whole) {
+    const auto report = [this, whole](std::string_view part, std::string text) {
         const auto bytes = reinterpret_cast<uintptr_t>(yaml_.file->bytes().data());
         const auto there = reinterpret_cast<uintptr_t>(part.data()); // or in the store of texts
         const bool inside = !part.empty() && there >= bytes + whole.begin &&
                             there + part.size() <= bytes + whole.end;
         const auto begin = static_cast<uint32_t>(there - bytes);
-        fault(inside ? Place{begin, begin + static_cast<uint32_t>(part.size())} : whole,
+        error(inside ? SourceRange{begin, begin + static_cast<uint32_t>(part.size())} : whole,
               std::move(text));
     };
-    return {tell, messages_.keeps_next(*yaml_.file)};
+    return {report, messages_.keeps_next(*yaml_.file)};
 }
 
 // ---- Nodes ----
 
-bool YamlValues::is_empty(const Pair &pair) const {
+bool YamlValues::is_empty(const KeyValue &pair) const {
     const YamlNode &node = value(pair);
     return node.kind == YamlKind::kScalar && node.plain && node.text.empty();
 }
@@ -75,21 +75,21 @@ YamlValues::Budget YamlValues::full_budget(const YamlDocument &yaml) {
             kBytesOfEscape * yaml.file->bytes().size() + kRepeatedBytes};
 }
 
-bool YamlValues::may_read(const Pair &pair) {
+bool YamlValues::may_read(const KeyValue &pair) {
     const size_t bytes = key(pair).text.size() + value(pair).text.size();
     const bool is_enough = !left_.exhausted && left_.nodes > 0 && bytes <= left_.bytes;
     if (is_enough) {
         --left_.nodes;
         left_.bytes -= bytes;
     } else if (!left_.exhausted) {
-        fault_at_key(pair, "aliases repeat more than 4,194,304 nodes or 67,108,864 bytes");
+        error_at_key(pair, "aliases repeat more than 4,194,304 nodes or 67,108,864 bytes");
         left_.exhausted = true;
     }
     return is_enough;
 }
 
-std::vector<Pair> YamlValues::items(uint32_t sequence) {
-    std::vector<Pair> items;
+std::vector<KeyValue> YamlValues::items(uint32_t sequence) {
+    std::vector<KeyValue> items;
     if (yaml_[sequence].kind == YamlKind::kSequence)
         for (uint32_t i = sequence + 1; i < yaml_[sequence].end && may_read({i, i});
              i = yaml_[i].end)
@@ -97,28 +97,28 @@ std::vector<Pair> YamlValues::items(uint32_t sequence) {
     return items;
 }
 
-std::vector<Pair> YamlValues::pairs(uint32_t mapping) {
-    std::vector<Pair> pairs;
+std::vector<KeyValue> YamlValues::pairs(uint32_t mapping) {
+    std::vector<KeyValue> pairs;
     if (yaml_[mapping].kind != YamlKind::kMapping)
         return pairs;
     constexpr size_t kUsual = 4;
     pairs.reserve(kUsual);
     for (uint32_t i = mapping + 1; i < yaml_[mapping].end;) {
-        const Pair pair{i, yaml_[i].end};
+        const KeyValue pair{i, yaml_[i].end};
         i = yaml_[pair.value].end;
         if (!may_read(pair))
             break;
         if (key(pair).kind == YamlKind::kScalar)
             pairs.push_back(pair);
         else if (key(pair).kind != YamlKind::kBroken)
-            fault_at_key(pair, "key must be a string");
+            error_at_key(pair, "key must be a string");
     }
     return may_have_repeats(pairs) ? without_repeats(pairs) : pairs;
 }
 
-bool YamlValues::may_have_repeats(const std::vector<Pair> &pairs) const {
+bool YamlValues::may_have_repeats(const std::vector<KeyValue> &pairs) const {
     constexpr size_t kFew = 8; // compared one by one sooner than sorted
-    const auto text = [&](const Pair &pair) { return tagged_text(pair); };
+    const auto text = [&](const KeyValue &pair) { return tagged_text(pair); };
     if (pairs.size() <= kFew) {
         for (auto pair = pairs.begin(); pair != pairs.end(); ++pair)
             if (std::ranges::find(pairs.begin(), pair, text(*pair), text) != pair)
@@ -126,42 +126,42 @@ bool YamlValues::may_have_repeats(const std::vector<Pair> &pairs) const {
         return false;
     }
     std::vector<size_t> hashes(pairs.size());
-    std::ranges::transform(pairs, hashes.begin(), [&](const Pair &pair) {
+    std::ranges::transform(pairs, hashes.begin(), [&](const KeyValue &pair) {
         return std::hash<std::string_view>{}(key(pair).text);
     });
     std::ranges::sort(hashes);
     return std::ranges::adjacent_find(hashes) != hashes.end();
 }
 
-std::vector<Pair> YamlValues::without_repeats(const std::vector<Pair> &pairs) {
-    std::vector<Pair> firsts;
-    std::map<std::pair<std::string_view, bool>, Place> seen;
-    for (const Pair &pair : pairs) {
+std::vector<KeyValue> YamlValues::without_repeats(const std::vector<KeyValue> &pairs) {
+    std::vector<KeyValue> firsts;
+    std::map<std::pair<std::string_view, bool>, SourceRange> seen;
+    for (const KeyValue &pair : pairs) {
         const auto [first, is_new] = seen.emplace(tagged_text(pair), key_place(pair));
         if (is_new)
             firsts.push_back(pair);
         else
-            fault_at_key(pair, "duplicate key " + quoted_start(key(pair).text),
+            error_at_key(pair, "duplicate key " + quoted_start(key(pair).text),
                          {note(first->second, "first used here")});
     }
     return firsts;
 }
 
-std::optional<std::string_view> YamlValues::scalar_text(const Pair &pair) {
+std::optional<std::string_view> YamlValues::scalar_text(const KeyValue &pair) {
     const YamlNode &node = value(pair);
     if (!node.of_bytes)
         return node.text;
     return decoded_once(bytes_, index_of(pair), [&]() -> std::optional<std::string_view> {
         const std::optional<std::string> bytes =
-            read_bytes(node.text, tell_parts_at(yaml_[pair.value].place));
+            read_bytes(node.text, part_reporter_at(yaml_[pair.value].place));
         return bytes ? std::optional{texts_.keep(*bytes)} : std::nullopt;
     });
 }
 
-std::optional<WordKey> YamlValues::word_key(uint32_t scalar, Place place) {
+std::optional<WordKey> YamlValues::word_key(uint32_t scalar, SourceRange place) {
     const YamlNode &node = yaml_[scalar];
     return decoded_once(keys_, scalar, [&] {
-        return read_word_key(node.text, node.of_bytes, texts_, tell_parts_at(place));
+        return read_word_key(node.text, node.of_bytes, texts_, part_reporter_at(place));
     });
 }
 
@@ -175,7 +175,7 @@ YamlValues::decoded_once(std::unordered_map<uint32_t, std::optional<Value>> &kno
     if (is_new)
         entry->second = decode();
     else if (!entry->second)
-        fault_again(1);
+        count_errors(1);
     return entry->second;
 }
 
