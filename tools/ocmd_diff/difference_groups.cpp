@@ -4,6 +4,7 @@
 #include "tools/support/program.h"
 
 #include <algorithm>
+#include <array>
 
 namespace diff {
 
@@ -207,34 +208,36 @@ bool DifferenceGroups::has_equal_lines(const Difference &old_branch, const Diffe
             !product_.differs({old_branch.to, new_branch.to}));
 }
 
-// A keyword is renamed if it is the only one whose lines go on like those of a new keyword, and the
-// new one is the only such.
+// A keyword can only be renamed to one with equally many lines.
 void DifferenceGroups::find_renamed(std::vector<Difference> &branches) {
-    const auto partners_of = [&](const Difference &branch) {
-        std::vector<Difference *> partners;
-        size_t compared = 0;
-        for (Difference &other : branches) {
-            if (other.kind != Kind::kBranch || other.mark == branch.mark ||
-                other.output != kNoValues || other.lines != branch.lines)
-                continue;
-            if (++compared > kMaxComparisons)
-                return std::vector<Difference *>{};
-            if (branch.mark == kOldMark ? has_equal_lines(branch, other)
-                                        : has_equal_lines(other, branch))
-                partners.push_back(&other);
-        }
-        return partners;
-    };
-    for (Difference &branch : branches) {
-        if (branch.kind != Kind::kBranch || branch.mark != kOldMark || branch.output != kNoValues)
+    std::map<tool::Count, std::array<std::vector<Difference *>, 2>> keywords;
+    for (Difference &branch : branches)
+        if (branch.output == kNoValues)
+            keywords[branch.lines][branch.mark == kOldMark ? 0 : 1].push_back(&branch);
+    for (const auto &[lines, sides] : keywords)
+        if (std::max(sides[0].size(), sides[1].size()) <= kMaxComparisons)
+            find_renamed(sides[0], sides[1]);
+}
+
+// A keyword is renamed if its lines are equal to those of exactly one new keyword, and no other old
+// keyword has such lines.
+void DifferenceGroups::find_renamed(const std::vector<Difference *> &olds,
+                                    const std::vector<Difference *> &news) {
+    for (Difference *const old_branch : olds) {
+        const auto is_equal = [&](const Difference *new_branch) {
+            return has_equal_lines(*old_branch, *new_branch);
+        };
+        if (std::ranges::count_if(news, is_equal) != 1)
             continue;
-        const auto partners = partners_of(branch);
-        if (partners.size() != 1 || partners_of(*partners.front()).size() != 1)
+        Difference *const partner = *std::ranges::find_if(news, is_equal);
+        if (std::ranges::count_if(olds, [&](const Difference *other) {
+                return has_equal_lines(*other, *partner);
+            }) != 1)
             continue;
-        branch.kind = Kind::kRenamed;
-        branch.mark = kChangedMark;
-        branch.new_symbol = partners.front()->symbol;
-        partners.front()->kind = Kind::kMatched;
+        old_branch->kind = Kind::kRenamed;
+        old_branch->mark = kChangedMark;
+        old_branch->new_symbol = partner->symbol;
+        partner->kind = Kind::kMatched;
     }
 }
 

@@ -98,6 +98,7 @@ private:
     [[nodiscard]] Key key_of(const Difference &difference);
     void add(Difference difference, PairNumber number);
     void find_renamed(std::vector<Difference> &branches);
+    void find_renamed(const std::vector<Difference *> &olds, const std::vector<Difference *> &news);
     void find_moved();
     [[nodiscard]] bool has_equal_lines(const Difference &old_branch, const Difference &new_branch);
     [[nodiscard]] bool is_leaf(Target target);
