@@ -184,7 +184,7 @@ private:
         if (has_texts_ && rest > Count{file_.records().front().nodes.size()})
             speller_.learn_all(0);
         while (!rest.is_zero() && limit > 0) {
-            const uint64_t drawn = std::min(rest, Count{kMostAtOnce}).low();
+            const auto drawn = static_cast<size_t>(std::min(rest, Count{kMostAtOnce}).low());
             for (const uint64_t number : random_numbers_.draw(drawn, limit, random_))
                 write_numbered(number);
             rest -= drawn;
