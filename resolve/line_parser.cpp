@@ -191,6 +191,7 @@ bool LineParser::read_word(size_t index) {
     is_slash_ = may_enter_ && (*words_)[index].text == "/";
     is_ending_ = false;
     refused_value_ = {};
+    checked_values_.clear();
     begin_layer();
     for_each_rank([] { return true; });
     if (states_.size() == first_states_.back()) {
@@ -336,10 +337,8 @@ void LineParser::try_value(NodeNumber node, uint32_t parameter, uint32_t keyword
                            Source from) {
     const bool takes_rest = (grammar_.facts(node).takes_rest >> parameter & 1U) != 0;
     if ((options_ & TSH_ANY_VALUE) == 0) {
-        const std::string_view text = value_text(word_, keyword_length, takes_rest);
         const tsh_check_t check =
-            tsh_value_check(grammar_.types(), &grammar_.record(node).params[parameter], text.data(),
-                            text.size(), nullptr, nullptr);
+            check_value(grammar_.record(node).params[parameter], keyword_length, takes_rest);
         if (check != TSH_CHECK_ACCEPTED) {
             const bool is_out_of_bounds = check == TSH_CHECK_OUT_OF_BOUNDS;
             if (!refused_value_.exists || (is_out_of_bounds && !refused_value_.is_out_of_bounds))
@@ -351,6 +350,25 @@ void LineParser::try_value(NodeNumber node, uint32_t parameter, uint32_t keyword
     const Kind kind = keyword_length > 0 ? Kind::kJoined : takes_rest ? Kind::kRest : Kind::kValue;
     add_edge(node, takes_rest ? within_rest(parameter) : after_value(parameter), kind,
              keyword_length, from);
+}
+
+// Thousands of nodes may expect a value, but few different ones.
+tsh_check_t LineParser::check_value(const parameter_info_t &parameter, uint32_t keyword_length,
+                                    bool takes_rest) {
+    constexpr size_t kMostKept = 8;
+    const auto known = std::ranges::find_if(checked_values_, [&](const CheckedValue &checked) {
+        return checked.type_mask == parameter.type_mask && checked.lowest == parameter.int_min &&
+               checked.highest == parameter.int_max && checked.keyword_length == keyword_length;
+    });
+    if (known != checked_values_.end())
+        return known->result;
+    const std::string_view text = value_text(word_, keyword_length, takes_rest);
+    const tsh_check_t result =
+        tsh_value_check(grammar_.types(), &parameter, text.data(), text.size(), nullptr, nullptr);
+    if (checked_values_.size() < kMostKept)
+        checked_values_.push_back(
+            {parameter.type_mask, parameter.int_min, parameter.int_max, keyword_length, result});
+    return result;
 }
 
 // ---- The graph ----

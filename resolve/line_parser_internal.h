@@ -219,6 +219,15 @@ private:
         Index closure = 0;
     };
 
+    /// A value of the word being read, checked for parameters of these types and bounds.
+    struct CheckedValue {
+        uint32_t type_mask;
+        int32_t lowest;
+        int32_t highest;
+        uint32_t keyword_length;
+        tsh_check_t result;
+    };
+
     void clear(const LineWords &words);
     void start(const tsh_context_t &context);
     void add_first_state(NodeNumber node, Position position, uint32_t rank);
@@ -236,6 +245,8 @@ private:
     void meet(NodeNumber node, Source from);
     void add_keyword(NodeNumber node, Source from);
     void try_value(NodeNumber node, uint32_t parameter, uint32_t keyword_length, Source from);
+    tsh_check_t check_value(const parameter_info_t &parameter, uint32_t keyword_length,
+                            bool takes_rest);
     void add_edge(NodeNumber node, Position position, Kind kind, uint32_t keyword_length,
                   Source from);
     void add_closure(NodeNumber node, Source from, bool leaves_out);
@@ -272,6 +283,7 @@ private:
 
     std::vector<Ending> endings_;
     RefusedValue refused_value_;
+    std::vector<CheckedValue> checked_values_; // the first few
 };
 
 } // namespace tsh
