@@ -512,7 +512,7 @@ TEST_F(Incomplete, FilesDoNotKeepOthersFromBeingShown) {
 #ifdef __SANITIZE_ADDRESS__ // reserves more than any limit
 const std::string kMemoryBound;
 #else
-const std::string kMemoryBound = "ulimit -v 110000; ";
+const std::string kMemoryBound = "ulimit -v 125000; ";
 #endif
 
 TEST_F(Show, KeepsOnlyInMemoryWhatATreeCanUse) {
