@@ -745,8 +745,8 @@ TEST_F(Show, StopsASearchForAmbiguousLinesThatIsTooLong) {
     }
     store(nodes);
     EXPECT_NE(shell("ocmd_show --check --kind=main main.par")
-                  .find("main.par: warning: too many similar words; the search for ambiguous lines "
-                        "stopped before its end [ambiguous]\n"),
+                  .find("main.par: warning: too many similar or optional words; the search for "
+                        "ambiguous lines stopped before its end [ambiguous]\n"),
               std::string::npos);
 }
 

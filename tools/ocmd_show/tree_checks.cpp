@@ -143,8 +143,8 @@ private:
         const auto &findings = search.search();
         if (search.gave_up())
             report("ambiguous", [&] {
-                return "too many similar words; the search for ambiguous lines stopped "
-                       "before its end";
+                return "too many similar or optional words; the search for ambiguous lines "
+                       "stopped before its end";
             });
         for (const AmbiguitySearch::Finding &finding : findings)
             report("ambiguous", [&] {
