@@ -41,7 +41,7 @@ RELATED = {
     "resolve": ["resolver_test", "ocmd_find_test"],
     "tools/ocmd_link": ["treelink_test"],
     "tools/ocmd_compile": ["ocmd_compile_test"],
-    "tools/ocmd_show": ["ocmd_show_test"],
+    "tools/ocmd_show": ["ocmd_show_test", "html_text"],
     "tools/ocmd_diff": ["ocmd_diff_test"],
     "tools/ocmd_find": ["ocmd_find_test"],
     "tools/ocmd_sample": ["ocmd_sample_test"],
