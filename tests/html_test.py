@@ -19,8 +19,8 @@ import urllib.parse
 
 KIND, PROGRAMS, SOURCE = (sys.argv.pop(1) for _ in range(3))
 HOSTILE = ['</script><script>alert(1)</script>', '<img src=x onerror=alert(2)>', '</noscript><b>', '<!--',
-           '"\'&amp;\\u003c', '{{data}}', '\u202egnp.exe', 'a\u2028b', 'a\u200bb', '\x1b[31m', '\x85', '\ufdd0']
-SHOWN = HOSTILE[:6] + [r'\u202egnp.exe', r'a\u2028b', r'a\u200bb', r'\x1b[31m', r'\xc2\x85', r'\ufdd0']
+           '"\'&amp;\\u003c', '{{data}}', '\u202egnp.exe', 'a\u2028b', 'a\u200bb', '\x1b[31m', '\x85', '\ufdd0', '\U000e0041']
+SHOWN = HOSTILE[:6] + [r'\u202egnp.exe', r'a\u2028b', r'a\u200bb', r'\x1b[31m', r'\xc2\x85', r'\ufdd0', r'\u{e0041}']
 
 
 class Elements(html.parser.HTMLParser):

@@ -36,7 +36,7 @@ bool is_invisible(gunichar character) {
 }
 
 void append_code(std::string &text, const char *format, unsigned code) {
-    std::array<char, sizeof "\\u10ffff"> buffer{};
+    std::array<char, sizeof "\\u{10ffff}"> buffer{};
     snprintf(buffer.data(), buffer.size(), format, code);
     text += buffer.data();
 }
@@ -51,7 +51,7 @@ size_t append_visible(std::string &shown, std::string_view text) {
     }
     const auto size = static_cast<size_t>(g_utf8_next_char(text.data()) - text.data());
     if (is_invisible(character))
-        append_code(shown, "\\u%04x", character);
+        append_code(shown, character > 0xFFFF ? "\\u{%x}" : "\\u%04x", character);
     else
         shown += base::escaped(text.substr(0, size)); // controls
     return size;

@@ -11,7 +11,8 @@ namespace show {
 
 /// Returns the text with everything visible that a browser would obey or hide: each byte of a
 /// control character, and each byte that is not UTF-8, as \xNN; format characters, such as those
-/// that change the direction of text, and line separators as \uNNNN. The result is UTF-8.
+/// that change the direction of text, and line separators as \uNNNN, above U+FFFF as \u{NNNNN}. The
+/// result is UTF-8.
 std::string visible(std::string_view text);
 
 /// Returns a visible text as HTML, for an element or a double-quoted attribute.
