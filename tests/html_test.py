@@ -91,6 +91,18 @@ class PageTest(unittest.TestCase):
         return cls.page(tree, name="hostile.html")
 
     @classmethod
+    def odd_page(cls):
+        """Words that are alike, missing, special in links, names in the page, and below several words."""
+        words = [("show",), ("show",), ("", [11]), ("", [12]), ("app",), ("wait",), ("printed",),
+                 ("n5",), (":1",), ("first", [13]), ("x~y/z",), ("tree",), ("both", [15]), ("second", [13]), ("more",)]
+        nodes = [node(f"n{i}", word, *more, flags=4 * (word == "more")) for i, (word, *more) in enumerate(words, 1)]
+        return cls.page(cls.write_tree(node("root", children=[*range(1, 11), 14, 13]), *nodes), name="odd.html")
+
+    @classmethod
+    def ids(cls, page):
+        return [attrs["id"] for _, attrs, _ in Elements(page).found if "id" in attrs]
+
+    @classmethod
     def commands(cls, tree="switch/main.par"):
         lines = cls.run_program("ocmd_show", "--commands", tree).stdout.decode().splitlines()
         return {plain(line) for line in lines}
@@ -154,11 +166,18 @@ class TextTest(PageTest):
             self.assertEqual(lines, self.commands(f"switch/{tree}.par"))
             compared += len(lines)
         self.assertGreaterEqual(compared, 100)
-        ids = [attrs["id"] for _, attrs, _ in Elements(self.example).found if "id" in attrs]
+        self.assertIn("show/bays/<INTERFACE>/counters", self.ids(self.example))
+        shared = re.search(r'<h3 id="(:\d+)">show bays &lt;INTERFACE&gt;\[o]</h3>', self.example)[1]
+        self.assertRegex(self.example, f'>show bays busy</h3>.*Also followed by '
+                                       f'<a id="show/bays/busy/&lt;INTERFACE&gt;" href="#{shared}">')
+
+    def test_ids_are_unique(self):
+        self.assertEqual(self.ids(self.odd_page()), [
+            "both", "show", ":0", "show~2", ":1", "~1", ":2", "~1/x%7Ey%2Fz", ":3", "~2", ":4", "~2/tree", ":5",
+            "app", ":6", "wait", ":7", "printed", ":8", "n5", ":9", "%3A1", ":10", "first", ":11",
+            "first/both", ":12", "first/both/more", ":13", "second", ":14", "second/both", "~results"])
+        ids = self.ids(self.example)
         self.assertEqual(len(ids), len(set(ids)))
-        self.assertIn("show/bays/<INTERFACE>/counters", ids)
-        shared = re.search(r'<h3 id="(\w+)">show bays &lt;INTERFACE&gt;\[o]</h3>', self.example)[1]
-        self.assertRegex(self.example, f'>show bays busy</h3>.*Also followed by <a href="#{shared}">')
 
     def test_shows_a_part(self):
         nodes = self.data(self.page("switch/main.par", "--below", "show bays busy"))["nodes"]
@@ -236,7 +255,7 @@ class BrowserTest(PageTest):
         return [one.text for one in self.browser.find_elements("css selector", selector)]
 
     def line(self):
-        return self.run_script("return document.querySelector('#detail h1').textContent")
+        return self.run_script("return document.querySelector('.detail h1').textContent")
 
     def expect_link(self, link):
         address = lambda _: self.run_script("return decodeURIComponent(location.hash)")
@@ -258,14 +277,14 @@ class BrowserTest(PageTest):
               const changed = new Promise((resolve) => addEventListener('hashchange', resolve, {once: true}));
               location.hash = link;
               await changed;
-              const heading = document.querySelector('#detail h1').textContent;
-              const next = document.querySelectorAll('#detail h2 + ul a');
+              const heading = document.querySelector('.detail h1').textContent;
+              const next = document.querySelectorAll('.detail h2 + ul a');
               const links = [...next].map((one) => one.hash).filter((one) => one.startsWith(link + '/'));
-              if (document.querySelector('#detail dd').textContent !== 'needs more words') lines.push(heading);
+              if (document.querySelector('.detail dd').textContent !== 'needs more words') lines.push(heading);
               for (const one of links) await follow(one);
             };
             (async () => {
-              const first = [...document.querySelectorAll('#detail ul a')].map((one) => one.hash);
+              const first = [...document.querySelectorAll('.detail ul a')].map((one) => one.hash);
               for (const link of first) await follow(link);
               done(lines);
             })();""")
@@ -275,13 +294,13 @@ class BrowserTest(PageTest):
     def test_shows_a_command(self):
         self.visit("#arrange/bay/<INTERFACE | INTERFACE RANGE>/frame<INTEGER>")
         self.assertEqual(self.line(), "arrange / bay <INTERFACE | INTERFACE RANGE> / frame<INTEGER>")
-        self.assertEqual(self.all("#detail dd"), ["complete", "a number, 576 to 9216, such as 576", "bay_frame",
+        self.assertEqual(self.all(".detail dd"), ["complete", "a number, 576 to 9216, such as 576", "bay_frame",
                                                   "bay_mode.frame<INTEGER>"])
         self.visit("#show/bays/busy/<INTERFACE>")
-        self.assertIn("may be left out", self.all("#detail dd"))
+        self.assertIn("may be left out", self.all(".detail dd"))
         self.browser.find_element("link text", "show bays <INTERFACE>[o]").click()
         self.expect_link("#show/bays/<INTERFACE>")
-        self.assertEqual(self.all("#tree [aria-selected=true] .word"), ["<INTERFACE>[o]"])
+        self.assertEqual(self.all(".tree [aria-selected=true] .word"), ["<INTERFACE>[o]"])
         self.browser.back()
         self.assertEqual(self.line(), "show bays busy <INTERFACE>[o]")
         for wrong in ("#shwo", "#show/bays~2", "#:99999", "#%", "#show/%E0"):
@@ -317,13 +336,13 @@ class BrowserTest(PageTest):
         self.press(Keys.ARROW_LEFT)
         self.press(Keys.ARROW_LEFT)
         self.expect_link("#show")
-        self.assertEqual(len(self.all("#tree li")), 32)
+        self.assertEqual(len(self.all(".tree li")), 32)
         self.press("*")
-        self.assertGreater(len(self.all("#tree li")), 60)
+        self.assertGreater(len(self.all(".tree li")), 60)
         self.press(Keys.END)
         self.press(Keys.HOME)
         self.expect_link("#attic")
-        self.assertEqual(len(self.browser.find_elements("css selector", "#tree [tabindex='0']")), 1)
+        self.assertEqual(len(self.browser.find_elements("css selector", ".tree [tabindex='0']")), 1)
         nodes = self.browser.execute_cdp_cmd("Accessibility.getFullAXTree", {})["nodes"]
         roles = [(one["role"]["value"], one["name"]["value"]) for one in nodes if not one["ignored"] and "name" in one]
         self.assertLessEqual({("tree", "Tree of commands"), ("treeitem", "keep Start with these lines next time"),
@@ -334,13 +353,13 @@ class BrowserTest(PageTest):
         counts = []
         for typed in "frame":
             self.press(typed)
-            counts.append(int(self.all("#status")[0].split()[0]))
+            counts.append(int(self.all(".status")[0].split()[0]))
         self.assertEqual(counts, sorted(counts, reverse=True))
-        self.assertEqual(self.all("#results a")[0], "arrange / bay <INTERFACE | INTERFACE RANGE> / frame<INTEGER>\n"
+        self.assertEqual(self.all(".results a")[0], "arrange / bay <INTERFACE | INTERFACE RANGE> / frame<INTEGER>\n"
                                                    "Longest frame in bytes – bay_frame")
         self.press(Keys.ESCAPE, "BAY speed")
-        self.assertEqual(self.all("#results mark")[:2], ["bay", "speed"])
-        self.assertEqual(self.all("#status"), [f"{len(self.all('#results li'))} results"])
+        self.assertEqual(self.all(".results mark")[:2], ["bay", "speed"])
+        self.assertEqual(self.all(".status"), [f"{len(self.all('.results li'))} results"])
         self.press(Keys.ESCAPE, "take_bay_label_back") # a function
         self.press(Keys.ENTER)
         self.expect_link("#arrange/bay/<INTERFACE | INTERFACE RANGE>/take-back/label")
@@ -349,13 +368,13 @@ class BrowserTest(PageTest):
         self.press(Keys.ENTER)
         self.assertEqual(self.line(), "show bays <INTERFACE>[o] wear")
         self.press("/", "no such thing")
-        self.assertEqual(self.all("#status"), ["0 results"])
+        self.assertEqual(self.all(".status"), ["0 results"])
 
     def test_hostile_texts_stay_texts(self):
         self.hostile_page()
         for i, text in enumerate(SHOWN):
             self.visit(f"#word{i}", "hostile.html")
-            self.assertEqual(self.run_script("return document.querySelector('#detail > .help').textContent"), text)
+            self.assertEqual(self.run_script("return document.querySelector('.detail > .help').textContent"), text)
         self.assertEqual(self.browser.title, f"word{i} – </title><s>")
         self.visit("#" + urllib.parse.quote("<b onclick=alert(3)>"), "hostile.html")
         self.press("/", "<")
@@ -363,19 +382,22 @@ class BrowserTest(PageTest):
         self.assertEqual(self.run_script("return document.querySelectorAll('b, s, img, [onclick]').length"), 0)
 
     def test_prints_every_node_once(self):
-        self.run_script("addEventListener('beforeprint', () => { window.printed = ['#printed article', '#printed [id=n0]']"
+        self.run_script("addEventListener('beforeprint', () => { window.printed = ['.printed article', '.printed #\\\\:0']"
                         ".map((one) => document.querySelectorAll(one).length); })")
         self.assertGreater(len(self.browser.print_page()), 100000)
         self.assertEqual(self.run_script("return window.printed"), [505, 1])
         self.assertEqual(self.run_script("return document.querySelectorAll('article').length"), 0)
 
-    def test_lists_all_without_scripts(self):
+    def disable_scripts(self):
         self.browser.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": True})
         self.addCleanup(self.browser.execute_cdp_cmd, "Emulation.setScriptExecutionDisabled", {"value": False})
+
+    def test_lists_all_without_scripts(self):
+        self.disable_scripts()
         self.visit("#show/bays/%3CINTERFACE%3E")
         self.assertEqual(len(self.browser.find_elements("css selector", "article")), 505)
         self.assertEqual(self.all(":target h3"), ["show bays <INTERFACE>[o]"])
-        self.assertEqual(self.all("#wait"), [""])
+        self.assertEqual(self.all(".wait"), [""])
 
     def test_colours_are_readable_in_both_schemes(self):
         backs = set()
@@ -404,7 +426,7 @@ class BrowserTest(PageTest):
         self.visit("#shelf99/lamp7", "large.html")
         self.assertEqual(self.line(), "shelf99 lamp7")
         times = self.run_script("""
-            const search = document.getElementById('search');
+            const search = document.querySelector('.search');
             const query = 'lamp77 shelf5';
             return [...query].map((_, i) => Math.min(...[0, 1, 2].map(() => {
               search.value = query.slice(0, i + 1);
@@ -415,7 +437,7 @@ class BrowserTest(PageTest):
             })));""")
         print("milliseconds after each letter:", *(round(time, 1) for time in times))
         self.assertLess(max(times), 50)
-        self.assertEqual(self.all("#results li:first-child a > .word"), ["shelf5", "lamp77"])
+        self.assertEqual(self.all(".results li:first-child a > .word"), ["shelf5", "lamp77"])
 
 
 def contrast(one, other):

@@ -1,19 +1,20 @@
 
 'use strict';
 (() => {
-const data = JSON.parse(document.getElementById('data').textContent);
+const query = (selector) => document.querySelector(selector);
+const data = JSON.parse(query('[type="application/json"]').textContent);
 const {nodes} = data;
 const MOST_IN_LINE = 40; // words of a line that are shown
-const MOST_IN_LINK = 100; // words of a link; a longer one has the number of the node
+const MOST_IN_LINK = 24; // words of a link, as in page_links.h; a longer one has the number of the node
 const MOST_IN_TREE = 500; // levels that the tree opens to show a node
 const REST = 200; // milliseconds without a key
 const BATCH = 50; // elements of a long list that are shown at once
 
 const NAMES = ['function', 'mode', 'name']; // properties that grammars spell
 
-const byId = (id) => document.getElementById(id);
+// Ids are the links of commands, so the elements of the page are found by their classes.
 const [tree, results, search, status, more, detail] =
-  ['tree', 'results', 'search', 'status', 'more', 'detail'].map(byId);
+  ['.tree', '.results', '.search', '.status', '.more', '.detail'].map(query);
 
 // Creates an element. Every text of the grammar becomes a text node.
 function make(tag, attributes = {}, ...content) {
@@ -517,15 +518,15 @@ document.addEventListener('keydown', (event) => {
 // ---- Print: the reference, which is a part of the page for readers without scripts ----
 
 window.addEventListener('beforeprint', () => {
-  const reference = new DOMParser().parseFromString(document.querySelector('noscript').textContent, 'text/html');
-  byId('printed').replaceChildren(...reference.body.children);
+  const reference = new DOMParser().parseFromString(query('noscript').textContent, 'text/html');
+  query('.printed').replaceChildren(reference.querySelector('.reference'));
 });
-window.addEventListener('afterprint', () => byId('printed').replaceChildren());
+window.addEventListener('afterprint', () => query('.printed').replaceChildren());
 
 topRows = makeRows(null);
 tree.append(...topRows.map(({element}) => element));
-byId('wait').remove();
-byId('app').hidden = false;
+query('.wait').remove();
+query('.app').hidden = false;
 window.addEventListener('hashchange', show);
 show();
 setTimeout(indexed);
