@@ -14,6 +14,7 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 import unittest
 import urllib.parse
 
@@ -307,18 +308,31 @@ class BrowserTest(PageTest):
             self.visit(wrong)
             self.assertEqual(self.all("[role=alert] .word"), [wrong[1:]])
 
-    def test_links_distinguish_words_that_are_equal_or_missing(self):
-        words = [node("a", "show", text="first"), node("b", "show", text="second"), node("c", children=[4]),
-                 node("d", "x~y/z", text="below no word")]
-        self.page(self.write_tree(node("root", children=[1, 2, 3]), *words), name="odd.html")
-        for link, line, text in (("#show", "show", "first"), ("#show~2", "show", "second"),
-                                 ("#~1/x%7Ey%2Fz", "x~y/z", "below no word")):
+    def test_links_lead_to_odd_words_also_without_scripts(self):
+        self.odd_page()
+        lines = {"#show": "show", "#show~2": "show", "#~1": "n3", "#~1/x%7Ey%2Fz": "x~y/z", "#~2/tree": "tree", "#app": "app",
+                 "#wait": "wait", "#printed": "printed", "#n5": "n5", "#%3A1": ":1", "#:1": "show", "#both": "both",
+                 "#first/both/more": "first both more", "#second/both": "second both"}
+        nodes = []
+        for link, line in lines.items():
             self.visit(link, "odd.html")
-            self.assertEqual((self.line(), self.all("#detail > .help")), (line, [text]))
-        self.assertEqual(self.all("#tree li"), ["show\nfirst", "show\nsecond", "c", "x~y/z\nbelow no word"])
+            self.assertEqual(self.line(), line)
+            nodes.append(self.all(".detail dd")[-1])
+        self.assertEqual(nodes, ["n1", "n2", "n3", "n11", "n12", "n5", "n6", "n7", "n8", "n9", "n2", "n13", "n15", "n13"])
+        self.disable_scripts()
+        for link, line in lines.items():
+            self.visit(link, "odd.html")
+            self.assertEqual(self.all(":target")[0].split("\n")[0], line.replace("second ", ""), link)
+        self.browser.find_element("css selector", ":target").click() # the link to the entry of a shared word
+        self.assertEqual(self.all(":target"), ["first both"])
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print"})
+        self.addCleanup(self.browser.execute_cdp_cmd, "Emulation.setEmulatedMedia", {"media": ""})
+        self.assertEqual(len([line for line in self.all("article") if line]), 15)
 
     def test_keys_move_in_the_tree(self):
-        self.press("/", "x", Keys.ESCAPE, Keys.ARROW_DOWN)
+        self.press(Keys.ARROW_DOWN) # from the first word
+        self.assertEqual(self.line(), "bench")
+        self.press("/", "no such thing", Keys.ENTER, Keys.ESCAPE, Keys.ARROW_DOWN)
         self.press("s")
         self.assertEqual(self.line(), "show")
         self.press(Keys.ARROW_RIGHT)
@@ -342,6 +356,13 @@ class BrowserTest(PageTest):
         self.press(Keys.END)
         self.press(Keys.HOME)
         self.expect_link("#attic")
+        for line, leave in (("show", "document.querySelector('.detail h1 a').click()"), ("keep", "location.hash = 'keep'")):
+            self.visit("#show")
+            self.press("/", Keys.ARROW_DOWN, Keys.ARROW_RIGHT)
+            self.run_script("document.activeElement.dispatchEvent(new KeyboardEvent('keydown', "
+                            "{key: 'ArrowDown', bubbles: true}));" + leave) # before the address has changed
+            time.sleep(.3)
+            self.assertEqual((self.line(), self.run_script("return location.hash")), (line, "#" + line))
         self.assertEqual(len(self.browser.find_elements("css selector", ".tree [tabindex='0']")), 1)
         nodes = self.browser.execute_cdp_cmd("Accessibility.getFullAXTree", {})["nodes"]
         roles = [(one["role"]["value"], one["name"]["value"]) for one in nodes if not one["ignored"] and "name" in one]

@@ -219,6 +219,7 @@ function show() {
 
 // Without a path, no command has the link.
 function showPath(link, path) {
+  leaveSteps();
   shown = link;
   if (path?.length) {
     showCommand(path);
@@ -230,10 +231,13 @@ function showPath(link, path) {
   document.title = path?.length
     ? `${path.slice(-MOST_IN_LINE).map((number) => nodes[number].word).join(' ')} – ${data.title}` : data.title;
   detail.scrollTop = 0;
-  if (document.activeElement !== search && !tree.contains(document.activeElement)) detail.focus();
+  if (document.activeElement === search || tree.contains(document.activeElement)) return;
+  (path?.length || tree.hidden ? detail : entryOfTree() ?? detail).focus();
 }
 
 // ---- The view of the tree: a row for each opened path ----
+
+const entryOfTree = () => tree.querySelector('[tabindex="0"]'); // the row that takes the focus
 
 const rowOf = new WeakMap(); // of an element: {element, number, parent, level, children (if open)}
 let topRows = [];
@@ -272,7 +276,7 @@ function close(row) {
 function select(row) {
   for (const [element, isNew] of [[selected?.element, false], [row?.element, true]])
     element?.setAttribute('aria-selected', isNew);
-  tree.querySelector('[tabindex="0"]')?.setAttribute('tabindex', -1);
+  entryOfTree()?.setAttribute('tabindex', -1);
   (row ?? topRows[0])?.element.setAttribute('tabindex', 0);
   selected = row;
 }
@@ -296,20 +300,35 @@ function pathOfRow(row) {
 }
 
 // Moving with keys shows each command without an entry in the history. The address changes when no key
-// has been pressed for a while, because browsers limit the number of changes.
+// has been pressed for a while, because browsers limit the number of changes, and before each click, so
+// that a link to the address before the steps leads there.
 let rest = 0;
+let afterRest = null; // link
+function settle() {
+  if (afterRest !== null) location.replace(afterRest);
+  leaveSteps();
+}
+
+function leaveSteps() {
+  clearTimeout(rest);
+  afterRest = null;
+}
+
 function go(row, isStep) {
   row.element.focus();
-  clearTimeout(rest);
   const path = pathOfRow(row);
   const link = linkTo(path);
   if (!isStep) {
+    leaveSteps();
     location.hash = link;
     return;
   }
   showPath(link.slice(1), path);
-  rest = setTimeout(() => location.replace(link), REST);
+  afterRest = link;
+  rest = setTimeout(settle, REST);
 }
+
+document.addEventListener('click', settle, true);
 
 function rowWithPrefix(row, key) {
   const rows = [...tree.children];
@@ -491,10 +510,11 @@ search.addEventListener('keydown', (event) => {
     search.value = '';
     runSearch();
   } else if (event.key === 'ArrowDown') {
-    (results.hidden ? tree.querySelector('[tabindex="0"]') : results.querySelector('a'))?.focus();
+    (results.hidden ? entryOfTree() : results.querySelector('a'))?.focus();
   } else if (event.key === 'Enter') {
-    search.blur(); // so that the command takes the focus
-    results.querySelector('a')?.click();
+    const best = results.querySelector('a');
+    if (best) detail.focus();
+    best?.click();
   } else return;
   event.preventDefault();
 });
