@@ -391,6 +391,16 @@ class BrowserTest(PageTest):
         self.press("/", "no such thing")
         self.assertEqual(self.all(".status"), ["0 results"])
 
+    def test_start_counts_words(self):
+        for nodes, flags, text in ((1, 0, "1 word; none completes a command."), (1, 4, "1 word; it completes a command."),
+                                   (2, 4, "2 words; 1 of them completes a command.")):
+            words = [node("a", "a", flags=flags), node("b", "b")][:nodes]
+            self.page(self.write_tree(node("root", children=range(1, nodes + 1)), *words), name="few.html")
+            self.visit("", "few.html")
+            self.assertEqual(self.all(".detail .help")[0], text)
+        self.visit()
+        self.assertEqual(self.all(".detail .help")[0], "505 words; 309 of them complete a command; mode entry.")
+
     def test_hostile_texts_stay_texts(self):
         self.hostile_page()
         for i, text in enumerate(SHOWN):

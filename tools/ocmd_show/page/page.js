@@ -194,15 +194,21 @@ function showCommand(path) {
   detail.replaceChildren(...content);
 }
 
-function showStart(missing) {
+function countsInWords() {
+  const words = nodes.length;
   const ends = nodes.filter(isCommand).length;
+  const spelled = (count) => count.toLocaleString('en');
+  const which = words === 1 ? 'it' : `${spelled(ends)} of them`;
+  const complete = ends === 0 ? 'none completes' : `${which} ${ends === 1 ? 'completes' : 'complete'}`;
+  return `${spelled(words)} ${words === 1 ? 'word' : 'words'}; ${complete} a command`;
+}
+
+function showStart(missing) {
   const print = make('button', {type: 'button'}, 'Print the reference of all commands');
   print.addEventListener('click', () => window.print());
   const content = [make('h1', {}, data.title)];
   if (missing) content.push(make('p', {role: 'alert'}, 'No command has the link ', make('code', {class: 'word'}, missing), '.'));
-  content.push(make('p', {class: 'help'},
-    `${nodes.length.toLocaleString('en')} words, ${ends.toLocaleString('en')} of which complete a command` +
-    (data.mode ? `, mode ${data.mode}` : '') + '.'));
+  content.push(make('p', {class: 'help'}, countsInWords() + (data.mode ? `; mode ${data.mode}` : '') + '.'));
   content.push(make('p', {class: 'quiet'}, make('kbd', {}, '/'), ' searches, arrow keys move in the tree, ',
     make('kbd', {}, 'Enter'), ' opens. ', make('span', {class: 'word'}, '[o]'), ' marks an optional word, ',
     make('span', {class: 'word'}, '/'), ' follows the words that enter a submode.'));
