@@ -388,8 +388,12 @@ class BrowserTest(PageTest):
         self.press(Keys.ARROW_DOWN)
         self.press(Keys.ENTER)
         self.assertEqual(self.line(), "show bays <INTERFACE>[o] wear")
-        self.press("/", "no such thing")
-        self.assertEqual(self.all(".status"), ["0 results"])
+        self.odd_page()
+        self.visit("", "odd.html")
+        for query, lines in (("first more", ["first both more"]), ("second more", ["second both more"]), ("first second", [])):
+            self.press("/", Keys.ESCAPE, query)
+            self.assertEqual((self.all(".results a"), self.all(".status")),
+                             (lines, [f"{len(lines)} result" + "s" * (not lines)]))
 
     def test_start_counts_words(self):
         for nodes, flags, text in ((1, 0, "1 word; none completes a command."), (1, 4, "1 word; it completes a command."),

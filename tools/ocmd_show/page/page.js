@@ -43,15 +43,18 @@ function firstPathTo(number) {
   return path.reverse();
 }
 
-let parents = null; // of each node, -1 before first words; made when first needed
-function parentsOf(number) {
-  if (parents === null) {
-    parents = nodes.map(() => []);
-    for (const child of data.first) parents[child].push(-1);
-    nodes.forEach((node, parent) => childrenOf(parent).forEach((child) => parents[child].push(parent)));
-  }
-  return parents[number];
-}
+// The parents of all nodes, one node after the other; -1 before first words.
+const parentStarts = new Uint32Array(nodes.length + 1);
+const forEachLink = (visit) => {
+  for (let parent = -1; parent < nodes.length; ++parent) for (const child of childrenOf(parent)) visit(parent, child);
+};
+forEachLink((_, child) => ++parentStarts[child + 1]);
+for (let number = 0; number < nodes.length; ++number) parentStarts[number + 1] += parentStarts[number];
+const parents = new Int32Array(parentStarts[nodes.length]);
+const filled = parentStarts.slice();
+forEachLink((parent, child) => { parents[filled[child]++] = parent; });
+
+const parentsOf = (number) => parents.subarray(parentStarts[number], parentStarts[number + 1]);
 
 // ---- Links: #show/bays. A word that an earlier sibling has, too, and a missing word are counted ----
 
@@ -171,7 +174,7 @@ const childList = (path) => longList(make('ul', {class: 'columns'}), childrenOf(
 // Paths to a node through its other parents, one for each.
 function otherPlaces(path) {
   const number = path.at(-1);
-  return parentsOf(number).filter((parent) => parent !== (path.at(-2) ?? -1))
+  return Array.from(parentsOf(number)).filter((parent) => parent !== (path.at(-2) ?? -1))
     .map((parent) => [...(parent < 0 ? [] : firstPathTo(parent)), number]);
 }
 
@@ -382,12 +385,25 @@ tree.addEventListener('click', (event) => {
   go(row);
 });
 
-// ---- Search: every term is in the node or in a word before it, one at least in the node ----
+// ---- Search: every term is in the node or before it on one path, one at least in the node ----
 
 const RANKS = {word: 1, start: 2, part: 3, function: 4, help: 5, before: 2};
 const DEPTHS = 64; // deeper nodes rank as this depth
 const MOST_TERMS = 20;
-let index = null; // the texts of all nodes in one string
+const MOST_SETS = 16; // sets of terms of a node that are kept; terms on different paths make several
+let index = null; // the texts of all nodes in one string, and the nodes in an order of search
+
+// The nodes such that each is after all its parents.
+function topologicalOrder() {
+  const order = new Uint32Array(nodes.length);
+  let length = 0;
+  const missing = new Uint32Array(nodes.length); // parents that are not in the order
+  forEachLink((parent, child) => { if (parent >= 0) ++missing[child]; });
+  for (let number = 0; number < nodes.length; ++number) if (missing[number] === 0) order[length++] = number;
+  for (let i = 0; i < length; ++i)
+    for (const child of childrenOf(order[i])) if (--missing[child] === 0) order[length++] = child;
+  return order;
+}
 
 function indexed() {
   if (index !== null) return index;
@@ -410,7 +426,7 @@ function indexed() {
     add(node.help);
   });
   starts[nodes.length] = length;
-  index = {text: texts.join(''), starts, functions, helps};
+  index = {text: texts.join(''), starts, functions, helps, order: topologicalOrder()};
   return index;
 }
 
@@ -429,29 +445,81 @@ function ranksOf(term) {
   return ranks;
 }
 
-// The numbers of the nodes that match, best first: by rank, then by depth. Sorted by counting, because
-// the first letter may match all nodes.
+// Unites two lists of sets of terms, which are bit masks, without the sets within another one.
+function united(sets, others) {
+  const isIn = (set, list) => list.some((other) => (set | other) === other);
+  const more = others.filter((set) => !isIn(set, sets));
+  return [...sets.filter((set) => !isIn(set, more)), ...more].slice(0, MOST_SETS);
+}
+
+// The terms on the paths to each node, including its own terms: mostly one set, which has all others.
+class TermsOnPaths {
+  constructor(own) {
+    this.own = own;
+    this.single = new Uint32Array(nodes.length);
+    this.several = new Map(); // of a node with more sets
+    for (const number of indexed().order) this.add(number);
+  }
+
+  add(number) {
+    const own = this.own[number];
+    let set = 0;
+    let list = null;
+    for (let i = parentStarts[number]; i < parentStarts[number + 1]; ++i) {
+      if (parents[i] < 0) continue;
+      const other = this.single[parents[i]];
+      const others = this.several.get(parents[i]);
+      if (list === null && others === undefined && (set & other) === set) set = other;
+      else if (list !== null || others !== undefined || (set & other) !== other)
+        list = united(list ?? [set], others ?? [other]);
+    }
+    list = list?.reduce((all, one) => united(all, [one | own]), []);
+    if (list?.length > 1) this.several.set(number, list);
+    else this.single[number] = (list?.[0] ?? set) | own;
+  }
+
+  // Whether one path has all the terms.
+  have(number, terms) {
+    const list = this.several.get(number);
+    return list ? list.some((set) => (set & terms) === terms) : (this.single[number] & terms) === terms;
+  }
+
+  // A path to a node with the terms, the first one if possible.
+  pathWith(number, terms) {
+    const end = [];
+    let missing = terms & ~this.own[number];
+    while (missing !== 0) {
+      end.push(number);
+      const isOnPath = (parent) => parent >= 0 && this.have(parent, missing);
+      number = isOnPath(parentOf[number]) ? parentOf[number] : parentsOf(number).find(isOnPath);
+      missing &= ~this.own[number];
+    }
+    return [...firstPathTo(number), ...end.reverse()];
+  }
+}
+
+// The nodes that match, best first: by rank, then by depth. Sorted by counting, because the first letter
+// may match all nodes.
 function find(terms) {
   const total = new Uint16Array(nodes.length); // ranks of all terms together
-  const isMissing = new Uint8Array(nodes.length); // a term is neither in the node nor before it
-  const isOwn = new Uint8Array(nodes.length); // a term is in the node
-  for (const term of terms) {
+  const own = new Uint32Array(nodes.length); // terms in each node
+  terms.forEach((term, i) => {
     const ranks = ranksOf(term);
     for (let number = 0; number < ranks.length; ++number) {
-      if (ranks[number] > 0) isOwn[number] = 1;
-      else if (parentOf[number] >= 0 && ranks[parentOf[number]] > 0) ranks[number] = RANKS.before;
-      else isMissing[number] = 1;
-      total[number] += ranks[number];
+      if (ranks[number] > 0) own[number] |= 1 << i;
+      total[number] += ranks[number] || RANKS.before;
     }
-  }
+  });
+  const all = 2 ** terms.length - 1;
+  const onPaths = terms.length === 1 ? null : new TermsOnPaths(own);
+  const isFound = (number) => own[number] !== 0 && (onPaths === null || onPaths.have(number, all));
   const places = new Uint32Array((RANKS.help * terms.length + 1) * DEPTHS + 1);
   const keyOf = (number) => total[number] * DEPTHS + Math.min(depthOf[number], DEPTHS - 1);
-  const isFound = (number) => isOwn[number] === 1 && isMissing[number] === 0;
   for (let number = 0; number < nodes.length; ++number) if (isFound(number)) ++places[keyOf(number) + 1];
   for (let key = 1; key < places.length; ++key) places[key] += places[key - 1];
   const numbers = new Uint32Array(places.at(-1));
   for (let number = 0; number < nodes.length; ++number) if (isFound(number)) numbers[places[keyOf(number)]++] = number;
-  return numbers;
+  return {numbers, pathTo: (number) => onPaths?.pathWith(number, all) ?? firstPathTo(number)};
 }
 
 // The text with the terms marked. Lower case may have another length; nothing is marked then.
@@ -472,9 +540,8 @@ function marked(text, terms) {
   return [...content, text.slice(from)];
 }
 
-function resultOf(number, terms) {
-  const node = nodes[number];
-  const path = firstPathTo(number);
+function resultOf(path, terms) {
+  const node = nodes[path.at(-1)];
   const mark = (element) => {
     element.replaceChildren(...marked(element.textContent, terms));
     return element;
@@ -485,13 +552,14 @@ function resultOf(number, terms) {
   return make('li', {}, link);
 }
 
-let found = [];
+let found = null;
 let terms = [];
 
 function showMore() {
   const from = results.children.length;
-  results.append(...Array.from(found.subarray(from, from + BATCH), (number) => resultOf(number, terms)));
-  more.hidden = results.children.length === found.length;
+  const numbers = found.numbers.subarray(from, from + BATCH);
+  results.append(...Array.from(numbers, (number) => resultOf(found.pathTo(number), terms)));
+  more.hidden = results.children.length === found.numbers.length;
 }
 
 function runSearch() {
@@ -506,7 +574,8 @@ function runSearch() {
   if (!isSearching) return selected?.element.scrollIntoView({block: 'nearest'});
   found = find(terms);
   showMore();
-  status.textContent = found.length === 1 ? '1 result' : `${found.length.toLocaleString('en')} results`;
+  const count = found.numbers.length;
+  status.textContent = count === 1 ? '1 result' : `${count.toLocaleString('en')} results`;
 }
 
 search.addEventListener('input', runSearch);
