@@ -68,12 +68,12 @@ struct Marks {
     std::array<uint8_t, sizeof tree_node_t::child_link_bits> bits{};
 };
 
-/// One subtree, or a root. Its words stand in the order of their records: each before the words
-/// that it is the first to have below it. Links lead to words that stand later, or to shared ones
-/// that stand earlier together with all below them.
+/// One subtree, or a root. Its words are in the order of their records: in preorder, a shared word
+/// below its first parent. Links lead to later words, or to shared words that are earlier, like all
+/// their descendants.
 struct Document {
     const SourceFile *file = nullptr;
-    SourceRange place; ///< Where it begins.
+    SourceRange place; ///< Its beginning.
     bool is_root = false;
     bool wants_redirect_root = true;
     bool complete = false; ///< It was read to its end.
@@ -84,8 +84,9 @@ struct Document {
     base::HugeVector<Word> words;
     base::HugeVector<Setting> settings;
     base::HugeVector<Link> links;
-    std::vector<Marks> marks;       ///< In the order of their words.
-    std::vector<uint32_t> finished; ///< Words in the order in which all below them was known.
+    std::vector<Marks> marks; ///< In the order of their words.
+    std::vector<uint32_t>
+        finished; ///< Words in the order in which their descendants were complete.
 
     [[nodiscard]] std::span<const Setting> settings_of(const Word &word) const {
         return std::span{settings}.subspan(word.first_setting, word.setting_count);

@@ -1,6 +1,5 @@
-// Records as the tree writer lays them out: the words stand in its order already, and what it adds
-// to interface masks is added here. It cannot be asked itself: it takes no permissions above 31 and
-// no more than 19,998 nodes.
+// Layout as by the tree writer: the words have its order already, and interface masks get the bits
+// that it adds. The writer itself is limited to permissions up to 31 and to 19,998 nodes.
 #include "tools/ocmd_compile/lay_out.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// From words to records.
+// Layout of words as records.
 #pragma once
 
 #include "tools/ocmd_compile/grammar.h"
@@ -12,7 +12,7 @@ namespace compiler {
 /// Returns the records of a valid document, in host order.
 std::vector<tree_node_t> lay_out(const Document &document);
 
-/// Fills the records of as many words from the first one on.
+/// Fills records, those of the words from the first one on.
 void lay_out(const Document &document, size_t first, std::span<tree_node_t> records);
 
 } // namespace compiler

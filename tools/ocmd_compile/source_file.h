@@ -1,4 +1,4 @@
-// A file of grammars in memory, places in it, and the texts that grammars keep from it.
+// A grammar file in memory, ranges in it, and a store for texts of grammars.
 #pragma once
 
 #include "base/huge_pages.h"
@@ -18,13 +18,13 @@ struct SourceRange {
     uint32_t end = 0;
 };
 
-/// Both count from 1; columns count characters.
+/// Line and column, both from 1; columns count characters.
 struct Position {
     size_t line;
     size_t column;
 };
 
-/// The bytes of a file, of which a large one has huge pages.
+/// The bytes of a file; those of a large file are on huge pages.
 using FileText = std::basic_string<char, std::char_traits<char>, base::HugePages<char>>;
 
 class SourceFile {
@@ -36,16 +36,16 @@ public:
     static SourceFile read(const std::string &path);
 
     [[nodiscard]] const std::string &name() const { return name_; }
-    /// The text in UTF-8, without a byte order mark.
+    /// Returns the text in UTF-8, without a byte order mark.
     [[nodiscard]] std::string_view bytes() const { return bytes_; }
     [[nodiscard]] Position position(uint32_t offset) const;
-    /// Where a line begins; past the last line, the end of the file.
+    /// Returns the offset of a line; past the last line, the end of the file.
     [[nodiscard]] uint32_t start_of_line(size_t line) const;
-    /// A line without its end.
+    /// Returns a line without its end.
     [[nodiscard]] std::string_view line(size_t line) const;
 
 private:
-    // Offsets of lines. Few files have messages, so they are found when one is first asked for.
+    // Returns the offsets of lines. Few files have messages, so they are found at the first call.
     [[nodiscard]] const std::vector<uint32_t> &starts() const;
 
     std::string name_;
@@ -53,7 +53,7 @@ private:
     mutable std::vector<uint32_t> starts_;
 };
 
-/// Keeps texts at one place for as long as it lives.
+/// Copies of texts, at addresses that do not change.
 class TextStore {
 public:
     std::string_view keep(std::string_view text);

@@ -1,4 +1,4 @@
-// Documents of a file are in the order in which they stand there.
+// The documents of a file are in the order of its text.
 #include "tools/ocmd_compile/stages.h"
 
 #include "base/owners.h"

@@ -10,19 +10,19 @@
 
 namespace compiler {
 
-/// Below 2^128, decimal or behind "0x" hexadecimal.
+/// Reads a number below 2^128: decimal, or hexadecimal after "0x".
 std::optional<Bits> read_number(std::string_view text);
 
-/// Decimal of 64 bits, with a minus or without, or hexadecimal below 2^63.
+/// Reads a signed decimal number of 64 bits, or a hexadecimal number below 2^63.
 std::optional<int64_t> read_signed(std::string_view text);
 
-/// yes or true, no or false.
+/// Reads yes or true, no or false.
 std::optional<bool> read_yes_no(std::string_view text);
 
-/// Pairs of hexadecimal digits, with blanks between them or without.
+/// Reads pairs of hexadecimal digits, with or without spaces between them.
 std::optional<std::string> read_hex_bytes(std::string_view text);
 
-/// Whether all of a number lies in its lowest bits.
+/// Returns whether a number has no bits beyond its lowest ones.
 bool fits(const Bits &number, unsigned bits);
 
 } // namespace compiler
