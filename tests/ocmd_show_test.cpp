@@ -326,13 +326,17 @@ TEST_F(Show, ListsFunctionsWithModesAndParameters) {
 TEST_F(Show, WritesFunctionsAsAHeaderThatCompiles) {
     std::vector<Word> words;
     for (const char *name :
-         {"lamp-on", "lamp/on", "cmd_lamp_on", "int", "exit", "sinf", "_x", "7", "", "lamp"})
+         {"lamp-on", "lamp/on", "cmd_lamp_on", "int",   "exit",   "sinf",    "_x",
+          "7",       "",        "lamp",        "index", "strdup", "signbit", "thrd_create",
+          "size_t",  "FILE",    "va_list",     "I",     "and",    "read",    "str"})
         words.push_back(
             keyword("w").help("*/ int x; /* ?\?/ \xE2\x80\xAE").func_id(name).terminal());
     store(grammar::lay_out(main_root(words)));
-    EXPECT_EQ(shell("ocmd_show --functions=c main.par | sed -n 's/^int \\(.*\\)(void);/\\1/p'"),
-              "cmd_7\ncmd__x\ncmd_lamp_on\ncmd_exit\ncmd_int\nlamp\ncmd_lamp_on_2\n"
-              "cmd_lamp_on_3\ncmd_sinf\n");
+    EXPECT_EQ(
+        shell("ocmd_show --functions=c main.par | sed -n 's/^int \\(.*\\)(void);/\\1/p' | xargs"),
+        "cmd_7 cmd_FILE cmd_I cmd__x cmd_and cmd_lamp_on cmd_exit cmd_index cmd_int lamp "
+        "cmd_lamp_on_2 cmd_lamp_on_3 cmd_read cmd_signbit cmd_sinf cmd_size_t str cmd_strdup "
+        "cmd_thrd_create cmd_va_list\n");
     const std::string compile =
         "ocmd_show --functions=c main.par >f.h && cc -std=c11 -Wall -Werror -fsyntax-only f.h";
     EXPECT_EQ(shell(compile), "");

@@ -8,9 +8,10 @@
 
 namespace show {
 
-/// Gives each function a name in C. A name that is an identifier, and not reserved for the language
-/// or its library, stays. Any other gets "cmd_" before it, and "_" for each byte that is no ASCII
-/// letter or digit. If another function has that name, "_2" follows, or "_3" and so on.
+/// Gives each function a name in C. A name that is an identifier, and not reserved for the
+/// language, its library, POSIX or built-in functions of compilers, stays. Any other gets "cmd_"
+/// before it, and "_" for each byte that is no ASCII letter or digit. If another function has that
+/// name, "_2" follows, or "_3" and so on.
 class CNames {
 public:
     /// Reserves a name if it stays. Precondition of name_for: all names were reserved.
