@@ -60,6 +60,7 @@ private:
         Symbol keyword;
     };
 
+    void prefetch(size_t number) const;
     void learn(uint32_t number);
     Symbol keyword_symbol(std::string_view token, uint32_t number);
     uint32_t mask_number(uint32_t mask);

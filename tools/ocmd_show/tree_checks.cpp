@@ -221,7 +221,7 @@ private:
                        [&] { return named(node) + " is unreachable from the root"; });
             if (finds_dead_ends && !facts.ends_line && graph_.links().below(node).empty())
                 check_dead_end(node);
-            if (finds_bounds && facts.words > 0)
+            if (finds_bounds && (facts.words > 1 || !begins_with_keyword(facts)))
                 check_bounds(node);
             if (finds_help && facts.words > 0 && graph_.node(node).help[0] == '\0')
                 report("no-help",
@@ -231,6 +231,10 @@ private:
                 report("no-function",
                        [&] { return named(node) + ": a command without a function ends here"; });
         }
+    }
+
+    [[nodiscard]] bool begins_with_keyword(const LineGraph::Facts &facts) const {
+        return facts.words > 0 && graph_.is_keyword(facts.first);
     }
 
     void check_dead_end(uint32_t node) {
