@@ -100,6 +100,10 @@ class PageTest(unittest.TestCase):
         return cls.page(cls.write_tree(node("root", children=[*range(1, 11), 14, 13]), *nodes), name="odd.html")
 
     @classmethod
+    def long_page(cls):
+        return cls.page(cls.write_tree(*(node(f"n{i}", "w", [i + 1][:26 - i]) for i in range(27))), name="long.html")
+
+    @classmethod
     def ids(cls, page):
         return [attrs["id"] for _, attrs, _ in Elements(page).found if "id" in attrs]
 
@@ -177,6 +181,7 @@ class TextTest(PageTest):
             "both", "show", ":0", "show~2", ":1", "~1", ":2", "~1/x%7Ey%2Fz", ":3", "~2", ":4", "~2/tree", ":5",
             "app", ":6", "wait", ":7", "printed", ":8", "n5", ":9", "%3A1", ":10", "first", ":11",
             "first/both", ":12", "first/both/more", ":13", "second", ":14", "second/both", "~results"])
+        self.assertEqual(self.ids(self.long_page())[-5:], ["/".join("w" * 24), ":23", ":24", ":25", "~results"])
         ids = self.ids(self.example)
         self.assertEqual(len(ids), len(set(ids)))
 
@@ -318,6 +323,9 @@ class BrowserTest(PageTest):
             self.visit(link, "odd.html")
             self.assertEqual(self.line(), line)
             nodes.append(self.all(".detail dd")[-1])
+        self.long_page()
+        self.visit("#:23", "long.html")
+        self.assertEqual(self.browser.find_element("css selector", ".detail ul a").get_attribute("hash"), "#:24")
         self.assertEqual(nodes, ["n1", "n2", "n3", "n11", "n12", "n5", "n6", "n7", "n8", "n9", "n2", "n13", "n15", "n13"])
         self.disable_scripts()
         for link, line in lines.items():
