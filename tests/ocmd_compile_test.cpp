@@ -414,6 +414,8 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
          "standard input:2:1: error: unknown key 'c'"},
         {"echo 'below: x' | cat - a.yaml | ocmd_compile --main -o m.par -", 1,
          "standard input:1:8: error: no root among the input files"},
+        {R"(printf 'words: {a: {name: a, words: {b: f}}}\n---\nbelow: a\n' | ocmd_compile --main -o m.par -)",
+         1, "standard input:3:1: error: a subtree must have exactly one top-level word, found 0"},
         {"head -c 268435457 /dev/zero | ocmd_compile -o z.par -", 2,
          "file too large (limit: 268435456 bytes)"},
     };

@@ -503,7 +503,8 @@ private:
         for (const Link &link : document.links_of(word))
             call(Step{&document, link.child});
         for (const Document *attached : run_.attachments.below(word.name))
-            call(Step{attached, 0});
+            if (!attached->words.empty()) // else reported
+                call(Step{attached, 0});
     }
 
     void measure(const Document &document) {
