@@ -90,6 +90,14 @@ TEST_F(Sample, OfARandomTreeIsAcceptedAsALine) {
     }
 }
 
+// Both words of the same types are entered, so that the next word can be either.
+TEST_F(Sample, OfSiblingsOfTheSameTypesIsResolved) {
+    store("s.yaml", "words: [{<STRING>: {name: a, words: {<STRING>: f}}}, "
+                    "{<STRING>: {name: b, words: {<INTEGER>: f}}}]");
+    EXPECT_EQ(shell("ocmd_compile --main -W no-same-word s.yaml && ocmd_sample s.par").out,
+              "name name\n# cannot be typed: <STRING> <INTEGER>\n");
+}
+
 TEST_F(Sample, IsTheListingAndAcceptedForAnyTree) {
     EXPECT_EQ(harness::in_child([] {
                   replay(500, 400);

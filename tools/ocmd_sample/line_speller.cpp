@@ -139,13 +139,18 @@ bool LineSpeller::has_doubt_below(size_t record, uint16_t node) {
     return word.has(Word::kDoubtBelow);
 }
 
+// Siblings with the same keyword, or with the same types, are entered by one word.
 bool LineSpeller::finds_doubt_below(size_t record, uint16_t node) const {
     std::set<std::string> keywords;
+    std::set<uint32_t> types;
     const auto nodes = file_.records()[record].nodes;
-    return std::ranges::any_of(numbers_.links(record).below(node), [&](uint16_t child) {
-        const std::string_view keyword = tool::text_of(nodes[child].token);
-        return nodes[child].optional != 0 || !has_word(nodes[child]) ||
-               (!keyword.empty() && !keywords.insert(in_lower_case(keyword)).second);
+    return std::ranges::any_of(numbers_.links(record).below(node), [&](uint16_t index) {
+        const tree_node_t &child = nodes[index];
+        if (child.optional != 0 || !has_word(child))
+            return true;
+        return child.token[0] != '\0'
+                   ? !keywords.insert(in_lower_case(tool::text_of(child.token))).second
+                   : !types.insert(child.params[0].type_mask).second;
     });
 }
 

@@ -61,8 +61,8 @@ public:
     static constexpr unsigned kUnusual = 64;       ///< Its keyword may not be what one types.
     static constexpr unsigned kWithoutValue = 128; ///< No value is known, or it cannot be printed.
     static constexpr unsigned kSiblingsKnown = 256;
-    static constexpr unsigned kDoubtBelow = 512; ///< A child may be skipped, or has the keyword of
-                                                 ///< another.
+    static constexpr unsigned kDoubtBelow = 512; ///< A child may be skipped, or has the keyword or
+                                                 ///< the types of another.
 
     [[nodiscard]] bool has(unsigned facts) const { return (facts_ & facts) != 0; }
     void add(unsigned facts) { facts_ |= facts; }
