@@ -2,24 +2,20 @@
 // file, and so makes the tree that it makes of these files.
 #include "tools/ocmd_compile/main_tree.h"
 
-#include "base/descriptor.h"
 #include "parse_tree/tree_writer.h"
 #include "tools/ocmd_compile/attachments.h"
 #include "tools/ocmd_compile/lay_out.h"
+#include "tools/ocmd_compile/library_output.h"
 #include "tools/support/program.h"
 #include "treelink/link_driver.h"
 #include "treelink/link_report.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <glib.h>
 #include <new>
-#include <unistd.h>
 
 namespace compiler {
 
@@ -35,37 +31,19 @@ void report_no_memory(int status, void * /*unused*/) {
         tool::report("out of memory");
 }
 
-// A time in which the linker runs. What it prints to standard output goes to standard error,
-// because the tree may be written to standard output.
+// A time in which the linker runs.
 class LinkerRun {
 public:
-    LinkerRun() : saved_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
-        if (!saved_ && errno != EBADF) // else it is closed
-            fail(errno);
+    LinkerRun() {
         static const int registered = on_exit(report_no_memory, nullptr);
         is_linker_running = registered == 0;
-        fflush(stdout);
-        if (!saved_ || dup2(STDERR_FILENO, STDOUT_FILENO) >= 0)
-            return;
-        const base::Descriptor nowhere{open("/dev/null", O_WRONLY | O_CLOEXEC)};
-        if (!nowhere || dup2(nowhere.number(), STDOUT_FILENO) < 0)
-            fail(errno);
     }
-    ~LinkerRun() {
-        is_linker_running = false;
-        fflush(stdout);
-        if (saved_)
-            dup2(saved_.number(), STDOUT_FILENO);
-    }
+    ~LinkerRun() { is_linker_running = false; }
     LinkerRun(const LinkerRun &) = delete;
     LinkerRun &operator=(const LinkerRun &) = delete;
 
 private:
-    [[noreturn]] static void fail(int reason) {
-        tool::fail("standard output: cannot be saved: %s", strerror(reason));
-    }
-
-    base::Descriptor saved_;
+    LibraryOutput output_;
 };
 
 // Input of the linker for a document.
@@ -112,12 +90,16 @@ void use_prebuilt_trees(const char *directory) {
     prebuilt_main_tree_path = const_cast<char *>(directory);
 }
 
+std::vector<std::string> prebuilt_paths() {
+    if (prebuilt_main_tree_path == nullptr)
+        return {};
+    const fs::path directory{prebuilt_main_tree_path};
+    return {directory / "main_tree.pars", directory / "main_tree2.pars"};
+}
+
 std::vector<std::string> prebuilt_files() {
     std::vector<std::string> files;
-    for (const char *name : {"main_tree.pars", "main_tree2.pars"}) {
-        if (prebuilt_main_tree_path == nullptr)
-            continue;
-        std::string file = fs::path{prebuilt_main_tree_path} / name;
+    for (std::string &file : prebuilt_paths()) {
         std::error_code error;
         if (fs::exists(file, error))
             files.push_back(std::move(file));
@@ -176,6 +158,7 @@ bool MainTree::write(FILE *stream) const {
         return write_array_tree_to_file(nodes, static_cast<uint32_t>(count), 0, nullptr, stream, 0,
                                         0, 1) == 0;
     };
+    const LibraryOutput output;
     setvbuf(stream, nullptr, _IONBF, 0); // else each block leaves in three pieces
     if (linked_ != nullptr)
         return put(linked_.get(), node_count_);

@@ -17,6 +17,9 @@ namespace compiler {
 /// @param directory must live as long as the program uses it; null for none.
 void use_prebuilt_trees(const char *directory);
 
+/// Returns the paths of the prebuilt trees, whether they exist or not.
+std::vector<std::string> prebuilt_paths();
+
 /// Returns the paths of the prebuilt trees that exist. Exits with kError if that cannot be known.
 std::vector<std::string> prebuilt_files();
 
@@ -34,7 +37,8 @@ public:
     /// If the linker, which reports to standard error, leaves out a part, exits with kNegative.
     explicit MainTree(std::span<const Document> documents);
 
-    /// Writes a main par file. @return false, with errno set, if it cannot be written.
+    /// Writes a main par file. The stream has a descriptor other than that of standard output.
+    /// @return false, with errno set, if it cannot be written.
     [[nodiscard]] bool write(FILE *stream) const;
 
 private:

@@ -17,7 +17,7 @@ public:
     /// Reports a file that cannot be written, and exits with kError.
     explicit OutputFile(const std::string &path);
 
-    /// Returns the stream to write to; it has a descriptor.
+    /// Returns the stream to write to; it has a descriptor, which is not that of standard output.
     [[nodiscard]] FILE *stream() const;
 
     /// Reports a write error with the reason in errno, and exits with kError.
@@ -29,7 +29,8 @@ public:
 private:
     std::string name_;
     std::unique_ptr<tsh_file_replacement_t, base::Releaser<tsh_file_replacement_abandon>>
-        replacement_; // null for standard output
+        replacement_;                                               // null for standard output
+    std::unique_ptr<FILE, base::Releaser<fclose>> standard_output_; // a copy, else null
 };
 
 } // namespace compiler

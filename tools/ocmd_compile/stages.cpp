@@ -6,6 +6,7 @@
 #include "tools/ocmd_compile/attachments.h"
 #include "tools/ocmd_compile/grammar_checks.h"
 #include "tools/ocmd_compile/lay_out.h"
+#include "tools/ocmd_compile/library_output.h"
 #include "tools/ocmd_compile/messages.h"
 #include "tools/ocmd_compile/understand.h"
 #include "tools/ocmd_compile/yaml_tree.h"
@@ -85,6 +86,7 @@ bool read_grammars(std::span<const std::string> paths, Target target,
 }
 
 bool write_records(std::span<const Document> documents, FILE *stream) {
+    const LibraryOutput output;
     const int descriptor = dup(fileno(stream));
     GzipStream packed{descriptor < 0 ? nullptr : gzdopen(descriptor, "wb")};
     if (packed == nullptr)
