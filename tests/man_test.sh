@@ -9,7 +9,7 @@ shift
 
 # section PAGE NAME: prints the lines of the section.
 section() {
-    sed -nE "/^\.SH $2\$/,/^\.SH/{/^\.SH/d;s/\\\\-/-/g;p}" "$1"
+    sed -nE "/^\.SH $2\$/,/^\.SH/{/^\.SH/d;s/\\\\-/-/g;s/\\\\\\(aq/'/g;p}" "$1"
 }
 
 status=0

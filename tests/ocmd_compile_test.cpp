@@ -371,9 +371,9 @@ TEST_F(Compile, SurvivesHostileInput) {
 }
 
 TEST_F(Compile, UsesLittleMemoryForEachOfManyFiles) {
-    store("a.yaml", "words: {a: f}\n");
     const Outcome outcome =
-        shell(kLimits + "ocmd_compile -o many.par $(yes a.yaml | head -n 5000)");
+        shell("yes 'words: {a: f}' | head -n 5000 | split -l 1 -a 3 - part. && " + kLimits +
+              "ocmd_compile -o many.par part.*");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
 }
 
@@ -390,16 +390,23 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
         {"ocmd_compile a.yaml a.yml", 2, "a.yml: another input also produces a.par; use -o\n"},
         {"ocmd_compile a.yaml a.par", 2, "a.par: output of a.yaml would overwrite an input file"},
         {"ocmd_compile --lines a.yaml --main", 2, "--lines makes a grammar, --main compiles one"},
-        {"ocmd_compile --lines -o a.yml a.yml", 2, "a.yml: output would overwrite an input file"},
+        {"ocmd_compile --lines -o a.yml a.yml", 2, "a.yml: is both input and output\n"},
         {"ocmd_compile --lines", 2, "ocmd_compile: missing operand: LINES\n"},
         {"seq 193 | sed 's/^/a w/' | ocmd_compile --lines -", 1,
          "standard input:193:3: error: too many words after the same beginning: 193 (limit: 192)"},
         {"seq -s ' ' 300 | ocmd_compile --lines -", 1, "too many words in a line (limit: 299)"},
-        {"ocmd_compile -o a.yml a.yml", 2, "a.yml: output would overwrite an input file"},
+        {"ocmd_compile -o a.yml a.yml", 2, "a.yml: is both input and output\n"},
         {"ocmd_compile none.yaml", 2, "none.yaml: cannot read: No such file or directory\n"},
         {"ocmd_compile -o /dev/full a.yaml", 2, "/dev/full: cannot be written: No space left"},
         {"ocmd_compile -o none/a.par a.yaml", 2, "none/a.par: cannot be written: No such file"},
-        {"ocmd_compile --main a.yaml a.yml", 2, "missing option: -o OUT\n"},
+        {"ocmd_compile --main a.yaml a.yml", 2,
+         "--main with several grammars or standard input needs -o OUT\n"},
+        {"ocmd_compile -o b.par a.yaml ./a.yaml", 2, "./a.yaml: is given twice\n"},
+        {"ocmd_compile --main -p . -o ./main_tree2.pars a.yaml", 2, "is both input and output\n"},
+        {"ocmd_compile --main -M ./b.par -o b.par a.yaml", 2, "the dependencies would overwrite"},
+        {"ln -s b.par rule; ocmd_compile --main -M rule -o b.par a.yaml", 2,
+         "the dependencies would overwrite"},
+        {"ocmd_compile -M b.d -o 'b;c' a.yaml", 2, "b;c: make or Ninja would misread this name"},
         {"ocmd_compile -p . a.yaml", 2, "-p requires --main\n"},
         {"ocmd_compile -M a.par a.yaml", 2, "a.par: the dependencies would overwrite"},
         {"ocmd_compile -o - -M a.d a.yaml", 2, "-M requires an output file; use -o OUT\n"},

@@ -102,8 +102,10 @@ bool check_roots(const Grammar &grammar, Messages &messages) {
         if (!is_detached(document))
             continue;
         if (root != nullptr)
-            messages.error(*document.file, document.place,
-                           "second root; expected 'below' in a subtree",
+            messages.error(*document.file,
+                           document.is_root ? document.place : document.attach_place,
+                           document.is_root ? "second root; expected 'below' in a subtree"
+                                            : "'below' is empty, so this is a second root",
                            {{root->file, root->place, "first root defined here"}});
         else
             root = &document;
@@ -116,25 +118,34 @@ bool check_roots(const Grammar &grammar, Messages &messages) {
     return root != nullptr;
 }
 
+// Suggests a name of another document.
+std::string suggestion_outside(const Document &document, const Grammar &grammar,
+                               std::string_view point) {
+    std::vector<std::string_view> names;
+    for (const Document &other : grammar.documents)
+        if (&other != &document)
+            for (const Word &word : other.words)
+                names.push_back(word.name);
+    return tool::suggestion(point, names);
+}
+
 void check_attach_points(const Grammar &grammar, const Attachments &attachments,
                          Messages &messages) {
-    std::vector<std::string_view> names;
     std::unordered_set<std::string_view> defined;
     for (const Attachment &attachment : attachments.all()) {
         if (attachment.word != nullptr)
             continue;
-        if (names.empty()) {
+        if (defined.empty()) {
             read_prebuilt_trees();
             for (const Document &document : grammar.documents)
                 for (const Word &word : document.words)
-                    if (defined.insert(word.name).second)
-                        names.push_back(word.name);
+                    defined.insert(word.name);
         }
         if (can_borrow(attachment.point, defined))
             continue;
         const Document &document = *attachment.child;
         const std::string meant = messages.keeps_next(*document.file)
-                                      ? tool::suggestion(attachment.point, names)
+                                      ? suggestion_outside(document, grammar, attachment.point)
                                       : std::string{};
         messages.error(*document.file, document.attach_place,
                        "unknown attach point " + quoted(attachment.point) +

@@ -4,6 +4,7 @@
 // that one run reports all errors; the others run only if there are none.
 #include "param_reg/values.h"
 #include "tools/ocmd_compile/dependencies.h"
+#include "tools/ocmd_compile/file_identity.h"
 #include "tools/ocmd_compile/grammar.h"
 #include "tools/ocmd_compile/line_grammar.h"
 #include "tools/ocmd_compile/main_tree.h"
@@ -24,8 +25,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -113,33 +112,22 @@ void write_each_file(std::span<const Document> documents) {
 
 // ---- The run ----
 
-// The input files, by identity instead of name.
-class Inputs {
+// Files by identity instead of name.
+class Files {
 public:
-    explicit Inputs(std::span<char *const> paths) {
-        for (const char *path : paths)
-            if (const auto file = identity(path))
-                files_.insert(*file);
+    // Returns false if the file is in the set.
+    bool add(const std::string &path) {
+        const auto file = compiler::file_identity(path);
+        return !file || files_.insert(*file).second;
     }
 
     [[nodiscard]] bool have(const std::string &path) const {
-        const auto file = identity(path == "-" ? "" : path.c_str());
+        const auto file = path == "-" ? std::nullopt : compiler::file_identity(path);
         return file && files_.contains(*file);
     }
 
 private:
-    using Identity = std::pair<dev_t, ino_t>;
-
-    // The identity of a regular file.
-    static std::optional<Identity> identity(const char *path) {
-        struct stat file {};
-        if (stat(std::string_view{path} == "-" ? "/dev/stdin" : path, &file) != 0 ||
-            !S_ISREG(file.st_mode))
-            return std::nullopt;
-        return Identity{file.st_dev, file.st_ino};
-    }
-
-    std::set<Identity> files_;
+    std::set<compiler::FileIdentity> files_;
 };
 
 // What the command line requests.
@@ -159,7 +147,7 @@ struct Request {
         else if (main && inputs.size() == 1 && inputs.front() != "-")
             output = output_for(inputs.front());
         else if (main && !only_check)
-            tool::refuse("missing option: -o OUT");
+            tool::refuse("--main with several grammars or standard input needs -o OUT");
         if (line.has("prebuilt") && !main)
             tool::refuse("-p requires --main");
     }
@@ -172,16 +160,40 @@ struct Request {
     std::optional<std::string> output; // for all inputs; nothing: one for each
 };
 
+// Refuses grammars that are given twice. Command lines are repeated without harm.
+Files inputs_of(const Request &request) {
+    Files inputs;
+    for (const std::string &input : request.inputs)
+        if (!inputs.add(input == "-" ? "/dev/stdin" : input) && !request.lines)
+            tool::refuse("%s: is given twice", input == "-" ? "standard input" : input.c_str());
+    for (const std::string &prebuilt : compiler::prebuilt_paths())
+        inputs.add(prebuilt);
+    return inputs;
+}
+
+void check_names_in_rules(const Request &request, std::vector<std::string> names) {
+    names.insert(names.end(), request.inputs.begin(), request.inputs.end());
+    for (const std::string &prebuilt : compiler::prebuilt_files())
+        names.push_back(prebuilt);
+    for (const std::string &name : names)
+        if (!compiler::can_be_in_rule(name))
+            tool::refuse("%s: make or Ninja would misread this name in the file of -M",
+                         name.c_str());
+}
+
 // Refuses outputs that would overwrite an input or each other.
-void check_outputs(const CommandLine &line, const Request &request) {
-    const Inputs inputs{line.operands()};
-    std::unordered_set<std::string> outputs;
+void check_outputs(const Request &request) {
+    const Files inputs = inputs_of(request);
+    Files outputs;
+    std::vector<std::string> names;
     if (request.output) {
         if (request.output->empty())
             tool::refuse("empty argument for -o; expected a file name");
         if (inputs.have(*request.output))
-            tool::refuse("%s: output would overwrite an input file", request.output->c_str());
-        outputs.insert(*request.output);
+            tool::refuse("%s: is both input and output", request.output->c_str());
+        if (*request.output != "-")
+            outputs.add(*request.output);
+        names.push_back(*request.output);
     }
     for (const std::string &input : request.output ? std::vector<std::string>{} : request.inputs) {
         if (input == "-" && request.only_check)
@@ -192,23 +204,21 @@ void check_outputs(const CommandLine &line, const Request &request) {
         if (inputs.have(output))
             tool::refuse("%s: output of %s would overwrite an input file; use -o", output.c_str(),
                          input.c_str());
-        if (!outputs.insert(output).second)
+        if (!outputs.add(output))
             tool::refuse("%s: another input also produces %s; use -o", input.c_str(),
                          output.c_str());
+        names.push_back(output);
     }
     if (request.dependencies == nullptr)
         return;
     if (*request.dependencies == '\0')
         tool::refuse("empty argument for -M; expected a file name");
-    if (outputs.contains(request.dependencies) || inputs.have(request.dependencies))
+    if (outputs.have(request.dependencies) || inputs.have(request.dependencies))
         tool::refuse("%s: the dependencies would overwrite an input or output file",
                      request.dependencies);
-    if (outputs.contains("-"))
+    if (request.output == "-")
         tool::refuse("-M requires an output file; use -o OUT");
-    outputs.insert(request.inputs.begin(), request.inputs.end());
-    for (const std::string &name : outputs)
-        if (name.find('\n') != std::string::npos)
-            tool::refuse("%s: a rule of dependencies cannot contain a newline", name.c_str());
+    check_names_in_rules(request, std::move(names));
 }
 
 // Writes one rule for each output. Standard input is no dependency.
@@ -261,8 +271,11 @@ tool::Status compile(const CommandLine &line) {
         return tool::kDone;
     }
     const Request request{line};
-    check_outputs(line, request);
-    compiler::use_prebuilt_trees(line.value("prebuilt"));
+    const char *prebuilt = line.value("prebuilt");
+    compiler::use_prebuilt_trees(prebuilt);
+    check_outputs(request);
+    if (prebuilt != nullptr && compiler::prebuilt_files().empty())
+        tool::report("%s: no prebuilt tree in this directory", prebuilt);
     if (request.lines)
         return make_grammar(request);
 
