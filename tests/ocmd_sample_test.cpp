@@ -134,6 +134,20 @@ TEST_F(Sample, OfWrongLinesIsRefusedWhereItSays) {
         EXPECT_NE(wrong.find(line), std::string::npos) << line;
 }
 
+TEST_F(Sample, IsTheCommandOfItsNumberOrSaysThatItCannotBeTyped) {
+    store("sub.yaml", "below: p\nwords: {a: fa}"); // one record, whose root has a word
+    store("like.yaml", "words: {user: {words: {name: by_name, <STRING>: by_string}}}");
+    store("end.yaml",
+          "words: {door: {submode: yes, words: {end: {submode: yes, words: {open: f}}}}}");
+    EXPECT_EQ(shell("ocmd_compile sub.yaml && ocmd_sample sub.par").out, "a\n");
+    EXPECT_EQ(
+        out("ocmd_compile --main like.yaml && ocmd_sample --cover like.par | grep -c '^user' && "
+            "ocmd_sample --cover like.par | grep -cx 'user name'"),
+        "2\n1\n");
+    EXPECT_EQ(out("ocmd_compile --main end.yaml; ocmd_sample end.par"),
+              "door\n  end\n# cannot be typed: door end open\n");
+}
+
 TEST_F(Sample, OfAllWordsHasOptionalOnesBothWays) {
     store("o.yaml", "words: {show: {words: {x: {optional: yes, words: {lamp: f}}}}, go: f, "
                     "bay: {words: {near: {optional: yes, submode: yes, words: {dark: f}}}}}");

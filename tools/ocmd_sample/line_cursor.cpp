@@ -30,7 +30,7 @@ void LineCursor::begin() {
     root_levels_ = 1 - depth_;
     nodes_[0] = kRootNode;
     end_ = {};
-    if (depth_ > 0)
+    if (depth_ > 0 && speller_ != nullptr)
         end_ = add(kRootNode, {});
     levels_.assign(1, {depth_ > 0 && root.has_line ? 1U : 0U, numbers_.count().low(), &root, end_});
 }

@@ -5,6 +5,7 @@
 #include "base/chunk_copy.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/config_lines.h"
+#include "tools/ocmd_find/saved_config.h"
 #include "tools/ocmd_sample/parameter_values.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/tree_shape.h"
@@ -52,6 +53,14 @@ tsh_example_t example_for(ValueStyle style) {
 }
 
 } // namespace
+
+bool leaves_submode(std::string_view line) {
+    static const find::LeavingWords words;
+    const auto is_line = [lower = in_lower_case(line)](const std::string &word) {
+        return word == lower;
+    };
+    return std::ranges::any_of(words.one, is_line) || std::ranges::any_of(words.all, is_line);
+}
 
 LineSpeller::LineSpeller(const tool::TreeFile &file, const LineNumbers &numbers, ValueStyle values,
                          Random &random)
@@ -105,7 +114,8 @@ unsigned LineSpeller::facts_of(const tree_node_t &node) const {
         return facts;
     const std::string_view token = tool::text_of(node.token);
     const bool has_value = node.param_count > 0;
-    const bool is_unusual = !has_word(node) || !std::ranges::all_of(token, is_usual);
+    const bool is_unusual = !has_word(node) || !std::ranges::all_of(token, is_usual) ||
+                            (tool::is_submode(node) && leaves_submode(token));
     return facts | (has_value ? Word::kHasValue : 0U) |
            (has_value && token.empty() ? Word::kValueFirst : 0U) |
            (takes_rest(node) ? Word::kTakesRest : 0U) | (is_unusual ? Word::kUnusual : 0U);
@@ -296,9 +306,11 @@ bool LineChecker::accepts_typed(const Spelling &spelling) {
 }
 
 bool LineChecker::accepts_saved(const Spelling &spelling) {
-    for (size_t i = 0; i < spelling.parts.size(); ++i)
-        if (find::is_comment(spelling.part(i)))
+    for (size_t i = 0; i < spelling.parts.size(); ++i) {
+        const bool is_last = i + 1 == spelling.parts.size();
+        if (find::is_comment(spelling.part(i)) || (!is_last && leaves_submode(spelling.part(i))))
             return false;
+    }
     return resolve_saved(spelling, TSH_BRIEF) == TSH_ACCEPTED;
 }
 

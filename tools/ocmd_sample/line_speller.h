@@ -88,6 +88,9 @@ private:
     };
 };
 
+/// Returns whether a line of a configuration leaves a submode, whatever the grammar says.
+bool leaves_submode(std::string_view line);
+
 class LineSpeller {
 public:
     LineSpeller(const tool::TreeFile &file, const LineNumbers &numbers, ValueStyle values,

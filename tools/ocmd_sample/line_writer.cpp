@@ -1,8 +1,6 @@
 // Which submodes are entered follows from the nodes of the last line.
 #include "tools/ocmd_sample/line_writer.h"
 
-#include "tools/ocmd_find/saved_config.h"
-
 #include <algorithm>
 
 namespace sample {
@@ -10,16 +8,6 @@ namespace sample {
 namespace {
 
 constexpr size_t kIndentation = 2; // for each submode
-
-// A command of such a name leaves the submode for whoever reads the configuration.
-bool leaves_submode(std::string_view part) {
-    const auto is_part = [&](const std::string &word) {
-        return std::ranges::equal(
-            part, word, [](unsigned char a, unsigned char b) { return std::tolower(a) == b; });
-    };
-    const find::LeavingWords words;
-    return std::ranges::any_of(words.one, is_part) || std::ranges::any_of(words.all, is_part);
-}
 
 } // namespace
 

@@ -226,16 +226,20 @@ private:
             output_ << text;
     }
 
-    bool is_accepted() {
-        return spelling_.has_value &&
-               (!spelling_.is_doubtful || writer_->is_accepted(checker_, spelling_));
+    // A value that is the keyword of a sibling would make the line another command.
+    bool is_accepted(const Line &line) {
+        if (!spelling_.has_value || !spelling_.is_doubtful)
+            return spelling_.has_value;
+        return writer_->is_accepted(checker_, spelling_) &&
+               (spelling_.leaves_out || tsh_answer_reading(checker_.answer(), 0)->command ==
+                                            &speller_.node(line, line.nodes.size() - 1));
     }
 
     // A value that a sibling accepts, too, makes the line ambiguous; other values may not.
     bool spell(const Line &line, OptionalWords optional) {
         for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
             speller_.spell(line, optional, spelling_, attempt > 0);
-            if (is_accepted())
+            if (is_accepted(line))
                 return true;
         }
         return false;
