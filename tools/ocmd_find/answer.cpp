@@ -4,6 +4,7 @@
 #include "base/escape.h"
 #include "tools/support/command_lines.h"
 #include "tools/support/program.h"
+#include "tools/support/tree_shape.h"
 #include "tools/support/utf8.h"
 #include "tools/support/wording.h"
 
@@ -70,7 +71,7 @@ void print_reading(const FileGrammar &grammar, const tsh_reading_t &reading, std
     print_field(output, "help", node.help);
     print_field(output, "function", node.func_id);
     print_field(output, "mode", node.mode_id);
-    if (reading.is_submode != 0)
+    if (tool::is_submode(node))
         print_field(output, "submode", node.submode_help[0] == '\0' ? "yes" : node.submode_help);
 }
 

@@ -75,7 +75,7 @@ private:
         json_.member("help", tool::text_of(node.help));
         json_.member("function", tool::text_of(node.func_id));
         json_.member("mode", tool::text_of(node.mode_id));
-        json_.member("submode").boolean(reading.is_submode != 0);
+        json_.member("submode").boolean(tool::is_submode(node));
         json_.member("submode_help", tool::text_of(node.submode_help));
         json_.member("values").begin_list();
         for (const tsh_word_t &word : std::span{reading.words, reading.word_count})
