@@ -55,6 +55,13 @@ def text(value):
     return value.encode() if isinstance(value, str) else bytes.fromhex(value["hex"])
 
 
+def quoted(value):
+    """A string field in the plain output."""
+    controls, byte = (rb"[\x00-\x1f\x7f]", rb"[\x00-\x1f\x7f-\xff]")
+    escaped = re.sub(rb'["\\]', rb"\\\g<0>", text(value))
+    return b'"' + re.sub(controls if isinstance(value, str) else byte, lambda m: b"\\x%02x" % m[0][0], escaped) + b'"'
+
+
 sections = re.split(r"\n## ", open(source + "/doc/json.md").read())
 for program, kinds in (("ocmd_find", ["answer", "reading", "message"]), ("ocmd_diff", ["difference", "group", "totals"])):
     section, = [s for s in sections if s.startswith(program)]
@@ -86,7 +93,8 @@ for options in ("old.par new.par", "new.par old.par", "--fields old.par new.par"
     for found in objects("difference", "ocmd_diff --json " + options):
         lines += marks[found["difference"]] + text(found["line"])
         if found["difference"] == "changed":
-            values = [b" | ".join(map(text, found.get(side, []))) or b"none" for side in ("before", "after")]
+            spell = quoted if re.search("(help|text|label|mode|function|name)$", found.get("field", "")) else text
+            values = [b" | ".join(map(spell, found.get(side, []))) or b"none" for side in ("before", "after")]
             if "field" in found:
                 named = [text(found[key]) for key in ("word", "field") if key in found]
                 expect("text of " + str(found), text(found["text"]) == b" ".join(named + [b" -> ".join(values)]))
@@ -161,6 +169,8 @@ for line in ("show lamps", "lamp 3", "lam 3 / br 7", "show", "show l", "show bay
     for reading in answer["readings"][-1:] if answer["verdict"] != "ambiguous" else []:
         for key in ("command", "line", "function", "mode"):
             expect(f"{key} of {line}", text(reading[key]) == fields.get(key.encode(), b""), reading)
+        expect("submode of " + line, reading["submode"] == (b"submode" in fields) ==
+               (text(reading["command"]) == b"lamp <INTEGER>"), reading)
     for list_name, before in (("follows", b"follows:"), ("commands", b"commands of the submode:")):
         words = re.search(before + rb"\n((  .*\n)*)", plain.stdout)
         here = answer.get(list_name, answer["candidates"] if list_name == "follows" and plain.stderr else [])

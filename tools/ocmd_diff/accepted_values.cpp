@@ -53,7 +53,7 @@ std::string mask_text(uint32_t type_mask) {
 NamedValues named_values(const Accepted &accepted, const std::string &prefix) {
     NamedValues values{{prefix + "type", mask_text(accepted.type_mask)}};
     const auto add = [&](const char *name, int64_t bound) {
-        values.emplace_back(prefix + name, std::to_string(bound));
+        values.push_back({prefix + name, std::to_string(bound)});
     };
     if (accepted.bounds == TSH_BOUNDS_LENGTH)
         add("length", accepted.high);

@@ -5,7 +5,6 @@
 #include "tools/ocmd_diff/value_changes.h"
 #include "tools/support/record_tables.h"
 #include "tools/support/tree_shape.h"
-#include "tools/support/wording.h"
 
 #include <algorithm>
 #include <array>
@@ -13,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <span>
+#include <utility>
 
 namespace diff {
 
@@ -81,7 +81,7 @@ std::string digits_of(std::string_view bytes) {
 std::string value_text(Field field, const void *record) {
     switch (field->kind) {
     case TSH_FIELD_TEXT:
-        return tool::double_quoted(bytes_of(field, record));
+        return std::string{bytes_of(field, record)};
     case TSH_FIELD_SET:
         return set_text(
             field, [&](uint32_t number) { return tsh_field_contains(field, record, number) != 0; });
@@ -105,25 +105,29 @@ void add_flags(Field field, const void *record, NamedValues &values) {
     };
     for (const tsh_flag_t &flag : tool::node_flags())
         if (flag.key != nullptr)
-            values.emplace_back(flag.key, yes_or_no(static_cast<uint64_t>(
-                                              tsh_field_contains(field, record, flag.bit))));
-    values.emplace_back(name_of(field), set_text(field, [&](uint32_t bit) {
-                            return tsh_field_contains(field, record, bit) != 0 && !has_key(bit);
-                        }));
+            values.push_back({flag.key, yes_or_no(static_cast<uint64_t>(
+                                            tsh_field_contains(field, record, flag.bit)))});
+    values.push_back({name_of(field), set_text(field, [&](uint32_t bit) {
+                          return tsh_field_contains(field, record, bit) != 0 && !has_key(bit);
+                      })});
 }
 
 NamedValues values_of(const tree_node_t &node) {
     NamedValues values;
+    const auto add = [&](std::string name, Field field, const void *record) {
+        values.push_back(
+            {std::move(name), value_text(field, record), field->kind == TSH_FIELD_TEXT});
+    };
     for (const Field field : node_fields())
         if (field->kind == TSH_FIELD_FLAGS)
             add_flags(field, &node, values);
         else
-            values.emplace_back(name_of(field), value_text(field, &node));
+            add(name_of(field), field, &node);
     std::string prefix = "parameter ";
     for (const parameter_info_t &parameter : tool::params_of(node)) {
         for (const Field field : parameter_fields())
             if (!is_bound(field, parameter))
-                values.emplace_back(prefix + name_of(field), value_text(field, &parameter));
+                add(prefix + name_of(field), field, &parameter);
         prefix = "second parameter ";
     }
     return values;

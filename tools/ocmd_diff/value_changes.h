@@ -6,13 +6,16 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace diff {
 
-/// Names of values with the values in text.
-using NamedValues = std::vector<std::pair<std::string, std::string>>;
+struct NamedValue {
+    std::string name;
+    std::string value;
+    bool is_string = false; ///< The value is the bytes of a string; else it is spelled.
+};
+using NamedValues = std::vector<NamedValue>;
 
 /// A difference between two sides in one field.
 struct Change {
@@ -20,7 +23,8 @@ struct Change {
     std::string field;               ///< Empty if the sides differ only in combinations.
     std::vector<std::string> before; ///< Sorted, each value once; empty for none.
     std::vector<std::string> after;
-    std::string note = {}; ///< What differs, without a field.
+    std::string note = {};  ///< What differs, without a field.
+    bool is_string = false; ///< The values are bytes of strings; text() quotes them.
 
     /// "WORD FIELD BEFORE -> AFTER". Several values are separated by "|"; "none" means no
     /// value.
@@ -43,6 +47,7 @@ private:
     struct Entry {
         std::string name;
         std::vector<std::string> sides[2]; // sorted, each value once
+        bool is_string;
     };
 
     void add(const NamedValues &values, size_t side);
