@@ -3,7 +3,7 @@
 // its man page. The input is also a list of command lines: the grammar made of them compiles.
 //
 // Reaches: compiler::YamlReader::next, compiler::understand, compiler::check,
-// compiler::check_links, compiler::lay_out, compiler::LineGrammar::yaml, show::show_yaml
+// compiler::check_links, compiler::lay_out, compiler::LineGrammar::add, show::show_yaml
 #include "fuzz/input.h"
 #include "fuzz/memory_file.h"
 #include "parse_tree/tree_check.h"
