@@ -23,7 +23,7 @@ using tsh::resize_silently;
 
 constexpr size_t kLongestSlash = 3; // " / "
 constexpr std::string_view kNewline = "\n";
-constexpr size_t kLongestSpelled = 4 * TSH_WORD_SIZE; // every byte as \xNN
+constexpr size_t kLongestSpelled = size_t{4} * TSH_WORD_SIZE; // every byte as \xNN
 
 class Callback final : public base::Destination {
 public:

@@ -40,7 +40,9 @@ public:
         line_.append(prefix);
         NumberedLines lines{line_, block_.data()};
         const tsh::MetNode first{.record = &node};
-        const auto first_cursor = [&] { return nodes_.first_cursor(lines.finds_siblings()); };
+        const auto first_cursor = [&] {
+            return nodes_.first_cursor(NumberedLines::finds_siblings());
+        };
         if (!tsh::walk_lines(first, first_cursor, nodes_, lines, levels_))
             return tsh::ListResult::kNoMemory;
         return lines.hand_over() ? tsh::ListResult::kDone : tsh::ListResult::kLostOutput;

@@ -27,11 +27,9 @@ const std::vector<NextWord> &NextWords::after(const LineParser &parser, const Hi
                 add(state.node, static_cast<int32_t>(last_parameter(state.position)));
         } else if (state.position == Position::kBefore) {
             meet(state.node);
-        } else if (state.position == Position::kEntered) {
-            walk(state.node);
-        } else if (read < facts.param_count) {
+        } else if (state.position != Position::kEntered && read < facts.param_count) {
             add(state.node, static_cast<int32_t>(read));
-        } else if (!facts.is_submode) {
+        } else if (state.position == Position::kEntered || !facts.is_submode) {
             walk(state.node);
         }
     }

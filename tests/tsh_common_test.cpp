@@ -141,14 +141,14 @@ TEST(TshCommon, TokenizeHandlesQuotesEscapesAndSpecials) {
             {"set \"a b\" c", "[set]0[a b]5[c]10 00"},
             {"ab\"cd\"ef", "[ab]0[cd]3[ef]6 00"},
             {"a\\ b c", "[a\\ b]0[c]5 00"},
-            {"a\\\\ \\\"b c", "[a\\\\]0[\\\"b]4[c]8 00"},
-            {"\"a\\\" b\" c", "[a\\\" b]1[c]8 00"},
+            {R"(a\\ \"b c)", R"([a\\]0[\"b]4[c]8 00)"},
+            {R"("a\" b" c)", R"([a\" b]1[c]8 00)"},
             {"x\\", "[x\\]0 00"},
             {"x \\", "[x]0[\\]2 00"},
             {"\"a\\", " 10"},
             {"say \"hi", " 14"},
             {"say \"", " 14"},
-            {"a \"b\" \"c\\\"", " 16"},
+            {R"(a "b" "c\")", " 16"},
             {"  \"", " 02"},
             {" \"\" ", " 00"},
         },
@@ -156,9 +156,9 @@ TEST(TshCommon, TokenizeHandlesQuotesEscapesAndSpecials) {
     check(
         {
             {"show all|grep x", "[show]0[all]5[|]8[grep]9[x]14 00"},
-            {"a\\\\ \\", "[a\\\\]0[\\]4 00"},
+            {R"(a\\ \)", R"([a\\]0[\]4 00)"},
             {"a\\", "[a]0[\\]1 00"},
-            {"a|\"b|c\"\\|d|e\\|", "[a]0[|]1[b|c]3[\\]7[|]8[d]9[|]10[e\\|]11 00"},
+            {R"(a|"b|c"\|d|e\|)", R"([a]0[|]1[b|c]3[\]7[|]8[d]9[|]10[e\|]11 00)"},
         },
         [](const std::string &line) { return tokens(line, "|\\"); });
     EXPECT_EQ(tokens("a\xFF\xFE\\\xFF"), "[a]0[\xFF]1[\xFE\\\xFF]2 00");

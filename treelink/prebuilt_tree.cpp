@@ -88,7 +88,7 @@ int32_t build(PrebuiltTree &tree) {
     if (is_ours)
         tsh::release_name_table(tree.built);
     else
-        tree.nodes.release(); // the program owns the table, which points to them
+        static_cast<void>(tree.nodes.release()); // the program owns the table, which points to them
     tree.nodes = std::move(nodes);
     tree.built = *tree.table = tsh::new_name_table();
     return atnodes_to_dl_hash(tree.nodes.get(), tree.built, 0, nullptr);

@@ -1,10 +1,10 @@
 // Identity of files, which may have several names.
 #pragma once
 
-#include <compare>
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <tuple>
 
 namespace compiler {
 
@@ -14,7 +14,10 @@ struct FileIdentity {
     ino_t inode = 0;      ///< Of the file, or of the directory.
     std::string new_name; ///< In the directory; empty for a file that exists.
 
-    auto operator<=>(const FileIdentity &) const = default;
+    bool operator<(const FileIdentity &other) const {
+        return std::tie(device, inode, new_name) <
+               std::tie(other.device, other.inode, other.new_name);
+    }
 };
 
 /// Returns the identity of the file at the end of symbolic links; nothing for any other file, such
