@@ -130,9 +130,10 @@ class Faults : public harness::ScratchTest, public testing::WithParamInterface<S
 protected:
     Faults() {
         std::filesystem::create_directory(path("work"));
-        before_ = {{"main.yaml", kMain},  {"root.yaml", kRoot},     {"one.yaml", kOne},
-                   {"wide.yaml", wide()}, {"faulty.yaml", kFaulty}, {"saved", kSaved},
-                   {"old", "old"},        {"typed", "la 3\n:where\nbr 12\nbr 120\n"}};
+        before_ = {{"main.yaml", kMain},     {"root.yaml", kRoot},
+                   {"one.yaml", kOne},       {"wide.yaml", wide()},
+                   {"faulty.yaml", kFaulty}, {"saved", kSaved},
+                   {"old", "old"},           {"typed", "la 3\n:where\nbr 12\nbr 120\n"}};
         restore();
         EXPECT_EQ(shell("ln -s \"$FAULTS\" faults.so; cd work; ocmd_compile root.yaml one.yaml && "
                         "ocmd_compile --main main.yaml && ocmd_compile --main wide.yaml && "

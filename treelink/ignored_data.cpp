@@ -23,7 +23,7 @@ constexpr unsigned char kGzipStart = 0x1F;
 bool is_one_member(const base::Descriptor &file, uint32_t size) {
     constexpr std::string_view kMemberStart{"\x1F\x8B\x08"};
     constexpr off_t kMostBytes = off_t{1} << 26U; // a larger one is decompressed again
-    const off_t file_size = file.size(); // asked for once: a second call may fail
+    const off_t file_size = file.size();          // asked for once: a second call may fail
     if (file_size <= 0 || file_size > kMostBytes)
         return false;
     std::string bytes(static_cast<size_t>(file_size), '\0');

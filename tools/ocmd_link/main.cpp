@@ -286,18 +286,37 @@ private:
     // The shell ignores case and finds only the first of siblings whose words differ only in case.
     void check_words() {
         for (const tree_node_t &parent : nodes_) {
+            if (!may_repeat_words(tool::links_of(parent)))
+                continue;
             std::map<std::string, const tree_node_t *> first_of;
             for (const uint16_t link : tool::links_of(parent)) {
                 const tree_node_t &child = nodes_[link];
                 std::string word{tool::text_of(child.token)};
-                std::ranges::transform(word, word.begin(), [](unsigned char c) {
-                    return static_cast<char>(tolower(c));
-                });
+                std::ranges::transform(word, word.begin(), g_ascii_tolower);
                 const auto [known, is_new] = first_of.try_emplace(std::move(word), &child);
                 if (!is_new && child.token[0] != '\0')
                     report_same_word(parent, *known->second, child);
             }
         }
+    }
+
+    static uint64_t hash_in_lower_case(std::string_view word) {
+        constexpr uint64_t kPrime = 0x100000001B3; // of FNV-1
+        uint64_t hash = 0;
+        for (const char c : word)
+            hash = hash * kPrime ^ static_cast<unsigned char>(g_ascii_tolower(c));
+        return hash;
+    }
+
+    // Returns whether two children have words with equal hashes.
+    [[nodiscard]] bool may_repeat_words(std::span<const uint16_t> children) const {
+        std::array<uint64_t, TREE_MAX_CHILDREN> space;
+        const std::span hashes{space.begin(), children.size()};
+        std::ranges::transform(children, hashes.begin(), [&](uint16_t child) {
+            return hash_in_lower_case(tool::text_of(nodes_[child].token));
+        });
+        std::ranges::sort(hashes);
+        return std::ranges::adjacent_find(hashes) != hashes.end();
     }
 
     void report_same_word(const tree_node_t &parent, const tree_node_t &first,
