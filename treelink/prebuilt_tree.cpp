@@ -34,8 +34,8 @@ struct PrebuiltTree {
     base::Block<tree_node_t> nodes = {}; // the entries of the table point to them
 };
 
-PrebuiltTree main_tree{.file = "main_tree.pars", .table = &main_tree_dl_hash};
-PrebuiltTree main_tree2{.file = "main_tree2.pars", .table = &main_tree2_dl_hash};
+PrebuiltTree main_tree{.file = PREBUILT_MAIN_TREE, .table = &main_tree_dl_hash};
+PrebuiltTree main_tree2{.file = PREBUILT_MAIN_TREE2, .table = &main_tree2_dl_hash};
 
 // Reports a tree that cannot be used. The reason is an errno or 0. Returns no nodes.
 base::Block<tree_node_t> refuse(const char *file, int reason = 0) {

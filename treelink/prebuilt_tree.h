@@ -6,6 +6,10 @@
 
 #include "treelink/subtree_read.h"
 
+/** Files of the prebuilt trees in their directory. */
+#define PREBUILT_MAIN_TREE "main_tree.pars"
+#define PREBUILT_MAIN_TREE2 "main_tree2.pars"
+
 /** Value of the prebuilt-tree tables; both nodes are in the tree that was read. */
 typedef struct dl_hash_entry_t {
     const tree_node_t *node;   /**< The node of that name. */

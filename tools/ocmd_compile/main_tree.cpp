@@ -94,7 +94,7 @@ std::vector<std::string> prebuilt_paths() {
     if (prebuilt_main_tree_path == nullptr)
         return {};
     const fs::path directory{prebuilt_main_tree_path};
-    return {directory / "main_tree.pars", directory / "main_tree2.pars"};
+    return {directory / PREBUILT_MAIN_TREE, directory / PREBUILT_MAIN_TREE2};
 }
 
 std::vector<std::string> prebuilt_files() {

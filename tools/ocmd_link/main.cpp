@@ -131,7 +131,12 @@ bool would_overwrite_input(const Request &request) {
     const auto is_output = [&](const Input &input) {
         return fs::equivalent(input.path, request.output, not_there);
     };
-    return is_output(Input{request.root}) ||
+    const auto is_prebuilt = [&](const char *name) {
+        return prebuilt_main_tree_path != nullptr &&
+               is_output(Input{fs::path{prebuilt_main_tree_path} / name});
+    };
+    return is_output(Input{request.root}) || is_prebuilt(PREBUILT_MAIN_TREE) ||
+           is_prebuilt(PREBUILT_MAIN_TREE2) ||
            std::ranges::any_of(request.subtrees, [&](const char *name) {
                return is_output(Input{file_of(name)}) && !is_main_par_file(request.output);
            });
