@@ -70,7 +70,7 @@ for shape in wide deep shared; do
     for ((round = 0; round < rounds; round++)); do
         clock sample "$sampled >/dev/null"
         clock list "$show --commands tree.par >/dev/null"
-        clock load "$show --check tree.par >checked"
+        clock load "$(loading "$show") tree.par >checked"
     done
     for run in sample list; do
         paste $run.times load.times | awk '{ print $1 - $2 }' >lines_of_$run.times
