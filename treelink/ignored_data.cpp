@@ -86,10 +86,10 @@ private:
 } // namespace
 
 bool tsh::data_follows_members(const char *path, uint32_t size) {
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(path, ignored)) // a pipe would wait for a writer
-        return false;
     return at_api_boundary([&] {
+        std::error_code ignored;
+        if (!std::filesystem::is_regular_file(path, ignored)) // a pipe would wait for a writer
+            return false;
         const base::Descriptor file = base::open_input(path);
         return !is_one_member(file, size) && MemberReader{file}.other_data_follows();
     });
