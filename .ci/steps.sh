@@ -48,7 +48,7 @@ finish() {
 }
 trap finish EXIT
 
-export TSH_WARNINGS_AS_ERRORS=ON
+export TSH_WARNINGS_AS_ERRORS=ON TSH_UNITY_BUILD=ON
 # Presets share objects with the same flags.
 export CCACHE_DIR=$PWD/build/ccache CCACHE_BASEDIR=$PWD
 export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache

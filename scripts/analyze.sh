@@ -49,7 +49,7 @@ suppressed=(
 
 analyze_with_cppcheck() {
     scripts/install-packages.sh build cppcheck
-    cmake --preset default -B "$build" -DTSH_BUILD_TESTS=OFF >/dev/null
+    cmake --preset default -B "$build" -DTSH_BUILD_TESTS=OFF -DCMAKE_UNITY_BUILD=OFF >/dev/null
     cmake --build "$build" --target tools/ocmd_show/page_sources.cpp >/dev/null # generated
     report "$(cppcheck --project="$build/compile_commands.json" --std=c++20 -j "$(nproc)" --quiet \
         --enable=warning,performance,portability --template='{file}:{line}: {message} [{id}]' \

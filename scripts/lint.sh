@@ -15,7 +15,7 @@ check_format() {
 tidy() {
     local folders
     folders="$(scripts/components.sh | cut -d ' ' -f 1 | tr '\n' '|')tools|examples"
-    cmake --preset default -B build/lint -DTSH_BUILD_BENCH=ON >/dev/null
+    cmake --preset default -B build/lint -DTSH_BUILD_BENCH=ON -DCMAKE_UNITY_BUILD=OFF >/dev/null
     printf '%s\0' "$@" | xargs -0 -P "$(nproc)" -n 2 \
         clang-tidy --quiet -p build/lint --header-filter="/($folders)/.*\.h$" 2>/dev/null
 }
