@@ -33,11 +33,11 @@ or_skip() {
     esac
 }
 
-# build_and_test PRESET
+# build_and_test PRESET [OPTION OF ctest...]
 build_and_test() {
     cmake --preset "$1" >/dev/null
     cmake --build --preset "$1"
-    ctest --preset "$1" -j "$(nproc)"
+    ctest --preset "$1" -j "$(nproc)" "${@:2}"
 }
 
 finish() {
