@@ -73,9 +73,12 @@ template <typename Table> auto chosen(const CommandLine &line, const char *optio
         return table.front().second;
     const auto *const entry = std::ranges::find(table, std::string_view{value},
                                                 [](const auto &row) { return row.first; });
-    if (entry == table.end())
-        refuse("invalid argument '%s' of --%s", value, option);
-    return entry->second;
+    if (entry != table.end())
+        return entry->second;
+    std::string choices;
+    for (const auto &[name, choice] : table)
+        choices.append(choices.empty() ? "" : ", ").append(name);
+    refuse("invalid argument '%s' of --%s: expected one of %s", value, option, choices.c_str());
 }
 
 Count number_of(std::string_view text, const char *option) {
@@ -94,7 +97,7 @@ struct Range {
 
 Range range_of(std::string_view text) {
     const size_t dash = text.find('-');
-    if (dash == std::string_view::npos)
+    if (dash == std::string_view::npos || dash == 0 || dash + 1 == text.size())
         refuse("invalid argument '%.*s' of --lines: expected A-B", static_cast<int>(text.size()),
                text.data());
     Range range{number_of(text.substr(0, dash), "lines"),
