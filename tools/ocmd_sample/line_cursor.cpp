@@ -1,4 +1,4 @@
-// The path from the root is a stack: each level knows the numbers of the lines below it.
+// The path from the root is a stack: each frame knows the numbers of the lines below it.
 #include "tools/ocmd_sample/line_cursor.h"
 
 #include "base/chunk_copy.h"
@@ -27,20 +27,20 @@ LineCursor::LineCursor(const LineNumbers &numbers, LineSpeller *speller)
 void LineCursor::begin() {
     const LineNumbers::Division &root = *divisions_.of;
     depth_ = numbers_.begins_with_root(kOnlyRecord) ? 1 : 0;
-    root_levels_ = 1 - depth_;
+    root_frames_ = 1 - depth_;
     nodes_[0] = kRootNode;
     end_ = {};
     if (depth_ > 0 && speller_ != nullptr)
         end_ = add(kRootNode, {});
-    levels_.assign(1, {depth_ > 0 && root.has_line ? 1U : 0U, numbers_.count().low(), &root, end_});
+    frames_.assign(1, {depth_ > 0 && root.has_line ? 1U : 0U, numbers_.count().low(), &root, end_});
 }
 
 // Leaves the nodes above no line from the number on.
 void LineCursor::leave(uint64_t number) {
-    while (levels_.back().end <= number)
-        levels_.pop_back();
-    depth_ = levels_.size() - root_levels_;
-    end_ = levels_.back().text;
+    while (frames_.back().end <= number)
+        frames_.pop_back();
+    depth_ = frames_.size() - root_frames_;
+    end_ = frames_.back().text;
 }
 
 // The line of a node is the one before the first below it.
@@ -49,8 +49,8 @@ void LineCursor::move_to(uint64_t number) {
         begin();
     number_ = number;
     leave(number);
-    for (Level level = levels_.back(); number >= level.first;) {
-        const LineNumbers::Share share = divisions_.share(*level.division, number - level.first);
+    for (Frame frame = frames_.back(); number >= frame.first;) {
+        const LineNumbers::Share share = divisions_.share(*frame.division, number - frame.first);
         const LineNumbers::Division &division = divisions_.of[share.child];
         if (depth_ == nodes_.size())
             nodes_.resize(2 * depth_);
@@ -59,9 +59,9 @@ void LineCursor::move_to(uint64_t number) {
             end_ = add(share.child, end_);
         if (!division.leads_on)
             break;
-        level = {level.first + share.begin + (division.has_line ? 1 : 0), level.first + share.end,
+        frame = {frame.first + share.begin + (division.has_line ? 1 : 0), frame.first + share.end,
                  &division, end_};
-        levels_.push_back(level);
+        frames_.push_back(frame);
     }
     text_[end_.length] = '\n';
 }

@@ -44,7 +44,7 @@ private:
     };
 
     /// A node of the line with lines below it.
-    struct Level {
+    struct Frame {
         uint64_t first; // number of the first line below the node
         uint64_t end;   // number after the last line below it
         const LineNumbers::Division *division;
@@ -61,8 +61,8 @@ private:
     LineSpeller *speller_;
     bool has_doubts_;
     std::vector<uint16_t> nodes_; // of the line, and memory for others
-    std::vector<Level> levels_;   // of the nodes but the last, if no line is below that
-    size_t root_levels_ = 0;      // levels before that of the first node
+    std::vector<Frame> frames_;   // of the nodes but the last, if no line is below that
+    size_t root_frames_ = 0;      // frames before that of the first node
     size_t depth_ = 0;            // nodes of the line
     TextEnd end_;                 // of the line
     std::string text_;

@@ -57,7 +57,7 @@ private:
         std::vector<uint32_t> late_ends; // the same, with words before the end left out
     };
     // Two states that the same words reach.
-    struct Pair {
+    struct NodePair {
         State first;
         State second;
         uint32_t parent; // the pair before the last word; kNoPair: one state, `from`
@@ -113,7 +113,7 @@ private:
     std::vector<MetSymbol> met_symbols_; // by symbol
     uint32_t round_ = 0;
 
-    std::vector<Pair> pairs_;
+    std::vector<NodePair> pairs_;
     std::unordered_set<uint64_t> known_pairs_;
     std::unordered_set<uint64_t> found_;      // pairs of nodes
     std::unordered_set<uint64_t> late_pairs_; // the same, not decided yet
