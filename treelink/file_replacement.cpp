@@ -4,6 +4,7 @@
 
 #include "base/descriptor.h"
 #include "base/errno_kept.h"
+#include "base/symlinks.h"
 
 #include <algorithm>
 #include <array>
@@ -27,7 +28,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kMostLinks = 40;  // in a chain of symbolic links, like the system's limit
 constexpr int kMostNames = 100; // tried for a temporary file
 constexpr mode_t kNewFileMode = 0666;
 constexpr mode_t kPrivateMode = 0600; // until the mode of the old file is copied
@@ -66,19 +66,6 @@ using Status = std::optional<struct stat>;
 Status status_of(const char *path) {
     struct stat status {};
     return stat(path, &status) == 0 ? Status{status} : std::nullopt;
-}
-
-// Returns the file at the end of a chain of symbolic links, whether it exists or not.
-fs::path end_of_links(const char *path) {
-    fs::path file{path};
-    std::error_code not_a_link;
-    for (int i = 0; i < kMostLinks; ++i) {
-        const fs::path next = fs::read_symlink(file, not_a_link);
-        if (not_a_link)
-            break;
-        file = file.parent_path() / next;
-    }
-    return file;
 }
 
 // Opens a directory. If it may be searched but not read, it cannot be synchronized.
@@ -184,7 +171,7 @@ bool tsh_file_replacement_t::open(const char *path) {
         body_ = Body::kTarget;
         body = std::move(old_);
     } else {
-        const fs::path target = end_of_links(path);
+        const fs::path target = base::end_of_links(path);
         directory_ = open_folder(target.parent_path());
         name_ = target.filename();
         body = create_body(old);
