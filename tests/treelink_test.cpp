@@ -198,11 +198,11 @@ TEST_F(Link, ReportsMissingInputAndWarnings) {
     store("roots.par", {{keyword("other"), ""}, {main_root({keyword("show")}), ""}});
     grammar::write_main_tree(path("yesterday.par"), grammar::lay_out(main_root({})));
     harness::write_file(path("cut.par"), stored(Nodes(1), "show") + "cut");
-    std::filesystem::create_directory(path("spoiled"));
-    harness::write_file(path("spoiled/main_tree.pars"), "no tree");
+    std::filesystem::create_directory(path("invalid"));
+    harness::write_file(path("invalid/main_tree.pars"), "no tree");
     Nodes circle(1);
     circle[0].child_count = 1;
-    grammar::write_main_tree(path("spoiled/main_tree2.pars"), circle);
+    grammar::write_main_tree(path("invalid/main_tree2.pars"), circle);
     const std::string again = "*** Treelink Warning ***: Duplicate nodename show in again.par\n";
     struct {
         const char *files;
@@ -234,12 +234,12 @@ TEST_F(Link, ReportsMissingInputAndWarnings) {
          "*** Treelink Warning ***: File cut.par could not be read to its end: truncated inside "
          "a header\n",
          1, false},
-        {"-p spoiled root.par",
+        {"-p invalid root.par",
          "Problem with the parser file.\n"
-         "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree.pars cannot be used\n"
-         "spoiled/main_tree2.pars: node 0 \"\": cycle: link to an ancestor (child 0: node 0 "
+         "*** Treelink Warning ***: Prebuilt tree invalid/main_tree.pars cannot be used\n"
+         "invalid/main_tree2.pars: node 0 \"\": cycle: link to an ancestor (child 0: node 0 "
          "\"\")\n"
-         "*** Treelink Warning ***: Prebuilt tree spoiled/main_tree2.pars cannot be used\n"
+         "*** Treelink Warning ***: Prebuilt tree invalid/main_tree2.pars cannot be used\n"
          "main_tree_to_hash: can't read file \nmain_tree_to_hash: can't read file \n",
          2, true},
         {"root.par sound.par loud.par",
