@@ -1,6 +1,7 @@
 // Lines are resolved as ocmd_find does it; submodes open and close as in its saved configurations.
 #include "tools/ocmd_try/command_shell.h"
 
+#include "base/bit_array.h"
 #include "base/escape.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/config_lines.h"
@@ -80,7 +81,7 @@ void add_values(const tsh_reading_t &reading, std::string &values) {
 std::string numbers_in(std::span<const uint8_t> set) {
     std::string text;
     for (size_t bit = 0; bit < set.size() * kBitsPerByte; ++bit)
-        if ((set[bit / kBitsPerByte] >> (bit % kBitsPerByte) & 1U) != 0)
+        if (base::is_in_set(set.data(), bit))
             text.append(text.empty() ? "" : ", ").append(std::to_string(bit));
     return text;
 }
