@@ -13,10 +13,12 @@ constexpr size_t kCopyChunk = 32;
 
 /// Copies a text. Returns the end of the copy.
 inline char *copy_in_chunks(char *to, std::string_view text) {
-    memcpy(to, text.data(), kCopyChunk);
-    for (size_t done = kCopyChunk; done < text.size(); done += kCopyChunk)
-        memcpy(to + done, text.data() + done, kCopyChunk);
-    return to + text.size();
+    const char *from = text.data();
+    char *const end = to + text.size();
+    memcpy(to, from, kCopyChunk);
+    while ((to += kCopyChunk) < end)
+        memcpy(to, from += kCopyChunk, kCopyChunk);
+    return end;
 }
 
 } // namespace base
