@@ -305,11 +305,16 @@ private:
         }
     }
 
-    static uint64_t hash_in_lower_case(std::string_view word) {
+    // Returns equal values for words that differ only in the case of letters.
+    static uint64_t hash_without_case(const tree_node_t &node) {
         constexpr uint64_t kPrime = 0x100000001B3; // of FNV-1
+        constexpr unsigned char kCaseBit = 'a' - 'A';
         uint64_t hash = 0;
-        for (const char c : word)
-            hash = hash * kPrime ^ static_cast<unsigned char>(g_ascii_tolower(c));
+        for (const char c : node.token) {
+            if (c == '\0')
+                break;
+            hash = hash * kPrime ^ (static_cast<unsigned char>(c) | kCaseBit);
+        }
         return hash;
     }
 
@@ -317,9 +322,8 @@ private:
     [[nodiscard]] bool may_repeat_words(std::span<const uint16_t> children) const {
         std::array<uint64_t, TREE_MAX_CHILDREN> space;
         const std::span hashes{space.begin(), children.size()};
-        std::ranges::transform(children, hashes.begin(), [&](uint16_t child) {
-            return hash_in_lower_case(tool::text_of(nodes_[child].token));
-        });
+        std::ranges::transform(children, hashes.begin(),
+                               [&](uint16_t child) { return hash_without_case(nodes_[child]); });
         std::ranges::sort(hashes);
         return std::ranges::adjacent_find(hashes) != hashes.end();
     }
