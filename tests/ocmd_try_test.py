@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """ocmd_try at a pseudo-terminal and in scripts: ocmd_try_test.py PROGRAMS SOURCE"""
+import fcntl
 import os
 import re
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 import pexpect
@@ -128,6 +130,29 @@ class TryTest(unittest.TestCase):
         self.assertEqual([1001, "lamp\\0401099\\040/\\040bright\\0401"], [len(lines), lines[-1]])
         mode = os.stat(os.path.join(self.folder, "ocmd/try_history")).st_mode
         self.assertEqual(0o600, mode & 0o777)
+
+    def test_history_has_the_lines_of_all_shells_in_their_order(self):
+        shells = [self.open(), self.open()]
+        for shell, line in zip(shells * 2, ("odd", "show last", "lamp", "dim")):
+            self.shown(shell, line + "\r")
+        with open(os.path.join(self.folder, "ocmd/try_history.lock"), "wb") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            for shell in shells: # both wait
+                shell.send("show lamps 1\r")
+            time.sleep(0.2)
+            self.assertEqual(HISTORY + "odd\nshow\\040last\nlamp\ndim\n", self.history())
+        for shell in shells:
+            self.assertIn("INTEGER=1", self.shown(shell, ""))
+            self.shown(shell, "\x1b[A\x1b[A\r") # the line that it had before
+            shell.kill(9)
+        self.assertEqual(["show\\040lamps\\0401", "lamp", "dim"],
+                         self.history().splitlines()[5:])
+
+    def test_file_that_is_no_history_is_not_replaced(self):
+        os.mkdir(os.path.join(self.folder, "ocmd"))
+        self.write("a letter\n", "ocmd/try_history")
+        self.shown(self.open(), "odd\r")
+        self.assertEqual("a letter\n", self.history())
 
     def test_changed_grammar_is_compiled_at_the_next_prompt_and_a_broken_one_is_not_used(self):
         shell = self.open()

@@ -1,31 +1,24 @@
-// The only file that uses libedit, with characters in UTF-8 whatever the locale.
+// Line editing with libedit, with characters in UTF-8 whatever the locale.
 #include "tools/ocmd_try/line_editor.h"
 
 #include "tools/ocmd_try/own_commands.h"
 #include "tools/support/program.h"
 #include "tools/support/utf8.h"
 
-#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <langinfo.h>
 #include <new>
 #include <string_view>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace shell {
 
 namespace {
 
-constexpr int kHistoryLines = 1000;
-constexpr mode_t kPrivateFile = 0600;
-constexpr mode_t kPrivateDirectory = 0700;
 constexpr size_t kUsualHeight = 24;
 
 volatile sig_atomic_t is_interrupted = 0;
@@ -47,58 +40,18 @@ void use_utf8() {
         setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-// $XDG_STATE_HOME or ~/.local/state, with the directory for this program's files. Empty without a
-// home.
-std::string state_directory() {
-    const char *state = getenv("XDG_STATE_HOME");
-    const char *home = getenv("HOME");
-    if (state != nullptr && *state == '/') // a relative one does not count
-        return std::string{state} + "/ocmd";
-    return home != nullptr && *home != '\0' ? std::string{home} + "/.local/state/ocmd" : "";
-}
-
-// The file for the history, made if there is none; empty after a message if it cannot be.
-std::string history_file() {
-    const std::string directory = state_directory();
-    if (directory.empty())
-        return "";
-    std::string path = directory + "/try_history";
-    const base::Descriptor file{
-        g_mkdir_with_parents(directory.c_str(), kPrivateDirectory) != 0
-            ? -1
-            : open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, kPrivateFile)};
-    struct stat kind {};
-    if (!file || fstat(file.number(), &kind) != 0 || fchmod(file.number(), kPrivateFile) != 0) {
-        tool::report("%s: history is not kept: %s", path.c_str(), strerror(errno));
-        return "";
-    }
-    if (!S_ISREG(kind.st_mode)) {
-        tool::report("%s: history is not kept: not a regular file", path.c_str());
-        return "";
-    }
-    return path;
-}
-
-void set_up_history(History *history, const std::string &file) {
-    HistEvent event;
-    ::history(history, &event, H_SETSIZE, kHistoryLines);
-    ::history(history, &event, H_SETUNIQUE, 1);
-    if (!file.empty())
-        ::history(history, &event, H_LOAD, file.c_str()); // an empty file is none, no error
-}
-
 } // namespace
 
 LineEditor::LineEditor(CommandShell &command_shell, bool keeps_history)
-    : shell_(command_shell), history_file_(keeps_history ? history_file() : ""),
-      history_(history_init()) {
+    : shell_(command_shell), history_(new_history()) {
     use_utf8();
     catch_interrupt();
     setvbuf(stdout, nullptr, _IOFBF, BUFSIZ); // lists leave in few writes; libedit flushes it
     editor_.reset(el_init(tool::name_in_messages(), stdin, stdout, stderr));
-    if (history_ == nullptr || editor_ == nullptr)
+    if (editor_ == nullptr)
         throw std::bad_alloc{};
-    set_up_history(history_.get(), history_file_);
+    if (keeps_history)
+        history_file_.emplace().load(history_.get());
     EditLine *editor = editor_.get();
     el_set(editor, EL_CLIENTDATA, this);
     el_set(editor, EL_PROMPT, prompt);
@@ -112,15 +65,11 @@ LineEditor::LineEditor(CommandShell &command_shell, bool keeps_history)
     el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
 }
 
-// At once, because a closed window ends the program without notice.
 void LineEditor::remember(const std::string &line) {
     HistEvent event;
     ::history(history_.get(), &event, H_ENTER, line.c_str());
-    if (history_file_.empty() ||
-        ::history(history_.get(), &event, H_SAVE, history_file_.c_str()) >= 0)
-        return;
-    tool::report("%s: history is not kept: %s", history_file_.c_str(), strerror(errno));
-    history_file_.clear();
+    if (history_file_)
+        history_file_->add(line);
 }
 
 std::optional<std::string> LineEditor::next() {

@@ -1,7 +1,9 @@
 // Lines typed at a terminal: editing, history, completion.
 #pragma once
 
+#include "base/owners.h"
 #include "tools/ocmd_try/command_shell.h"
+#include "tools/ocmd_try/history_file.h"
 
 #include <cstddef>
 #include <cwchar>
@@ -28,11 +30,6 @@ public:
     [[nodiscard]] static size_t height();
 
 private:
-    struct Closer {
-        void operator()(EditLine *editor) const { el_end(editor); }
-        void operator()(History *history) const { history_end(history); }
-    };
-
     void remember(const std::string &line);
     static char *prompt(EditLine *editor);
     static unsigned char complete_word(EditLine *editor, wint_t key);
@@ -45,9 +42,9 @@ private:
 
     CommandShell &shell_;
     std::string prompt_;
-    std::string history_file_; // empty if there is none
-    std::unique_ptr<History, Closer> history_;
-    std::unique_ptr<EditLine, Closer> editor_;
+    std::optional<HistoryFile> history_file_; // none if no history is kept
+    HistoryPtr history_;
+    std::unique_ptr<EditLine, base::Releaser<el_end>> editor_;
 };
 
 } // namespace shell
