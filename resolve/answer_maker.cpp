@@ -36,6 +36,8 @@ void AnswerMaker::resolve(std::string_view line) {
         answer_unsplit(words_.fault());
     else if (words_.size() > 0)
         answer(words_.size());
+    else if (const size_t quote = line.find('"'); quote != std::string_view::npos)
+        answer_lone_quote(quote);
     answer_.context = &context_;
     answer_.context_version = context_.version;
 }
@@ -47,6 +49,16 @@ void AnswerMaker::answer_unsplit(const SplitFault &fault) {
     tell(fault.reason == TSH_REASON_ZERO_BYTE
              ? "NUL byte"
              : "more than " + std::to_string(STR_LIST_MAX_WORDS) + " words");
+}
+
+// A quote that ends the line is no word, but a line of nothing else is not empty.
+void AnswerMaker::answer_lone_quote(size_t at) {
+    parser_.parse(context_, words_, 0, options_);
+    answer_.verdict = TSH_REFUSED;
+    answer_.reason = TSH_REASON_UNKNOWN;
+    answer_.range = {at, at + 1};
+    add_candidates(answer_.next_words.after(parser_, context_.hidden, false));
+    tell("unknown word '\"'; the quote is not closed");
 }
 
 void AnswerMaker::answer(size_t word_count) {

@@ -34,6 +34,7 @@ private:
     void answer_incomplete(const ReadingGraph &graph);
     void answer_refused();
     void answer_unsplit(const SplitFault &fault);
+    void answer_lone_quote(size_t at);
 
     /// Words first to last - 1 of a reading, nodes likewise, and where they lead.
     struct Part {

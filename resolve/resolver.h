@@ -15,7 +15,8 @@
  * their lengths, need no NUL and are not kept; offsets count their bytes.
  *
  * Words. A line is split as strsplit(line, " ") splits it (feature/tsh/src/word_split.h), the
- * splitter of the shell; tokenize (tokenizer.h) is not consulted. Every word is read in every
+ * splitter of the shell; tokenize (tokenizer.h) is not consulted. A quote that ends the line is
+ * therefore no word: show " is show. A line of nothing else is refused. Every word is read in every
  * possible way:
  *
  *   - as a keyword in full, or abbreviated to any prefix; case is ignored;
@@ -71,7 +72,7 @@ typedef enum tsh_verdict_t {
     TSH_AMBIGUOUS, /**< Equal readings spell the word at the range differently: the candidates and a
                         reading for each of them. */
     TSH_REFUSED,   /**< No reading has the word at the range: the reason and the candidates. */
-    TSH_EMPTY,     /**< No word. */
+    TSH_EMPTY,     /**< Nothing but white space. */
     TSH_NO_MEMORY  /**< The answer is empty; context and grammar are unchanged. */
 } tsh_verdict_t;
 

@@ -201,7 +201,7 @@ class TryTest(unittest.TestCase):
 
     def test_answers_are_those_of_ocmd_find(self):
         lines = ["sh lamps 12", "lamp 3 / bright 120", "sho", "la 3", "show lamps 1 2", "nothing",
-                 "show la", "lamp 3 / label a  b", 'shelf "a b"  / dust', "odd"]
+                 "show la", "lamp 3 / label a  b", 'shelf "a b"  / dust', "odd", '"', 'odd "']
         for line in lines:
             ours = self.run_program("ocmd_try", "porch.yaml", lines=line + "\n")
             self.run_program("ocmd_compile", "--main", "porch.yaml")

@@ -224,7 +224,11 @@ TEST_F(LampShop, LinesThatAreNoCommandsHaveAReason) {
     EXPECT_EQ(candidates(), "<INTEGER>");
     EXPECT_STREQ(tsh_answer_candidate(answer(), 0)->bounds, "1 to 12");
     EXPECT_EQ(resolve(" \t "), TSH_EMPTY);
-    EXPECT_EQ(resolve("\""), TSH_EMPTY);
+    EXPECT_EQ(resolve("show lamps \""), TSH_ACCEPTED); // split as show lamps
+    EXPECT_EQ(resolve(" \""), TSH_REFUSED);
+    EXPECT_EQ(text(), "unknown word '\"'; the quote is not closed");
+    EXPECT_EQ(tsh_answer_range(answer()).begin, 1U);
+    EXPECT_EQ(candidates(), "lamp pace<INTEGER> secret show");
 }
 
 TEST_F(LampShop, CompletionsFitTheBytesBeforeTheCursor) {
