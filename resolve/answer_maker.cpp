@@ -82,6 +82,7 @@ void AnswerMaker::answer(size_t word_count) {
 void AnswerMaker::answer_read_line() {
     const std::vector<Ending> &endings = parser_.endings();
     std::vector<End> ends;
+    ends.reserve(endings.size());
     for (const Ending &ending : endings)
         ends.push_back({ending.node, ending.from});
     if (endings.empty())

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -25,8 +26,9 @@ public:
     template <typename T> T *keep(const std::vector<T> &values) {
         if (values.empty())
             return nullptr;
-        T *copy = static_cast<T *>(allocate(values.size() * sizeof(T)));
-        memcpy(copy, values.data(), values.size() * sizeof(T));
+        const size_t size = std::span{values}.size_bytes();
+        T *copy = static_cast<T *>(allocate(size));
+        memcpy(copy, values.data(), size);
         return copy;
     }
     void clear() {
