@@ -202,7 +202,8 @@ uint32_t add_subtree_in_main_tree(tree_node_t *array, uint32_t *next, subtree_en
     const uint32_t place = *next;
     std::copy_n(record->nodes, record->node_count, array + place);
     adjust_indices(array, place, record->node_count);
-    insert_nodes_in_hashtable(table, record->file_name, array, place,
+    const char *file_name = record->file_name[0] == '\0' ? nullptr : record->file_name;
+    insert_nodes_in_hashtable(table, file_name, array, place,
                               static_cast<int32_t>(record->node_count), TREELINK_CELL_LOCATION,
                               nullptr);
     record->position = place;

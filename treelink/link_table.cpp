@@ -76,8 +76,9 @@ int32_t insert_nodes_in_hashtable(GHashTable *table, const char *file_name,
             tsh::add_name(table, name, new_cell(kind, owner, location));
             continue;
         }
-        tsh::warn(tsh::Loss::kNothing, "*** Treelink Warning ***: Duplicate nodename %s in %s\n",
-                  name, file_name);
+        if (file_name != nullptr)
+            tsh::warn(tsh::Loss::kNothing,
+                      "*** Treelink Warning ***: Duplicate nodename %s in %s\n", name, file_name);
         free(name);
     }
     return 0;

@@ -21,7 +21,7 @@ TSH_API GHashTable *treelink_table;
 
 /** Inserts the names of nodes first .. first + count - 1. Skips unnamed nodes. Reports a duplicate
  * name on standard error and keeps its cell.
- * @param file_name for that message.
+ * @param file_name for that message; null: there is no message.
  * @param kind TREELINK_CELL_OWNER: the cell holds owner; TREELINK_CELL_LOCATION: the index.
  * @return 0. */
 TSH_API int32_t insert_nodes_in_hashtable(GHashTable *table, const char *file_name,

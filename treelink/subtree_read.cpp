@@ -313,7 +313,8 @@ int32_t add_unresolved_subtree(subtree_entry_t **head, const char *file_name, tr
     record->status = SUBTREE_PENDING;
     record->nodes = nodes;
     record->node_count = node_count;
-    robust_strncpy(record->file_name, file_name, sizeof record->file_name);
+    robust_strncpy(record->file_name, file_name == nullptr ? "" : file_name,
+                   sizeof record->file_name);
     extract_path(path->path, record->attach_paths);
     record->next = *head;
     *head = record;

@@ -98,7 +98,10 @@ TSH_API int32_t read_par_tree(const char *file_name, void *stream, tree_node_t *
                               int32_t compressed);
 
 /** Adds a subtree: inserts a new record, which takes ownership of the nodes, at the front of the
- * list, and the node names into the table. Reports duplicate names on standard error. @return 0. */
+ * list, and the node names into the table. Reports duplicate names on standard error.
+ * @param file_name for messages; null if the program has checked the names, of which neither this
+ *        nor the link then reports duplicates.
+ * @return 0. */
 TSH_API int32_t add_unresolved_subtree(subtree_entry_t **head, const char *file_name,
                                        tree_node_t *nodes, uint32_t node_count,
                                        const subtree_path_t *path, GHashTable *table);

@@ -261,10 +261,14 @@ void duplicate_name(const Run &run) {
     });
 }
 
+// Returns whether the type of a parameter, the first one of its word, may occur twice in a list.
+bool may_repeat(const Word &word) {
+    return word.key.parameter_count == 0 || tsh_mask_may_repeat(nullptr, word.key.types[0]) != 0;
+}
+
 // Lookups compare keywords by their keyword alone, ignoring case; the linker's rule for conflicting
-// nodes compares parameters by their first type, of which some may repeat. Reports conflicts of the
-// siblings from the first one on.
-void report_same_words(const Run &run, const Siblings &siblings, size_t first_reported) {
+// nodes compares parameters by their first type.
+Conflicts same_words_of(const Siblings &siblings) {
     Conflicts conflicts;
     const SortedKeywords keywords{siblings};
     const Keyword *first = nullptr;
@@ -277,27 +281,56 @@ void report_same_words(const Run &run, const Siblings &siblings, size_t first_re
     std::unordered_map<uint32_t, size_t> parameters;
     for (size_t i = 0; i < siblings.size(); ++i) {
         const Word *word = siblings.word(i);
-        if (word == nullptr || !word->key.token.empty() || word->key.parameter_count == 0)
+        if (word != nullptr && word->key.token.empty() && !may_repeat(*word))
+            conflicts.emplace(i, parameters.emplace(word->key.types[0], i).first->second);
+    }
+    std::erase_if(conflicts, [&](const auto &conflict) {
+        return siblings.word(conflict.first) == siblings.word(conflict.second);
+    });
+    return conflicts;
+}
+
+// Returns the conflicts for which the linker leaves out an attached word. Unlike lookups, it
+// distinguishes case.
+Conflicts refused_words_of(const Siblings &siblings) {
+    Conflicts conflicts;
+    std::map<std::pair<std::string_view, uint32_t>, size_t> words;
+    for (size_t i = 0; i < siblings.size(); ++i) {
+        const Word *word = siblings.word(i);
+        if (word == nullptr || (word->key.token.empty() && may_repeat(*word)))
             continue;
-        const uint32_t mask = word->key.types[0];
-        if (tsh_mask_may_repeat(nullptr, mask) == 0)
-            conflicts.emplace(i, parameters.emplace(mask, i).first->second);
+        const uint32_t type = word->key.token.empty() ? word->key.types[0] : 0;
+        const size_t first = words.try_emplace({word->key.token, type}, i).first->second;
+        if (first != i && i >= siblings.first_attached())
+            conflicts.emplace(i, first);
     }
-    for (const auto &[position, other] : conflicts) {
-        const Word *word = siblings.word(position);
-        if (position >= first_reported && word != siblings.word(other))
-            run.report(
-                siblings.document(position), siblings.place(position),
-                spelled(*word) + " and its sibling " + spelled(*siblings.word(other)) +
-                    " match the same word",
-                {{siblings.document(other).file, siblings.place(other), "sibling defined here"}});
-    }
+    return conflicts;
+}
+
+void report_same_word(const Run &run, const Siblings &siblings, size_t position, size_t other) {
+    run.report(siblings.document(position), siblings.place(position),
+               spelled(*siblings.word(position)) + " and its sibling " +
+                   spelled(*siblings.word(other)) + " match the same word",
+               {{siblings.document(other).file, siblings.place(other), "sibling defined here"}});
 }
 
 void same_word(const Run &run) {
-    for_each_list(run, [&](const Siblings &siblings) { report_same_words(run, siblings, 0); });
+    for_each_list(run, [&](const Siblings &siblings) {
+        for (const auto &[position, other] : same_words_of(siblings))
+            report_same_word(run, siblings, position, other);
+    });
     for_each_attached_list(run, [&](const Siblings &siblings) {
-        report_same_words(run, siblings, siblings.first_attached());
+        const Conflicts refused = refused_words_of(siblings);
+        for (const auto &[position, other] : same_words_of(siblings))
+            if (position >= siblings.first_attached() && !refused.contains(position))
+                report_same_word(run, siblings, position, other);
+    });
+}
+
+void refused_word(const Run &run) {
+    for_each_attached_list(run, [&](const Siblings &siblings) {
+        for (const auto &[position, other] : refused_words_of(siblings))
+            report_same_word(run, siblings, position, other);
     });
 }
 
@@ -639,6 +672,7 @@ void check(const Grammar &grammar, bool main, const tool::CheckSeverities &sever
     if (main) {
         check_links(grammar, attachments, messages);
         order = children_first(grammar, attachments, messages);
+        refused_word({grammar, attachments, order, main, "same-word", Severity::kError, messages});
     }
     for (const Row &row : kFunctions) {
         if (!severities.is_on(row.name))

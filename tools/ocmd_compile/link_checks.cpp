@@ -1,15 +1,17 @@
 // Checks across documents.
 #include "tools/ocmd_compile/link_checks.h"
 
+#include "param_reg/values.h"
 #include "tools/ocmd_compile/main_tree.h"
+#include "tools/support/tree_shape.h"
 #include "tools/support/wording.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 namespace compiler {
@@ -129,9 +131,33 @@ std::string suggestion_outside(const Document &document, const Grammar &grammar,
     return tool::suggestion(point, names);
 }
 
+// Returns whether the linker would find the nodes in conflict.
+bool is_refused_beside(const tree_node_t &node, const Word &word) {
+    const std::string_view token = tool::text_of(node.token);
+    if (!token.empty() || !word.key.token.empty())
+        return token == word.key.token;
+    const uint32_t type = node.params[0].type_mask;
+    return node.param_count > 0 && word.key.parameter_count > 0 && type == word.key.types[0] &&
+           tsh_mask_may_repeat(nullptr, type) == 0;
+}
+
+// Returns a note about the sibling that a borrowed node is in conflict with, if there is one.
+std::optional<Note> conflict_of(const dl_hash_entry_t &borrowed, const NamedWords &defined,
+                                const Attachments &attachments) {
+    const auto [document, parent] = defined.at(tool::text_of(borrowed.parent->name));
+    constexpr const char *kText = "sibling defined here";
+    for (const Link &link : document->links_of(*parent))
+        if (link.child != kNoWord && is_refused_beside(*borrowed.node, document->words[link.child]))
+            return Note{document->file, link.place, kText};
+    for (const Document *attached : attachments.below(parent->name))
+        if (!attached->words.empty() && is_refused_beside(*borrowed.node, attached->words[0]))
+            return Note{attached->file, attached->words[0].place, kText};
+    return std::nullopt;
+}
+
 void check_attach_points(const Grammar &grammar, const Attachments &attachments,
                          Messages &messages) {
-    std::unordered_set<std::string_view> defined;
+    NamedWords defined;
     for (const Attachment &attachment : attachments.all()) {
         if (attachment.word != nullptr)
             continue;
@@ -139,11 +165,19 @@ void check_attach_points(const Grammar &grammar, const Attachments &attachments,
             read_prebuilt_trees();
             for (const Document &document : grammar.documents)
                 for (const Word &word : document.words)
-                    defined.insert(word.name);
+                    defined.try_emplace(word.name, &document, &word);
         }
-        if (can_borrow(attachment.point, defined))
-            continue;
         const Document &document = *attachment.child;
+        if (const dl_hash_entry_t *borrowed = borrowed_below(attachment.point, defined)) {
+            if (std::optional<Note> note = conflict_of(*borrowed, defined, attachments))
+                messages.error(*document.file, document.attach_place,
+                               "attach point " + quoted(attachment.point) +
+                                   " cannot be borrowed: node " +
+                                   quoted(tool::text_of(borrowed->node->name)) +
+                                   " of the prebuilt tree and its sibling match the same word",
+                               {std::move(*note)});
+            continue;
+        }
         const std::string meant = messages.keeps_next(*document.file)
                                       ? suggestion_outside(document, grammar, attachment.point)
                                       : std::string{};

@@ -59,13 +59,14 @@ public:
             (points_ += points_.empty() ? "" : ",") += point;
     }
 
-    // Hands the records over; throws nothing.
+    // Hands the records over, with no file name for messages: names have been checked. Throws
+    // nothing.
     void add() {
         subtree_path_t path{document_.path_kind, {}};
         std::ranges::copy(points_, path.path);
         add_unresolved_subtree(points_.empty() ? &tsh_root_tree_table : &unresolved_subtree_table,
-                               document_.file->name().c_str(), records_.release(),
-                               static_cast<uint32_t>(count()), &path, treelink_table);
+                               nullptr, records_.release(), static_cast<uint32_t>(count()), &path,
+                               treelink_table);
     }
 
 private:
@@ -117,18 +118,18 @@ void read_prebuilt_trees() {
 }
 
 // The linker borrows nothing without the first tree.
-bool can_borrow(std::string_view name, const std::unordered_set<std::string_view> &defined) {
+const dl_hash_entry_t *borrowed_below(std::string_view name, const NamedWords &defined) {
     if (main_tree_dl_hash == nullptr)
-        return false;
+        return nullptr;
     const dl_hash_entry_t *entry = find_prebuilt(std::string{name});
     for (uint32_t steps = 0; entry != nullptr && entry->parent != nullptr; ++steps) {
         if (defined.contains(entry->parent->name))
-            return true;
+            return entry;
         if (steps > TREE_MAX_NODES) // a parent has the name of one of its descendants
-            return false;
+            return nullptr;
         entry = find_prebuilt(entry->parent->name);
     }
-    return false;
+    return nullptr;
 }
 
 MainTree::MainTree(std::span<const Document> documents) : documents_(documents) {

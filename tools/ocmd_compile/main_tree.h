@@ -3,12 +3,14 @@
 
 #include "base/owners.h"
 #include "tools/ocmd_compile/grammar.h"
+#include "treelink/prebuilt_tree.h"
 
 #include <cstdio>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace compiler {
@@ -23,12 +25,16 @@ std::vector<std::string> prebuilt_paths();
 /// Returns the paths of the prebuilt trees that exist. Exits with kError if that cannot be known.
 std::vector<std::string> prebuilt_files();
 
-/// Reads the prebuilt trees, for can_borrow. If one exists but cannot be used, exits with kError.
+/// Reads the prebuilt trees, for borrowed_below. If one exists but cannot be used, exits with
+/// kError.
 void read_prebuilt_trees();
 
-/// Returns whether a node with this name can be borrowed with its parents, up to a parent with a
-/// defined name.
-bool can_borrow(std::string_view name, const std::unordered_set<std::string_view> &defined);
+/// Words by name, each with its document.
+using NamedWords = std::unordered_map<std::string_view, std::pair<const Document *, const Word *>>;
+
+/// Finds the node with this name that can be borrowed with its parents, up to a parent with a
+/// defined name. Returns the child of that parent; null if there is none.
+const dl_hash_entry_t *borrowed_below(std::string_view name, const NamedWords &defined);
 
 /// A main tree of valid documents.
 class MainTree {
