@@ -63,13 +63,22 @@ void AnswerMaker::answer_lone_quote(size_t at) {
 
 void AnswerMaker::answer(size_t word_count) {
     StateSets &sets = answer_.sets;
-    if (word_count == words_.size() && sets.accepts(context_, words_, options_)) {
-        if (is_brief() && sets.is_simple()) {
-            answer_simple(sets);
-            return;
-        }
+    const StateSets::Result result = word_count == words_.size()
+                                         ? sets.read(context_, words_, options_)
+                                         : StateSets::Result::kUndecided;
+    if (result == StateSets::Result::kAccepted && is_brief() && sets.is_simple()) {
+        answer_simple(sets);
+        return;
+    }
+    if (result == StateSets::Result::kAccepted) {
         sets.hand_to(parser_, words_);
         answer_read_line();
+        return;
+    }
+    if (result == StateSets::Result::kAmbiguous && is_brief()) {
+        const LineWord &word = words_[sets.ambiguous_word()];
+        answer_.verdict = TSH_AMBIGUOUS;
+        answer_.range = {word.begin, word.end};
         return;
     }
     parser_.parse(context_, words_, word_count, options_);

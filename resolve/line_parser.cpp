@@ -8,10 +8,6 @@ namespace tsh {
 
 namespace {
 
-// Places of the kinds in the order of preference.
-constexpr std::array<uint8_t, 6> kTypedOrder{0, 1, 2, 3, 4, 5};
-constexpr std::array<uint8_t, 6> kSavedOrder{0, 1, 5, 2, 3, 4};
-
 bool has_slash(const LineWords &words, size_t count) {
     for (size_t i = 0; i < count; ++i)
         if (words[i].text == "/")
@@ -374,9 +370,9 @@ tsh_check_t LineParser::check_value(const parameter_info_t &parameter, uint32_t 
 // ---- The graph ----
 
 uint64_t LineParser::key_of(Kind kind, uint32_t keyword_length) const {
-    const auto &order = (options_ & TSH_SAVED_LINE) != 0 ? kSavedOrder : kTypedOrder;
+    const uint32_t place = kinds_for(options_).places[static_cast<size_t>(kind)];
     const uint32_t shorter = TREE_TOKEN_SIZE - keyword_length; // the longest keyword first
-    return uint64_t{rank_} << 32U | uint64_t{order[static_cast<size_t>(kind)]} << 8U | shorter;
+    return uint64_t{rank_} << 32U | uint64_t{place} << 8U | shorter;
 }
 
 void LineParser::add_edge(NodeNumber node, Position position, Kind kind, uint32_t keyword_length,

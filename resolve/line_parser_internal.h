@@ -20,6 +20,7 @@
 #include "resolve/grammar_internal.h"
 #include "resolve/line_words_internal.h"
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -68,8 +69,28 @@ constexpr uint32_t values_read(Position position) {
     }
 }
 
-/// How a word was read; the order is that of preference for a typed line.
+/// How a word was read.
 enum class Kind : uint8_t { kSlash, kFull, kAbbreviated, kJoined, kValue, kRest };
+
+/// An order of preference.
+struct KindOrder {
+    std::array<Kind, 6> kinds;
+    std::array<uint8_t, 6> places{}; ///< By kind.
+
+    constexpr explicit KindOrder(const std::array<Kind, 6> &order) : kinds(order) {
+        for (size_t place = 0; place < kinds.size(); ++place)
+            places[static_cast<size_t>(kinds[place])] = static_cast<uint8_t>(place);
+    }
+};
+
+inline constexpr KindOrder kTypedKinds{
+    {Kind::kSlash, Kind::kFull, Kind::kAbbreviated, Kind::kJoined, Kind::kValue, Kind::kRest}};
+inline constexpr KindOrder kSavedKinds{
+    {Kind::kSlash, Kind::kFull, Kind::kJoined, Kind::kValue, Kind::kRest, Kind::kAbbreviated}};
+
+constexpr const KindOrder &kinds_for(uint32_t options) {
+    return (options & TSH_SAVED_LINE) != 0 ? kSavedKinds : kTypedKinds;
+}
 
 /// Where a word was seen from: a state, or a closure.
 class Source {

@@ -134,7 +134,7 @@ typedef struct tsh_candidate_t {
 #define TSH_REPORT_HIDDEN 4u /**< Refusals may say that a word exists, but not for this user. */
 #define TSH_ANY_VALUE 8u     /**< Parameters accept any word. */
 #define TSH_BRIEF                                                                                  \
-    16u /**< Readings without words and paths; no candidates, no text. For                         \
+    16u /**< Readings without words and paths; of an ambiguous line only verdict and range. For    \
              programs that check many lines. */
 
 /* ---- Grammars ---- */

@@ -13,11 +13,16 @@ constexpr size_t kFirstSlots = 256;
 // Entries that are kept for a small tree.
 constexpr size_t kLeastKept = size_t{1} << 16U;
 
+// Spellings of a word that are followed.
+constexpr size_t kMostSpellings = 128;
+
+// Kinds of a word that are tried in vain, in all.
+constexpr size_t kMostAbandoned = 16;
+
 } // namespace
 
 StateSets::StateSets(const tsh_grammar_t &grammar)
-    : grammar_(grammar),
-      most_kept_(kLeastKept + 2 * (size_t{grammar.node_count()} + grammar.link_count())) {}
+    : grammar_(grammar), most_added_(kLeastKept + grammar.node_count() + grammar.link_count()) {}
 
 size_t StateSets::kept() const {
     return places_.size() + closures_.size() + keywords_.size() + values_.size() + endings_.size();
@@ -32,29 +37,33 @@ void StateSets::forget_all() {
     endings_.clear();
     slots_.assign(kFirstSlots, kNone);
     of_node_.assign(grammar_.node_count(), kNone);
+    domains_.clear();
+    domain_numbers_.clear();
+    domain_of_.clear();
     marks_.assign(grammar_.node_count(), {});
     mark_ = 0;
 }
 
 // ---- Reading ----
 
-bool StateSets::accepts(const tsh_context_t &context, const LineWords &words, uint32_t options) {
+StateSets::Result StateSets::read(const tsh_context_t &context, const LineWords &words,
+                                  uint32_t options) {
     if (grammar_.begins_with_a_root())
-        return false;
-    if (!are_whole_ || context.admission != admission_ || kept() > most_kept_)
+        return Result::kUndecided;
+    if (!are_whole_ || context.admission != admission_ || kept() > 2 * most_added_)
         forget_all();
+    most_kept_ = kept() + most_added_;
+    is_too_large_ = false;
     are_whole_ = false; // if memory runs out
     admission_ = context.admission;
     hidden_ = &context.hidden;
-    const bool is_accepted = read_outward(context, words, options);
+    const Result result = read_outward(context, {words, options, may_use_slash(context, options)});
     are_whole_ = true;
-    return is_accepted;
+    return result;
 }
 
 // Reads the line in the innermost submode, and if that refuses its first word, around it.
-bool StateSets::read_outward(const tsh_context_t &context, const LineWords &words,
-                             uint32_t options) {
-    const bool has_slash = may_use_slash(context, options);
+StateSets::Result StateSets::read_outward(const tsh_context_t &context, const Line &line) {
     const size_t depth = context.submodes.size();
     for (levels_left_ = 0; levels_left_ <= depth; ++levels_left_) {
         next_places_.clear();
@@ -64,100 +73,229 @@ bool StateSets::read_outward(const tsh_context_t &context, const LineWords &word
         else
             for (const tsh_grammar_t::Tree &tree : grammar_.trees())
                 next_places_.push_back({tree.first, Position::kEntered});
-        const Result result = read(set_of(next_places_), words, options, has_slash);
-        if (result != Result::kRefusedAtOnce || (options & TSH_OUTWARD) == 0)
-            return result == Result::kAccepted;
+        const std::optional<Result> result = read_from(set_of(next_places_), line);
+        if (result || (line.options & TSH_OUTWARD) == 0)
+            return result.value_or(Result::kUndecided);
     }
-    return false;
+    return Result::kUndecided;
 }
 
-StateSets::Result StateSets::read(SetNumber set, const LineWords &words, uint32_t options,
-                                  bool may_use_slash) {
-    const bool is_saved = (options & TSH_SAVED_LINE) != 0;
-    steps_.clear();
-    is_simple_ = true;
-    for (size_t index = 0; index < words.size(); ++index) {
-        const Set &at = sets_[set];
-        Step step{set, Kind::kRest, {}};
-        if (at.places.count > 0 && is_within_rest(places_[at.places.first].position)) {
-            steps_.push_back(step); // the value goes on
+// Nothing if the first word is refused.
+std::optional<StateSets::Result> StateSets::read_from(SetNumber set, const Line &line) {
+    steps_.assign(1, {kNone, Kind::kFull, {}, set});
+    typed_word_ = SIZE_MAX;
+    abandoned_ = 0;
+    enters_submode_ = false;
+    first_is_refused_ = true;
+    const std::optional<Result> result = follow(0, 0, line);
+    return result || first_is_refused_ ? result : Result::kUndecided;
+}
+
+// Reads the rest of the line behind steps of equal readings, the last ones. Nothing if none of
+// their kind finishes the line.
+std::optional<StateSets::Result> StateSets::follow(Index first, size_t index, const Line &line) {
+    if (index == line.words.size())
+        return judge_ends(first);
+    const auto end = static_cast<Index>(steps_.size());
+    const bool is_slash = line.has_slash && line.words[index].text == "/";
+    for (const Kind kind : kinds_for(line.options).kinds) {
+        if (kind == Kind::kSlash && !is_slash)
             continue;
-        }
-        if (may_use_slash && words[index].text == "/")
-            return Result::kUndecided;
-        typed_.look_up(grammar_, words[index]);
-        const WordRange range = typed_.range();
-        if (typed_.full() != kNoWord) {
-            step.kind = Kind::kFull;
-            step.keywords = keywords_in(at, {range.begin, range.begin + 1});
-        }
-        Slice<Keyword> abbreviated;
-        if (step.keywords.count == 0) {
-            abbreviated = keywords_in(at, range);
-            step.kind = Kind::kAbbreviated;
-            if (!is_saved)
-                step.keywords = abbreviated;
-        }
-        if (step.keywords.count == 0) {
-            if (at.has_joinable && !typed_.joined().empty())
+        for (Index before = first; before < end; ++before)
+            if (!read_word(kind, before, index, line))
                 return Result::kUndecided;
-            const bool has_values = at.values.count > 0;
-            const std::optional<SetNumber> next =
-                has_values ? read_value(set, words, index, options, step) : kNone;
-            if (!next)
-                return Result::kUndecided;
-            if (*next != kNone) {
-                steps_.push_back(step);
-                set = *next;
-                continue;
-            }
-            step.kind = Kind::kAbbreviated;
-            step.keywords = abbreviated;
-        }
-        if (step.keywords.count == 0)
-            return index == 0 ? Result::kRefusedAtOnce : Result::kUndecided;
-        if (!is_one_word(step.keywords))
+        const size_t spellings = steps_.size() - end;
+        if (spellings == 0)
+            continue;
+        first_is_refused_ = false;
+        if (spellings > kMostSpellings || is_too_large_)
             return Result::kUndecided;
-        steps_.push_back(step);
-        if (index + 1 == words.size() && ends_at(step.keywords)) {
-            last_set_ = kNone;
-            return Result::kAccepted;
-        }
-        set = after(step.keywords);
+        if (const std::optional<Result> result = follow(end, index + 1, line))
+            return result;
+        if (++abandoned_ > kMostAbandoned)
+            return Result::kUndecided;
+        steps_.resize(end);
     }
-    last_set_ = set;
-    return ends_in(set) ? Result::kAccepted : Result::kUndecided;
+    return std::nullopt;
 }
 
-// The set behind a value: kNone if there is none, nothing if it takes a search to know.
-std::optional<StateSets::SetNumber> StateSets::read_value(SetNumber set, const LineWords &words,
-                                                          size_t index, uint32_t options,
-                                                          Step &step) {
-    for (const bool takes_rest : {false, true}) {
+// Adds the steps of a kind behind another one. @return false if it takes a search to know them.
+bool StateSets::read_word(Kind kind, Index before, size_t index, const Line &line) {
+    const SetNumber set = steps_[before].next;
+    if (const Set &at = sets_[set];
+        at.places.count > 0 && is_within_rest(places_[at.places.first].position)) {
+        if (kind == Kind::kRest)
+            steps_.push_back({before, kind, {}, set}); // the value goes on
+        return true;
+    }
+    switch (kind) {
+    case Kind::kSlash:
+        return add_slash(before, line);
+    case Kind::kFull:
+    case Kind::kAbbreviated:
+        return add_keywords(kind, before, index, line);
+    case Kind::kJoined:
+        return !sets_[set].has_joinable || typed(index, line).joined().empty();
+    default:
+        if (sets_[set].values.count > 0)
+            add_values(kind, before, index, line);
+        return true;
+    }
+}
+
+const TypedKeywords &StateSets::typed(size_t index, const Line &line) {
+    if (std::exchange(typed_word_, index) != index)
+        typed_.look_up(grammar_, line.words[index]);
+    return typed_;
+}
+
+bool StateSets::add_slash(Index before, const Line &line) {
+    if ((line.options & TSH_BRIEF) == 0)
+        return false;
+    find_submodes(sets_[steps_[before].next]);
+    if (next_places_.empty())
+        return true;
+    enters_submode_ = true;
+    steps_.push_back({before, Kind::kSlash, {}, set_of(next_places_)});
+    return true;
+}
+
+bool StateSets::add_keywords(Kind kind, Index before, size_t index, const Line &line) {
+    const TypedKeywords &typed = this->typed(index, line);
+    const bool has_full = typed.full() != kNoWord;
+    WordRange range = typed.range();
+    if (kind == Kind::kFull)
+        range.end = range.begin + (has_full ? 1 : 0);
+    else if (has_full)
+        ++range.begin;
+    if (range.empty())
+        return true;
+    const Slice<Keyword> keywords = keywords_in(sets_[steps_[before].next], range);
+    if (keywords.count == 0)
+        return true;
+    const bool is_last = index + 1 == line.words.size();
+    if (!is_one_word(keywords))
+        return is_last && !may_end_behind(keywords);
+    steps_.push_back({before, kind, keywords, is_last ? kNone : after(keywords)});
+    return true;
+}
+
+// Adds a step for each spelling of a value.
+void StateSets::add_values(Kind kind, Index before, size_t index, const Line &line) {
+    const bool takes_rest = kind == Kind::kRest;
+    find_values(steps_[before].next,
+                takes_rest ? line.words.rest_from(index) : line.words[index].value(), takes_rest,
+                line.options);
+    for (auto first = accepted_.begin(); first != accepted_.end();) {
+        const auto last = std::stable_partition(
+            first, accepted_.end(),
+            [mask = first->type_mask](const auto &value) { return value.type_mask == mask; });
         next_places_.clear();
-        uint32_t mask = 0;
-        for (const Value &value : all(values_, sets_[set].values)) {
-            if (value.takes_rest != takes_rest)
-                continue;
-            const parameter_info_t &parameter = grammar_.record(value.node).params[value.parameter];
-            const std::string_view text =
-                takes_rest ? words.rest_from(index) : words[index].value();
-            if ((options & TSH_ANY_VALUE) == 0 &&
-                tsh_value_check(grammar_.types(), &parameter, text.data(), text.size(), nullptr,
-                                nullptr) != TSH_CHECK_ACCEPTED)
-                continue;
-            if (!next_places_.empty() && parameter.type_mask != mask)
-                return std::nullopt;
-            mask = parameter.type_mask;
-            next_places_.push_back({value.node, takes_rest ? within_rest(value.parameter)
-                                                           : after_value(value.parameter)});
-        }
-        if (next_places_.empty())
-            continue;
-        step.kind = takes_rest ? Kind::kRest : Kind::kValue;
-        return set_of(next_places_);
+        for (; first != last; ++first)
+            next_places_.push_back(first->place);
+        steps_.push_back({before, kind, {}, set_of(next_places_)});
     }
-    return kNone;
+}
+
+// The values of a set that accept a text, each domain checked once.
+void StateSets::find_values(SetNumber set, std::string_view text, bool takes_rest,
+                            uint32_t options) {
+    accepted_.clear();
+    is_accepted_.assign(domains_.size(), std::nullopt);
+    for (const Value &value : all(values_, sets_[set].values)) {
+        if (value.takes_rest != takes_rest)
+            continue;
+        std::optional<bool> &is_accepted = is_accepted_[value.domain];
+        if (!is_accepted)
+            is_accepted = (options & TSH_ANY_VALUE) != 0 || accepts(domains_[value.domain], text);
+        if (*is_accepted)
+            accepted_.push_back({domains_[value.domain].type_mask,
+                                 {value.node, takes_rest ? within_rest(value.parameter)
+                                                         : after_value(value.parameter)}});
+    }
+}
+
+bool StateSets::accepts(const Domain &domain, std::string_view text) const {
+    parameter_info_t parameter{};
+    parameter.type_mask = domain.type_mask;
+    parameter.int_min = domain.lowest;
+    parameter.int_max = domain.highest;
+    return tsh_value_check(grammar_.types(), &parameter, text.data(), text.size(), nullptr,
+                           nullptr) == TSH_CHECK_ACCEPTED;
+}
+
+// The submodes that a "/" may enter in a set.
+void StateSets::find_submodes(const Set &set) {
+    next_mark();
+    next_places_.clear();
+    const auto add = [this](NodeNumber node) {
+        if (grammar_.facts(node).is_submode && std::exchange(marks_[node].word, mark_) != mark_)
+            next_places_.push_back({node, Position::kEntered});
+    };
+    for (const Place &place : all(places_, set.places))
+        if (place.position != Position::kEntered &&
+            values_read(place.position) == grammar_.facts(place.node).param_count)
+            add(place.node);
+    for (const Passed &closure : all(closures_, set.closures)) {
+        const Links passables = grammar_.passables(grammar_.facts(closure.node));
+        for (size_t i = 0; i < passables.size(); ++i)
+            if (!hidden_->holds(passables[i]))
+                add(passables[i]);
+    }
+}
+
+// ---- Ends ----
+
+// Of the last steps. Nothing if the line cannot end behind them.
+std::optional<StateSets::Result> StateSets::judge_ends(Index first) {
+    last_step_ = kNone;
+    ambiguous_word_ = SIZE_MAX;
+    for (Index step = first; step < steps_.size(); ++step) {
+        if (!can_end(steps_[step]))
+            continue;
+        if (last_step_ == kNone)
+            last_step_ = step;
+        else
+            ambiguous_word_ = std::min(ambiguous_word_, first_difference(last_step_, step));
+    }
+    if (last_step_ == kNone)
+        return std::nullopt;
+    if (ambiguous_word_ != SIZE_MAX)
+        return Result::kAmbiguous;
+    if (last_step_ + 1 < steps_.size())
+        can_end(steps_[last_step_]);
+    return enters_submode_ && needs_ways() ? Result::kUndecided : Result::kAccepted;
+}
+
+// Whether an answer needs more of the readings than their ends.
+bool StateSets::needs_ways() const {
+    return !is_simple_ || std::ranges::any_of(ends_, [&](NodeNumber node) {
+        return grammar_.facts(node).is_submode;
+    });
+}
+
+// Finds the ends behind a word.
+bool StateSets::can_end(Step &step) {
+    is_simple_ = true;
+    if (step.next == kNone) {
+        if (ends_at(step.keywords))
+            return true;
+        step.next = after(step.keywords);
+    }
+    return ends_in(step.next);
+}
+
+// The first word at which the ways to two steps of one word part.
+size_t StateSets::first_difference(Index step, Index other) const {
+    size_t behind = 0;
+    for (; step != other; ++behind) {
+        step = steps_[step].before;
+        other = steps_[other].before;
+    }
+    size_t word = 0;
+    for (; steps_[step].before != kNone; ++word)
+        step = steps_[step].before;
+    return word;
 }
 
 StateSets::Slice<StateSets::Keyword> StateSets::keywords_in(const Set &set, WordRange range) const {
@@ -172,6 +310,14 @@ StateSets::Slice<StateSets::Keyword> StateSets::keywords_in(const Set &set, Word
 
 bool StateSets::is_one_word(Slice<Keyword> keywords) const {
     return keywords_[keywords.first].word == keywords_[keywords.first + keywords.count - 1].word;
+}
+
+// Whether a line may end behind keywords, even if words are left out.
+bool StateSets::may_end_behind(Slice<Keyword> keywords) const {
+    return std::ranges::any_of(all(keywords_, keywords), [this](const Keyword &keyword) {
+        const NodeFacts &facts = grammar_.facts(keyword.node);
+        return facts.param_count == 0 && (facts.has_line || facts.passable_count > 0);
+    });
 }
 
 // Whether a line may end behind keywords without words left out, and only at their own nodes.
@@ -210,47 +356,47 @@ Source StateSets::source_of(const Step &step, Place place) const {
         const auto keywords = all(keywords_, step.keywords);
         return Source::closure(std::ranges::find(keywords, place.node, &Keyword::node)->from);
     }
-    for (const Value &value : all(values_, sets_[step.from].values))
+    const Set &from = sets_[steps_[step.before].next];
+    for (const Value &value : all(values_, from.values))
         if (value.node == place.node && value.parameter == last_parameter(place.position))
             return value.from;
-    const auto places = all(places_, sets_[step.from].places); // the value goes on
+    const auto places = all(places_, from.places); // the value goes on
     return Source::state(static_cast<Index>(std::ranges::find(places, place) - places.begin()));
 }
 
-Chain StateSets::chain_to(size_t end) const {
+Chain StateSets::chain_to(NodeNumber end) const {
     Chain chain;
-    chain.end = ends_[end];
-    chain.layers.resize(steps_.size() + 1);
-    SetNumber set = last_set_;
+    chain.end = end;
     std::optional<Source> source;
-    if (set != kNone) {
+    if (const SetNumber set = steps_[last_step_].next; set != kNone) {
         const auto endings = all(endings_, sets_[set].endings);
-        const Last &last = *std::ranges::find(endings, ends_[end], &Last::node);
+        const Last &last = *std::ranges::find(endings, end, &Last::node);
         source = last.from;
         chain.leaves_out = last.leaves_out;
     }
-    for (size_t i = chain.layers.size(); i-- > 0;) {
-        ChainLayer &layer = chain.layers[i];
-        layer.place = {ends_[end], Position::kKeyword};
+    for (Index at = last_step_; at != kNone; at = steps_[at].before) {
+        const Step &step = steps_[at];
+        ChainLayer &layer = chain.layers.emplace_back();
+        layer.place = {end, Position::kKeyword};
+        layer.kind = step.kind;
         if (source) {
+            const Set &set = sets_[step.next];
             for (; source->is_closure();
-                 source = closures_[sets_[set].closures.first + source->index()].from)
+                 source = closures_[set.closures.first + source->index()].from)
                 layer.closures.insert(layer.closures.begin(),
-                                      closures_[sets_[set].closures.first + source->index()].node);
-            layer.place = places_[sets_[set].places.first + source->index()];
+                                      closures_[set.closures.first + source->index()].node);
+            layer.place = places_[set.places.first + source->index()];
         }
-        if (i > 0) {
-            layer.kind = steps_[i - 1].kind;
-            set = steps_[i - 1].from;
-            source = source_of(steps_[i - 1], layer.place);
-        }
+        if (step.before != kNone)
+            source = source_of(step, layer.place);
     }
+    std::ranges::reverse(chain.layers);
     return chain;
 }
 
 void StateSets::hand_to(LineParser &parser, const LineWords &words) const {
     std::vector<Chain> chains;
-    for (size_t end = 0; end < ends_.size(); ++end)
+    for (const NodeNumber end : ends_)
         chains.push_back(chain_to(end));
     parser.adopt(chains, words, levels_left_);
 }
@@ -310,11 +456,15 @@ StateSets::SetNumber StateSets::set_of(std::vector<Place> &places) {
     return set;
 }
 
+void StateSets::next_mark() {
+    if (++mark_ != 0)
+        return;
+    std::ranges::fill(marks_, Mark{}); // all numbers have been used
+    mark_ = 1;
+}
+
 StateSets::SetNumber StateSets::make(std::span<const Place> places) {
-    if (++mark_ == 0) { // all numbers have been used
-        std::ranges::fill(marks_, Mark{});
-        mark_ = 1;
-    }
+    next_mark();
     kept_in_.clear();
     left_out_.clear();
     Set set;
@@ -355,6 +505,7 @@ StateSets::SetNumber StateSets::make(std::span<const Place> places) {
                        endings_.end());
     set.endings.count = static_cast<uint32_t>(endings_.size()) - set.endings.first;
     sets_.push_back(set);
+    is_too_large_ = kept() > most_kept_;
     return static_cast<SetNumber>(sets_.size() - 1);
 }
 
@@ -363,8 +514,7 @@ void StateSets::leave(Source from, const Place &place) {
     if (place.position != Position::kEntered) {
         const uint32_t read = values_read(place.position);
         if (read < facts.param_count) {
-            values_.push_back({place.node, static_cast<uint8_t>(read),
-                               (facts.takes_rest >> read & 1U) != 0, from});
+            add_value(place.node, read, from);
             return;
         }
         if (facts.has_line)
@@ -383,6 +533,27 @@ void StateSets::add_closure(NodeNumber node, Source from, bool leaves_out) {
     closures_.push_back({node, from, leaves_out});
 }
 
+void StateSets::add_value(NodeNumber node, uint32_t parameter, Source from) {
+    const bool takes_rest = (grammar_.facts(node).takes_rest >> parameter & 1U) != 0;
+    values_.push_back(
+        {node, static_cast<uint8_t>(parameter), takes_rest, from, domain_of(node, parameter)});
+}
+
+uint32_t StateSets::domain_of(NodeNumber node, uint32_t parameter) {
+    domain_of_.resize(size_t{TREE_MAX_PARAMS} * grammar_.node_count(), kNone);
+    uint32_t &domain = domain_of_[size_t{TREE_MAX_PARAMS} * node + parameter];
+    if (domain == kNone) {
+        const parameter_info_t &record = grammar_.record(node).params[parameter];
+        const Domain values{record.type_mask, record.int_min, record.int_max};
+        const auto [known, is_new] =
+            domain_numbers_.try_emplace(values, static_cast<uint32_t>(domains_.size()));
+        if (is_new)
+            domains_.push_back(values);
+        domain = known->second;
+    }
+    return domain;
+}
+
 // Closures are numbered within their set.
 void StateSets::leave_closure(Index index, uint32_t first_closure) {
     const Passed closure = closures_[index];
@@ -399,8 +570,7 @@ void StateSets::leave_closure(Index index, uint32_t first_closure) {
     const Links values = grammar_.values(facts);
     for (size_t i = 0; i < values.size(); ++i)
         if (is_new(values[i]))
-            values_.push_back(
-                {values[i], 0, (grammar_.facts(values[i]).takes_rest & 1U) != 0, from});
+            add_value(values[i], 0, from);
     const Links passables = grammar_.passables(facts);
     for (size_t i = 0; i < passables.size(); ++i) {
         const NodeNumber node = passables[i];

@@ -2,15 +2,18 @@
 // deterministic, one state set at a time and only as lines need them.
 //
 // A state set holds the states that a line of equal readings may be in, with the merged closure of
-// all of them: the words that may come next, sorted. A line is read by the best kind of each word.
-// If that finishes the line, no other reading can be better, whatever else it could mean. If it
-// does not, or if the best kind is not one spelling, LineParser has to decide. Sets are kept for
-// later lines, in proportion to the tree, and are given up all together.
+// all of them: the words that may come next, sorted. A line is read by the best kind of each word,
+// and by the next best where that does not finish the line. Readings of one kind that spell a word
+// differently, because parameters of several types accept it, are followed side by side. Those that
+// finish the line first are the best. If none does, or many would have to be tried, LineParser has
+// to decide. Sets are kept for later lines, in proportion to the tree, and are given up all
+// together.
 #pragma once
 
 #include "resolve/line_parser_internal.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <vector>
@@ -21,9 +24,13 @@ class StateSets {
 public:
     explicit StateSets(const tsh_grammar_t &grammar);
 
-    /// Reads a line. @return whether it is accepted; if not, nothing is known of it.
-    bool accepts(const tsh_context_t &context, const LineWords &words, uint32_t options);
+    enum class Result : uint8_t { kAccepted, kAmbiguous, kUndecided };
 
+    /// Reads a line.
+    Result read(const tsh_context_t &context, const LineWords &words, uint32_t options);
+
+    /// The first word of an ambiguous line that its readings spell differently.
+    [[nodiscard]] size_t ambiguous_word() const { return ambiguous_word_; }
     /// Nodes at which the accepted line ends.
     [[nodiscard]] const std::vector<NodeNumber> &ends() const { return ends_; }
     /// Whether each end is the node of the last word.
@@ -54,6 +61,18 @@ private:
         uint8_t parameter;
         bool takes_rest;
         Source from;
+        uint32_t domain; // its number
+    };
+    struct Domain { // what parameters accept
+        uint32_t type_mask;
+        int32_t lowest;
+        int32_t highest;
+        // The comparison that this makes has a literal 0.
+        auto operator<=>(const Domain &) const = default; // NOLINT(modernize-use-nullptr)
+    };
+    struct AcceptedValue {
+        uint32_t type_mask;
+        Place place; // behind it
     };
     struct Last { // a node at which the line may end
         NodeNumber node;
@@ -72,21 +91,38 @@ private:
         Slice<Last> endings;
         bool has_joinable = false;
     };
-    struct Step { // one word of the line
-        SetNumber from;
+    struct Step {     // a word in one spelling
+        Index before; // step of the word before it; kNone: the start
         Kind kind;
         Slice<Keyword> keywords; // those that were taken, if it is a keyword
+        SetNumber next;          // behind it; kNone: not made, because the line ends at the word
     };
-    enum class Result : uint8_t { kAccepted, kUndecided, kRefusedAtOnce };
+    struct Line {
+        const LineWords &words;
+        uint32_t options;
+        bool has_slash; // "/" may enter a submode
+    };
 
-    bool read_outward(const tsh_context_t &context, const LineWords &words, uint32_t options);
-    Result read(SetNumber set, const LineWords &words, uint32_t options, bool may_use_slash);
-    std::optional<SetNumber> read_value(SetNumber set, const LineWords &words, size_t index,
-                                        uint32_t options, Step &step);
+    Result read_outward(const tsh_context_t &context, const Line &line);
+    std::optional<Result> read_from(SetNumber set, const Line &line);
+    std::optional<Result> follow(Index first, size_t index, const Line &line);
+    bool read_word(Kind kind, Index before, size_t index, const Line &line);
+    const TypedKeywords &typed(size_t index, const Line &line);
+    bool add_slash(Index before, const Line &line);
+    bool add_keywords(Kind kind, Index before, size_t index, const Line &line);
+    void add_values(Kind kind, Index before, size_t index, const Line &line);
+    void find_values(SetNumber set, std::string_view text, bool takes_rest, uint32_t options);
+    [[nodiscard]] bool accepts(const Domain &domain, std::string_view text) const;
+    void find_submodes(const Set &set);
+    std::optional<Result> judge_ends(Index first);
+    bool can_end(Step &step);
+    [[nodiscard]] bool needs_ways() const;
+    [[nodiscard]] size_t first_difference(Index step, Index other) const;
     [[nodiscard]] Source source_of(const Step &step, Place place) const;
-    [[nodiscard]] Chain chain_to(size_t end) const;
+    [[nodiscard]] Chain chain_to(NodeNumber end) const;
     [[nodiscard]] Slice<Keyword> keywords_in(const Set &set, WordRange range) const;
     [[nodiscard]] bool is_one_word(Slice<Keyword> keywords) const;
+    [[nodiscard]] bool may_end_behind(Slice<Keyword> keywords) const;
     [[nodiscard]] bool ends_at(Slice<Keyword> keywords);
     bool ends_in(SetNumber set);
     SetNumber after(Slice<Keyword> keywords);
@@ -96,6 +132,9 @@ private:
     void leave(Source from, const Place &place);
     void leave_closure(Index index, uint32_t first_closure);
     void add_closure(NodeNumber node, Source from, bool leaves_out);
+    void add_value(NodeNumber node, uint32_t parameter, Source from);
+    uint32_t domain_of(NodeNumber node, uint32_t parameter);
+    void next_mark();
     void forget_all();
     [[nodiscard]] size_t kept() const;
     [[nodiscard]] size_t slot_of(std::span<const Place> places) const;
@@ -107,8 +146,10 @@ private:
     const tsh_grammar_t &grammar_;
     const HiddenNodes *hidden_ = nullptr;
     uint64_t admission_ = 0; // that the sets are good for
-    size_t most_kept_;
-    bool are_whole_ = false; // no set is missing or half made
+    size_t most_added_;      // entries for one line
+    size_t most_kept_ = 0;
+    bool is_too_large_ = false; // sets for the last line
+    bool are_whole_ = false;    // no set is missing or half made
 
     std::vector<Set> sets_;
     std::vector<Place> places_;
@@ -124,17 +165,27 @@ private:
     };
     std::vector<Mark> marks_; // by node: the set that has met it as a word, as a closure
     uint32_t mark_ = 0;
+    std::vector<Domain> domains_;
+    std::map<Domain, uint32_t> domain_numbers_;
+    std::vector<uint32_t> domain_of_; // by node and parameter; kNone: not known
     std::vector<Index> kept_in_;
     std::vector<Index> left_out_;
     std::vector<Place> next_places_;
 
     // The last line.
     TypedKeywords typed_;
-    std::vector<Step> steps_;
-    SetNumber last_set_ = 0;
+    size_t typed_word_ = 0;   // that they are those of
+    std::vector<Step> steps_; // word by word; the first one leads to the start
+    size_t abandoned_ = 0;    // kinds of words
+    std::vector<AcceptedValue> accepted_;
+    std::vector<std::optional<bool>> is_accepted_; // by domain
+    bool enters_submode_ = false;
+    bool first_is_refused_ = false;
+    Index last_step_ = 0; // behind which it ends
     std::vector<NodeNumber> ends_;
     bool is_simple_ = false;
     uint32_t levels_left_ = 0;
+    size_t ambiguous_word_ = 0;
 };
 
 } // namespace tsh

@@ -149,6 +149,8 @@ ConfigCheck::Outcome ConfigCheck::check_command(std::string_view line, uint32_t 
     tsh_verdict_t verdict = resolve(TSH_BRIEF);
     if (verdict == TSH_EMPTY)
         return Outcome::kAccepted;
+    if (verdict == TSH_AMBIGUOUS)
+        resolve(0); // candidates and text
     if (verdict != TSH_ACCEPTED) {
         const size_t column = tsh_answer_range(answer_.get()).begin + 1;
         const std::string message = message_of_answer(line);
