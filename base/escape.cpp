@@ -98,6 +98,21 @@ Escape escape_of(char c) {
     return {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
 }
 
+bool is_digit_of_escape(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+}
+
+// Returns the position of the first text at or after a position that looks like an escape.
+size_t find_escape(std::string_view text, size_t from = 0) {
+    constexpr std::string_view kBeginning = "\\x";
+    size_t at = text.find(kBeginning, from);
+    while (at != std::string_view::npos &&
+           (text.size() - at < sizeof(Escape) || !is_digit_of_escape(text[at + 2]) ||
+            !is_digit_of_escape(text[at + 3])))
+        at = text.find(kBeginning, at + 1);
+    return at;
+}
+
 void write_escaped(FILE *stream, std::string_view text) {
     for_each_part(text, [&](std::string_view part, bool is_control) {
         if (!is_control)
@@ -125,6 +140,20 @@ std::string escaped(std::string_view text) {
                 result.append(escape_of(c).data(), sizeof(Escape));
     });
     return result;
+}
+
+std::string reversibly_escaped(std::string_view text) {
+    std::string result;
+    size_t done = 0;
+    for (size_t at; (at = find_escape(text, done)) != std::string_view::npos; done = at + 1) {
+        result += escaped(text.substr(done, at - done));
+        result.append(escape_of(text[at]).data(), sizeof(Escape));
+    }
+    return result += escaped(text.substr(done));
+}
+
+bool has_escapes(std::string_view text) {
+    return !find_control(text).empty() || find_escape(text) != std::string_view::npos;
 }
 
 void vprint_escaped(FILE *stream, const char *format, va_list values) {

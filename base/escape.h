@@ -16,6 +16,13 @@ std::string_view find_control(std::string_view text, size_t from = 0);
 /// Returns the text with each byte of a control character as \xNN.
 std::string escaped(std::string_view text);
 
+/// Like escaped, but the text can be restored: a backslash before an x and two hexadecimal digits,
+/// which would look like an escape, is \x5c.
+std::string reversibly_escaped(std::string_view text);
+
+/// Returns whether reversibly_escaped returns another text.
+bool has_escapes(std::string_view text);
+
 /// Formats a message and writes it with control characters escaped; newlines at the end of the
 /// format stay. Only the first 1023 bytes are written if there is no memory for more.
 [[gnu::format(printf, 2, 0)]] void vprint_escaped(FILE *stream, const char *format, va_list values);

@@ -134,8 +134,8 @@ public:
     // Returns a text that is valid until the next call.
     std::string_view line_of(const tsh::Word &word) {
         const std::string_view text = word.text();
-        if (!base::find_control(text).empty())
-            return escaped_ = base::escaped(text) += kNewline;
+        if (base::has_escapes(text))
+            return escaped_ = base::reversibly_escaped(text) += kNewline;
         const size_t size = text.copy(usual_.data(), text.size());
         return {usual_.data(), size + kNewline.copy(usual_.data() + size, kNewline.size())};
     }

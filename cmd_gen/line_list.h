@@ -1,6 +1,7 @@
 /* Command lines of a tree as plain text, for programs that sort, search and compare lines: the
  * words of the listing, separated by one space, after the words of every enclosing submode and " /
- * ", such as bay <INTERFACE> / label <LINE> Control characters of keywords are written as \xNN.
+ * ", such as bay <INTERFACE> / label <LINE> Control characters of keywords are written as \xNN,
+ * and a backslash that would look like that as \x5c.
  * There is no process-wide state. */
 #ifndef TSH_CMD_GEN_LINE_LIST_H
 #define TSH_CMD_GEN_LINE_LIST_H

@@ -107,6 +107,20 @@ for options in ("old.par new.par", "new.par old.par", "--fields old.par new.par"
            ["-", totals["removed"], "+", totals["added"], "~", totals["changed"]])
 expect("differences", listed > 30, listed)
 
+# Keywords can be restored, whatever their bytes.
+KEYWORDS = [br"a\x1b", b"a\x1b", br"b\x5cx1b", b"b\\", br"c\x4", br"c\X1b", b"d\xff\x9b", "é\x85".encode(), br"e\\x7f"]
+with open("bytes.yaml", "w") as file:
+    file.write("words:\n" + "".join(f"""  !bytes '{"".join(f"{chr(92)}x{byte:02x}" for byte in word)}': f\n"""
+                                    for word in KEYWORDS))
+expect("compile", not run("ocmd_compile --main bytes.yaml; echo 'words: {z: f}' >z.yaml; ocmd_compile --main z.yaml").returncode)
+for found in ([candidate["word"] for candidate in objects("answer", "ocmd_find --json bytes.par zz")[0]["candidates"]],
+              [found["line"] for found in objects("difference", "ocmd_diff --json bytes.par z.par")][:-1]):
+    restored = [re.sub(rb"\\x([0-9a-f]{2})", lambda m: bytes.fromhex(m[1].decode()), text(word)) for word in found]
+    expect("keywords", sorted(restored) == sorted(KEYWORDS), restored)
+listed = run("ocmd_show --commands bytes.par >listed; ocmd_compile --lines listed >listed.yaml; "
+             "ocmd_compile --main listed.yaml; ocmd_show --commands listed.par | cmp - listed")
+expect("list of lines", not listed.returncode, listed)
+
 # Random trees: the groups cover every line of the plain output once, and nothing else.
 choose = random.Random(1)
 

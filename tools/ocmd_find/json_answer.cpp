@@ -67,7 +67,7 @@ private:
             return;
         const tree_node_t &node = is_complete ? *reading.command : *reading.node;
         json_.begin_object()
-            .member("command", base::escaped(command_of(reading)))
+            .member("command", base::reversibly_escaped(command_of(reading)))
             .member("line", typed_line(reading, line));
         json_.member("complete").boolean(is_complete);
         json_.member("node", tool::text_of(node.name));
@@ -119,7 +119,7 @@ private:
             if (candidate.node == read || !known.emplace(candidate.text, help).second)
                 continue;
             json_.begin_object()
-                .member("word", base::escaped(candidate.text))
+                .member("word", base::reversibly_escaped(candidate.text))
                 .member("bounds", candidate.bounds)
                 .member("help", help)
                 .end_object();

@@ -38,7 +38,7 @@ int32_t write_to(const char *text, size_t length, void *user) {
 std::string spelled_word(const tree_node_t &node) {
     std::array<char, TSH_WORD_SIZE> word;
     const std::string_view text{word.data(), tsh_word_text(&node, word.data(), word.size())};
-    return base::find_control(text).empty() ? std::string{text} : base::escaped(text);
+    return base::has_escapes(text) ? base::reversibly_escaped(text) : std::string{text};
 }
 
 std::string word_of(const tree_node_t &node) {

@@ -19,7 +19,8 @@ namespace tool {
 /// line. Needs register_types.
 std::string word_of(const tree_node_t &node);
 
-/// Returns the word of a node as list_lines writes it: with control characters escaped.
+/// Returns the word of a node as list_lines writes it: with control characters escaped
+/// reversibly.
 std::string spelled_word(const tree_node_t &node);
 
 /// Returns whether lines of the record begin with the word of its node 0. In a main tree or a root
