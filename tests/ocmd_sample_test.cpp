@@ -146,6 +146,23 @@ TEST_F(Sample, IsTheCommandOfItsNumberOrSaysThatItCannotBeTyped) {
         "2\n1\n");
     EXPECT_EQ(out("ocmd_compile --main end.yaml; ocmd_sample end.par"),
               "door\n  end\n# cannot be typed: door end open\n");
+
+    std::vector<tree_node_t> nested(258); // as many words inside one another
+    for (size_t i = 0; i < nested.size(); ++i) {
+        snprintf(nested[i].name, sizeof nested[i].name, "n%zu", i);
+        snprintf(nested[i].token, sizeof nested[i].token, i == 0 ? "" : "in%zu", i);
+        nested[i].flags = i == 0 ? 0 : i == 257 ? TREE_FLAG_TERMINAL : TREE_FLAG_SUBMODE;
+        nested[i].child_count = i < 257 ? 1 : 0;
+        nested[i].children[0] = static_cast<uint16_t>(i + 1);
+    }
+    store("nested.par", nested);
+    EXPECT_EQ(shell("ocmd_sample nested.par >saved").status, 1);
+    EXPECT_EQ(out("tail -n 3 saved | sed 's/^ *//'"),
+              "in255\n# more than 255 submodes inside one another: in256\n"
+              "# more than 255 submodes inside one another: in257\n");
+    EXPECT_EQ(shell("ocmd_find --config=saved nested.par"), (Outcome{0, "", ""}));
+    EXPECT_EQ(out("ocmd_sample --flat --lines 256-257 nested.par | cut -c 1-25"),
+              "in1 / in2 / in3 / in4 / i\n# cannot be typed: in1 in2\n");
 }
 
 TEST_F(Sample, OfAllWordsHasOptionalOnesBothWays) {

@@ -10,6 +10,9 @@
 
 namespace find {
 
+/// Submodes inside one another: the shell's stack of ancestors holds no more.
+constexpr uint32_t kMostSubmodes = TREE_MAX_LEVELS - 1;
+
 /// Returns a verdict; throws std::bad_alloc for TSH_NO_MEMORY.
 tsh_verdict_t checked(tsh_verdict_t verdict);
 

@@ -21,9 +21,6 @@ namespace {
 // Number of unknown words for which a suggestion is searched, in up to a millisecond each.
 constexpr uint32_t kMostSuggestions = 200;
 
-// Capacity of the shell's stack of ancestors.
-constexpr uint32_t kMostSubmodes = TREE_MAX_LEVELS - 1;
-
 bool is_one_of(std::string_view word, const std::vector<std::string> &words) {
     return std::ranges::any_of(words, [&](const std::string &other) {
         return std::ranges::equal(word, other, [](unsigned char a, unsigned char b) {

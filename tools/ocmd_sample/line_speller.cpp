@@ -3,6 +3,7 @@
 #include "tools/ocmd_sample/line_speller.h"
 
 #include "base/chunk_copy.h"
+#include "feature/tsh/src/str_list.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/config_lines.h"
 #include "tools/ocmd_find/saved_config.h"
@@ -17,6 +18,9 @@
 namespace sample {
 
 namespace {
+
+// Nodes of a line that cannot have too many words: a keyword, two values and a slash each.
+constexpr size_t kMostUndoubted = STR_LIST_MAX_WORDS / (TREE_MAX_PARAMS + 2);
 
 // Words whose bytes may be read after the last one.
 constexpr size_t kReadable = (base::kCopyChunk + sizeof(Word) - 1) / sizeof(Word);
@@ -121,14 +125,14 @@ unsigned LineSpeller::facts_of(const tree_node_t &node) const {
            (takes_rest(node) ? Word::kTakesRest : 0U) | (is_unusual ? Word::kUnusual : 0U);
 }
 
-// Only where a value is typed: words before it that may have been understood in several ways, and
-// siblings that could be meant by the same value.
+// Too many words; and where a value is typed, words before it that may have been understood in
+// several ways, and siblings that could be meant by the same value.
 bool LineSpeller::adds_doubt(size_t record, std::span<const uint16_t> nodes, ValueStyle values) {
     const Word &last = word(record, nodes.back());
     if (values_ == ValueStyle::kTypes)
         return false;
     const auto above = nodes.first(nodes.size() - 1);
-    if (last.has(Word::kUnusual) ||
+    if (nodes.size() > kMostUndoubted || last.has(Word::kUnusual) ||
         (!above.empty() && word(record, above.back()).has(Word::kTakesRest)))
         return true;
     if (!last.has(Word::kHasValue))
@@ -302,16 +306,25 @@ tsh_verdict_t LineChecker::resolve_saved(const Spelling &spelling, uint32_t opti
 }
 
 bool LineChecker::accepts_typed(const Spelling &spelling) {
+    has_too_many_submodes_ = false;
     return resolve(spelling.text, TSH_BRIEF) == TSH_ACCEPTED;
 }
 
 bool LineChecker::accepts_saved(const Spelling &spelling) {
+    const size_t entered = spelling.parts.size() - 1;
+    has_too_many_submodes_ = entered > find::kMostSubmodes;
+    if (has_too_many_submodes_)
+        return false;
     for (size_t i = 0; i < spelling.parts.size(); ++i) {
         const bool is_last = i + 1 == spelling.parts.size();
         if (find::is_comment(spelling.part(i)) || (!is_last && leaves_submode(spelling.part(i))))
             return false;
     }
-    return resolve_saved(spelling, TSH_BRIEF) == TSH_ACCEPTED;
+    if (resolve_saved(spelling, TSH_BRIEF) != TSH_ACCEPTED)
+        return false;
+    const bool enters = tsh_answer_reading(answer(), 0)->is_submode != 0;
+    has_too_many_submodes_ = enters && entered == find::kMostSubmodes;
+    return !has_too_many_submodes_;
 }
 
 } // namespace sample

@@ -173,6 +173,9 @@ public:
     /// Whether ocmd_find accepts each part as a line of a configuration.
     bool accepts_saved(const Spelling &spelling);
 
+    /// Whether the last line that was not accepted is in, or enters, too many submodes.
+    [[nodiscard]] bool has_too_many_submodes() const { return has_too_many_submodes_; }
+
     /// Resolves a typed line, or one of a configuration below the parts before the last, which are
     /// accepted. The answer is valid until the next call.
     tsh_verdict_t resolve(std::string_view typed, uint32_t options = 0);
@@ -193,6 +196,7 @@ private:
 
     const tool::TreeFile &file_;
     std::optional<Resolver> resolver_; // made when a line is doubtful
+    bool has_too_many_submodes_ = false;
 };
 
 } // namespace sample

@@ -1,5 +1,6 @@
 // ocmd_sample: command lines to test a device with.
 #include "base/chunk_copy.h"
+#include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_sample/covering_lines.h"
 #include "tools/ocmd_sample/line_cursor.h"
 #include "tools/ocmd_sample/line_numbers.h"
@@ -255,6 +256,12 @@ private:
             return;
         }
         is_complete_ = false;
+        if (spelling_.has_value && checker_.has_too_many_submodes()) {
+            writer_->write_comment("more than " + std::to_string(find::kMostSubmodes) +
+                                   " submodes inside one another: " +
+                                   std::string{spelling_.part(spelling_.parts.size() - 1)});
+            return;
+        }
         std::string comment = "cannot be typed:";
         for (size_t i = 0; i < line.nodes.size(); ++i)
             (comment += ' ') += tool::spelled_word(speller_.node(line, i));

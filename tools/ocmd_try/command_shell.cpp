@@ -23,8 +23,6 @@ namespace {
 
 using base::escaped;
 
-// The shell's stack of ancestors holds no more.
-constexpr uint32_t kMostSubmodes = TREE_MAX_LEVELS - 1;
 constexpr size_t kWidestWord = 32;  // that is lined up with others
 constexpr size_t kMostListed = 500; // candidates
 constexpr unsigned kBitsPerByte = 8;
@@ -243,8 +241,9 @@ bool CommandShell::leave_entered(uint32_t count) {
 // Leaves the submodes that the line was not found in. @return false if there are too many.
 bool CommandShell::enter() {
     const uint32_t left = tsh_answer_levels_left(answer_.get());
-    if (depth() - left >= kMostSubmodes && tsh_answer_reading(answer_.get(), 0)->is_submode != 0) {
-        tool::report("more than %u submodes inside one another", kMostSubmodes);
+    if (depth() - left >= find::kMostSubmodes &&
+        tsh_answer_reading(answer_.get(), 0)->is_submode != 0) {
+        tool::report("more than %u submodes inside one another", find::kMostSubmodes);
         return false;
     }
     if (!find::enter(*context_, *answer_))
