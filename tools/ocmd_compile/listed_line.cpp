@@ -55,8 +55,8 @@ bool take_suffix(std::string_view &text, std::string_view suffix) {
     return true;
 }
 
-// A list has control characters as \xNN, and \x5c for a backslash that would look like that. Returns
-// the keyword with these characters, if it is listed like this.
+// A list has control characters as \xNN, and \x5c for a backslash that would look like that.
+// Returns the keyword with these characters, if it is listed like this.
 std::string unescaped(std::string_view listed) {
     std::string keyword;
     for (size_t i = 0; i < listed.size(); ++i) {
