@@ -8,13 +8,13 @@ namespace diff {
 namespace {
 
 // What may be kept: a constant for small trees, and an amount for each node and link.
-constexpr size_t kFreePairs = 1U << 22U;
+constexpr size_t kFreeKept = 1U << 22U;
 constexpr size_t kPairsPerSize = 2;
 
 } // namespace
 
 ProductAutomaton::ProductAutomaton(LineDfa &dfa)
-    : dfa_(dfa), most_kept_(kFreePairs + kPairsPerSize * dfa.nfa().size()) {}
+    : dfa_(dfa), most_kept_(kFreeKept + kPairsPerSize * dfa.nfa().size()) {}
 
 bool ProductAutomaton::differs(const StatePair &pair) {
     if (!pair.is_of_both())

@@ -139,7 +139,7 @@ std::string single_mode_of(const tree_node_t &node) {
     return (node.flags & kExcluded) != 0 ? "not available" : "";
 }
 
-std::string name_of(const tree_node_t &node) {
+std::string visible_name_of(const tree_node_t &node) {
     return visible(tool::text_of(node.name));
 }
 
@@ -150,7 +150,7 @@ constexpr std::array kProperties{
     Property{"permissions", "Permissions", permissions_of},
     Property{"interfaces", "Interface kinds", interfaces_of},
     Property{"single", "Single mode", single_mode_of},
-    Property{"name", "Node", name_of},
+    Property{"name", "Node", visible_name_of},
 };
 
 } // namespace

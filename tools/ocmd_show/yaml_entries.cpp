@@ -134,7 +134,7 @@ void add_parameters(Entries &entries, const tree_node_t &node) {
         add_entry(entries, "parameters", list + "]");
 }
 
-std::string submode_of(const tree_node_t &node) {
+std::string submode_value(const tree_node_t &node) {
     Entries texts;
     const auto fields = tool::word_fields();
     add_entry(texts, "help", value_of(&node, tool::field_of(fields, "submode_help")));
@@ -153,7 +153,7 @@ void add_field(Entries &entries, const tree_node_t &node, const GrammarField &fi
     if (key == "function" && ends_command)
         add_entry(entries, "command", value_of(&node, field));
     else if (key == "submode" && is_submode)
-        add_entry(entries, "submode", submode_of(node));
+        add_entry(entries, "submode", submode_value(node));
     else
         add_entry(entries, field.key, value_of(&node, field));
 }
