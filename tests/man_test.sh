@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Compares --help, man page and completion of each program: man_test.sh SOURCE PROGRAM... Each program has a
-# page and a completion. For programs with --help, its options must equal those under OPTIONS and those of
+# page, a completion and a column of doc/faults.md. For programs with --help, its options must equal those under OPTIONS and those of
 # the completion; the checks of --list-checks must equal those under CHECKS, and the types of --list-types
 # those under PARAMETER TYPES.
 set -euo pipefail
@@ -42,6 +42,7 @@ for tool in "$@"; do
     same "name in $page" "$name" "$(section "$page" NAME | cut -d ' ' -f 1)"
     same "completion of $name" "complete -F _ocmd $name" \
         "$(. "$source/share/bash-completion/completions/ocmd" && complete -p "$name")"
+    same "column of $name" "$name" "$(grep '^| Kind' "$source/doc/faults.md" | grep -ow "$name")"
     [ "$name" = ocmd_gen ] && continue
     options=$("$tool" --help | grep -oE '^ +(-., )?--[a-z-]+' | grep -oE -- '-[A-Za-z-]+' | sort)
     same "options of $tool and $page" "$options" \
