@@ -5,7 +5,6 @@ They have the same keys with the same limits, accept the example grammars and th
 the format's description, reject the same errors, and agree about random words.
 """
 import glob
-import json
 import random
 import re
 import subprocess
@@ -13,6 +12,7 @@ import sys
 
 import jsonschema
 import yaml
+from support.checks import expect, failures, load_schema
 
 source, compiler = sys.argv[1:]
 
@@ -33,17 +33,8 @@ for kind, form, firsts in (("null", "^(~|null|)$", ["~", "n", ""]), ("bool", "^(
                            ("int", "^([-+]?[0-9]+|0x[0-9a-fA-F]+)$", "-+0123456789")):
     CoreLoader.add_implicit_resolver("tag:yaml.org,2002:" + kind, re.compile(form), list(firsts))
 
-schema = json.load(open(source + "/share/ocmd/grammar.schema.json"))
-jsonschema.Draft201909Validator.check_schema(schema)
+schema = load_schema(source, "grammar")
 validator = jsonschema.Draft201909Validator(schema)
-failures = 0
-
-
-def expect(what, ok, detail=""):
-    global failures
-    if not ok:
-        failures += 1
-        print("FAILED:", what, detail, sep="\n")
 
 
 def schema_errors(text):
@@ -148,4 +139,4 @@ for _ in range(300):
     expect("the same verdict on " + text, bool(schema_errors(text)) == verdicts[-1],
            schema_errors(text) or compiler_errors(text, unchecked))
 expect("good and bad words", 75 <= sum(verdicts) <= 225, sum(verdicts))
-sys.exit(failures > 0)
+sys.exit(bool(failures))

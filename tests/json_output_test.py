@@ -13,18 +13,10 @@ import sys
 import tempfile
 
 import jsonschema
+from support.checks import expect, failures, load_schema
 
 source, programs = map(os.path.abspath, sys.argv[1:])
-schema = json.load(open(source + "/share/ocmd/json.schema.json"))
-jsonschema.Draft201909Validator.check_schema(schema)
-failures = 0
-
-
-def expect(what, ok, detail=""):
-    global failures
-    if not ok:
-        failures += 1
-        print("FAILED:", what, detail, sep="\n")
+schema = load_schema(source, "json")
 
 
 def closed(part):
@@ -195,4 +187,4 @@ for line in ("show lamps", "lamp 3", "lam 3 / br 7", "show", "show l", "show bay
         expect("message of " + line, text(answer["message"]) in plain.stderr, answer)
         caret = re.search(rb"\n  ( *)\^+\n", plain.stderr)
         expect("place of " + line, not caret or len(caret[1]) == answer["begin"], answer)
-sys.exit(failures > 0)
+sys.exit(bool(failures))
