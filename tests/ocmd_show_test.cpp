@@ -530,6 +530,15 @@ TEST_F(Show, KeepsOnlyInMemoryWhatATreeCanUse) {
               "ocmd_show: standard input: record 1 has no nodes and ends the file; the following "
               "99999976 bytes are ignored\n"
               "standard input: subtree file, big-endian, records: 0\nstatus 1");
+    grammar::write_subtree_file(path("sub.gz"), {{keyword("up").terminal(), "bay"}});
+    EXPECT_EQ(
+        shell("gzip -dc sub.gz >sub; for _ in 1 2; do head -c 12 sub; printf '\\3\\350\\0\\0'; "
+              "tail -c +17 sub | head -c 12; head -c 65536000 /dev/zero; done >large;"
+              "cat large sub | ocmd_show - | sed -n '1p; /^  nodes: /p'"),
+        "standard input: subtree file, big-endian, records: 3\n"
+        "  nodes:                   65536\n"
+        "  nodes:                   65536\n"
+        "  nodes:                   1\n");
 }
 
 TEST_F(Show, WritesEveryByteAsJson) {

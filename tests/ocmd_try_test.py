@@ -21,7 +21,7 @@ words:
         help: Lamps and who lit them
         command: show_lamps
         permissions: [1, 64]
-        interfaces: [2]
+        interfaces: [0, 63]
         words: {<INTEGER>: {min: 1, max: 12, optional: yes, command: show_lamp}}
       last: show_last
   lamp:
@@ -149,10 +149,21 @@ class TryTest(unittest.TestCase):
                          self.history().splitlines()[5:])
 
     def test_file_that_is_no_history_is_not_replaced(self):
+        history = os.path.join(self.folder, "ocmd/try_history")
         os.mkdir(os.path.join(self.folder, "ocmd"))
         self.write("a letter\n", "ocmd/try_history")
-        self.shown(self.open(), "odd\r")
+        shell = self.open()
+        self.assertIn(history + ": history is not kept: not a history\r\n", shell.before)
+        self.shown(shell, "odd\r")
         self.assertEqual("a letter\n", self.history())
+        os.remove(history)
+        os.mkfifo(history)
+        self.assertIn("history is not kept: not a regular file", self.open().before)
+        os.remove(history)
+        shell = self.open()
+        os.remove(history)
+        os.mkfifo(history)
+        self.assertIn("not a regular file", self.shown(shell, "odd\r"))
 
     def test_changed_grammar_is_compiled_at_the_next_prompt_and_a_broken_one_is_not_used(self):
         shell = self.open()
@@ -229,7 +240,7 @@ line:        show lamps
 help:        Lamps and who lit them
 function:    show_lamps()
 permissions: 1, 64
-interfaces:  2
+interfaces:  0, 18, 19, 63
 """, 1), (lambda run: (run.stdout, run.returncode))(
             self.run_program("ocmd_try", "porch.yaml", lines=lines)))
 

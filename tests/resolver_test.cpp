@@ -138,6 +138,7 @@ TEST(Resolver, AgreesWithThePlainDefinition) {
 
 using grammar::keyword;
 using grammar::parameter;
+using grammar::structural;
 
 constexpr uint32_t kString = 1;
 constexpr uint32_t kLine = 2;
@@ -229,6 +230,31 @@ TEST_F(LampShop, LinesThatAreNoCommandsHaveAReason) {
     EXPECT_EQ(text(), "unknown word '\"'; the quote is not closed");
     EXPECT_EQ(tsh_answer_range(answer()).begin, 1U);
     EXPECT_EQ(candidates(), "lamp pace<INTEGER> secret show");
+}
+
+TEST_F(LampShop, AmbiguousWordsHaveAReadingForEachSpelling) {
+    ASSERT_EQ(resolve("s"), TSH_AMBIGUOUS);
+    EXPECT_EQ(text(), "ambiguous word 's': secret, show");
+    ASSERT_EQ(tsh_answer_reading_count(answer()), 2U);
+    EXPECT_STREQ(reading(0).command->func_id, "lamp_dark");
+    EXPECT_STREQ(reading(1).command->func_id, "show_hue");
+    EXPECT_STREQ(reading(1).node->token, "show");
+}
+
+TEST(Resolver, ReadsAWordOnceHoweverManyWaysLeadToIt) {
+    const auto word = keyword("y").child(keyword("end").terminal());
+    auto one = structural("one").child(word);
+    auto other = structural("other").child(word);
+    for (int level = 0; level < 40; ++level) {
+        const auto above = structural("one").child(one).child(other);
+        other = structural("other").child(one).child(other);
+        one = above;
+    }
+    const auto x = keyword("x").child(one).child(other);
+    User user{grammar::lay_out(grammar::main_root({x, keyword("x").child(word)}))};
+    EXPECT_EQ(user.resolve("x y"), TSH_INCOMPLETE);
+    EXPECT_EQ(tsh_answer_reading_count(user.answer()), 1U);
+    EXPECT_EQ(user.resolve("x y z"), TSH_REFUSED);
 }
 
 TEST_F(LampShop, CompletionsFitTheBytesBeforeTheCursor) {
