@@ -127,6 +127,13 @@ TEST_F(Diff, GroupsRenamedMovedAndSharedWordsWithTheirPlaces) {
               "+ yard sleep ...: 3 lines\n");
 }
 
+TEST_F(Diff, GroupsLinesByTheirFirstDifferentWords) {
+    for (const std::string name : {"groups_before.yaml", "groups_after.yaml"})
+        store(name, harness::read_file(TEST_FILES "/grammars/" + name));
+    const std::string groups = harness::read_file(TEST_FILES "/transcripts/differences.txt");
+    EXPECT_EQ(replayed(groups), groups);
+}
+
 // ---- Fields ----
 
 TEST_F(Diff, ReportsAcceptedValuesByDefaultAndEveryOtherFieldOnRequest) {

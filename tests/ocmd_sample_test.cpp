@@ -77,6 +77,10 @@ TEST_F(Sample, IsAcceptedAsAConfiguration) {
             }
 }
 
+TEST_F(Sample, HasTheSameValuesEverywhere) {
+    expect_replay(harness::read_file(TEST_FILES "/transcripts/samples.txt"));
+}
+
 TEST_F(Sample, OfARandomTreeIsAcceptedAsALine) {
     std::mt19937 random(11);
     for (int round = 0; round < 20; ++round) {
