@@ -166,7 +166,7 @@ TEST_F(Sample, IsTheCommandOfItsNumberOrSaysThatItCannotBeTyped) {
               "# more than 255 submodes inside one another: in257\n");
     EXPECT_EQ(shell("ocmd_find --config=saved nested.par"), (Outcome{0, "", ""}));
     EXPECT_EQ(out("ocmd_sample --flat --lines 256-257 nested.par | cut -c 1-25"),
-              "in1 / in2 / in3 / in4 / i\n# cannot be typed: in1 in2\n");
+              "in1 / in2 / in3 / in4 / i\n# cannot be typed: in1 in\n");
 }
 
 TEST_F(Sample, OfAllWordsHasOptionalOnesBothWays) {
