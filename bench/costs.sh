@@ -11,7 +11,7 @@ kept=${2:+$(realpath "$2")}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-for tool in compile show diff; do
+for tool in compile show diff sample; do
     declare "$tool=$build/bin/ocmd_$tool"
 done
 link=$build/bin/ocmd_link
@@ -52,6 +52,7 @@ measure() {
     done
     "$compile" -W no-dead-end root.yaml sub*.yaml
     cost "node linked" 61283 "$link" -o linked.par root.par sub*.par
+    status=1 cost "line with values sampled" 2000 "$sample" --flat --random 2000 wide.par
 }
 
 measure | tee measured
