@@ -198,25 +198,28 @@ TEST_F(Sample, IsUniform) {
     EXPECT_LT(distance, 66.6);
 }
 
-// 200 levels of two words each: more lines than can be counted.
-TEST_F(Sample, OfATreeBeyondAllNumbersChoosesByRatio) {
-    std::vector<tree_node_t> nodes(401);
-    for (size_t i = 0; i < nodes.size(); ++i) {
-        snprintf(nodes[i].token, sizeof nodes[i].token, i % 2 == 0 ? "even" : "odd");
-        snprintf(nodes[i].name, sizeof nodes[i].name, "n%zu", i);
-        const size_t next = (i + 1) / 2 * 2 + 1;
-        if (next + 1 < nodes.size()) {
-            nodes[i].child_count = 2;
-            nodes[i].children[0] = static_cast<uint16_t>(next);
-            nodes[i].children[1] = static_cast<uint16_t>(next + 1);
-        } else {
-            nodes[i].flags = TREE_FLAG_TERMINAL;
+// Levels of two words each: 2^40 lines, and more than can be counted.
+TEST_F(Sample, OfAGreatTreeIsDrawnFromAllItsLines) {
+    for (const size_t levels : {size_t{40}, size_t{200}}) {
+        std::vector<tree_node_t> nodes(2 * levels + 1);
+        for (size_t i = 0; i < nodes.size(); ++i) {
+            snprintf(nodes[i].token, sizeof nodes[i].token, i % 2 == 0 ? "even" : "odd");
+            snprintf(nodes[i].name, sizeof nodes[i].name, "n%zu", i);
+            const size_t next = (i + 1) / 2 * 2 + 1;
+            if (next + 1 < nodes.size()) {
+                nodes[i].child_count = 2;
+                nodes[i].children[0] = static_cast<uint16_t>(next);
+                nodes[i].children[1] = static_cast<uint16_t>(next + 1);
+            } else {
+                nodes[i].flags = TREE_FLAG_TERMINAL;
+            }
         }
+        store("huge.par", nodes);
+        const std::string lines =
+            out("ocmd_sample --random 400 --values types --flat huge.par | cut -d ' ' -f 1 | grep "
+                "-c odd");
+        EXPECT_NEAR(std::stoi(lines), 200, 50) << levels;
     }
-    store("huge.par", nodes);
-    const std::string lines = out(
-        "ocmd_sample --random 400 --values types --flat huge.par | cut -d ' ' -f 1 | grep -c odd");
-    EXPECT_NEAR(std::stoi(lines), 200, 50);
     EXPECT_EQ(out("ocmd_sample --lines 2-2 --values types huge.par | tr ' ' '\\n' | grep -c even"),
               "1\n");
     EXPECT_EQ(out("n=170141183460469231731687303715884105729; ocmd_sample --lines $n-$n --flat "

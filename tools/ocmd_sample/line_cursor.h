@@ -3,9 +3,12 @@
 
 #include "tools/ocmd_sample/line_numbers.h"
 #include "tools/ocmd_sample/line_speller.h"
+#include "tools/support/text_output.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,18 +32,24 @@ public:
     }
 
     /// The line with its optional words, each submode followed by " / ", and a newline;
-    /// base::kCopyChunk bytes can be read after it. Needs a speller.
+    /// base::kCopyChunk bytes can be read after it. Needs a speller and a certain line.
     [[nodiscard]] std::string_view text() const { return {text_.data(), end_.length + 1}; }
 
-    /// Whether the text is accepted without being resolved.
-    [[nodiscard]] bool is_certain() const { return end_.is_certain; }
+    /// Whether the line is accepted without being resolved.
+    [[nodiscard]] bool is_certain() const { return end_.is_certain != 0; }
+
+    /// Moves to the lines of numbers, one after the other, and writes their texts. Needs a speller.
+    /// @param write_other is called for a line that is not certain.
+    template <typename Number>
+    void write(std::span<const Number> numbers, tool::TextOutput &output,
+               const std::function<void(const Line &line)> &write_other);
 
 private:
     /// The text up to the word of a node.
     struct TextEnd {
-        size_t length = 0;
-        uint8_t omitted = Word::kSlash.size(); // first bytes of the next separator
-        bool is_certain = true;
+        uint32_t length = 0;
+        uint32_t omitted = Word::kSlash.size(); // first bytes of the next separator
+        uint32_t is_certain = 1;
     };
 
     /// A node of the line with lines below it.
@@ -52,16 +61,18 @@ private:
     };
 
     void begin();
-    void leave(uint64_t number);
-    [[nodiscard]] TextEnd add(uint16_t node, TextEnd end);
+    void make_room();
     void make_room(size_t length);
+    [[nodiscard]] bool is_certain(const Word &word, size_t depth);
+    [[nodiscard]] TextEnd add(uint16_t node, size_t depth, TextEnd end);
 
     const LineNumbers &numbers_;
     LineNumbers::Divisions divisions_;
     LineSpeller *speller_;
     bool has_doubts_;
     std::vector<uint16_t> nodes_; // of the line, and memory for others
-    std::vector<Frame> frames_;   // of the nodes but the last, if no line is below that
+    std::vector<Frame> frames_;   // likewise, of the nodes but the last, if no line is below that
+    size_t top_ = 0;              // frame
     size_t root_frames_ = 0;      // frames before that of the first node
     size_t depth_ = 0;            // nodes of the line
     TextEnd end_;                 // of the line

@@ -107,6 +107,9 @@ void LineNumbers::Record::divide(uint16_t node, base::HugeVector<uint64_t> &line
     division.leads_on = sum > 0;
     if (is_equal) {
         division.each = each;
+        division.leads_to_ends = each == 1 && std::ranges::all_of(children, [&](uint16_t child) {
+                                     return links.has_line(child);
+                                 });
         return;
     }
     division.first_start = static_cast<uint32_t>(starts.size());

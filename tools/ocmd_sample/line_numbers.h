@@ -72,8 +72,9 @@ public:
         uint32_t first_link = 0;  ///< In links.
         uint32_t first_start = 0; ///< In starts, if each is 0: one for each child and the end.
         uint16_t children = 0;
-        bool has_line = false; ///< A line ends at the node.
-        bool leads_on = false; ///< A line ends at a descendant.
+        bool has_line = false;      ///< A line ends at the node.
+        bool leads_on = false;      ///< A line ends at a descendant.
+        bool leads_to_ends = false; ///< One line ends at each child, none below the children.
     };
 
     /// The lines that end at a child or below it: their numbers, counted from 0 for the first line

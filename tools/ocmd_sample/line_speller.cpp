@@ -2,7 +2,6 @@
 // value is typed, because keywords in full are preferred to everything else.
 #include "tools/ocmd_sample/line_speller.h"
 
-#include "base/chunk_copy.h"
 #include "feature/tsh/src/str_list.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_find/config_lines.h"
@@ -21,9 +20,6 @@ namespace {
 
 // Nodes of a line that cannot have too many words: a keyword, two values and a slash each.
 constexpr size_t kMostUndoubted = STR_LIST_MAX_WORDS / (TREE_MAX_PARAMS + 2);
-
-// Words whose bytes may be read after the last one.
-constexpr size_t kReadable = (base::kCopyChunk + sizeof(Word) - 1) / sizeof(Word);
 
 bool is_usual(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_' || c == '.' ||
@@ -71,13 +67,13 @@ LineSpeller::LineSpeller(const tool::TreeFile &file, const LineNumbers &numbers,
     : file_(file), numbers_(numbers), values_(values), random_(random),
       words_(file.records().size()) {
     for (size_t record = 0; record < words_.size(); ++record)
-        words_[record].resize(file.records()[record].nodes.size() + kReadable);
+        words_[record].resize(file.records()[record].nodes.size());
 }
 
 void Word::set(std::string_view text, std::pmr::memory_resource &memory) {
     size_ = static_cast<uint32_t>(text.size());
     char *place = inside_.data();
-    if (size_ > kMostInside)
+    if (!is_inside())
         outside_ = place = static_cast<char *>(
             memory.allocate(kSlash.size() + size_ + base::kCopyChunk, alignof(char)));
     place += kSlash.copy(place, kSlash.size());

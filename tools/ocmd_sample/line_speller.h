@@ -1,6 +1,7 @@
 // Spelling of command lines with values.
 #pragma once
 
+#include "base/chunk_copy.h"
 #include "tools/ocmd_find/file_grammar.h"
 #include "tools/ocmd_sample/line_numbers.h"
 #include "tools/ocmd_sample/random.h"
@@ -8,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <memory_resource>
 #include <optional>
 #include <span>
@@ -71,14 +73,24 @@ public:
     void set(std::string_view text, std::pmr::memory_resource &memory);
 
     [[nodiscard]] size_t size() const { return size_; }
-    /// Returns the text after kSlash; base::kCopyChunk bytes after that can be read.
-    [[nodiscard]] std::string_view separated() const {
-        return {size_ <= kMostInside ? inside_.data() : outside_, kSlash.size() + size_};
+    [[nodiscard]] std::string_view text() const {
+        return {(is_inside() ? inside_.data() : outside_) + kSlash.size(), size_};
     }
-    [[nodiscard]] std::string_view text() const { return separated().substr(kSlash.size()); }
+
+    /// Copies the text after kSlash, without the first bytes of that. Up to base::kCopyChunk bytes
+    /// after the copy are written, too. @return the end of the copy.
+    char *copy_separated(size_t omitted, char *to) const {
+        const size_t size = kSlash.size() + size_ - omitted;
+        if (!is_inside())
+            return base::copy_in_chunks(to, {outside_ + omitted, size});
+        memcpy(to, inside_.data() + omitted, kSlash.size() + kMostInside); // of one cache line
+        return to + size;
+    }
 
 private:
     static constexpr size_t kMostInside = 17;
+
+    [[nodiscard]] bool is_inside() const { return size_ <= kMostInside; }
 
     uint32_t facts_ = 0;
     uint32_t size_ = 0;

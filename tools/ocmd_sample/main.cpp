@@ -1,5 +1,4 @@
 // ocmd_sample: command lines to test a device with.
-#include "base/chunk_copy.h"
 #include "tools/ocmd_find/answer.h"
 #include "tools/ocmd_sample/covering_lines.h"
 #include "tools/ocmd_sample/line_cursor.h"
@@ -17,10 +16,13 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <set>
+#include <span>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace sample {
 
@@ -189,8 +191,8 @@ private:
             speller_.learn_all(0);
         while (!rest.is_zero() && limit > 0) {
             const auto drawn = static_cast<size_t>(std::min(rest, Count{kMostAtOnce}).low());
-            for (const uint64_t number : random_numbers_.draw(drawn, limit, random_))
-                write_numbered(number);
+            random_numbers_.draw(drawn, limit, random_,
+                                 [this](auto numbers) { write_numbered(numbers); });
             rest -= drawn;
         }
     }
@@ -204,30 +206,36 @@ private:
                            (range.begin += 1).text().c_str(), numbers_.count().text().c_str());
             range.end = std::min(range.end, numbers_.count());
         }
+        if (cursor_) {
+            write_numbers(range.begin.low(), range.end.low());
+            return;
+        }
         Line line;
         for (Count number = range.begin; number < range.end; number += 1) {
-            if (cursor_) {
-                write_numbered(number.low());
-                continue;
-            }
             numbers_.find(number, line);
             write(line, optional_);
         }
     }
 
-    void write_numbered(uint64_t number) {
-        cursor_->move_to(number);
-        if (has_texts_ && cursor_->is_certain())
-            write_complete(cursor_->text());
-        else
-            write(cursor_->line(), optional_);
+    void write_numbers(uint64_t begin, uint64_t end) {
+        constexpr uint64_t kAtOnce = 1024;
+        std::vector<uint64_t> numbers;
+        for (; begin < end; begin += numbers.size()) {
+            numbers.resize(std::min(end - begin, kAtOnce));
+            std::iota(numbers.begin(), numbers.end(), begin);
+            write_numbered(std::span<const uint64_t>{numbers});
+        }
     }
 
-    void write_complete(std::string_view text) {
-        if (text.size() <= tool::TextOutput::kMostRoom)
-            output_.take_until(base::copy_in_chunks(output_.room(), text));
-        else
-            output_ << text;
+    template <typename Number> void write_numbered(std::span<const Number> numbers) {
+        if (has_texts_) {
+            cursor_->write(numbers, output_, [this](const Line &line) { write(line, optional_); });
+            return;
+        }
+        for (const Number number : numbers) {
+            cursor_->move_to(number);
+            write(cursor_->line(), optional_);
+        }
     }
 
     // A value that is the keyword of a sibling would make the line another command.
