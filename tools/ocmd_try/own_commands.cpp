@@ -95,7 +95,6 @@ public:
         std::array<int, 2> ends{};
         if (pipe2(ends.data(), O_CLOEXEC) != 0)
             tool::fail("no list can be made: %s", strerror(errno));
-        fflush(nullptr);
         process_ = fork();
         if (process_ == 0)
             list(command_shell, ends[1]);
