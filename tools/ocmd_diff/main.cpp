@@ -99,7 +99,6 @@ Status compare(const CommandLine &line) {
         DifferenceGroups{product, form, output}.list(start);
     else
         DifferenceList{product, form, output}.list(start);
-    output.flush();
     return kDiffer;
 }
 

@@ -76,7 +76,6 @@ Status answer(const FileGrammar &grammar, std::span<char *const> words, bool as_
         as_json ? write_json_answer(grammar, line, output) : print_answer(grammar, line, output);
     if (verdict == TSH_EMPTY)
         refuse("no words to look up");
-    output.flush();
     return verdict == TSH_ACCEPTED ? kKnown : kUnknown;
 }
 

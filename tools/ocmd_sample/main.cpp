@@ -139,7 +139,6 @@ public:
             write_random(number_of(options_.value("random"), "random"));
         else
             write_range();
-        output_.flush();
         return is_complete_ ? tool::kDone : tool::kNegative;
     }
 
