@@ -321,6 +321,16 @@ TEST_F(Show, ListsFunctionsWithModesAndParameters) {
     EXPECT_EQ(shell("ocmd_show --functions main.par | head -n 3 | sed 's/node [0-9]*$/node N/'"),
               "a()\n  " + line +
                   "a\n  ... and 633825300114114700748351602687 more lines that end at node N\n");
+    EXPECT_EQ(shell("ocmd_show --functions --below 'b b a' main.par | sed -n '2s/a a .*/.../p'"),
+              "  b b ...\n");
+    Word longest = parameter(0x40100001).func_id("g").terminal();
+    for (int i = 0; i < 127; ++i) {
+        const Word before = parameter(0x40100001).child(longest);
+        longest = i == 0 ? Word{before}.func_id("f").terminal() : before;
+    }
+    store(grammar::lay_out(main_root({longest})));
+    EXPECT_EQ(shell("ocmd_show --functions main.par | grep '(' | tr -dc 'fgI.()\n'"),
+              "f(" + std::string(127, 'I') + ")\ng(...)\n");
 }
 
 TEST_F(Show, WritesFunctionsAsAHeaderThatCompiles) {
