@@ -76,6 +76,10 @@ TEST_F(Find, ReportsErrorsOfAConfigurationAtTheirPosition) {
             harness::read_file(TEST_FILES "/grammars/" + std::string{name} + ".config");
         EXPECT_EQ(messages(config), harness::announced(config)) << name;
     }
+    EXPECT_EQ(shell("yes laap | head -n 202 >wrong; ocmd_find main.par --config=wrong "
+                    "--config=wrong | grep -c 'did you mean'")
+                  .out,
+              "400\n");
     EXPECT_EQ(messages("lamp \"4\" \r\n dark\r\nward \"abcde\"\r\nshow lanes"), Lines{});
     EXPECT_EQ(messages(std::string("show lanes\0\n", 12)), Lines{"1:11: NUL byte"});
 }

@@ -165,6 +165,9 @@ TEST_F(Sample, IsTheCommandOfItsNumberOrSaysThatItCannotBeTyped) {
               "in255\n# more than 255 submodes inside one another: in256\n"
               "# more than 255 submodes inside one another: in257\n");
     EXPECT_EQ(shell("ocmd_find --config=saved nested.par"), (Outcome{0, "", ""}));
+    EXPECT_EQ(out("sed 's/^ *//; s/# more[^:]*: //' saved >more; "
+                  "ocmd_find --config=more nested.par | head -n 1"),
+              "more:256:1: more than 255 submodes inside one another\n");
     EXPECT_EQ(out("ocmd_sample --flat --lines 256-257 nested.par | cut -c 1-25"),
               "in1 / in2 / in3 / in4 / i\n# cannot be typed: in1 in\n");
 }
