@@ -55,7 +55,7 @@ constexpr tool::Program kProgram{
     kOptions};
 
 constexpr uint64_t kMostAtOnce = 1U << 20U; // random lines, which are printed in their order
-constexpr int kMostAttempts = 4;            // to find values that make a line unambiguous
+constexpr int kMostDraws = 4;               // to find values that make a line unambiguous
 
 constexpr std::array<std::pair<std::string_view, ValueStyle>, 5> kValueStyles{
     {{"typical", ValueStyle::kTypical},
@@ -248,7 +248,7 @@ private:
 
     // A value that a sibling accepts, too, makes the line ambiguous; other values may not.
     bool spell(const Line &line, OptionalWords optional) {
-        for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+        for (int attempt = 0; attempt < kMostDraws; ++attempt) {
             speller_.spell(line, optional, spelling_, attempt > 0);
             if (is_accepted(line))
                 return true;

@@ -34,7 +34,6 @@ namespace show {
 namespace {
 
 using tool::Container;
-using tool::kRedirectRoot;
 using tool::Nodes;
 using tool::TextOutput;
 using tool::TreeFile;
@@ -186,7 +185,7 @@ bool is_usual_redirect_root(Nodes nodes, const Reach &reach, uint16_t index) {
             taken.insert(name_of(nodes[node]));
     const std::string inner_name = tool::name_below_redirect_root(taken);
     tree_node_t redirect{};
-    kRedirectRoot.copy(redirect.name, kRedirectRoot.size());
+    tool::kRedirectRoot.copy(redirect.name, tool::kRedirectRoot.size());
     redirect.child_count = 1;
     redirect.children[0] = static_cast<uint16_t>(index + 1);
     tree_node_t inner{};
@@ -262,7 +261,7 @@ private:
         entries.insert(entries.end(), own.begin(), own.end());
         add_marks(entries, root);
         auto end = static_cast<uint16_t>(links.size());
-        const auto named = std::ranges::count(reach_.nodes, kRedirectRoot,
+        const auto named = std::ranges::count(reach_.nodes, tool::kRedirectRoot,
                                               [&](uint16_t node) { return name_of(nodes_[node]); });
         if (named == 0)
             entries.emplace_back("redirect_root", "no");
