@@ -408,6 +408,7 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
          "the dependencies would overwrite"},
         {"ocmd_compile -M b.d -o 'b;c' a.yaml", 2, "b;c: make or Ninja would misread this name"},
         {"ocmd_compile -p . a.yaml", 2, "-p requires --main\n"},
+        {"ocmd_compile -M '' a.yaml", 2, "empty argument for -M; expected a file name\n"},
         {"ocmd_compile -M a.par a.yaml", 2, "a.par: the dependencies would overwrite"},
         {"ocmd_compile -o - -M a.d a.yaml", 2, "-M requires an output file; use -o OUT\n"},
         {"ocmd_compile --check -o b.par - -M b.d <a.yaml && ! ls b.par b.d 2>&1", 0, ""},
