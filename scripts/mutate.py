@@ -6,10 +6,11 @@
 Takes lines of the product (or of the files named) by chance, and changes one thing in each: turns a
 comparison, an operator or a condition, moves a constant by one, returns an empty value, leaves a
 statement out. Each worker has a copy of the clone below build/mutate, where it builds the change
-and runs the tests, those of the same component first, until one fails. A change that does not compile,
-or that the compiler makes nothing of, is not counted. The last part of the output lists what was
-not noticed; whether such a change can be seen at all is for a reader to judge. Ends with status 1
-when fewer than nine of ten are noticed."""
+and runs the tests, those of the same component first, until one fails. What all of them let pass is
+built with sanitizers too, for the component's tests. A change that does not compile, or that the
+compiler makes nothing of, is not counted; calls of reserve() are left alone, since they change no result.
+The last part of the output lists what was not noticed; whether such a change can be seen at all is
+for a reader to judge. Ends with status 1 when fewer than nine of ten are noticed."""
 import argparse
 import concurrent.futures
 import dataclasses
@@ -31,6 +32,7 @@ import time
 # Test programs of each directory, the fastest first; all others follow.
 RELATED = {
     "platform": ["tsh_common_test", "bmask_test"],
+    "base": ["tree_check_test", "tree_writer_test"],
     "feature/tsh/src": ["tsh_common_test"],
     "bmask": ["bmask_test"],
     "parse_tree": ["tree_check_test", "tree_writer_test", "navigation_test", "ocmd_gen_test"],
@@ -45,6 +47,8 @@ RELATED = {
     "tools/ocmd_diff": ["ocmd_diff_test"],
     "tools/ocmd_find": ["ocmd_find_test"],
     "tools/ocmd_sample": ["ocmd_sample_test"],
+    "tools/ocmd_try": ["ocmd_try"],
+    "tools/support": ["ocmd_show_test", "ocmd_compile_test", "ocmd_find_test"],
 }
 COUNTED = ("noticed", "unnoticed")  # the verdicts that count
 BOUND = 90  # percent
@@ -52,8 +56,11 @@ CLONE = pathlib.Path(__file__).resolve().parent.parent
 COMPONENTS = [line.split()[0] for line in subprocess.run(
     [CLONE / "scripts/components.sh"], check=True, text=True,
     stdout=subprocess.PIPE).stdout.splitlines()] + ["tools"]
-CONFIGURE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1 -w",
-             "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
+CONFIGURE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
+PLAIN = "-O1 -w -D_GLIBCXX_ASSERTIONS"
+SANITIZED = PLAIN + " -fsanitize=address,undefined -fno-sanitize-recover=all"
+# Excludes the example's tree, which the tools build: an error there is not a compiler error.
+TARGETS = ["tests/all", "tools/all", "ocmd_gen"]
 BUILD_LIMIT = 900  # seconds; a change in a header builds nearly everything
 MEMORY_LIMIT = 6 << 30  # bytes, for a change that allocates without end
 FILE_LIMIT = 2 << 30  # bytes, for a change that writes without end
@@ -73,6 +80,7 @@ RETURN = re.compile(r"\breturn ([^;]+);")
 STATEMENT = re.compile(r"\s*(?:break|continue|return|"
                        r"[*(]*[\w:.\->\[\]]+(?:\(| [-+|&]?= |\+\+|--).*);$")
 NEVER_RUN = re.compile(r"\s*(?:#|static_assert|using |template|[A-Z_]+\()")
+ROOM = re.compile(r"(?:\.|->)reserve\(")
 NOT_A_STATEMENT = re.compile(r"^\s*(?:using|static_assert|const|constexpr|auto|extern|typedef)\b")
 LITERAL = re.compile(r'/\*.*?\*/|//[^\n]*|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])\'', re.DOTALL)
 
@@ -143,7 +151,7 @@ def all_changes(files):
         source = (CLONE / file).read_text(encoding="utf-8")
         codes = without_literals(source).split("\n")
         for number, (line, code) in enumerate(zip(source.split("\n"), codes), 1):
-            if NEVER_RUN.match(code):
+            if NEVER_RUN.match(code) or ROOM.search(code):
                 continue
             before = codes[number - 2] if number > 1 else ""
             changes = [Change(file, number, line, after)
@@ -159,33 +167,57 @@ def product_files():
     return [file for file in tracked if file.endswith((".cpp", ".h"))]
 
 
-def limit_resources():
-    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+def limit_files():
     resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_LIMIT, FILE_LIMIT))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
+def limit_files_and_memory():
+    limit_files()
+    resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+
+
+class Build:
+    """A build of a worker's copy, with the seconds that each test took before anything was changed."""
+
+    def __init__(self, folder, flags):
+        self.folder = folder
+        self.options = [f"-DCMAKE_CXX_FLAGS={flags}"]
+        # The address sanitizer reserves more address space than any limit.
+        self.limit = limit_files if "-fsanitize" in flags else limit_files_and_memory
+        self.seconds = {}
+
+
 class Worker:
-    """A copy of the clone, its build, and its tests with the seconds that each takes."""
+    """A copy of the clone, its builds, and their tests."""
 
     def __init__(self, number):
         self.copy = CLONE / "build" / "mutate" / str(number)
-        self.build = self.copy / "build"
+        self.plain = Build(self.copy / "build", PLAIN)
+        self.sanitized = Build(self.copy / "sanitized", SANITIZED)
         self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="mutate-"))
         self.copy_clone()
+        self.configure(self.plain)
+        self.must("cmake", "--build", self.plain.folder)
+        self.sums = self.image_sums()
+        self.tests = self.find_tests()
+        self.time_tests(self.plain, self.tests)
+        self.configure(self.sanitized)
+        self.must("cmake", "--build", self.sanitized.folder, "--target", *self.sanitized_targets())
+        self.time_tests(self.sanitized, {name for names in RELATED.values() for name in names})
+
+    def configure(self, build):
         launcher = []
         if shutil.which("ccache") is not None:  # fast return to the unchanged objects
             launcher.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
-        self.must("cmake", "-S", self.copy, "-B", self.build, *CONFIGURE, *launcher)
-        self.must("cmake", "--build", self.build)
-        self.sums = self.image_sums()
-        self.tests = self.find_tests()
-        self.seconds = {}
-        for name in self.tests:
+        self.must("cmake", "-S", self.copy, "-B", build.folder, *CONFIGURE, *build.options, *launcher)
+
+    def time_tests(self, build, names):
+        for name in names:
             began = time.monotonic()
-            if not self.passes(name, BUILD_LIMIT):
-                sys.exit(f"{name} fails before anything is changed")
-            self.seconds[name] = time.monotonic() - began
+            if not self.passes(build, name, BUILD_LIMIT):
+                sys.exit(f"{name} fails in {build.folder} before anything is changed")
+            build.seconds[name] = time.monotonic() - began
 
     def copy_clone(self):
         """The tracked files; what has not changed keeps its time, so that it is not built again."""
@@ -225,7 +257,7 @@ class Worker:
     def find_tests(self):
         """Each test program, run as a whole, and each test that is none, with its command and
         folder."""
-        shown = subprocess.run(["ctest", "--test-dir", self.build, "--show-only=json-v1"],
+        shown = subprocess.run(["ctest", "--test-dir", self.plain.folder, "--show-only=json-v1"],
                                check=True, text=True, stdout=subprocess.PIPE).stdout
         tests = {}
         for test in json.loads(shown)["tests"]:
@@ -239,24 +271,34 @@ class Worker:
                 tests[test["name"]] = (command, folder)
         return tests
 
+    def related(self, file):
+        """The names of the tests of a file's component."""
+        return RELATED.get(file.rpartition("/")[0], [])
+
     def order(self, file):
         """The tests' names: those about the file's component, then the others, the quickest first."""
-        folder = file.rpartition("/")[0]
-        first = [name for name in RELATED.get(folder, []) if name in self.tests]
-        return first + sorted(self.tests.keys() - set(first), key=self.seconds.get)
+        first = self.related(file)
+        return first + sorted(self.tests.keys() - set(first), key=self.plain.seconds.get)
 
-    def passes(self, name, limit):
+    def sanitized_targets(self):
+        """What the tests of components need."""
+        names = {name for names in RELATED.values() for name in names}
+        return TARGETS[1:] + sorted(name for name in names if name.endswith("_test"))
+
+    def passes(self, build, name, limit):
         """Whether a test passes: yes, no, or None when it takes too long."""
         command, folder = self.tests[name]
+        *command, folder = [word.replace(str(self.plain.folder), str(build.folder))
+                            for word in [*command, folder]]
         status = self.run(command, limit, cwd=folder, stdout=subprocess.DEVNULL,
-                          stderr=subprocess.DEVNULL, preexec_fn=limit_resources)
+                          stderr=subprocess.DEVNULL, preexec_fn=build.limit)
         shutil.rmtree(self.scratch, ignore_errors=True)
         self.scratch.mkdir()
         return None if status is None else status == 0
 
     def image_sums(self):
         """A sum of each program and library, to tell whether a change changes any."""
-        files = [path for path in self.build.rglob("*") if path.is_file() and
+        files = [path for path in self.plain.folder.rglob("*") if path.is_file() and
                  os.access(path, os.X_OK) and "CMakeFiles" not in path.parts]
         contents = {path: path.read_bytes() for path in files}
         return {path: hashlib.sha256(content).digest() for path, content in contents.items()
@@ -270,21 +312,29 @@ class Worker:
         lines[change.line - 1] = change.after
         path.write_text("\n".join(lines), encoding="utf-8")
         try:
-            # Excludes the example's tree, which the tools build: an error there is not a compiler error.
-            targets = ["tests/all", "tools/all", "ocmd_gen"]
-            if self.run(["cmake", "--build", self.build, "--target", *targets],
-                        BUILD_LIMIT, stdout=subprocess.DEVNULL,
-                        stderr=subprocess.DEVNULL) != 0:
+            if not self.compiles(self.plain, TARGETS):
                 return Verdict("no build")
             if self.image_sums() == self.sums:
                 return Verdict("nothing")
-            for name in self.order(change.file):
-                passed = self.passes(name, 3 * self.seconds[name] + 10)
-                if not passed:
-                    return Verdict("noticed", name if passed is False else f"{name}, too slow")
-            return Verdict("unnoticed")
+            by = self.first_failure(self.plain, self.order(change.file))
+            if by is None and self.compiles(self.sanitized, self.sanitized_targets()):
+                by = self.first_failure(self.sanitized, self.related(change.file))
+                by = by and f"{by}, sanitized"
+            return Verdict("unnoticed") if by is None else Verdict("noticed", by)
         finally:
             path.write_text(original, encoding="utf-8")
+
+    def compiles(self, build, targets):
+        return self.run(["cmake", "--build", build.folder, "--target", *targets], BUILD_LIMIT,
+                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) == 0
+
+    def first_failure(self, build, names):
+        """What notices the change, or None."""
+        for name in names:
+            passed = self.passes(build, name, 3 * build.seconds[name] + 10)
+            if not passed:
+                return name if passed is False else f"{name}, too slow"
+        return None
 
 
 def show(change, verdict, file=sys.stdout):
