@@ -154,11 +154,12 @@ TEST_F(Sample, IsTheCommandOfItsNumberOrSaysThatItCannotBeTyped) {
     std::vector<tree_node_t> nested(258); // as many words inside one another
     for (size_t i = 0; i < nested.size(); ++i) {
         snprintf(nested[i].name, sizeof nested[i].name, "n%zu", i);
-        snprintf(nested[i].token, sizeof nested[i].token, i == 0 ? "" : "in%zu", i);
+        snprintf(nested[i].token, sizeof nested[i].token, "in%zu", i);
         nested[i].flags = i == 0 ? 0 : i == 257 ? TREE_FLAG_TERMINAL : TREE_FLAG_SUBMODE;
         nested[i].child_count = i < 257 ? 1 : 0;
         nested[i].children[0] = static_cast<uint16_t>(i + 1);
     }
+    nested[0].token[0] = '\0';
     store("nested.par", nested);
     EXPECT_EQ(shell("ocmd_sample nested.par >saved").status, 1);
     EXPECT_EQ(out("tail -n 3 saved | sed 's/^ *//'"),
