@@ -142,14 +142,14 @@ TEST_F(Sample, IsTheCommandOfItsNumberOrSaysThatItCannotBeTyped) {
     store("sub.yaml", "below: p\nwords: {a: fa}"); // one record, whose root has a word
     store("like.yaml", "words: {user: {words: {name: by_name, <STRING>: by_string}}}");
     store("end.yaml",
-          "words: {door: {submode: yes, words: {end: {submode: yes, words: {open: f}}}}}");
+          "words: {door: {submode: yes, words: {end: {submode: yes, words: {<>: f, open: f}}}}}");
     EXPECT_EQ(shell("ocmd_compile sub.yaml && ocmd_sample sub.par").out, "a\n");
     EXPECT_EQ(
         out("ocmd_compile --main like.yaml && ocmd_sample --cover like.par | grep -c '^user' && "
             "ocmd_sample --cover like.par | grep -cx 'user name'"),
         "2\n1\n");
     EXPECT_EQ(out("ocmd_compile --main end.yaml; ocmd_sample end.par"),
-              "door\n  end\n# cannot be typed: door end open\n");
+              "door\n  end\n# cannot be typed: door end\n# cannot be typed: door end open\n");
 
     std::vector<tree_node_t> nested(258); // as many words inside one another
     for (size_t i = 0; i < nested.size(); ++i) {

@@ -271,7 +271,8 @@ private:
         }
         std::string comment = "cannot be typed:";
         for (size_t i = 0; i < line.nodes.size(); ++i)
-            (comment += ' ') += tool::spelled_word(speller_.node(line, i));
+            if (const std::string word = tool::spelled_word(speller_.node(line, i)); !word.empty())
+                comment += ' ' + word;
         writer_->write_comment(comment);
     }
 
