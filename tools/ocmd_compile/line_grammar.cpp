@@ -142,7 +142,7 @@ LineGrammar::Index LineGrammar::list_of(std::vector<Index> nodes) {
 void LineGrammar::share() {
     std::vector<Index> node_of(branches_.size());
     std::unordered_map<std::string, Index> known;
-    for (auto index = static_cast<Index>(branches_.size()); index-- > 0;) {
+    for (auto index = static_cast<Index>(branches_.size() - 1);; --index) {
         const Branch &branch = branches_[index];
         if (branch.is_dropped)
             continue;
