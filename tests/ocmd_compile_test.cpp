@@ -257,6 +257,9 @@ TEST_F(Compile, AppliesTheLevelsOfChecks) {
     EXPECT_EQ(
         told(dead_end, "-W no-dead-end -E unknown-attach-point"),
         "1:8: error: unknown attach point 'x'; no input file defines it [unknown-attach-point]\n");
+    EXPECT_EQ(
+        told("words: {show: f}\n---\n" + dead_end, "--main -W no-dead-end -E unknown-attach-point"),
+        "3:8: error: unknown attach point 'x'; no input file defines it\n");
     EXPECT_EQ(told(dead_end, "-W dead-ende"),
               "unknown check 'dead-ende', did you mean 'dead-end'?\n");
     EXPECT_EQ(told("words: [{<WWN>: f}, {<WWN> <LUN>: {name: n, command: g}}]", "-W no-same-word"),
@@ -341,7 +344,7 @@ TEST_F(Compile, SurvivesHostileInput) {
         const char *told;
     } cases[] = {
         {"words: {" + repeated("a: {words: {", 299) + "b: f" + repeated("}}", 299) + "}",
-         "301 levels, the limit is 256"},
+         "g.yaml:1:3069: warning: tree has 301 levels, the limit is 256"},
         {"words: {" + repeated("a: {words: {", 300) + "b: f" + repeated("}}", 300) + "}",
          "1:3600: error: more than 600 levels of YAML"},
         {repeated("- ", 100000) + "a", "more than 600 levels of YAML"},
