@@ -157,16 +157,42 @@ TEST(TreeHandle, NeitherDepthNorSharedNodesExhaustAWalk) {
     EXPECT_EQ(tsh_tree_find_token(tree.get(), ladder.data(), UINT32_MAX, "none"), nullptr);
 }
 
-std::string lines_of(const Tree &tree) {
-    std::string lines;
-    tsh_line_list_t *list = tsh_line_list_new(tree.get(), nullptr);
-    const auto append = [](const char *text, size_t length, void *user) -> int32_t {
-        static_cast<std::string *>(user)->append(text, length);
-        return 0;
+// The lines that begin with the words of nodes; "stopped" after what was written until then.
+std::string lines_of(const Tree &tree, const std::vector<uint16_t> &path = {}, int32_t stop = 0) {
+    struct Text {
+        std::string lines;
+        int32_t stop;
+    } text{"", stop};
+    const auto append = [](const char *part, size_t length, void *user) -> int32_t {
+        auto *to = static_cast<Text *>(user);
+        to->lines.append(part, length);
+        return to->stop;
     };
-    EXPECT_EQ(tsh_line_list_write(list, nullptr, 0, append, &lines), 0);
+    tsh_line_list_t *list = tsh_line_list_new(tree.get(), nullptr);
+    const int32_t result =
+        tsh_line_list_write(list, path.data(), static_cast<uint32_t>(path.size()), append, &text);
     tsh_line_list_free(list);
-    return lines;
+    return result == 0 ? text.lines : text.lines + "stopped";
+}
+
+TEST(TreeHandle, ListsTheLinesThatBeginWithWords) {
+    const Nodes nodes = grammar::lay_out(grammar::main_root(
+        {keyword("show").terminal().child(keyword("version").terminal()).child(keyword("port")),
+         keyword("shut").terminal()}));
+    const Tree tree = over(nodes);
+    const auto index_of = [&](const char *words) {
+        str_list_t *list = strsplit(words, " ");
+        const tree_node_t *found = tsh_tree_find_words(tree.get(), nodes.data(), list);
+        str_list_free(list);
+        return static_cast<uint16_t>(tsh_tree_index(tree.get(), found));
+    };
+    const uint16_t show = index_of("show");
+    EXPECT_EQ(lines_of(tree), "show\nshow version\nshut\n");
+    EXPECT_EQ(lines_of(tree, {show}), "show\nshow version\n");
+    EXPECT_EQ(lines_of(tree, {show, index_of("show version")}), "show version\n");
+    EXPECT_EQ(lines_of(tree, {show, index_of("show port")}), "");
+    EXPECT_EQ(lines_of(tree, {static_cast<uint16_t>(nodes.size())}), "stopped");
+    EXPECT_EQ(lines_of(tree, {show}, 7), "show\nshow version\nstopped");
 }
 
 // Held by the thread sanitizer as well.
