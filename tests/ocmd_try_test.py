@@ -95,6 +95,12 @@ class TryTest(unittest.TestCase):
         self.assertIn("unknown word 'dim'", self.shown(shell, "dim ?"))
         self.assertIn("\n  unknown word 'dim'", self.shown(shell, "\x15dim?"))
 
+    def test_own_commands_are_completed_and_take_question_marks(self):
+        shell = self.open()
+        self.assertIn("\n  :leave\n  :list\n", self.shown(shell, ":l\t"))
+        self.assertEqual("show lamps", self.shown(shell, "i\tlamps?$\r").strip().split("\n")[1])
+        self.assertIn("unknown command ':x'", self.shown(shell, ":x\t\r"))
+
     def test_bytes_that_are_no_utf8_are_escaped_in_the_prompt_and_not_typed(self):
         self.write("words: {!bytes 'k\\xff': {submode: {mode: !bytes 'm\\xff'}, words: {a: fa}}}")
         shell = self.open()
@@ -154,6 +160,16 @@ class TryTest(unittest.TestCase):
             shell.kill(9)
         self.assertEqual(["show\\040lamps\\0401", "lamp", "dim"],
                          self.history().splitlines()[5:])
+
+    def test_history_is_below_the_home_if_no_state_directory_is_named(self):
+        self.env["HOME"] = self.folder
+        for named in ("", "relative"):
+            self.env["XDG_STATE_HOME"] = named
+            shell = self.open()
+            self.shown(shell, "odd\r")
+            path = os.path.join(self.folder, ".local/state/ocmd/try_history")
+            self.assertTrue(os.path.exists(path), named)
+            os.remove(path)
 
     def test_file_that_is_no_history_is_not_replaced(self):
         history = os.path.join(self.folder, "ocmd/try_history")
@@ -243,6 +259,21 @@ class TryTest(unittest.TestCase):
             run = self.run_program("sh", "-c", f"ocmd_try {grammar} 2>&1", lines=typed)
             self.assertEqual((re.sub("^> .*\n", "", dialogue, flags=re.M), 1),
                              (run.stdout, run.returncode))
+
+    def test_grammar_that_is_gone_is_told_and_the_last_version_stays(self):
+        run = self.run_program("ocmd_try", "porch.yaml",
+                               lines=":save porch.par\n:reload\r\nodd\r\n")
+        self.assertEqual((0, True), (run.returncode, "odd()" in run.stdout))
+        shell = subprocess.Popen(["sh", "-c", "ocmd_try porch.par 2>&1; echo $?"], cwd=self.folder,
+                                 env=self.env, text=True, stdin=subprocess.PIPE,
+                                 stdout=subprocess.PIPE)
+        shell.stdin.write("odd\n")
+        shell.stdin.flush()
+        while "odd()" not in shell.stdout.readline():
+            pass
+        os.remove(os.path.join(self.folder, "porch.par"))
+        out = shell.communicate(":reload\nodd\n")[0]
+        self.assertRegex(out, r"porch\.par: cannot be .*\n(.*\n)*.*odd\(\)\n1\n$")
 
     def test_single_mode_enters_no_submode(self):
         run = self.run_program("ocmd_try", "--single", "porch.yaml", lines="lamp 3\nlabel x\n")
