@@ -4,6 +4,7 @@
 #include "tests/support/replay.h"
 #include "tests/support/scratch_test.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <map>
@@ -229,6 +230,34 @@ TEST_F(Sample, OfAGreatTreeIsDrawnFromAllItsLines) {
     EXPECT_EQ(out("n=170141183460469231731687303715884105729; ocmd_sample --lines $n-$n --flat "
                   "--values types huge.par | tr ' ' '\\n' | grep -n even"),
               "73:even\n");
+}
+
+// Each of two subtrees has levels of two words below its root: 2^41 lines in all, 2^128, which is
+// one too many to count, and 2^151.
+TEST_F(Sample, OfSeveralSubtreesIsDrawnFromAllTheirLines) {
+    for (const int levels : {40, 127, 150}) {
+        std::string words = "{even: f, odd: f}";
+        for (int level = 1; level < levels; ++level) {
+            const std::string name = "a" + std::to_string(level) + " ";
+            words.insert(0, "{even: {words: &" + name).append("}, odd: {words: *" + name + "}}");
+        }
+        store("one.yaml", "below: a\nwords: {one: {words: " + words + "}}\n");
+        store("two.yaml", "below: b\nwords: {two: {words: " + words + "}}\n");
+        EXPECT_EQ(shell("ocmd_compile -o both.par one.yaml two.yaml").err, "");
+        for (const char *tree : {"one.par", "both.par"}) {
+            const std::vector<std::string> lines = harness::lines_of(
+                out(std::string{"ocmd_compile one.yaml; ocmd_sample --random 400 --values types "
+                                "--flat "} +
+                    tree));
+            const auto count = [&](const char *words) {
+                return std::ranges::count_if(
+                    lines, [&](const std::string &line) { return line.starts_with(words); });
+            };
+            EXPECT_EQ(count("one ") + count("two "), 400) << tree;
+            EXPECT_NEAR(count("one "), *tree == 'o' ? 400 : 200, 50) << levels;
+            EXPECT_NEAR(count("one odd "), *tree == 'o' ? 200 : 100, 50) << levels;
+        }
+    }
 }
 
 TEST_F(Sample, IsDividedByNumberAmongWorkers) {
