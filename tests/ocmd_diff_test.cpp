@@ -189,6 +189,8 @@ TEST_F(Diff, ReportsUnreadableFilesAsErrors) {
     EXPECT_EQ(shell(": >empty.par; ocmd_diff empty.par empty.par"),
               (Outcome{2, "", "ocmd_diff: empty.par: empty file; expected a tree\n"}));
     EXPECT_EQ(shell("ocmd_diff good.par").status, 2);
+    EXPECT_EQ(shell("ocmd_diff --group --stat good.par good.par").err,
+              "ocmd_diff: --group and --stat exclude each other\nTry 'ocmd_diff --help'.\n");
     EXPECT_EQ(shell("ocmd_diff - - </dev/null").status, 2);
 }
 

@@ -307,6 +307,9 @@ TEST_F(Show, ListsFunctionsWithModesAndParameters) {
               "int bay(const char *integer_integer_range_1);\n"
               "int port(int count, const char *const values[]);\n"
               "int up(void);\n");
+    EXPECT_EQ(shell("ocmd_show --functions=d main.par"),
+              "ocmd_show: invalid argument 'd' for --functions; expected c\n"
+              "Try 'ocmd_show --help'.\nstatus 2");
     EXPECT_EQ(shell("ocmd_show --functions=c main.par main.par"),
               "ocmd_show: --functions=c requires exactly one file\n"
               "Try 'ocmd_show --help'.\nstatus 2");
