@@ -6,6 +6,7 @@
 #include "tests/support/random_tree.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
@@ -230,6 +231,27 @@ TEST_F(LampShop, LinesThatAreNoCommandsHaveAReason) {
     EXPECT_EQ(text(), "unknown word '\"'; the quote is not closed");
     EXPECT_EQ(tsh_answer_range(answer()).begin, 1U);
     EXPECT_EQ(candidates(), "lamp pace<INTEGER> secret show");
+}
+
+TEST_F(LampShop, LinesThatCannotBeSplitHaveNoCandidates) {
+    EXPECT_EQ(completed(std::string("show\0", 5)), "");
+    EXPECT_EQ(tsh_answer_reason(answer()), TSH_REASON_ZERO_BYTE);
+    std::string words;
+    for (int i = 0; i < 511; ++i)
+        words += "x ";
+    EXPECT_EQ(resolve(words), TSH_REFUSED);
+    EXPECT_EQ(tsh_answer_reason(answer()), TSH_REASON_UNKNOWN);
+    EXPECT_EQ(completed(words + "x"), "");
+    EXPECT_EQ(tsh_answer_reason(answer()), TSH_REASON_TOO_MANY_WORDS);
+    EXPECT_EQ(tsh_answer_range(answer()).begin, words.size());
+}
+
+TEST(Resolver, NeedsATree) {
+    tsh_error_t error;
+    EXPECT_EQ(tsh_grammar_of_trees(nullptr, 0, nullptr, &error), nullptr);
+    EXPECT_STREQ(error.text, "no tree");
+    EXPECT_EQ(tsh_grammar_open("/none", nullptr, &error), nullptr);
+    EXPECT_EQ(error.system_error, ENOENT);
 }
 
 TEST_F(LampShop, AmbiguousWordsHaveAReadingForEachSpelling) {
