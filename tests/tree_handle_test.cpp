@@ -5,6 +5,7 @@
 #include "cmd_gen/line_list.h"
 #include "feature/tsh/src/word_split.h"
 #include "parse_tree/tree_load.h"
+#include "tests/support/failing_malloc.h"
 #include "tests/support/grammar.h"
 #include "tests/support/harness.h"
 #include "tests/support/random_tree.h"
@@ -137,6 +138,31 @@ TEST(TreeHandle, LooksUpTheFirstMatchAsInTheLoadedTree) {
         const char *token = kWords[random() % std::size(kWords)];
         EXPECT_EQ(tsh_tree_find_token(tree.get(), nodes.data(), depth, token),
                   atnode_find_token(nodes.data(), static_cast<int32_t>(depth), token));
+    }
+}
+
+TEST(TreeHandle, FindsNothingWithoutWordsOrMemory) {
+    const Nodes nodes = two_level_tree("show");
+    const Tree tree = over(nodes);
+    const auto found = [&](const tree_node_t *node, const char *token) {
+        return tsh_tree_find_token(tree.get(), node, 1, token) != nullptr;
+    };
+    EXPECT_TRUE(found(nodes.data(), "version"));
+    EXPECT_FALSE(found(nodes.data(), ""));
+    EXPECT_FALSE(found(nodes.data(), nullptr));
+    EXPECT_FALSE(found(nullptr, "version"));
+    EXPECT_EQ(tsh_tree_find_words(tree.get(), nodes.data(), nullptr), nullptr);
+    if (!failing_malloc::available())
+        return;
+    failing_malloc::arm(1);
+    const bool is_found = found(nodes.data(), "version");
+    failing_malloc::disarm();
+    EXPECT_FALSE(is_found);
+    for (const long fail_at : {1, 2, 3}) {
+        failing_malloc::arm(fail_at);
+        const Cursor cursor = at_root(tree);
+        failing_malloc::disarm();
+        EXPECT_EQ(cursor == nullptr, fail_at < 3) << fail_at;
     }
 }
 
