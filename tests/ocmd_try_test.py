@@ -112,6 +112,21 @@ class TryTest(unittest.TestCase):
         self.assertIn(r"odd    \x1b]0;title\x07", listed)
         self.assertNotIn("\x07", listed)
 
+    def test_words_of_the_levels_above_are_completed_where_none_of_the_submode_fit(self):
+        shell = self.open()
+        self.shown(shell, "lamp 3\r", "porch(lamp)# ")
+        self.assertIn("\n  show   Look at the state of the device\n  shelf\n",
+                      self.shown(shell, "s\t\t", "porch(lamp)# "))
+        self.assertIn("function:    odd()", self.shown(shell, "\x15o\t\r"))
+
+    def test_of_many_words_five_hundred_are_listed(self):
+        self.write("words:\n" + "".join(
+            f"  {group}: {{optional: yes, words: {{" +
+            ", ".join(f"{group}{n}: f" for n in range(150)) + "}}\n" for group in "abcd"))
+        listed = self.shown(self.open(), "?").rstrip().split("\n")
+        self.assertEqual("  and 104 more", listed[-1])
+        self.assertEqual(502, len(listed))
+
     def test_submodes_show_in_the_prompt_and_end_with_control_d(self):
         shell = self.open("--no-history")
         self.shown(shell, "shelf 'é'\r", "porch(shelf 'é')# ")
@@ -188,6 +203,14 @@ class TryTest(unittest.TestCase):
         os.mkfifo(history)
         self.assertIn("not a regular file", self.shown(shell, "odd\r"))
 
+    def test_without_a_place_for_it_no_history_is_kept(self):
+        os.makedirs(os.path.join(self.folder, "ocmd/try_history.lock"))
+        self.assertIn("history is not kept: Is a directory", self.shown(self.open(), "odd\r"))
+        self.env["XDG_STATE_HOME"] = "/dev/null"
+        self.assertIn("history is not kept: Not a directory", self.open().before)
+        self.env["XDG_STATE_HOME"] = self.env["HOME"] = ""
+        self.assertNotIn("history", self.open().before)
+
     def test_changed_grammar_is_compiled_at_the_next_prompt_and_a_broken_one_is_not_used(self):
         shell = self.open()
         self.shown(shell, "lamp 3\r", "porch(lamp)# ")
@@ -213,6 +236,15 @@ class TryTest(unittest.TestCase):
         self.env["PAGER"] = "absent -R"
         listed = self.shown(self.open(rows=3), ":list\r").rstrip().split("\n")
         self.assertEqual(["ocmd_try: pager 'absent -R' cannot be run", *lines], listed[1:])
+
+    def test_list_without_end_ends_with_the_pager(self):
+        words = "{a: f, b: f}"
+        for level in range(40):
+            words = f"{{a: {{words: &w{level} {words}}}, b: {{words: *w{level}}}}}"
+        self.write("words: " + words)
+        self.env["PAGER"] = "head -n 1"
+        self.assertEqual(" ".join("a" * 41), 
+                         self.shown(self.open(), ":list\r").split("\n")[1].rstrip())
 
     def test_the_documented_run_shows_what_the_shell_shows(self):
         self.write(re.search("^```yaml porch.yaml\n(.*?)^```", self.read_source("README.md"),

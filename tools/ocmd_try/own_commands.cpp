@@ -96,8 +96,10 @@ public:
         if (pipe2(ends.data(), O_CLOEXEC) != 0)
             tool::fail("no list can be made: %s", strerror(errno));
         process_ = fork();
-        if (process_ == 0)
+        if (process_ == 0) {
+            close(ends[0]); // as long as any process has it, the pipe is not broken
             list(command_shell, ends[1]);
+        }
         close(ends[1]);
         lines_ = fdopen(ends[0], "r");
         if (process_ < 0 || lines_ == nullptr)
