@@ -65,7 +65,9 @@ TEST_F(Sample, IsTheListingWhereValuesAreTypes) {
 
 TEST_F(Sample, IsAcceptedAsAConfiguration) {
     make_switch();
-    for (const char *tree : {"lamps.par", "switch/main.par"})
+    EXPECT_EQ(shell("ocmd_compile -o parts.par '" TEST_FILES "/../examples/switch'/[!r]*.yaml").err,
+              "");
+    for (const char *tree : {"lamps.par", "switch/main.par", "parts.par"})
         for (const char *lines : {"", "--cover", "--random 500 --seed 7", "--optional without",
                                   "--random 500 --optional random"})
             for (const char *values : {"typical", "lowest", "highest", "random"}) {
@@ -145,6 +147,12 @@ TEST_F(Sample, IsTheCommandOfItsNumberOrSaysThatItCannotBeTyped) {
     store("end.yaml",
           "words: {door: {submode: yes, words: {end: {submode: yes, words: {<>: f, open: f}}}}}");
     EXPECT_EQ(shell("ocmd_compile sub.yaml && ocmd_sample sub.par").out, "a\n");
+    EXPECT_EQ(shell("ocmd_sample --flat --values types sub.par").out, "a\n");
+    store("none.yaml", "words: {a: {name: a}}\n---\nbelow: a\nwords: {b: }\n");
+    for (const char *options : {"--main -o none.par none.yaml", "none.yaml"})
+        EXPECT_EQ(shell(std::string{"ocmd_compile -W no-dead-end "} + options +
+                        " && ocmd_sample --random 3 none.par && ocmd_sample none.par"),
+                  (Outcome{0, "", ""}));
     EXPECT_EQ(
         out("ocmd_compile --main like.yaml && ocmd_sample --cover like.par | grep -c '^user' && "
             "ocmd_sample --cover like.par | grep -cx 'user name'"),
@@ -272,9 +280,12 @@ TEST_F(Sample, IsDividedByNumberAmongWorkers) {
 TEST_F(Sample, RefusesWhatItDoesNotUnderstand) {
     const std::pair<const char *, const char *> refused[] = {
         {"", "no file"},
+        {"lamps.par lamps.par", "more than one file"},
         {"--values big lamps.par", "invalid argument 'big' of --values"},
         {"--random x lamps.par", "invalid argument 'x' of --random: expected a number"},
         {"--lines 3 lamps.par", "invalid argument '3' of --lines: expected A-B"},
+        {"--lines -3 lamps.par", "invalid argument '-3' of --lines: expected A-B"},
+        {"--lines 3- lamps.par", "invalid argument '3-' of --lines: expected A-B"},
         {"--lines 3-2 lamps.par", "invalid argument '3-2' of --lines: expected A from 1 to B"},
         {"--lines 37-40 lamps.par", "lamps.par: no line 37: the file has 36"},
         {"--cover --wrong lamps.par", "only one of --random, --cover, --lines and --wrong"},
