@@ -312,6 +312,15 @@ class TryTest(unittest.TestCase):
         self.assertEqual((1, True), (run.returncode, "unknown word 'label'" in run.stderr))
         self.assertNotIn("submode:", run.stdout)
 
+    def test_no_more_than_255_submodes_are_entered(self):
+        count = 257
+        self.write("words: " + "".join(f"{{w{n}: {{submode: yes, words: " for n in range(count)) +
+                   "{odd: f}" + "}}" * count)
+        run = self.run_program("ocmd_try", "porch.yaml",
+                               lines="\n".join(f"w{n}" for n in range(count)) + "\n\n:where\n")
+        self.assertIn("more than 255 submodes inside one another", run.stderr)
+        self.assertEqual((1, 255), (run.returncode, run.stdout.count(" /\n")))
+
     def test_grammars_are_linked_as_ocmd_link_does(self):
         switch = os.path.join(SOURCE, "examples/switch")
         self.run_program(os.path.join(switch, "make.sh"), "switch")
@@ -337,7 +346,8 @@ class TryTest(unittest.TestCase):
         for closed in ("<&-", ">&-"):
             run = self.run_program("sh", "-c", f"ocmd_try porch.yaml {closed}", lines="odd\n")
             self.assertEqual((2, ""), (run.returncode, run.stdout), closed)
-        for line, message in ((":list (", "invalid regular expression"), (":x", "unknown command"),
+        for line, message in ((":list (", "invalid regular expression"),
+                              (":find (", "invalid regular expression"), (":x", "unknown command"),
                               (":save /", "/: cannot be written"), (":top up", "takes no operand"),
                               (":save ./porch.yaml", "is both input and output"),
                               (":leave", "no submode to leave")):
