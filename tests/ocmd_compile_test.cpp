@@ -242,6 +242,16 @@ TEST_F(Compile, ShowsLinesOfBothPlacesAndKeepsTheOldFile) {
     EXPECT_EQ(read_file(path("a.par")), "old");
 }
 
+TEST_F(Compile, ReadsAnAliasAsWhatItStandsFor) {
+    store("alias.yaml", "words: {a: {permissions: &p [1, 64], command: f}, b: {permissions: *p, "
+                        "command: f}, c: {words: &w {x: f, y: f}, marked: &m [y]}, "
+                        "d: {words: *w, marked: *m}}");
+    EXPECT_EQ(shell("sed 's/\\*p/[1, 64]/; s/\\*m/[y]/' alias.yaml >plain.yaml; grep -c '*[pm]' "
+                    "plain.yaml; ocmd_compile --main alias.yaml && ocmd_compile --main plain.yaml "
+                    "&& cmp alias.par plain.par"),
+              (Outcome{0, "0\n", ""}));
+}
+
 TEST_F(Compile, AppliesTheLevelsOfChecks) {
     const std::string dead_end = "below: x\nwords: {a: {words: {b: , c: {name: open}}}}\n";
     EXPECT_EQ(told(dead_end),
@@ -398,6 +408,8 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
         {"seq 193 | sed 's/^/a w/' | ocmd_compile --lines -", 1,
          "standard input:193:3: error: too many words after the same beginning: 193 (limit: 192)"},
         {"seq -s ' ' 300 | ocmd_compile --lines -", 1, "too many words in a line (limit: 299)"},
+        {"echo a b >l; ocmd_compile --lines --check -o l.yaml l && ! ls l.yaml 2>&1", 0, ""},
+        {"ocmd_compile --lines -o l.yaml -M l.d l && grep -qx '  l' l.d", 0, ""},
         {"printf 'a  # \\377' | ocmd_compile --lines -", 1,
          "standard input:1:6: error: help text is not UTF-8"},
         {"printf 'a  # %064d\\n' 0 | ocmd_compile --lines -", 1,

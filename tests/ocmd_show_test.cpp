@@ -280,6 +280,19 @@ TEST_F(Show, CountsMoreLinesThanCanBeListed) {
               "more than 340282366920938463463374607431768211454\n");
 }
 
+TEST_F(Show, SelectsLinesAndFunctionsOfASubtreeFromItsRootOn) {
+    store("part.yaml", "below: p\nwords: {bay: {command: f, words: {up: {command: g, words: "
+                       "{<INTEGER>: g}}, down: {submode: yes, words: {now: g}}}}}");
+    EXPECT_EQ(shell("ocmd_compile part.yaml && ocmd_show --functions part.par"),
+              "f()\n  bay\ng(...)\n  bay up\n  bay up <INTEGER>\n  bay down / now\n");
+    EXPECT_EQ(shell("ocmd_show --commands --below bay part.par"),
+              "bay\nbay up\nbay up <INTEGER>\nbay down\nbay down / now\n");
+    EXPECT_EQ(shell("ocmd_show --functions --below 'bay  down ' part.par"),
+              "g()\n  bay down / now\n");
+    EXPECT_EQ(shell("ocmd_show --commands --below up part.par"),
+              "ocmd_show: part.par: no command line starts with \"up\"\nstatus 1");
+}
+
 TEST_F(Show, ListsFunctionsWithModesAndParameters) {
     const Word port = parameter(0x40100001).func_id("port").terminal();
     const Nodes nodes = grammar::lay_out(
