@@ -247,6 +247,23 @@ TEST_F(Show, ListsAndCountsTheLinesOfTheListing) {
     }
 }
 
+// Each of 600 words is a command, the first of them enters a submode.
+TEST_F(Show, ListsLinesOfAnyLength) {
+    const std::string name(30, 'w');
+    Word below = keyword("last").terminal();
+    for (int level = 0; level < 600; ++level)
+        below = keyword(name + std::to_string(level % 2)).terminal().child(below);
+    store(grammar::lay_out(main_root({below.submode(), keyword("end").terminal()})));
+    std::string line;
+    std::string lines;
+    for (int level = 599; level >= 0; --level) {
+        line += name + std::to_string(level % 2);
+        lines += line + "\n";
+        line += level == 599 ? " / " : " ";
+    }
+    EXPECT_EQ(shell("ocmd_show --commands main.par"), lines + line + "last\nend\n");
+}
+
 // Pairs of words, each pair below both words of the previous one.
 Nodes ladder(int levels, uint32_t flags) {
     Word left = keyword("a").flags(flags);
