@@ -204,6 +204,19 @@ class TextTest(PageTest):
         values = {value["is"] for one in nodes.values() for value in one.get("values", ())}
         self.assertLessEqual({"a number, 576 to 9216", "a string, at most 24 bytes", "a line of text"}, values)
 
+    def test_spells_sets_and_bounds_and_is_called_as_its_root_or_file(self):
+        with open(os.path.join(self.folder, "spelt.yaml"), "w", encoding="utf-8") as file:
+            file.write("words: {a: {permissions: [0, 1, 2, 4, 5, 63], words: {<STRING>: {length: 1, command: f}, "
+                       "<INTEGER>: {min: 5, command: f}}}}")
+        self.run_program("ocmd_compile", "--main", "spelt.yaml")
+        page = self.page("./spelt.par")
+        nodes = {one["word"]: one for one in self.data(page)["nodes"]}
+        self.assertEqual("0 to 2, 4, 5, 63", nodes["a"]["permissions"])
+        self.assertEqual(["a string, at most 1 byte", "a number, at least 5"],
+                         [nodes[word]["values"][0]["is"] for word in ("<STRING>", "<INTEGER>")])
+        self.assertEqual(["spelt.par"], Elements(page).texts("title"))
+        self.assertEqual(["</title><s>"], Elements(self.hostile_page()).texts("title"))
+
 
 class Server(http.server.ThreadingHTTPServer):
     """Serves a folder with a strict policy, and records the requests."""
