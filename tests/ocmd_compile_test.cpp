@@ -410,6 +410,8 @@ TEST_F(Compile, ReportsUsageAndFileErrors) {
         {"seq -s ' ' 300 | ocmd_compile --lines -", 1, "too many words in a line (limit: 299)"},
         {"echo a b >l; ocmd_compile --lines --check -o l.yaml l && ! ls l.yaml 2>&1", 0, ""},
         {"ocmd_compile --lines -o l.yaml -M l.d l && grep -qx '  l' l.d", 0, ""},
+        {"e=ééééé; e=$e$e$e$e$e$e$e$e$e; echo \"words: {a: {x$e: x}}\" | ocmd_compile -o x.par -",
+         1, "unknown key 'xééééééééééééééééééééééééééééééééééééééé...' of a word"},
         {"printf 'a  # \\377' | ocmd_compile --lines -", 1,
          "standard input:1:6: error: help text is not UTF-8"},
         {"printf 'a  # %064d\\n' 0 | ocmd_compile --lines -", 1,
