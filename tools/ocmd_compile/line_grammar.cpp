@@ -138,7 +138,7 @@ LineGrammar::Index LineGrammar::list_of(std::vector<Index> nodes) {
     return known->second;
 }
 
-// Children stand after their parents.
+// Children stand after their parents. The root is the first, and is never dropped.
 void LineGrammar::share() {
     std::vector<Index> node_of(branches_.size());
     std::unordered_map<std::string, Index> known;
