@@ -549,6 +549,9 @@ TEST_F(Incomplete, CompressedDataIsShownToTheError) {
 
 TEST_F(Incomplete, FilesDoNotKeepOthersFromBeingShown) {
     store("main.par", "no tree in here, and no record either");
+    const std::string longest(1100, 'x'); // than a message has room for at first
+    EXPECT_EQ(shell("ocmd_show " + longest),
+              "ocmd_show: " + longest + ": cannot be opened: File name too long\nstatus 2");
     EXPECT_EQ(shell("ocmd_show main.par none.par . sub.par | head -n 1"),
               "ocmd_show: main.par: neither a main par file nor a subtree file\n"
               "ocmd_show: none.par: cannot be opened: No such file or directory\n"
