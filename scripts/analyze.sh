@@ -75,14 +75,16 @@ analyze_with_gcc() {
 # Checks every process of the tests. Leaks of system programs are ignored. A test that measures time or
 # memory may fail here, which is not a finding. fault_test is excluded: it checks for leaks itself, in
 # thousands of runs, and filters system calls. A process that a test ends by SIGTERM is excluded as well,
-# because it releases nothing.
+# because it releases nothing. Two tests do not end here: a closed standard output becomes valgrind's log,
+# in which an endless listing finds no error, and valgrind keeps SIGTRAP from programs.
 analyze_with_valgrind() {
     scripts/install-packages.sh build tests valgrind
     cmake --preset default >/dev/null
     cmake --build --preset default >/dev/null
     find "$PWD/build/default/tests" -name '*_test' ! -name fault_test -type f -print0 |
-        xargs -0 -P "$(nproc)" -I '{}' valgrind --trace-children=yes --vgdb=no --leak-check=full \
-            --errors-for-leak-kinds=definite --log-file="$scratch/%p.log" '{}' \
+        GTEST_FILTER='-Utility.ReportsEveryWriteError:Show.HandlesDeepTreesAndFileErrors' \
+            xargs -0 -P "$(nproc)" -I '{}' timeout 3600 valgrind --trace-children=yes --vgdb=no \
+            --leak-check=full --errors-for-leak-kinds=definite --log-file="$scratch/%p.log" '{}' \
             >"$scratch/output" 2>&1 || true
     local faulty
     faulty=$(grep -l 'ERROR SUMMARY: [^0]' "$scratch"/*.log | tr '\n' '\0' |
