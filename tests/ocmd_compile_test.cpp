@@ -242,6 +242,21 @@ TEST_F(Compile, ShowsLinesOfBothPlacesAndKeepsTheOldFile) {
     EXPECT_EQ(read_file(path("a.par")), "old");
 }
 
+// Of 96 bytes, 32 are before the place, and the characters at both ends are whole.
+TEST_F(Compile, ShowsThePartOfALongLineAroundThePlace) {
+    std::string text = "words: {";
+    for (int i = 10; i < 50; ++i)
+        text += "é" + std::to_string(i) + ": f, ";
+    text += "xyz: {comand: f, help: a}";
+    for (int i = 10; i < 50; ++i)
+        text += ", ü" + std::to_string(i) + ": f";
+    store("g.yaml", text + "}");
+    EXPECT_EQ(shell("ocmd_compile --check g.yaml 2>&1 | head -n 3 | tail -n 2").out,
+              "    ...é47: f, é48: f, é49: f, xyz: {comand: f, help: a}, ü10: f, ü11: f, ü12: f, "
+              "ü13: f, ü14: f...\n"
+              "                                     ^~~~~~\n");
+}
+
 TEST_F(Compile, ReadsAnAliasAsWhatItStandsFor) {
     store("alias.yaml", "words: {a: {permissions: &p [1, 64], command: f}, b: {permissions: *p, "
                         "command: f}, c: {words: &w {x: f, y: f}, marked: &m [y]}, "
