@@ -545,6 +545,10 @@ TEST_F(Incomplete, CompressedDataIsShownToTheError) {
     expect("corrupt gzip data: incorrect data check", 2,
            changed(packed, packed.size() - 6, checksum));
     expect("data after the compressed data is ignored", 2, packed + "tail");
+    EXPECT_EQ(
+        shell("(head -c 1500 plain.par | gzip; tail -c +1501 plain.par | gzip) >parts.par; "
+              "for name in parts sub; do ocmd_show --json - <$name.par; done | sort | uniq -u"),
+        "");
 }
 
 TEST_F(Incomplete, FilesDoNotKeepOthersFromBeingShown) {
