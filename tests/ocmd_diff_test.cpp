@@ -158,6 +158,8 @@ TEST_F(Diff, ReportsAcceptedValuesByDefaultAndEveryOtherFieldOnRequest) {
     EXPECT_EQ(shell("ocmd_diff --stat" + trees).out, "- 0\n+ 0\n~ 9\n");
     EXPECT_EQ(shell("ocmd_diff --fields" + trees),
               (Outcome{1, harness::read_file(TEST_FILES "/grammars/fields.diff"), ""}));
+    EXPECT_EQ(shell("ocmd_diff --json --stat" + trees).out,
+              "{\"removed\":\"0\",\"added\":\"0\",\"changed\":\"9\"}\n");
     EXPECT_EQ(shell("ocmd_diff --fields --stat" + trees).out, "- 0\n+ 0\n~ 30\n");
 }
 

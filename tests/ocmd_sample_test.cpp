@@ -257,9 +257,9 @@ TEST_F(Sample, OfSeveralSubtreesIsDrawnFromAllTheirLines) {
                 out(std::string{"ocmd_compile one.yaml; ocmd_sample --random 400 --values types "
                                 "--flat "} +
                     tree));
-            const auto count = [&](const char *words) {
-                return std::ranges::count_if(
-                    lines, [&](const std::string &line) { return line.starts_with(words); });
+            const auto count = [&](const char *start) {
+                return static_cast<int>(std::ranges::count_if(
+                    lines, [&](const std::string &line) { return line.starts_with(start); }));
             };
             EXPECT_EQ(count("one ") + count("two "), 400) << tree;
             EXPECT_NEAR(count("one "), *tree == 'o' ? 400 : 200, 50) << levels;

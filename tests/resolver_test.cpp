@@ -324,8 +324,9 @@ TEST_F(LampShop, FunctionsHaveNumbersAndNodesNames) {
     EXPECT_EQ(tsh_grammar_named(grammar(), "none"), nullptr);
     const tree_node_t *child = tsh_grammar_child(grammar(), tsh_grammar_root(grammar()), 1);
     EXPECT_STREQ(child->token, "pace");
-    const tree_node_t stranger{};
-    EXPECT_EQ(tsh_grammar_child(grammar(), &stranger, 0), nullptr);
+    const tree_node_t copies[] = {*tsh_grammar_root(grammar()), *dark};
+    EXPECT_EQ(tsh_grammar_child(grammar(), &copies[0], 0), nullptr);
+    EXPECT_EQ(tsh_grammar_function_of(grammar(), &copies[1]), -1);
 }
 
 TEST_F(LampShop, MemoryThatRunsOutIsAVerdict) {
