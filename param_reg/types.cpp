@@ -94,9 +94,9 @@ int32_t tsh_types_set(tsh_types_t *types, const tsh_type_t *type) {
                            type->plain_name != nullptr && type->example != nullptr;
     if (!is_single_type(type->mask) || !has_texts || !has_usable_numbers(*type))
         return -1;
-    const auto place =
+    const auto place = static_cast<size_t>(
         std::ranges::lower_bound(types_in(types), type->mask, {}, &tsh_type_t::mask) -
-        types_in(types).begin();
+        types_in(types).begin());
     if (place == types->count || types->rows[place].mask != type->mask) {
         auto *own = static_cast<tsh_type_t *>(
             realloc(types->own, (types->count + size_t{1}) * sizeof(tsh_type_t)));

@@ -147,7 +147,8 @@ void LineParser::rank_layer() {
         State &state = states_[order_[i]];
         const State *before = i > 0 ? &states_[order_[i - 1]] : nullptr;
         if (before == nullptr || state.key != before->key)
-            is_one_spelling_.push_back(first == 0 || was_one_spelling_[state.key >> 32U]);
+            is_one_spelling_.push_back(first == 0 ||
+                                       was_one_spelling_[static_cast<size_t>(state.key >> 32U)]);
         else if (first > 0 && is_one_spelling_.back() && !are_spelled_alike(state, *before))
             is_one_spelling_.back() = false;
         state.rank = static_cast<uint32_t>(is_one_spelling_.size() - 1);

@@ -29,7 +29,7 @@ std::span<const Number> SortedNumbers<Number>::draw(size_t count, uint64_t limit
 // A step of the sort. Numbers of the same digit stay in their order.
 template <typename Number> void SortedNumbers<Number>::sort_by_digit(unsigned shift) {
     const auto digit_of = [shift](Number number) {
-        return number >> shift & ((Number{1} << kDigitBits) - 1);
+        return static_cast<size_t>(number >> shift & ((Number{1} << kDigitBits) - 1));
     };
     std::array<uint32_t, size_t{1} << kDigitBits> places{};
     for (const Number number : drawn_)
