@@ -248,9 +248,10 @@ TEST_F(Show, ListsAndCountsTheLinesOfTheListing) {
 }
 
 TEST_F(Show, EscapesControlCharactersInJson) {
-    store("c.yaml", "words: {a: {help: \"xx\\u0085\\u001b\\u007F\\\"\\\\yy\", command: f}}");
+    store("c.yaml", R"(words: {a: {help: "xx\u0085\u001b\u007F\"\\yy", command: f}})");
     EXPECT_EQ(shell("ocmd_compile --main c.yaml && ocmd_show --json c.par | grep -o 'xx.*yy'"),
-              "xx\\u0085\\u001b\\u007f\\\"\\\\yy\n");
+              R"(xx\u0085\u001b\u007f\"\\yy)"
+              "\n");
 }
 
 // Each of 600 words is a command, the first of them enters a submode.

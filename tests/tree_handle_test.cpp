@@ -230,6 +230,7 @@ TEST(TreeHandle, ThreadsShareATreeAndOpenTheirOwn) {
     const Tree shared = over(nodes);
     std::vector<std::string> visited(4);
     std::vector<std::thread> threads;
+    threads.reserve(visited.size());
     for (std::string &names : visited)
         threads.emplace_back([&] {
             for (int round = 0; round < 50; ++round) {
