@@ -254,15 +254,18 @@ class Durability : public Faults {};
 
 // The file is on disk before it gets its name, and the name before the program reports success.
 TEST_P(Durability, ResultAndItsNameAreSynchronized) {
-    EXPECT_EQ(run("").status, 0);
+    EXPECT_EQ(run(GetParam().circumstance).status, 0);
     if (counts_.find("\nsync ") == std::string::npos)
         GTEST_SKIP() << "system calls are not counted on this processor";
     EXPECT_NE(counts_.find("\nsync 2 "), std::string::npos) << counts_;
 }
 
-INSTANTIATE_TEST_SUITE_P(, Durability,
-                         testing::Values(Scenario{"", "ocmd_link -o old root.par", {}},
-                                         Scenario{"", "ocmd_link -o new root.par", {}}));
+INSTANTIATE_TEST_SUITE_P(
+    , Durability,
+    testing::Values(Scenario{"Replaced", "ocmd_link -o old root.par", {}},
+                    Scenario{"New", "ocmd_link -o new root.par", {}},
+                    Scenario{"Named", "ocmd_link -o old root.par", {}, "FAULT_nameless=1-"}),
+    [](const auto &scenario) { return scenario.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(, Faults, testing::ValuesIn(kScenarios),
                          [](const auto &scenario) { return scenario.param.name; });
