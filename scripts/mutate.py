@@ -50,6 +50,7 @@ RELATED = {
     "tools/ocmd_try": ["ocmd_try"],
     "tools/support": ["ocmd_show_test", "ocmd_compile_test", "ocmd_find_test"],
 }
+ALL_RELATED = sorted({name for names in RELATED.values() for name in names})
 COUNTED = ("noticed", "unnoticed")  # the verdicts that count
 BOUND = 90  # percent
 CLONE = pathlib.Path(__file__).resolve().parent.parent
@@ -204,7 +205,7 @@ class Worker:
         self.time_tests(self.plain, self.tests)
         self.configure(self.sanitized)
         self.must("cmake", "--build", self.sanitized.folder, "--target", *self.sanitized_targets())
-        self.time_tests(self.sanitized, {name for names in RELATED.values() for name in names})
+        self.time_tests(self.sanitized, ALL_RELATED)
 
     def configure(self, build):
         launcher = []
@@ -282,8 +283,7 @@ class Worker:
 
     def sanitized_targets(self):
         """What the tests of components need."""
-        names = {name for names in RELATED.values() for name in names}
-        return TARGETS[1:] + sorted(name for name in names if name.endswith("_test"))
+        return TARGETS[1:] + [name for name in ALL_RELATED if name.endswith("_test")]
 
     def passes(self, build, name, limit):
         """Whether a test passes: yes, no, or None when it takes too long."""
