@@ -252,7 +252,7 @@ TEST_P(Faults, LeadToADocumentedResult) {
 
 class Durability : public Faults {};
 
-// The file is on disk before it gets its name, and the name before the program reports success.
+// One call for the file and one for its directory; their order is not counted.
 TEST_P(Durability, ResultAndItsNameAreSynchronized) {
     EXPECT_EQ(run(GetParam().circumstance).status, 0);
     if (counts_.find("\nsync ") == std::string::npos)

@@ -243,7 +243,7 @@ class TryTest(unittest.TestCase):
             words = f"{{a: {{words: &w{level} {words}}}, b: {{words: *w{level}}}}}"
         self.write("words: " + words)
         self.env["PAGER"] = "head -n 1"
-        self.assertEqual(" ".join("a" * 41), 
+        self.assertEqual(" ".join("a" * 41),
                          self.shown(self.open(), ":list\r").split("\n")[1].rstrip())
 
     def test_the_documented_run_shows_what_the_shell_shows(self):
