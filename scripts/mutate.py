@@ -7,8 +7,9 @@ Takes lines of the product (or of the files named) by chance, and changes one th
 comparison, an operator or a condition, moves a constant by one, returns an empty value, leaves a
 statement out. Each worker has a copy of the clone below build/mutate, where it builds the change
 and runs the tests, those of the same component first, until one fails. What all of them let pass is
-built with sanitizers too, for the component's tests. A change that does not compile, or that the
-compiler makes nothing of, is not counted; calls of reserve() are left alone, since they change no result.
+built with sanitizers too, for the component's tests. A change is not counted if it does not compile,
+or if the programs stay the same bytes, as built here or as released: the optimiser has proved that it
+changes nothing. Calls of reserve() are left alone, since they change no result.
 The last part of the output lists what was not noticed; whether such a change can be seen at all is
 for a reader to judge. Ends with status 1 when fewer than nine of ten are noticed."""
 import argparse
@@ -57,9 +58,12 @@ CLONE = pathlib.Path(__file__).resolve().parent.parent
 COMPONENTS = [line.split()[0] for line in subprocess.run(
     [CLONE / "scripts/components.sh"], check=True, text=True,
     stdout=subprocess.PIPE).stdout.splitlines()] + ["tools"]
-CONFIGURE = ["-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
+CONFIGURE = ["-G", "Ninja", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
 PLAIN = "-O1 -w -D_GLIBCXX_ASSERTIONS"
 SANITIZED = PLAIN + " -fsanitize=address,undefined -fno-sanitize-recover=all"
+TESTED = ["-DCMAKE_BUILD_TYPE=None"]
+RELEASED = ["-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0",
+            "-DTSH_BUILD_TESTS=OFF"]
 # Excludes the example's tree, which the tools build: an error there is not a compiler error.
 TARGETS = ["tests/all", "tools/all", "ocmd_gen"]
 BUILD_LIMIT = 900  # seconds; a change in a header builds nearly everything
@@ -179,14 +183,27 @@ def limit_files_and_memory():
 
 
 class Build:
-    """A build of a worker's copy, with the seconds that each test took before anything was changed."""
+    """A build of a worker's copy, with the sums of its programs and the seconds that each test took
+    before anything was changed."""
 
-    def __init__(self, folder, flags):
+    def __init__(self, folder, flags, options):
         self.folder = folder
-        self.options = [f"-DCMAKE_CXX_FLAGS={flags}"]
+        self.options = [f"-DCMAKE_CXX_FLAGS={flags}", *options]
         # The address sanitizer reserves more address space than any limit.
         self.limit = limit_files if "-fsanitize" in flags else limit_files_and_memory
+        self.sums = {}
         self.seconds = {}
+
+    def image_sums(self):
+        """A sum of each program and library, to tell whether a change changes any."""
+        files = [path for path in self.folder.rglob("*") if path.is_file() and
+                 os.access(path, os.X_OK) and "CMakeFiles" not in path.parts]
+        contents = {path: path.read_bytes() for path in files}
+        return {path: hashlib.sha256(content).digest() for path, content in contents.items()
+                if content.startswith(b"\x7fELF")}
+
+    def is_as_before(self):
+        return self.image_sums() == self.sums
 
 
 class Worker:
@@ -194,18 +211,22 @@ class Worker:
 
     def __init__(self, number):
         self.copy = CLONE / "build" / "mutate" / str(number)
-        self.plain = Build(self.copy / "build", PLAIN)
-        self.sanitized = Build(self.copy / "sanitized", SANITIZED)
+        self.plain = Build(self.copy / "build", PLAIN, TESTED)
+        self.sanitized = Build(self.copy / "sanitized", SANITIZED, TESTED)
+        self.released = Build(self.copy / "released", "-w", RELEASED)
         self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="mutate-"))
         self.copy_clone()
         self.configure(self.plain)
         self.must("cmake", "--build", self.plain.folder)
-        self.sums = self.image_sums()
+        self.plain.sums = self.plain.image_sums()
         self.tests = self.find_tests()
         self.time_tests(self.plain, self.tests)
         self.configure(self.sanitized)
         self.must("cmake", "--build", self.sanitized.folder, "--target", *self.sanitized_targets())
         self.time_tests(self.sanitized, ALL_RELATED)
+        self.configure(self.released)
+        self.must("cmake", "--build", self.released.folder, "--target", *TARGETS[1:])
+        self.released.sums = self.released.image_sums()
 
     def configure(self, build):
         launcher = []
@@ -296,14 +317,6 @@ class Worker:
         self.scratch.mkdir()
         return None if status is None else status == 0
 
-    def image_sums(self):
-        """A sum of each program and library, to tell whether a change changes any."""
-        files = [path for path in self.plain.folder.rglob("*") if path.is_file() and
-                 os.access(path, os.X_OK) and "CMakeFiles" not in path.parts]
-        contents = {path: path.read_bytes() for path in files}
-        return {path: hashlib.sha256(content).digest() for path, content in contents.items()
-                if content.startswith(b"\x7fELF")}
-
     def judge(self, change):
         """Makes a change, builds, tests, and takes it back."""
         path = self.copy / change.file
@@ -314,12 +327,14 @@ class Worker:
         try:
             if not self.compiles(self.plain, TARGETS):
                 return Verdict("no build")
-            if self.image_sums() == self.sums:
+            if self.plain.is_as_before():
                 return Verdict("nothing")
             by = self.first_failure(self.plain, self.order(change.file))
             if by is None and self.compiles(self.sanitized, self.sanitized_targets()):
                 by = self.first_failure(self.sanitized, self.related(change.file))
                 by = by and f"{by}, sanitized"
+            if by is None and self.compiles(self.released, TARGETS[1:]) and self.released.is_as_before():
+                return Verdict("nothing")
             return Verdict("unnoticed") if by is None else Verdict("noticed", by)
         finally:
             path.write_text(original, encoding="utf-8")
