@@ -387,6 +387,8 @@ TEST_F(Show, WritesFunctionsAsAHeaderThatCompiles) {
         "cmd_7 cmd_FILE cmd_I cmd__x cmd_and cmd_lamp_on cmd_exit cmd_index cmd_int lamp "
         "cmd_lamp_on_2 cmd_lamp_on_3 cmd_read cmd_signbit cmd_sinf cmd_size_t str cmd_strdup "
         "cmd_thrd_create cmd_va_list\n");
+    EXPECT_EQ(shell("ocmd_show --functions=c main.par | grep -m 1 'int x'"),
+              " *     *\\/ int x; /\\* ?\\?/ \\xe2\\x80\\xae\n");
     const std::string compile =
         "ocmd_show --functions=c main.par >f.h && cc -std=c11 -Wall -Werror -fsyntax-only f.h";
     EXPECT_EQ(shell(compile), "");
@@ -459,6 +461,18 @@ TEST_F(Formats, AreDetected) {
               "sub.par: subtree file, gzip-compressed, big-endian, records: 2\n"
               "plain.par: subtree file, big-endian, records: 2\n"
               "little.par: subtree file, little-endian, records: 2\n");
+}
+
+TEST_F(Formats, OfMainParFilesAreDetectedWhileMostRecordsAreValid) {
+    Nodes nodes(3);
+    nodes[2].child_count = 0x7F7F; // too many in either byte order
+    store("most.par", nodes);
+    store("half.par", {nodes[0], nodes[2]});
+    EXPECT_EQ(shell("ocmd_show most.par half.par"),
+              "ocmd_show: most.par: node 2 \"\": child_count exceeds 192\n"
+              "ocmd_show: half.par: record 1 has no nodes and ends the file; the following 1976 "
+              "bytes are ignored\n"
+              "half.par: subtree file, big-endian, records: 0\nstatus 1");
 }
 
 TEST_F(Formats, HaveTheSameRecordsFromFilesStreamsAndPipes) {

@@ -279,6 +279,48 @@ TEST(Resolver, ReadsAWordOnceHoweverManyWaysLeadToIt) {
     EXPECT_EQ(user.resolve("x y z"), TSH_REFUSED);
 }
 
+TEST(Resolver, KeepsTheWordsThatEnteredEachSubmode) {
+    const auto submode = [](const char *name) {
+        return keyword(name).child(parameter(kInteger).terminal().submode());
+    };
+    auto bulb = submode("bulb");
+    auto socket = keyword("socket").child(parameter(kInteger).terminal().submode().child(bulb));
+    auto lamp = keyword("lamp").child(parameter(kInteger).terminal().submode().child(socket));
+    User user{grammar::lay_out(grammar::main_root({lamp}))};
+    ASSERT_EQ(user.resolve("lamp 3 / socket 4 / bulb 5"), TSH_ACCEPTED);
+    ASSERT_EQ(tsh_context_enter(user.context(), user.answer()), 0);
+    ASSERT_EQ(tsh_context_depth(user.context()), 3U);
+    std::string entered;
+    for (uint32_t level = 1; level <= 3; ++level) {
+        const tsh_reading_t *place = tsh_context_place(user.context(), level);
+        for (uint32_t n = 0; n < place->word_count; ++n)
+            entered += std::string{place->words[n].text} + (n + 1 < place->word_count ? " " : "; ");
+    }
+    EXPECT_EQ(entered, "lamp 3; socket 4; bulb 5; ");
+}
+
+TEST(Resolver, ReadsASharedWordForEachWayToIt) {
+    const auto on = keyword("on").terminal();
+    User user{grammar::lay_out(grammar::main_root(
+        {keyword("aisle").child(on), keyword("alcove").child(on), keyword("arch").child(on)}))};
+    ASSERT_EQ(user.resolve("a on"), TSH_AMBIGUOUS);
+    EXPECT_STREQ(tsh_answer_text(user.answer()), "ambiguous word 'a': aisle, alcove, arch");
+    EXPECT_EQ(tsh_answer_reading_count(user.answer()), 3U);
+}
+
+TEST(Resolver, SeesWordsBelowNodesThatNeedNoWord) {
+    const auto below = keyword("yellow").terminal();
+    const auto beside = keyword("young").terminal();
+    const auto structured = keyword("s").child(structural("inner").child(below)).child(beside);
+    const auto optional = keyword("o").child(keyword("x").optional().child(below)).child(beside);
+    User user{grammar::lay_out(grammar::main_root({structured, optional}))};
+    for (const char *line : {"s y", "o y"}) {
+        EXPECT_EQ(user.resolve(line), TSH_AMBIGUOUS) << line;
+        EXPECT_EQ(user.resolve(line), TSH_AMBIGUOUS) << line << ", again";
+    }
+    EXPECT_EQ(user.resolve("o x y"), TSH_ACCEPTED);
+}
+
 TEST_F(LampShop, CompletionsFitTheBytesBeforeTheCursor) {
     EXPECT_EQ(completed(""), "lamp pace<INTEGER> secret show");
     EXPECT_EQ(completed("sxx 5", 1), "secret show");

@@ -547,6 +547,37 @@ TEST_F(Link, LeavesListedSubtreesWithoutNodesToTheCaller) {
     EXPECT_EQ(outcome, Outcome({0, "", ""}));
 }
 
+TEST_F(Link, AppendsTheNodesOfASubtreeToAnArray) {
+    const Outcome outcome = harness::in_child([] {
+        std::vector<tree_node_t> array(5);
+        std::vector<tree_node_t> tree(2);
+        tree[0].child_count = 1;
+        tree[0].children[0] = 1;
+        subtree_entry_t record{};
+        record.nodes = tree.data();
+        record.node_count = 2;
+        uint32_t next = 3;
+        treelink_init();
+        const uint32_t place =
+            add_subtree_in_main_tree(array.data(), &next, nullptr, &record, treelink_table);
+        printf("%u %u %u %u\n", place, record.position, next, array[3].children[0]);
+        return 0;
+    });
+    EXPECT_EQ(outcome, Outcome({0, "3 3 5 4\n", ""}));
+}
+
+TEST_F(Link, LeavesNoNodesOfARecordThatCannotBeRead) {
+    tree_node_t node{};
+    tree_node_t *nodes = &node;
+    uint32_t count = 7;
+    subtree_path_t attach_path{};
+    FILE *empty = fopen("/dev/null", "r");
+    EXPECT_EQ(read_par_tree("x.par", empty, &nodes, &count, &attach_path, 1, 0), -1);
+    EXPECT_EQ(nodes, nullptr);
+    EXPECT_EQ(count, 0U);
+    fclose(empty);
+}
+
 TEST_F(Link, ExtractsTheNamesOfAnAttachPath) {
     subtree_entry_t entry{};
     entry.path_count = 1;

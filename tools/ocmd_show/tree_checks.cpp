@@ -131,8 +131,6 @@ private:
     }
 
     void check_siblings() {
-        has_same_word_ = is_on("same-word");
-        has_shadowed_ = is_on("shadowed");
         AmbiguitySearch search{graph_, parents_, begins_with_root_};
         met_.assign(graph_.symbol_count(), {});
         for (const uint16_t parent : reached_)
@@ -269,8 +267,8 @@ private:
     const tool::CheckSeverities &severities_;
     const LineGraph graph_;
     bool begins_with_root_;
-    bool has_same_word_ = false;
-    bool has_shadowed_ = false;
+    const bool has_same_word_ = is_on("same-word");
+    const bool has_shadowed_ = is_on("shadowed");
     std::vector<uint32_t> parents_;
     std::vector<uint16_t> reached_;
     std::vector<Met> met_; // by symbol

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <ranges>
 #include <utility>
 
 namespace tool {
@@ -68,9 +69,9 @@ std::vector<uint16_t> children_first(const LinkTable &links) {
 std::vector<Levels> measure_levels(const LinkTable &links, std::span<const uint16_t> order) {
     std::vector<Levels> levels(links.node_count());
     levels[0] = {1, 1};
-    for (size_t i = order.size(); i-- > 0;) {
-        const Levels from = levels[order[i]];
-        for (const uint16_t child : links.below(order[i])) {
+    for (const uint16_t node : order | std::views::reverse) {
+        const Levels from = levels[node];
+        for (const uint16_t child : links.below(node)) {
             Levels &to = levels[child];
             to.least = to.least == 0 ? from.least + 1 : std::min(to.least, from.least + 1);
             to.greatest = std::max(to.greatest, from.greatest + 1);
