@@ -11,7 +11,7 @@ kept=${2:+$(realpath "$2")}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
-for tool in compile show diff sample; do
+for tool in compile show diff sample find; do
     declare "$tool=$build/bin/ocmd_$tool"
 done
 link=$build/bin/ocmd_link
@@ -53,6 +53,8 @@ measure() {
     "$compile" -W no-dead-end root.yaml sub*.yaml
     cost "node linked" 61283 "$link" -o linked.par root.par sub*.par
     status=1 cost "line with values sampled" 2000 "$sample" --flat --random 2000 wide.par
+    "$sample" --flat --random 10000 unlike.par >lines
+    cost "line resolved" 10000 "$find" --config=lines unlike.par
 }
 
 measure | tee measured
