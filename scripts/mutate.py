@@ -7,9 +7,10 @@ Takes lines of the product (or of the files named) by chance, and changes one th
 comparison, an operator or a condition, moves a constant by one, returns an empty value, leaves a
 statement out. Each worker has a copy of the clone below build/mutate, where it builds the change
 and runs the tests, those of the same component first, until one fails. What all of them let pass is
-built with sanitizers too, for the component's tests. A change is not counted if it does not compile,
-or if the programs stay the same bytes, as built here or as released: the optimiser has proved that it
-changes nothing. Calls of reserve() are left alone, since they change no result.
+built with sanitizers too, for the component's tests, and as released, to count the instructions of
+bench/costs.sh. A change is not counted if it does not compile, or if the programs stay the same bytes,
+as built here or as released: the optimiser has proved that it changes nothing. Calls of reserve() are
+left alone, since they change no result.
 The last part of the output lists what was not noticed; whether such a change can be seen at all is
 for a reader to judge. Ends with status 1 when fewer than nine of ten are noticed."""
 import argparse
@@ -63,9 +64,10 @@ PLAIN = "-O1 -w -D_GLIBCXX_ASSERTIONS"
 SANITIZED = PLAIN + " -fsanitize=address,undefined -fno-sanitize-recover=all"
 TESTED = ["-DCMAKE_BUILD_TYPE=None"]
 RELEASED = ["-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0",
-            "-DTSH_BUILD_TESTS=OFF"]
+            "-DTSH_BUILD_TESTS=OFF", "-DTSH_BUILD_BENCH=ON"]
 # Excludes the example's tree, which the tools build: an error there is not a compiler error.
 TARGETS = ["tests/all", "tools/all", "ocmd_gen"]
+MEASURED = ["tools/all", "ocmd_gen", "make_tree"]
 BUILD_LIMIT = 900  # seconds; a change in a header builds nearly everything
 MEMORY_LIMIT = 6 << 30  # bytes, for a change that allocates without end
 FILE_LIMIT = 2 << 30  # bytes, for a change that writes without end
@@ -225,8 +227,12 @@ class Worker:
         self.must("cmake", "--build", self.sanitized.folder, "--target", *self.sanitized_targets())
         self.time_tests(self.sanitized, ALL_RELATED)
         self.configure(self.released)
-        self.must("cmake", "--build", self.released.folder, "--target", *TARGETS[1:])
+        self.must("cmake", "--build", self.released.folder, "--target", *MEASURED)
         self.released.sums = self.released.image_sums()
+        self.costs = self.copy / "costs.txt"
+        with open(self.costs, "w", encoding="utf-8") as output:
+            if self.run(self.counting(), BUILD_LIMIT, stdout=output) != 0:
+                sys.exit("the costs cannot be counted")
 
     def configure(self, build):
         launcher = []
@@ -333,11 +339,19 @@ class Worker:
             if by is None and self.compiles(self.sanitized, self.sanitized_targets()):
                 by = self.first_failure(self.sanitized, self.related(change.file))
                 by = by and f"{by}, sanitized"
-            if by is None and self.compiles(self.released, TARGETS[1:]) and self.released.is_as_before():
-                return Verdict("nothing")
+            if by is None and self.compiles(self.released, MEASURED):
+                if self.released.is_as_before():
+                    return Verdict("nothing")
+                if self.run(self.counting(self.costs), BUILD_LIMIT, stdout=subprocess.DEVNULL,
+                            stderr=subprocess.DEVNULL) != 0:
+                    by = "costs"
             return Verdict("unnoticed") if by is None else Verdict("noticed", by)
         finally:
             path.write_text(original, encoding="utf-8")
+
+    def counting(self, *kept):
+        """The command that counts instructions and, with a file of costs, compares them."""
+        return [self.copy / "bench/costs.sh", self.released.folder, *kept]
 
     def compiles(self, build, targets):
         return self.run(["cmake", "--build", build.folder, "--target", *targets], BUILD_LIMIT,
