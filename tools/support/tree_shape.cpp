@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <ranges>
 #include <utility>
 
 namespace tool {
@@ -69,14 +68,14 @@ std::vector<uint16_t> children_first(const LinkTable &links) {
 std::vector<Levels> measure_levels(const LinkTable &links, std::span<const uint16_t> order) {
     std::vector<Levels> levels(links.node_count());
     levels[0] = {1, 1};
-    for (const uint16_t node : order | std::views::reverse) {
+    std::for_each(order.rbegin(), order.rend(), [&](uint16_t node) {
         const Levels from = levels[node];
         for (const uint16_t child : links.below(node)) {
             Levels &to = levels[child];
             to.least = to.least == 0 ? from.least + 1 : std::min(to.least, from.least + 1);
             to.greatest = std::max(to.greatest, from.greatest + 1);
         }
-    }
+    });
     return levels;
 }
 
