@@ -1,9 +1,12 @@
 // Tests of small exported operations that only the device's other programs call.
 #include "cmd_gen/dump.h"
+#include "cmd_gen/word.h"
 #include "feature/tsh/src/trace.h"
 #include "param_reg/builtin_types.h"
 #include "parse_tree/record_fields.h"
+#include "parse_tree/tree_library.h"
 #include "parse_tree/tree_load.h"
+#include "parse_tree/tree_writer.h"
 #include "platform/bit_library.h"
 #include "platform/robust_string.h"
 #include "tests/support/harness.h"
@@ -37,6 +40,21 @@ TEST(Exports, CompressedMasksFitOrAreRejected) {
     mask.nbytes = 7; // invalid width
     EXPECT_EQ(bitset_compress(&mask, bytes, 3), -1);
     EXPECT_EQ(bitset_uncompress(&mask, bytes, 3), -1);
+}
+
+TEST(Exports, NullPointersAreNoNodes) {
+    const Outcome outcome = harness::in_child([] {
+        tsh_logfp = stdout;
+        display_array_tree(nullptr, 0, 0);
+        tree_node_t record;
+        memset(&record, 0xFF, sizeof record);
+        write_node_to_array(nullptr, &record);
+        char text[] = "abc";
+        const size_t size = tsh_word_text(nullptr, text, sizeof text);
+        printf("%d %zu '%s' %d\n", tsh_dump_tree(nullptr), size, text, record.flags);
+        return 0;
+    });
+    EXPECT_EQ(outcome, Outcome({0, "0 0 '' 0\n", ""}));
 }
 
 TEST(Exports, RecordsReturnTheirParameterMasks) {
