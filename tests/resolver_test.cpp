@@ -280,12 +280,10 @@ TEST(Resolver, ReadsAWordOnceHoweverManyWaysLeadToIt) {
 }
 
 TEST(Resolver, KeepsTheWordsThatEnteredEachSubmode) {
-    const auto submode = [](const char *name) {
-        return keyword(name).child(parameter(kInteger).terminal().submode());
-    };
-    auto bulb = submode("bulb");
-    auto socket = keyword("socket").child(parameter(kInteger).terminal().submode().child(bulb));
-    auto lamp = keyword("lamp").child(parameter(kInteger).terminal().submode().child(socket));
+    const auto bulb = keyword("bulb").child(parameter(kInteger).terminal().submode());
+    const auto socket =
+        keyword("socket").child(parameter(kInteger).terminal().submode().child(bulb));
+    const auto lamp = keyword("lamp").child(parameter(kInteger).terminal().submode().child(socket));
     User user{grammar::lay_out(grammar::main_root({lamp}))};
     ASSERT_EQ(user.resolve("lamp 3 / socket 4 / bulb 5"), TSH_ACCEPTED);
     ASSERT_EQ(tsh_context_enter(user.context(), user.answer()), 0);
